@@ -3,6 +3,7 @@
 #define ZAM_ZAM_H
 
 #include "zam/foundation/export.h"
+#include "zam/foundation/exceptions.h"
 #include "zam/foundation/types.h"
 
 #endif

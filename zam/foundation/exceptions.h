@@ -1,0 +1,161 @@
+// The failures that the library reports. All are thrown by value and caught as `BaseException const&`:
+//
+//   try {
+//     classifier->DoAlgorithm(&control);
+//   } catch (ZaM::UserCanceledException const&) {
+//     return;                                         // the user knows
+//   } catch (ZaM::BaseException const& failure) {
+//     Show(failure.GetErrorId(), failure.GetErrorDescription());
+//   }
+//
+// An exception holds a number and the raw data of its case. The sentence is made when it is asked for, in the language
+// that was chosen when the library was loaded (see ResMgr). A number has its meaning only together with the class that
+// carries it: 25 is one case in BaseException and another in FileIOException, and BaseException(20) doesn't say that
+// anything was cancelled. A number without a case of its own gets its class's sentence for unknown numbers.
+#ifndef ZAM_FOUNDATION_EXCEPTIONS_H
+#define ZAM_FOUNDATION_EXCEPTIONS_H
+
+#include <cstdint>
+#include <string>
+#include <utility>
+
+#include "zam/foundation/export.h"
+#include "zam/foundation/types.h"
+
+namespace ZaM {
+
+/// The root of the family, and the failures that need no more than a message.
+///
+/// Numbers: 1 invalid argument, 3 invalid file path, 5 out of memory, 17 general failure, 18 saved by a newer
+///          classifier, 25 feature not supported, 27 XML node invalid, 37 preprocessing method not installed, 38 saved
+///          by a newer extraction method, 50 wrong regular expression, 51 barcode locator, 53 incomplete settings.
+/// Threads: never changes after construction; may be read by any number of threads.
+class ZAM_EXPORT BaseException {
+ public:
+  explicit BaseException(std::int32_t id) : errorId(id) {}
+
+  /// `message` is the detail that the sentence of `id` names: an argument, a path, a method, the cause.
+  BaseException(std::int32_t id, wstring const& message) : errorId(id), text(message) {}
+
+  BaseException(BaseException const&) = default;
+  BaseException& operator=(BaseException const&) = default;
+  virtual ~BaseException();
+
+  /// The sentence for the user. Formatted sentences are cut to 1023 units; the bare message of number 25 isn't cut.
+  /// A number without a case gives "ZaM exception number …".
+  [[nodiscard]] virtual const wstring GetErrorDescription() const;
+
+  [[nodiscard]] std::int32_t GetErrorId() const { return errorId; }
+
+ private:
+  std::int32_t errorId;
+  wstring text;  // empty without one
+};
+
+/// An index beyond the elements it should name. Number 8; others give "ZaM exception number …".
+class ZAM_EXPORT OutOfBoundsException : public BaseException {
+ public:
+  /// `maxIndex` is the number of elements: the first index that is out of range.
+  OutOfBoundsException(std::int32_t id, std::int32_t currentIndex, std::int32_t maxIndex)
+      : BaseException(id), current(currentIndex), bound(maxIndex) {}
+
+  /// Names the index and the greatest one allowed, which is -1 where there are no elements. At most 127 units.
+  [[nodiscard]] const wstring GetErrorDescription() const override;
+
+  [[nodiscard]] std::int32_t GetCurrentIndex() const { return current; }
+  [[nodiscard]] std::int32_t GetMaxIndex() const { return bound; }
+
+ private:
+  std::int32_t current;
+  std::int32_t bound;  // exclusive
+};
+
+/// XML that is well-formed but doesn't say what was expected.
+///
+/// Numbers: 9 a node with an invalid form, and the advice to update; 10 a file saved by a newer version; any other a
+///          node with an invalid form.
+class ZAM_EXPORT XMLFormatException : public BaseException {
+ public:
+  /// `nodeName` is the name of the node; for number 10, the version that saved the file.
+  XMLFormatException(std::int32_t id, wstring const& nodeName) : BaseException(id), node(nodeName) {}
+
+  /// Names the node or the version. Cut to 127 units.
+  [[nodiscard]] const wstring GetErrorDescription() const override;
+
+ private:
+  wstring node;
+};
+
+/// A file that couldn't be used.
+///
+/// Numbers: 2001 write, 2002 create, 2003 open, 2004 read, 25 format not supported. Any other gives a fixed English
+///          sentence with the number and the path.
+class ZAM_EXPORT FileIOException : public BaseException {
+ public:
+  explicit FileIOException(std::int32_t id) : BaseException(id) {}
+  FileIOException(std::int32_t id, wstring const& pathName) : BaseException(id), path(pathName) {}
+
+  /// Names the path. Cut to 1023 units, but for the fixed sentence.
+  [[nodiscard]] const wstring GetErrorDescription() const override;
+
+  /// The path, empty without one. Valid as long as the exception.
+  [[nodiscard]] wstring const& GetPathname() const { return path; }
+
+ private:
+  wstring path;
+};
+
+/// The user's wish to stop, as an application's call-back reported it.
+///
+/// Numbers: 20 classification, 21 training, 22 directory parsing, 23 document analysis. Others give
+///          "ZaM exception number …".
+class ZAM_EXPORT UserCanceledException : public BaseException {
+ public:
+  explicit UserCanceledException(std::int32_t id) : BaseException(id) {}
+
+  /// Says what was cancelled.
+  [[nodiscard]] const wstring GetErrorDescription() const override;
+};
+
+/// An item that a collection doesn't hold. Each constructor goes with one number; any other number gives
+/// "Unknown collection exception …".
+class ZAM_EXPORT CollectionException : public BaseException {
+ public:
+  /// Number 1001: an index out of range. `bound` is the number of items.
+  CollectionException(std::int32_t id, std::int32_t index, std::int32_t bound)
+      : BaseException(id), wrongIndex(index), itemCount(bound) {}
+
+  /// Number 1002: no item with this id.
+  CollectionException(std::int32_t id, std::int32_t itemId) : BaseException(id), wrongId(itemId) {}
+
+  /// Number 1003: no item with this name.
+  CollectionException(std::int32_t id, wstring itemName) : BaseException(id), wrongName(std::move(itemName)) {}
+
+  /// Names the index and the greatest one allowed, the id or the name. Cut to 255 units.
+  [[nodiscard]] const wstring GetErrorDescription() const override;
+
+ private:
+  // What the chosen constructor doesn't take stays empty.
+  std::int32_t wrongIndex = 0;
+  std::int32_t itemCount = 0;
+  std::int32_t wrongId = 0;
+  wstring wrongName;
+};
+
+/// An operation on an XML stream that its state doesn't allow.
+///
+/// Numbers: 3001 no open node, 3002 node can't be closed, 3003 file already open, 3004 file still open, 3005 illegal
+///          characters. Any other gives "Unknown XML error.".
+class ZAM_EXPORT XmlException : public BaseException {
+ public:
+  explicit XmlException(std::int32_t id) : BaseException(id) {}
+
+  /// `message` is kept, but no sentence shows it.
+  XmlException(std::int32_t id, wstring const& message) : BaseException(id, message) {}
+
+  [[nodiscard]] const wstring GetErrorDescription() const override;
+};
+
+}  // namespace ZaM
+
+#endif
