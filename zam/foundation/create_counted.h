@@ -1,27 +1,37 @@
-// The one way in which counted objects are made.
+// The one way in which counted objects are made, and in which a failed allocation becomes an exception of the library.
 #ifndef ZAM_FOUNDATION_CREATE_COUNTED_H
 #define ZAM_FOUNDATION_CREATE_COUNTED_H
 
 #include <new>
+#include <stdexcept>
 
 #include "zam/foundation/exceptions.h"
 
 namespace ZaM {
 
+/// Runs `operation` and returns what it gives. Where it ends in `std::bad_alloc`, or asks a container for more than
+/// that can ever hold, throws BaseException with id 5 instead; other exceptions pass through.
+template <class Operation>
+decltype(auto) ReportOutOfMemory(Operation operation) {
+  try {
+    return operation();
+  } catch (std::bad_alloc const&) {
+    throw BaseException(5);
+  } catch (std::length_error const&) {
+    throw BaseException(5);
+  }
+}
+
 /// Makes a counted object and takes the first reference to it.
 ///
 /// `make` is a callable without arguments that returns `new T(…)`; a class passes a lambda, which may reach its
 /// protected constructor. Returns the object with a count of 1; the caller ends it with `Release`.
-/// Throws BaseException with id 5 where `make` throws `std::bad_alloc`; other exceptions pass through.
+/// Throws BaseException with id 5 when memory runs out.
 template <class Make>
 auto CreateCounted(Make make) {
-  try {
-    auto* object = make();
-    object->AddRefCount();
-    return object;
-  } catch (std::bad_alloc const&) {
-    throw BaseException(5);
-  }
+  auto* object = ReportOutOfMemory(make);
+  object->AddRefCount();
+  return object;
 }
 
 }  // namespace ZaM

@@ -1,0 +1,55 @@
+// Progress, status and cancelling of a run.
+#ifndef ZAM_MODEL_CALL_BACK_H
+#define ZAM_MODEL_CALL_BACK_H
+
+#include "zam/foundation/export.h"
+#include "zam/foundation/types.h"
+
+namespace ZaM {
+
+/// What an algorithm tells about its progress, and where it asks whether to go on.
+///
+/// The algorithm sets a `bool` to false and passes its address as `cancel` with each report; an override that wants the
+/// run to stop sets it to true, and the algorithm then throws UserCanceledException. The base never touches it, so it
+/// may be null there. The field behind `GetCancel` is a derived class's own; no algorithm of the library asks for it.
+///
+/// The current value never exceeds the maximum: a value beyond it moves the maximum up, and a lower maximum pulls the
+/// value down.
+///
+/// Threads: called on the thread of the algorithm; there is no lock.
+class ZAM_EXPORT CallBack {
+ public:
+  CallBack() = default;
+  CallBack(CallBack const&) = default;
+  CallBack& operator=(CallBack const&) = default;
+  virtual ~CallBack();
+
+  /// Moves the current value, and the maximum with it where it is exceeded.
+  virtual void SetCurrent(unsigned int value, bool* cancel);
+
+  /// Sets the maximum, and pulls the current value down to it.
+  virtual void SetMaximum(unsigned int value);
+
+  /// Says in words what is being done.
+  virtual void SetStatus(wstring const& text, bool* cancel);
+
+  /// Moves the current value on by `step`, modulo 2³², and then the maximum where it is exceeded.
+  virtual void Increment(unsigned int step, bool* cancel);
+
+  virtual bool GetCancel();
+  virtual unsigned int GetCurrent();
+  virtual unsigned int GetMaximum();
+  virtual wstring const& GetStatus() const;
+
+ protected:
+  bool cancel = false;  // for derived classes, which alone can change it
+
+ private:
+  unsigned int current = 0;  // never above maximum
+  unsigned int maximum = 0;
+  wstring status;
+};
+
+}  // namespace ZaM
+
+#endif

@@ -1,0 +1,60 @@
+// A range over the children of any composite, for `for`.
+#ifndef ZAM_MODEL_CHILDREN_H
+#define ZAM_MODEL_CHILDREN_H
+
+#include <iterator>
+#include <memory>
+
+#include "zam/model/composite.h"
+#include "zam/model/iterator.h"
+
+namespace ZaM {
+
+/// The children of a composite as a range of `Node*`, in their order:
+///
+///     for (Node* child : Children(*document)) …
+///
+/// The range is walked once. It owns the iterator that it takes from `CreateIterator`, and is empty where that gives
+/// null. Children must not be added or removed during the walk; a null among them is delivered as it stands.
+class Children {
+ public:
+  explicit Children(Composite& parent) : walk(parent.CreateIterator()) {}
+
+  /// The place of a walk; at the end when it equals `std::default_sentinel`.
+  class Place {
+   public:
+    using value_type = Node*;
+    using difference_type = std::ptrdiff_t;
+
+    explicit Place(Iterator* walked) : walk(walked) {}
+    Node* operator*() const { return walk->Current(); }
+    Place& operator++() {
+      walk->Next();
+      return *this;
+    }
+    void operator++(int) { walk->Next(); }
+    friend bool operator==(Place const& place, std::default_sentinel_t /*end*/) {
+      return !place.walk || place.walk->Done();
+    }
+
+   private:
+    Iterator* walk;  // null for an empty range
+  };
+
+  Place begin() const {
+    if (walk) walk->Start();
+    return Place(walk.get());
+  }
+  static std::default_sentinel_t end() { return std::default_sentinel; }
+
+ private:
+  struct Release {
+    void operator()(Iterator* iterator) const { iterator->Release(); }
+  };
+
+  std::unique_ptr<Iterator, Release> walk;
+};
+
+}  // namespace ZaM
+
+#endif

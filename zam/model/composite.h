@@ -1,0 +1,59 @@
+// A node that may have children.
+#ifndef ZAM_MODEL_COMPOSITE_H
+#define ZAM_MODEL_COMPOSITE_H
+
+#include "zam/foundation/export.h"
+#include "zam/model/node.h"
+
+namespace ZaM {
+
+class Iterator;
+
+/// The vocabulary of children, and the walks over them; how children are stored is the business of derived classes.
+///
+/// The walks are depth first, a parent before its children, and the children in the order of `CreateIterator`. Each
+/// child is asked through its own virtual operation, so that a class may take over below itself.
+///
+/// Depth: trees of any depth can be walked. Below a hundred levels of walks that call each other, the children are
+/// taken from a list instead of the stack: the order of the walk stays the same, but an override that calls the
+/// operation of this class gets the control back before its children have had their turn, and for `Save` and `Load`
+/// with the answer true (the walk as a whole still answers false if one of them does).
+class ZAM_EXPORT Composite : public Node {
+ public:
+  Composite(Composite const&) = default;
+  Composite& operator=(Composite const&) = default;
+
+  Composite* GetComposite() override;
+
+  /// Calls `visitor->DoVisit(this)`, and only then lists the children and calls `Visit` on each: children that the
+  /// visitor adds here are visited too. Without an iterator the walk ends there.
+  /// Exceptions of the visitor pass through; throws BaseException with id 5 if a very deep walk finds no memory.
+  void Visit(Visitor* visitor) override;
+
+  /// Calls `Save` on each child up to the first that answers false, and returns whether all answered true. Writes
+  /// nothing of the composite itself. True without an iterator. Exceptions as for `Visit`.
+  bool Save(std::basic_ostream<char>* stream) override;
+
+  /// The same walk with `Load`: a tree is loaded into a tree of the same shape that exists already.
+  bool Load(std::basic_istream<char>* stream) override;
+
+  /// Adds a child; the caller's reference passes to this node in classes that hold children. Nothing in the base.
+  virtual void AddChild(Node* child);
+
+  /// Takes the child with this id out and returns it, with its reference; null if there is none, as in the base.
+  virtual Node* RemoveChild(unsigned int id);
+
+  /// Number of children; 0 in the base.
+  virtual unsigned int ChildCount() const;
+
+  /// A new walk over the children, to be ended by `Iterator::Release`; null if there is no memory, and in the base.
+  virtual Iterator* CreateIterator();
+
+ protected:
+  Composite() = default;
+  ~Composite() override;
+};
+
+}  // namespace ZaM
+
+#endif

@@ -1,0 +1,92 @@
+// The root of everything that can hang in a tree or on another object.
+#ifndef ZAM_MODEL_NODE_H
+#define ZAM_MODEL_NODE_H
+
+#include <cstdint>
+#include <iosfwd>
+
+#include "zam/foundation/export.h"
+#include "zam/model/node_id.h"
+
+namespace ZaM {
+
+class Composite;
+class Visitor;
+
+/// A counted object with a slot for one feature, and hooks for visitors and for streams.
+///
+/// The feature in the slot is a node with a slot of its own, so that a node carries a chain: node, first feature,
+/// second feature, and so on, in the order in which they were added.
+///
+/// Owning:   a concrete class has a static `Create`, which gives a node with a count of 1; `Release` ends it. A node
+///           owns one reference to the object in its slot. Handing a node to `AddFeature` (or to a tree) passes the
+///           caller's reference on; `RemoveFeature` passes it back.
+/// Threads:  a node and all that can be reached from it belong to one thread at a time; counts are plain numbers.
+/// Depth:    chains and trees of any length can be released. Beyond a hundred objects that end one inside the other,
+///           the rest is put off until the one at that depth has ended, so that the stack doesn't overflow; parents
+///           still end before their children.
+///
+/// Copying is shallow, and dangerous for whoever doesn't expect it: a copy takes over the slot and the count as they
+/// stand, without a reference of its own, so that releasing both would release the chain twice. The library never
+/// copies a live node; a class that supports copies empties the slot of the copy.
+class ZAM_EXPORT Node {
+ public:
+  Node(Node const&) = default;
+  Node& operator=(Node const&) = default;
+
+  /// Puts `feature`, with all that hangs on it, at the end of the chain. The caller's reference passes to this node.
+  virtual void AddFeature(Node* feature);
+
+  /// Takes the first feature off and returns it, or null. The rest of the chain stays attached to what is returned,
+  /// and this node's slot is empty afterwards. The reference passes to the caller.
+  virtual Node* RemoveFeature();
+
+  /// The first feature, or null; no reference is taken.
+  virtual Node* GetFeature();
+
+  /// 1 if there is a feature, else 0: the length of the chain isn't counted.
+  virtual unsigned int FeatureCount() const;
+
+  /// This object as a composite, or null: the cheap test of whether a node can have children.
+  virtual Composite* GetComposite();
+
+  /// Calls `visitor->DoVisit(this)`.
+  virtual void Visit(Visitor* visitor);
+
+  /// Takes a reference; returns the new count.
+  virtual std::int32_t AddRefCount();
+
+  /// Gives a reference back and returns the new count. At 0 and below the object ends; -1 is the answer for a node
+  /// that never had a reference.
+  virtual std::int32_t Release();
+
+  /// Writes nothing and returns true.
+  virtual bool Save(std::basic_ostream<char>* stream);
+
+  /// Reads nothing and returns true.
+  virtual bool Load(std::basic_istream<char>* stream);
+
+  /// A number that no other live node has; it means nothing after the node's end, and is never stored.
+  /// Throws BaseException with id 5 if memory runs out on the first call.
+  unsigned int GetId() const { return id.Get(); }
+
+  /// Whether `GetId` has given this number. A node that was never asked for its id has none.
+  bool HasId(unsigned int number) const noexcept { return id.Is(number); }
+
+ protected:
+  Node() = default;
+
+  /// Empties the slot, then releases what was in it.
+  virtual ~Node();
+
+ private:
+  void destroy() noexcept;
+
+  Node* feature = nullptr;    // one reference is ours
+  std::int32_t refCount = 0;  // a new node has none until Create takes it
+  NodeId id;
+};
+
+}  // namespace ZaM
+
+#endif

@@ -1,0 +1,59 @@
+#include "zam/model/node_id.h"
+
+#include <mutex>
+#include <vector>
+
+#include "zam/foundation/create_counted.h"
+
+namespace ZaM {
+
+namespace {
+
+class NumberPool {
+ public:
+  std::uint32_t Draw() {
+    std::lock_guard const lock(mutex);
+    if (!returned.empty()) {
+      std::uint32_t const number = returned.back();
+      returned.pop_back();
+      return number;
+    }
+    if (next == 0) throw BaseException(5);
+    reserveForReturnOf(next);
+    return next++;
+  }
+
+  void GiveBack(std::uint32_t number) noexcept {
+    std::lock_guard const lock(mutex);
+    returned.push_back(number);
+  }
+
+ private:
+  // Room for every number that is out is made when it is drawn, because giving it back happens in a destructor, where
+  // a failed allocation could not be reported.
+  void reserveForReturnOf(std::uint32_t number) {
+    if (returned.capacity() < number) ReportOutOfMemory([&] { returned.reserve(2 * std::size_t{number}); });
+  }
+
+  std::mutex mutex;
+  std::uint32_t next = 1;               // 0 once all have been drawn
+  std::vector<std::uint32_t> returned;  // drawn and given back; its capacity is at least next - 1
+};
+
+// Never destroyed, since nodes may die while other static objects do.
+NumberPool& pool() {
+  static NumberPool& instance = *new NumberPool;
+  return instance;
+}
+
+}  // namespace
+
+std::uint32_t NodeId::draw() {
+  return pool().Draw();
+}
+
+void NodeId::giveBack(std::uint32_t number) noexcept {
+  pool().GiveBack(number);
+}
+
+}  // namespace ZaM

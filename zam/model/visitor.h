@@ -1,0 +1,25 @@
+// What is done at every node of a walk.
+#ifndef ZAM_MODEL_VISITOR_H
+#define ZAM_MODEL_VISITOR_H
+
+#include "zam/foundation/export.h"
+
+namespace ZaM {
+
+class Node;
+
+/// A caller's work at each node that `Visit` comes to.
+///
+/// A derived class that adds an overload of `DoVisit` for another type hides this one: it has to override this one too
+/// and to pass on what it recognises.
+class ZAM_EXPORT Visitor {
+ public:
+  virtual ~Visitor();
+
+  /// Does nothing in the base. `node` stays with its owner. An exception ends the walk and passes through it.
+  virtual void DoVisit(Node* node);
+};
+
+}  // namespace ZaM
+
+#endif

@@ -1,0 +1,19 @@
+// How the compilers are told that a call has to be a jump, in unoptimised builds too.
+#ifndef ZAM_PLATFORM_TAIL_CALL_H
+#define ZAM_PLATFORM_TAIL_CALL_H
+
+// A function that hands its work on to the next object of a chain needs no stack for it if the call is a jump.
+//
+//     ZAM_TAIL_CALLING void Link::Append(Link* link) {
+//       if (next) { ZAM_TAIL_CALL next->Append(link); }
+//       next = link;
+//     }
+#if defined(__clang__)
+#define ZAM_TAIL_CALLING
+#define ZAM_TAIL_CALL [[clang::musttail]] return
+#else
+#define ZAM_TAIL_CALLING __attribute__((optimize("O2")))
+#define ZAM_TAIL_CALL return
+#endif
+
+#endif
