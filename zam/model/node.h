@@ -68,10 +68,10 @@ class ZAM_EXPORT Node {
 
   /// A number that no other live node has; it means nothing after the node's end, and is never stored.
   /// Throws BaseException with id 5 if memory runs out on the first call.
-  unsigned int GetId() const { return id.Get(); }
+  unsigned int GetId() const { return nodeId.Get(); }
 
   /// Whether `GetId` has given this number. A node that was never asked for its id has none.
-  bool HasId(unsigned int number) const noexcept { return id.Is(number); }
+  bool HasId(unsigned int number) const noexcept { return nodeId.Is(number); }
 
  protected:
   Node() = default;
@@ -84,7 +84,7 @@ class ZAM_EXPORT Node {
 
   Node* feature = nullptr;    // one reference is ours
   std::int32_t refCount = 0;  // a new node has none until Create takes it
-  NodeId id;
+  NodeId nodeId;
 };
 
 }  // namespace ZaM

@@ -1,0 +1,145 @@
+// The small classes through which applications plug into the library.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "tests/support/probe_nodes.h"
+#include "zam/zam.h"
+
+namespace ZaM::test {
+namespace {
+
+// Read by another file's static initialiser than the one that defines it.
+int const defaultTagDuringStaticConstruction = Representation::GetDefaultTag().id;
+
+TEST(RepresentationTest, TakesTagsOfExactlyFourBytes) {
+  struct {
+    std::string name, tag;
+  } const cases[] = {
+      {"", "Dflt"},
+      {"abc", "Dflt"},
+      {"abcde", "Dflt"},
+      {"Sres", "Sres"},
+      {"\xE4\0x", "Dflt"},
+      {"a\xFFz ", "a\xFFz "},
+      {"\xC3\xA4\xC3\xB6", "\xC3\xA4\xC3\xB6"},
+  };
+  for (auto const& [name, tag] : cases) {
+    Representation representation(SetRepTag("Frmr"));
+    representation.SetTagName(name);
+    EXPECT_EQ(representation.GetTagName(), tag);
+    EXPECT_EQ(representation.GetTagId(), SetRepTag(name).id);
+  }
+  Representation zeros(SetRepTag(std::string("ab\0c", 4)));
+  EXPECT_EQ(zeros.GetTagName(), "ab");
+  EXPECT_FALSE(SetRepTag(std::string("ab\0c", 4)) == SetRepTag(std::string("ab\0d", 4)));
+  zeros.SetTagId(0);
+  EXPECT_EQ(zeros.GetTagName(), "");
+  zeros.SetTagId(-1);
+  EXPECT_EQ(zeros.GetTagName(), "\xFF\xFF\xFF\xFF");
+  EXPECT_EQ(defaultTagDuringStaticConstruction, 0x746C6644);  // "Dflt", first character in the lowest byte
+}
+
+TEST(RepresentationTest, AnswersLikeAnEmptyViewInTheBase) {
+  Representation a;
+  Representation const b;
+  a.add(b);
+  a.sub(b);
+  EXPECT_EQ(a.GetTagName(), "Dflt");
+  EXPECT_EQ(a.dot(b), 0.0);
+  EXPECT_EQ(a.dist(b), 0.0);
+  EXPECT_FALSE(a.IsValid());
+  EXPECT_EQ(a.GetMinimum(), 1.0);
+  EXPECT_EQ(a.GetMaximum(), 1.0);
+}
+
+TEST(RepresentationTest, KeepsItsSaveAndLoadBesideThoseOfNode) {
+  Ref const both(TaggedNode::Create("Both"));
+  Node& node = *both;
+  Representation& representation = *both;
+  std::stringstream stream;
+  EXPECT_TRUE(node.Save(&stream) && node.Load(&stream));
+  EXPECT_FALSE(representation.Save(&stream) || representation.Load(&stream));
+  EXPECT_EQ(stream.str(), "");
+  EXPECT_EQ(dynamic_cast<Node*>(&representation), &node);
+}
+
+TEST(CallBackTest, KeepsTheCurrentValueWithinTheMaximum) {
+  CallBack progress;
+  auto const expect = [&](unsigned int current, unsigned int maximum) {
+    EXPECT_EQ(progress.GetCurrent(), current);
+    EXPECT_EQ(progress.GetMaximum(), maximum);
+  };
+  expect(0, 0);
+  progress.SetMaximum(10);
+  progress.SetCurrent(5, nullptr);
+  expect(5, 10);
+  progress.SetMaximum(3);
+  expect(3, 3);
+  progress.SetCurrent(20, nullptr);
+  expect(20, 20);
+  progress.Increment(2, nullptr);
+  expect(22, 22);
+  progress.Increment(0, nullptr);
+  expect(22, 22);
+  progress.SetCurrent(0xFFFFFFFF, nullptr);
+  progress.Increment(3, nullptr);
+  expect(2, 0xFFFFFFFF);
+
+  bool cancel = false;
+  progress.SetStatus(u"reading", &cancel);
+  progress.Increment(1, &cancel);
+  EXPECT_FALSE(cancel || progress.GetCancel());
+  CallBack const copy(progress);
+  EXPECT_TRUE(copy.GetStatus() == u"reading");
+}
+
+TEST(AnalyzerTest, LivesByItsCountWhichACopyTakesOver) {
+  struct Words : Analyzer {
+    explicit Words(int* counter) : ends(counter) {}
+    Words(Words const&) = default;
+    ~Words() override { ++*ends; }
+    int* ends;
+  };
+  int ends = 0;
+  Analyzer* const analyzer = new Words(&ends);
+  EXPECT_TRUE(analyzer->GetResultRepTag() == Representation::DefaultTag);
+  EXPECT_TRUE(analyzer->GetInternalRepTag() == Representation::DefaultTag);
+  EXPECT_FALSE(analyzer->CanShareInternalRep() || analyzer->Save(nullptr) || analyzer->Load(nullptr));
+  EXPECT_EQ(analyzer->AddRefCount(), 1);
+  EXPECT_EQ(analyzer->AddRefCount(), 2);
+  analyzer->SetResultRepTag(SetRepTag("Rslt"));
+  Analyzer* const copy = new Words(static_cast<Words&>(*analyzer));
+  EXPECT_TRUE(copy->GetResultRepTag() == SetRepTag("Rslt"));
+  EXPECT_EQ(copy->Release(), 1);
+  EXPECT_EQ(copy->Release(), 0);
+  EXPECT_EQ(ends, 1);
+  EXPECT_EQ(analyzer->Release(), 1);
+  EXPECT_EQ(analyzer->Release(), 0);
+  EXPECT_EQ(ends, 2);
+}
+
+TEST(ContractsTest, AnswerNothingInTheBase) {
+  struct Move : Transformer {
+    explicit Move(bool* flag) : ended(flag) {}
+    ~Move() override { *ended = true; }
+    bool* ended;
+  };
+  bool ended = false;
+  Transformer* const transformer = new Move(&ended);
+  transformer->DoTransform(nullptr, nullptr);
+  transformer->Release();
+  EXPECT_TRUE(ended);
+
+  Algorithm algorithm;
+  Control control;
+  algorithm.DoAlgorithm(&control);
+  algorithm.DoAlgorithm(nullptr);
+  EXPECT_EQ(algorithm.CreateController(), nullptr);
+  EXPECT_FALSE(algorithm.Save(nullptr) || algorithm.Load(nullptr));
+  EXPECT_EQ(NodeFactory().CreateNode(), nullptr);
+  Visitor().DoVisit(nullptr);
+}
+
+}  // namespace
+}  // namespace ZaM::test

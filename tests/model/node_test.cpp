@@ -1,0 +1,209 @@
+#include "zam/model/node.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <thread>
+
+#include "tests/support/probe_nodes.h"
+
+namespace ZaM::test {
+namespace {
+
+class BareNode : public Node {
+ public:
+  BareNode() = default;
+  explicit BareNode(bool* flag) : ended(flag) {}
+
+ protected:
+  ~BareNode() override {
+    if (ended) *ended = true;
+  }
+
+ private:
+  bool* ended = nullptr;
+};
+
+TEST(NodeTest, EndsWhenItsCountRunsOut) {
+  bool ended = false;
+  auto* const node = CreateCounted([&] { return new BareNode(&ended); });
+  EXPECT_EQ(node->AddRefCount(), 2);
+  EXPECT_EQ(node->Release(), 1);
+  EXPECT_FALSE(ended);
+  EXPECT_EQ(node->Release(), 0);
+  EXPECT_TRUE(ended);
+}
+
+TEST(NodeTest, EndsAtMinusOneIfItNeverHadAReference) {
+  bool ended = false;
+  EXPECT_EQ((new BareNode(&ended))->Release(), -1);
+  EXPECT_TRUE(ended);
+}
+
+TEST(NodeTest, ChainsFeaturesInTheOrderOfAddition) {
+  Ref const node(ProbeNode::Create("node"));
+  Node* const a = ProbeNode::Create("a");
+  Node* const b = ProbeNode::Create("b");
+  Node* const c = ProbeNode::Create("c");
+  EXPECT_EQ(node->FeatureCount(), 0u);
+  b->AddFeature(c);
+  node->AddFeature(a);
+  node->AddFeature(b);  // c comes along
+  EXPECT_EQ(node->FeatureCount(), 1u);
+  EXPECT_EQ(node->GetFeature(), a);
+  EXPECT_EQ(a->GetFeature(), b);
+  EXPECT_EQ(b->GetFeature(), c);
+
+  EXPECT_EQ(node->RemoveFeature(), a);
+  EXPECT_EQ(node->GetFeature(), nullptr);
+  EXPECT_EQ(node->FeatureCount(), 0u);
+  EXPECT_EQ(node->RemoveFeature(), nullptr);
+  EXPECT_EQ(a->GetFeature(), b);
+  EXPECT_EQ(a->Release(), 0);
+}
+
+TEST(NodeTest, AsksEachFeatureOfTheChainThroughItsOwnAddFeature) {
+  struct Counting : BareNode {
+    int calls = 0;
+    void AddFeature(Node* added) override {
+      ++calls;
+      Node::AddFeature(added);
+    }
+  };
+  Ref const node(ProbeNode::Create("node"));
+  auto* const first = new Counting;
+  auto* const second = new Counting;
+  node->AddFeature(first);
+  node->AddFeature(second);
+  node->AddFeature(new BareNode);
+  EXPECT_EQ(first->calls, 2);
+  EXPECT_EQ(second->calls, 1);
+}
+
+TEST(NodeTest, EndsItselfBeforeItsChainWithAnEmptySlot) {
+  Log ends;
+  Node* const node = ProbeNode::Create("node", &ends);
+  auto* const feature = ProbeNode::Create("feature", &ends);
+  bool slotWasEmpty = false;
+  feature->onEnd = [&] { slotWasEmpty = node->GetFeature() == nullptr; };
+  Ref const shared = Ref<Node>::Share(ProbeNode::Create("shared", &ends));
+  shared->Release();
+  node->AddFeature(feature);
+  shared->AddRefCount();
+  node->AddFeature(shared.Get());
+  node->Release();
+  EXPECT_EQ(ends, (Log{"node", "feature"}));
+  EXPECT_TRUE(slotWasEmpty);
+}
+
+TEST(NodeTest, EndsParentsBeforeChildrenAndChildrenBeforeFeaturesAtAnyDepth) {
+  // The same shape on both sides of the depth at which endings are put off: each level has the child that leads on, a
+  // second child and a feature.
+  constexpr int levels = 130;
+  Log ends;
+  DocumentNode* const root = ProbeDocument::Create("0", &ends);
+  DocumentNode* last = root;
+  for (int level = 1; level < levels; ++level) {
+    DocumentNode* const next = ProbeDocument::Create(std::to_string(level), &ends);
+    last->AddFeature(ProbeNode::Create("feature " + std::to_string(level), &ends));
+    last->AddChild(next);
+    last->AddChild(ProbeNode::Create("sibling " + std::to_string(level), &ends));
+    last = next;
+  }
+  root->Release();
+
+  Log expected;
+  for (int level = 0; level < levels; ++level) expected.push_back(std::to_string(level));
+  for (int level = levels - 1; level > 0; --level) {
+    expected.push_back("sibling " + std::to_string(level));
+    expected.push_back("feature " + std::to_string(level));
+  }
+  EXPECT_EQ(ends, expected);
+}
+
+TEST(NodeTest, ReleasesChainsAndTreesOfAMillionLevels) {
+  constexpr int length = 1'000'000;
+  bool lastEnded = false;
+  Node* chain = new BareNode(&lastEnded);
+  for (int i = 1; i < length; ++i) {
+    Node* const head = CreateCounted([] { return new BareNode; });
+    head->AddFeature(chain);
+    chain = head;
+  }
+  Ref const node(ProbeNode::Create("node"));
+  node->AddFeature(chain);
+  node->AddFeature(new BareNode);  // walks the whole chain
+  EXPECT_EQ(node->RemoveFeature()->Release(), 0);
+  EXPECT_TRUE(lastEnded);
+
+  EXPECT_EQ(CreateDeepTree(length)->Release(), 0);
+}
+
+TEST(NodeTest, GivesIdsThatNoOtherLiveNodeHas) {
+  constexpr std::size_t perThread = 2000;
+  std::vector<std::vector<Ref<Node>>> nodes(4);
+  std::vector<std::thread> threads;
+  for (auto& mine : nodes) {
+    threads.emplace_back([&mine] {
+      for (int round = 0; round < 5; ++round) {
+        mine.clear();
+        for (std::size_t i = 0; i < perThread; ++i) {
+          mine.emplace_back(ProbeNode::Create("node"));
+          mine.back()->GetId();
+        }
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+
+  std::set<unsigned int> ids;
+  for (auto const& mine : nodes) {
+    for (auto const& node : mine) ids.insert(node->GetId());
+  }
+  EXPECT_EQ(ids.size(), nodes.size() * perThread);
+  EXPECT_FALSE(ids.contains(0));
+  // Numbers come back when their nodes end, so they stay far below the number of nodes that have asked.
+  EXPECT_LE(*ids.rbegin(), nodes.size() * perThread + 1000);
+}
+
+TEST(NodeTest, KeepsItsIdWhenItIsCopiedOrAssignedTo) {
+  Ref const node(DocumentNode::Create());
+  unsigned int const id = node->GetId();
+  EXPECT_TRUE(node->HasId(id));
+  Node* const copy = new DocumentNode(*node);  // takes over the count of 1
+  EXPECT_FALSE(copy->HasId(id));
+  EXPECT_FALSE(copy->HasId(0));
+  EXPECT_NE(copy->GetId(), id);
+  static_cast<DocumentNode&>(*copy) = *node;
+  EXPECT_NE(copy->GetId(), id);
+  EXPECT_EQ(node->GetId(), id);
+  EXPECT_EQ(copy->Release(), 0);
+}
+
+TEST(RefTest, HoldsExactlyOneReference) {
+  Log ends;
+  auto* const node = ProbeNode::Create("node", &ends);
+  {
+    Ref<ProbeNode> const adopted(node);
+    Ref<Node> moved = Ref<ProbeNode>(adopted);
+    EXPECT_EQ(node->AddRefCount(), 3);
+    node->Release();
+    moved = nullptr;
+    intrusive_ptr_add_ref(node);
+    EXPECT_EQ(node->Release(), 1);
+    node->AddRefCount();
+    intrusive_ptr_release(node);
+    EXPECT_TRUE(ends.empty());
+  }
+  EXPECT_EQ(ends.size(), 1u);
+
+  Ref<DocumentNode> root(DocumentNode::Create());
+  Ref<Node> child(ProbeNode::Create("child", &ends));
+  root->AddChild(child.Detach());
+  EXPECT_FALSE(child);
+  root = nullptr;
+  EXPECT_EQ(ends.back(), "child");
+}
+
+}  // namespace
+}  // namespace ZaM::test
