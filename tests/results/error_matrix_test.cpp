@@ -1,0 +1,153 @@
+#include "zam/results/error_matrix.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <utility>
+
+#include "tests/support/failing_allocation.h"
+#include "tests/support/probe_nodes.h"
+#include "tests/support/result_items.h"
+#include "zam/results/error_matrix_visitor.h"
+
+namespace ZaM::test {
+namespace {
+
+TEST(ErrorMatrixTest, AgreesWithTotalsTakenFromTheListOfDocuments) {
+  constexpr unsigned int classes = 6;
+  Ref const matrix(ErrorMatrix::Create(classes));
+  EXPECT_EQ(matrix->GetTagName(), "Emtx");
+  std::mt19937 random(1);
+  std::vector<std::pair<unsigned int, unsigned int>> documents;
+  for (int i = 0; i < 500; ++i) documents.emplace_back(random() % (classes + 2), random() % (classes + 2));
+  for (auto const& [t, a] : documents) matrix->Increase(t, a);
+
+  auto const count = [&](auto condition) {
+    unsigned int sum = 0;
+    for (auto const& [t, a] : documents) sum += t < classes && a < classes && condition(t, a) ? 1 : 0;
+    return sum;
+  };
+  EXPECT_EQ(matrix->GetDocCount(), count([](auto t, auto) { return t != 0; }));
+  EXPECT_EQ(matrix->GetCorrect(), count([](auto t, auto a) { return t != 0 && a == t; }));
+  EXPECT_EQ(matrix->GetRejected(), count([](auto t, auto a) { return t != 0 && a == 0; }));
+  EXPECT_EQ(matrix->GetIncorrect(), count([](auto t, auto a) { return t != 0 && a != 0 && a != t; }));
+  for (unsigned int id = 0; id < classes; ++id) {
+    auto const isWrong = [](auto t, auto a) { return t != 0 && a != 0 && a != t; };
+    EXPECT_EQ(matrix->GetClassCount(id), count([&](auto t, auto) { return t == id && t != 0; }));
+    EXPECT_EQ(matrix->GetClassExported(id), count([&](auto t, auto a) { return isWrong(t, a) && t == id; }));
+    EXPECT_EQ(matrix->GetClassImported(id), count([&](auto t, auto a) { return isWrong(t, a) && a == id; }));
+    for (unsigned int other = 0; other < classes + 2; ++other) {
+      EXPECT_EQ(matrix->GetResult(id, other), count([&](auto t, auto a) { return t == id && a == other; }));
+    }
+  }
+}
+
+TEST(ErrorMatrixTest, KeepsCellsApartWhoseKeysWouldMeetIn32Bits) {
+  Ref const matrix(ErrorMatrix::Create(70'000));
+  matrix->Increase(1, 61'357);  // 70,000 * 61,357 + 1 is 2^32 + 22,705
+  EXPECT_EQ(matrix->GetResult(22'705, 0), 0U);
+  EXPECT_EQ(matrix->GetResult(1, 61'357), 1U);
+  EXPECT_EQ(matrix->GetResult(70'001, 61'356), 0U);  // nor may an id beyond the range meet a cell
+}
+
+TEST(ErrorMatrixTest, RefusesSingleTotalsOfClassesThatItHasNot) {
+  Ref const matrix(ErrorMatrix::Create(3));
+  matrix->IncreaseClassCount(2);
+  matrix->IncreaseClassImported(2);
+  matrix->IncreaseClassExported(2);
+  EXPECT_EQ(matrix->GetClassCount(2) + matrix->GetClassImported(2) + matrix->GetClassExported(2), 3U);
+  for (auto const operation :
+       {&ErrorMatrix::IncreaseClassCount, &ErrorMatrix::IncreaseClassImported, &ErrorMatrix::IncreaseClassExported}) {
+    EXPECT_THROW((matrix.Get()->*operation)(3), OutOfBoundsException);
+  }
+  for (auto const operation :
+       {&ErrorMatrix::GetClassCount, &ErrorMatrix::GetClassImported, &ErrorMatrix::GetClassExported}) {
+    EXPECT_THROW((matrix.Get()->*operation)(0xFFFFFFFF), OutOfBoundsException);
+  }
+}
+
+TEST(ErrorMatrixTest, CountsAllOrNothingWhenMemoryRunsOut) {
+  EXPECT_THROW(ErrorMatrix::Create(0xFFFFFFFF), BaseException);
+  EXPECT_EQ(FailEachAllocation([] { Ref(ErrorMatrix::Create(3)); }, [] {}), 5U);
+  Ref const matrix(ErrorMatrix::Create(3));
+  auto const empty = [&] { EXPECT_EQ(matrix->GetDocCount() + matrix->GetClassCount(1) + matrix->GetResult(1, 2), 0U); };
+  EXPECT_EQ(FailEachAllocation([&] { matrix->Increase(1, 2); }, empty), 1U);
+  EXPECT_EQ(matrix->GetResult(1, 2), 1U);
+}
+
+constexpr unsigned int uncounted = 99;
+
+/// Puts a document of class 1 with these entries through a visitor; gives the class under which it was counted.
+unsigned int Assign(Items const& items, double best, double distance, bool useFinalFlag = false) {
+  Ref const document(DocumentNode::Create(1, nullptr));
+  auto* const result = SparseResult::Create();
+  result->SetResults(items);
+  document->AddRepresentation(result);
+  Ref const matrix(ErrorMatrix::Create(10));
+  ErrorMatrixVisitor visitor(matrix.Get(), best, distance);
+  visitor.SetUseFinalFlag(useFinalFlag);
+  document->Visit(&visitor);
+  for (unsigned int id = 0; id < 10; ++id) {
+    if (matrix->GetResult(1, id) == 1) return id;
+  }
+  return uncounted;
+}
+
+TEST(ErrorMatrixVisitorTest, AssignsOrRejects) {
+  constexpr double no = std::numeric_limits<double>::quiet_NaN();
+  struct {
+    Items items;
+    double best;
+    double distance;
+    unsigned int assigned;
+  } const cases[] = {
+      {{}, 0.0, 0.0, 0},
+      {{Item(3, 0.75F), Item(4, 0.5F)}, 0.75, 0.25, 3},
+      {{Item(3, 0.75F), Item(4, 0.5F)}, 0.76, 0.0, 0},
+      {{Item(3, 0.75F), Item(4, 0.5F)}, 0.0, 0.26, 0},
+      {{Item(3, 0.75F)}, 0.0, 0.75, 3},  // alone, it is ahead of 0.0
+      {{Item(3, 0.7F)}, 0.7, 0.0, 0},    // the float is below the double
+      {{Item(3, 0.5F), Item(4, 0.75F)}, 0.0, 0.0, 0},
+      {{Item(3, 0.5F), Item(4, 0.75F)}, 0.0, -0.25, 3},
+      {{Item(3, 0.0F)}, 0.0, 0.0, 3},
+      {{Item(3, notANumber)}, 0.0, 0.0, 0},
+      {{Item(3, 0.5F), Item(4, notANumber)}, 0.0, 0.0, 0},
+      {{Item(3, infinite), Item(4, infinite)}, 0.0, 0.0, 0},
+      {{Item(3, 0.5F)}, no, 0.0, 0},
+      {{Item(3, 0.5F)}, 0.0, no, 0},
+  };
+  for (auto const& [items, best, distance, assigned] : cases) EXPECT_EQ(Assign(items, best, distance), assigned);
+  // With the final flag no threshold counts.
+  EXPECT_EQ(Assign({Item(3, 0.5F), Item(4, -1.0F, 3), Item(5, 0.4F, 1)}, 1.0, 1.0, true), 4U);
+  EXPECT_EQ(Assign({Item(3, 0.5F)}, 0.0, 0.0, true), 0U);
+}
+
+TEST(ErrorMatrixVisitorTest, CountsTheDocumentsOfATreeThatHaveAnyFeature) {
+  Ref const root(DocumentNode::Create(1, nullptr));  // without a feature: not counted
+  auto* const withNode = DocumentNode::Create(1, nullptr);
+  withNode->AddFeature(ProbeNode::Create("feature"));
+  root->AddChild(withNode);
+  auto* const withForeign = DocumentNode::Create(2, nullptr);
+  withForeign->AddRepresentation(TaggedNode::Create("Fres"));
+  root->AddChild(withForeign);
+  root->AddChild(ProbeNode::Create("no document"));
+  auto* const withResult = DocumentNode::Create(3, nullptr);
+  auto* const result = FullResult::Create();
+  result->SetResults(std::vector<float>{0.0F, 0.0F, 0.0F, 0.9F, 0.5F});
+  withResult->AddRepresentation(result);
+  withForeign->AddChild(withResult);
+
+  Ref const matrix(ErrorMatrix::Create(5));
+  ErrorMatrixVisitor visitor(matrix.Get(), 0.0, 0.0);
+  EXPECT_EQ(visitor.GetResultTag(), SparseResult::GetDefaultTag());
+  visitor.SetResultTag(FullResult::GetDefaultTag());
+  root->Visit(&visitor);
+  EXPECT_EQ(matrix->GetDocCount(), 3U);
+  EXPECT_EQ(matrix->GetResult(1, 0), 1U);
+  EXPECT_EQ(matrix->GetResult(2, 0), 1U);
+  EXPECT_EQ(matrix->GetResult(3, 3), 1U);
+}
+
+}  // namespace
+}  // namespace ZaM::test

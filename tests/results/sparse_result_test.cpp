@@ -1,0 +1,97 @@
+#include "zam/results/sparse_result.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/failing_allocation.h"
+#include "tests/support/result_items.h"
+
+namespace ZaM::test {
+namespace {
+
+Ref<SparseResult> Make(Items const& items) {
+  Ref<SparseResult> result(SparseResult::Create());
+  result->SetResults(items);
+  return result;
+}
+
+TEST(ResultItemTest, BeginsAsAScoredClassAndBecomesOneAgainWithoutAType) {
+  IndexedResult item;
+  EXPECT_EQ(item, Item(0, 0.0F, 2));
+  item.SetResType(ResultTypeFinal);
+  item.Set(4, 0.5F);
+  EXPECT_EQ(item, Item(4, 0.5F, 2));
+  EXPECT_EQ(FullResultItem().GetValue(), 0.0F);
+  EXPECT_EQ(FullResultItem().GetResType(), ResultTypeScored);
+}
+
+TEST(SparseResultTest, KeepsOneEntryPerClassAndGroup) {
+  struct {
+    Items set;
+    Items list;
+  } const cases[] = {
+      {{Item(4, 0.5F, 2), Item(4, 0.1F, 1)}, {Item(4, 0.1F, 1)}},
+      {{Item(4, 0.5F, 2), Item(4, 0.1F, 0x1002)}, {Item(4, 0.5F, 2), Item(4, 0.1F, 0x1002)}},
+      {{Item(4, 0.5F, 2), Item(4, 0.1F, 0x8FF1)}, {Item(4, 0.1F, 0x8FF1)}},  // none of these bits is the group's
+      {{Item(9, 0.1F), Item(4, 0.5F, 0x4000), Item(4, 0.6F, 0x2000), Item(9, 0.3F), Item(4, 0.7F, 0x4001)},
+       {Item(9, 0.3F), Item(4, 0.7F, 0x4001), Item(4, 0.6F, 0x2000)}},
+      {{Item(0, 0.1F), Item(0xFFFFFFFF, notANumber, 0x7000), Item(0xFFFFFFFF, 0.0F, -1)},
+       {Item(0, 0.1F), Item(0xFFFFFFFF, 0.0F, -1)}},
+  };
+  for (auto const& [set, list] : cases) {
+    Ref const result(SparseResult::Create());
+    EXPECT_FALSE(result->IsValid());
+    for (auto const& item : set) result->SetResultItem(item.GetIndex(), item.GetValue(), item.GetResType());
+    EXPECT_EQ(result->GetBestResults(1), list);  // the whole list, whatever is asked for
+    EXPECT_TRUE(result->IsValid());
+
+    // A copy of the entries as they were set ends in the same list.
+    Ref const raw = Make(set);
+    raw->SetTagName("Abcd");
+    Ref const clone(dynamic_cast<SparseResult*>(raw->Clone()));
+    EXPECT_EQ(clone->GetResults(), list);
+    EXPECT_EQ(clone->GetTagName(), "Sres");
+    EXPECT_EQ(raw->GetResults(), set);
+  }
+}
+
+TEST(SparseResultTest, AnswersForTheFirstEntryOfAClassAndForFinalClassesInOrder) {
+  Ref const result = Make({Item(4, 0.5F, 2), Item(7, 0.2F, 3), Item(4, 0.9F, 0x1001), Item(9, 0.1F, 1)});
+  EXPECT_EQ(result->GetResult(4), 0.5F);
+  EXPECT_EQ(result->GetResultType(4), ResultTypeScored);
+  EXPECT_EQ(result->GetResult(5), 0.0F);
+  EXPECT_EQ(result->GetResultType(5), ResultTypeNone);
+  EXPECT_EQ(result->GetFinalClassCount(), 3U);
+  for (unsigned int const n : {0U, 1U, 2U, 3U, 0xFFFFFFFFU}) {
+    EXPECT_EQ(result->GetFinalClassId(n), n == 0 ? 7U : n == 1 ? 4U : n == 2 ? 9U : 0U);
+  }
+}
+
+TEST(SparseResultTest, SortsWhateverTheValuesAre) {
+  Items items;
+  for (unsigned int i = 0; i < 100; ++i) items.push_back(Item(i, i % 3 == 0 ? notANumber : static_cast<float>(i % 7)));
+  items.push_back(Item(100, -infinite));
+  items.push_back(Item(101, infinite));
+  Ref const result = Make(items);
+  result->SortResults();
+  Items const sorted = result->GetResults();
+  ASSERT_EQ(sorted.size(), items.size());
+  EXPECT_EQ(sorted.front(), Item(101, infinite));
+  EXPECT_EQ(sorted[67], Item(100, -infinite));  // behind it only the 34 that are no numbers
+  for (std::size_t i = 1; i < 68; ++i) EXPECT_GE(sorted[i - 1].GetValue(), sorted[i].GetValue());
+  EXPECT_EQ(sorted.back(), Item(99, notANumber));
+}
+
+TEST(SparseResultTest, KeepsItsListWhenMemoryRunsOutOrWhenGivenItself) {
+  Items const items = {Item(1, 0.1F), Item(2, 0.2F)};
+  Ref const result = Make(items);
+  SparseResult const& same = *result;
+  result->SetResults(same.GetResults());
+  auto const unchanged = [&] { EXPECT_EQ(same.GetResults(), items); };
+  unchanged();
+  EXPECT_GE(FailEachAllocation([&] { Ref(result->Clone()); }, unchanged), 2U);
+  EXPECT_EQ(FailEachAllocation([&] { result->SetResults(items); }, unchanged), 1U);
+  EXPECT_EQ(FailEachAllocation([&] { result->SetResultItem(3, 0.3F, ResultTypeScored); }, unchanged), 1U);
+}
+
+}  // namespace
+}  // namespace ZaM::test

@@ -1,0 +1,127 @@
+#include "zam/results/full_result.h"
+
+#include <cstdint>
+#include <utility>
+
+#include "zam/foundation/create_counted.h"
+#include "zam/foundation/ref.h"
+#include "zam/results/best_results.h"
+
+namespace ZaM {
+
+namespace {
+
+void checkSlotCount(std::uint64_t count) {
+  if (count > FullResult::MaxSlots) throw BaseException(5);
+}
+
+bool isCandidate(FullResultItem const& slot) {
+  return slot.GetValue() > 0.0F || slot.GetResType() == ResultTypeFinal;
+}
+
+}  // namespace
+
+constinit RepTag const FullResult::DefaultTag = {{'F', 'r', 'e', 's'}};
+
+FullResult* FullResult::Create() {
+  return CreateCounted([] { return new FullResult; });
+}
+
+FullResult::~FullResult() = default;
+
+void FullResult::Initialize(unsigned int classCount, FullResultItem* item) {
+  std::uint64_t const count = std::uint64_t{classCount} + 1;
+  checkSlotCount(count);
+  replaceSlots(ReportOutOfMemory([&] { return std::vector<FullResultItem>(count, item ? *item : FullResultItem()); }));
+}
+
+void FullResult::SetResults(std::vector<float> const& values) {
+  checkSlotCount(values.size());
+  auto items = ReportOutOfMemory([&] { return std::vector<FullResultItem>(values.size()); });
+  for (std::size_t i = 0; i < values.size(); ++i) items[i].SetValue(values[i]);
+  replaceSlots(std::move(items));
+}
+
+void FullResult::SetResults(std::vector<FullResultItem> const& items) {
+  checkSlotCount(items.size());
+  replaceSlots(ReportOutOfMemory([&] { return std::vector<FullResultItem>(items); }));
+}
+
+std::vector<FullResultItem> FullResult::GetResults() {
+  return ReportOutOfMemory([this] { return std::vector<FullResultItem>(results); });
+}
+
+bool FullResult::IsValid() const {
+  return !results.empty();
+}
+
+float FullResult::GetResult(unsigned int classId) const {
+  return classId < results.size() ? results[classId].GetValue() : 0.0F;
+}
+
+std::vector<IndexedResult> const& FullResult::GetBestResults(unsigned int count) {
+  std::size_t const wanted = count != 0 ? count : results.size();
+  if (wanted <= bestResults.size()) return bestResults;
+
+  std::vector<IndexedResult> best;
+  ReportOutOfMemory([&] {
+    IndexedResult candidate;
+    for (unsigned int i = 0; i < results.size(); ++i) {
+      if (!isCandidate(results[i])) continue;
+      candidate.Set(i, results[i].GetValue(), results[i].GetResType());
+      detail::OfferToBest(best, wanted, candidate);
+    }
+    detail::SortBest(best);
+  });
+  bestResults = std::move(best);
+  return bestResults;
+}
+
+eResultType FullResult::GetResultType(unsigned int classId) const {
+  return classId < results.size() ? results[classId].GetResType() : ResultTypeNone;
+}
+
+void FullResult::SetResultItem(unsigned int classId, float value, eResultType type) {
+  std::uint64_t const needed = std::uint64_t{classId} + 1;
+  checkSlotCount(needed);
+  if (needed > results.size()) ReportOutOfMemory([&] { results.resize(needed); });
+
+  FullResultItem& slot = results[classId];
+  slot.SetResType(type);
+  if (value == slot.GetValue()) return;  // what isn't a number differs from everything
+  slot.SetValue(value);
+  bestResults.clear();
+}
+
+unsigned int FullResult::GetFinalClassCount() {
+  unsigned int count = 0;
+  for (std::size_t i = 1; i < results.size(); ++i) {
+    if (IsFinalType(results[i].GetResType())) ++count;
+  }
+  return count;
+}
+
+unsigned int FullResult::GetFinalClassId(unsigned int n) {
+  for (unsigned int i = 1; i < results.size(); ++i) {
+    if (IsFinalType(results[i].GetResType()) && n-- == 0) return i;
+  }
+  return 0;
+}
+
+Result* FullResult::Clone() {
+  Ref<FullResult> clone(Create());
+  clone->SetResults(results);
+  return clone.Detach();
+}
+
+void FullResult::OnStartElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/,
+                                unsigned char const** /*attributes*/) {}
+
+void FullResult::OnEndElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/) {}
+
+void FullResult::replaceSlots(std::vector<FullResultItem> items) {
+  results = std::move(items);
+  bestResults.clear();
+}
+
+}  // namespace ZaM

@@ -1,0 +1,94 @@
+// The result that holds a slot for each class id.
+#ifndef ZAM_RESULTS_FULL_RESULT_H
+#define ZAM_RESULTS_FULL_RESULT_H
+
+#include <vector>
+
+#include "zam/foundation/export.h"
+#include "zam/results/result.h"
+#include "zam/xml/xml_sax_callback.h"
+
+namespace ZaM {
+
+/// A slot for each class id from 0 to the greatest in use, so that a class is found by its position. Slot 0 belongs to
+/// no class: it is never a final class, though it may be among the best.
+///
+/// A class id or a stored count can ask for billions of slots, so there is a bound: see `MaxSlots`.
+///
+/// Stored results are not read yet: as an XmlSaxCallback it passes every element over.
+///
+/// Owning, Threads: see Result.
+/// Errors:   BaseException with id 5 when memory runs out, or when more than `MaxSlots` slots are asked for; the object
+///           is then unchanged.
+class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
+ public:
+  /// The greatest number of slots: 2²⁷, which are 1 GiB. The greatest class id is one less.
+  static constexpr unsigned int MaxSlots = 1U << 27;
+
+  /// The tag "Fres".
+  static RepTag const DefaultTag;
+  static RepTag const& GetDefaultTag() { return DefaultTag; }
+
+  /// A result without slots under the default tag.
+  static FullResult* Create();
+
+  FullResult(FullResult const&) = default;
+  FullResult& operator=(FullResult const&) = default;
+
+  /// Replaces the slots by `classCount` + 1 copies of `*item`, which may be one of the slots, or of a default item if
+  /// `item` is null.
+  void Initialize(unsigned int classCount, FullResultItem* item);
+
+  /// Replaces the slots by one per value, of the type `ResultTypeScored`. Nothing is added for slot 0: the first value
+  /// is that of slot 0.
+  void SetResults(std::vector<float> const& values);
+
+  /// Replaces the slots by a copy of `items`, which may be the object's own.
+  void SetResults(std::vector<FullResultItem> const& items);
+
+  /// A copy of the slots.
+  std::vector<FullResultItem> GetResults();
+  /// The slots themselves, which change with the object.
+  std::vector<FullResultItem> const& GetResults() const { return results; }
+
+  /// True when there are slots.
+  bool IsValid() const override;
+
+  float GetResult(unsigned int classId) const override;
+
+  /// The classes with a value above 0, and those of exactly the type `ResultTypeFinal` whatever their value: at most
+  /// `count` of them, or all for a `count` of 0. The order is by value, greatest first, then by class id, lowest first;
+  /// values that are not numbers come last. If no class qualifies, the one entry (0, 0.0, `ResultTypeScored`).
+  ///
+  /// The list is kept and is answered again, as it stands, as long as it holds `count` entries (for 0: as many as there
+  /// are slots), so that it may be longer than asked for. A changed value drops it; a changed type or new slots without
+  /// a value don't, and it then goes on showing what it showed.
+  std::vector<IndexedResult> const& GetBestResults(unsigned int count) override;
+
+  eResultType GetResultType(unsigned int classId) const override;
+
+  /// Sets a slot; slots that are missing up to it are added with the value 0.0 and the type `ResultTypeScored`.
+  void SetResultItem(unsigned int classId, float value, eResultType type) override;
+
+  unsigned int GetFinalClassCount() override;
+  unsigned int GetFinalClassId(unsigned int n) override;
+  Result* Clone() override;
+
+  /// Passes the element over.
+  void OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override;
+  void OnEndElement(XmlSaxParser* parser, unsigned char const* name) override;
+
+ protected:
+  explicit FullResult(RepTag const& given = GetDefaultTag()) : Result(given) {}
+  ~FullResult() override;
+
+ private:
+  void replaceSlots(std::vector<FullResultItem> items);
+
+  std::vector<FullResultItem> results;     // slot i belongs to class id i; at most MaxSlots
+  std::vector<IndexedResult> bestResults;  // the answer of GetBestResults; empty when there is none to keep
+};
+
+}  // namespace ZaM
+
+#endif

@@ -1,0 +1,7 @@
+#include "zam/results/result.h"
+
+namespace ZaM {
+
+Result::~Result() = default;
+
+}  // namespace ZaM

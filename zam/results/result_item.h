@@ -1,0 +1,56 @@
+// The two records that results are made of.
+#ifndef ZAM_RESULTS_RESULT_ITEM_H
+#define ZAM_RESULTS_RESULT_ITEM_H
+
+#include "zam/results/result_type.h"
+
+namespace ZaM {
+
+/// One class's entry in a list: class id, confidence and type.
+class IndexedResult {
+ public:
+  /// Sets class id and confidence, and puts the type back to `ResultTypeScored`.
+  void Set(unsigned int classId, float confidence) { Set(classId, confidence, ResultTypeScored); }
+  void Set(unsigned int classId, float confidence, eResultType type) {
+    index = classId;
+    value = confidence;
+    resType = type;
+  }
+
+  void SetIndex(unsigned int classId) { index = classId; }
+  unsigned int GetIndex() const { return index; }
+
+  void SetValue(float confidence) { value = confidence; }
+  float GetValue() const { return value; }
+
+  void SetResType(eResultType type) { resType = type; }
+  eResultType GetResType() const { return resType; }
+
+ private:
+  unsigned int index = 0;  // the class id
+  float value = 0.0F;      // the confidence
+  eResultType resType = ResultTypeScored;
+};
+
+/// One class's slot in a `FullResult`: confidence and type. The slot's position is the class id.
+class FullResultItem {
+ public:
+  void Set(float confidence, eResultType type) {
+    value = confidence;
+    resType = type;
+  }
+
+  void SetValue(float confidence) { value = confidence; }
+  float GetValue() const { return value; }
+
+  void SetResType(eResultType type) { resType = type; }
+  eResultType GetResType() const { return resType; }
+
+ private:
+  float value = 0.0F;  // the confidence
+  eResultType resType = ResultTypeScored;
+};
+
+}  // namespace ZaM
+
+#endif

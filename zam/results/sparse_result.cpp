@@ -1,0 +1,101 @@
+#include "zam/results/sparse_result.h"
+
+#include <algorithm>
+
+#include "zam/foundation/create_counted.h"
+#include "zam/foundation/ref.h"
+#include "zam/results/best_results.h"
+
+namespace ZaM {
+
+namespace {
+
+bool isFinal(IndexedResult const& entry) {
+  return IsFinalType(entry.GetResType());
+}
+
+bool isSameGroup(eResultType a, eResultType b) {
+  return ((a ^ b) & ResultTypeGroupMask) == 0;
+}
+
+}  // namespace
+
+constinit RepTag const SparseResult::DefaultTag = {{'S', 'r', 'e', 's'}};
+
+SparseResult* SparseResult::Create() {
+  return CreateCounted([] { return new SparseResult; });
+}
+
+SparseResult::~SparseResult() = default;
+
+void SparseResult::SetResults(std::vector<IndexedResult> const& items) {
+  results = ReportOutOfMemory([&] { return std::vector<IndexedResult>(items); });
+}
+
+std::vector<IndexedResult> SparseResult::GetResults() {
+  return ReportOutOfMemory([this] { return std::vector<IndexedResult>(results); });
+}
+
+void SparseResult::SortResults() {
+  std::sort(results.begin(), results.end(), detail::ComesBefore);
+}
+
+bool SparseResult::IsValid() const {
+  return !results.empty();
+}
+
+float SparseResult::GetResult(unsigned int classId) const {
+  IndexedResult const* const entry = find(classId);
+  return entry ? entry->GetValue() : 0.0F;
+}
+
+std::vector<IndexedResult> const& SparseResult::GetBestResults(unsigned int /*count*/) {
+  return results;
+}
+
+eResultType SparseResult::GetResultType(unsigned int classId) const {
+  IndexedResult const* const entry = find(classId);
+  return entry ? entry->GetResType() : ResultTypeNone;
+}
+
+void SparseResult::SetResultItem(unsigned int classId, float value, eResultType type) {
+  auto const match = std::find_if(results.begin(), results.end(), [&](IndexedResult const& entry) {
+    return entry.GetIndex() == classId && isSameGroup(entry.GetResType(), type);
+  });
+  IndexedResult& entry = match != results.end()
+                             ? *match
+                             : ReportOutOfMemory([this]() -> IndexedResult& { return results.emplace_back(); });
+  entry.Set(classId, value, type);
+}
+
+unsigned int SparseResult::GetFinalClassCount() {
+  return static_cast<unsigned int>(std::count_if(results.begin(), results.end(), isFinal));
+}
+
+unsigned int SparseResult::GetFinalClassId(unsigned int n) {
+  for (IndexedResult const& entry : results) {
+    if (isFinal(entry) && n-- == 0) return entry.GetIndex();
+  }
+  return 0;
+}
+
+Result* SparseResult::Clone() {
+  Ref<SparseResult> clone(Create());
+  for (IndexedResult const& entry : results) {
+    clone->SetResultItem(entry.GetIndex(), entry.GetValue(), entry.GetResType());
+  }
+  return clone.Detach();
+}
+
+void SparseResult::OnStartElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/,
+                                  unsigned char const** /*attributes*/) {}
+
+void SparseResult::OnEndElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/) {}
+
+IndexedResult const* SparseResult::find(unsigned int classId) const {
+  auto const match = std::find_if(results.begin(), results.end(),
+                                  [classId](IndexedResult const& entry) { return entry.GetIndex() == classId; });
+  return match != results.end() ? &*match : nullptr;
+}
+
+}  // namespace ZaM

@@ -1,0 +1,83 @@
+// The result that holds only the classes that matter.
+#ifndef ZAM_RESULTS_SPARSE_RESULT_H
+#define ZAM_RESULTS_SPARSE_RESULT_H
+
+#include <vector>
+
+#include "zam/foundation/export.h"
+#include "zam/results/result.h"
+#include "zam/xml/xml_sax_callback.h"
+
+namespace ZaM {
+
+/// A list of class entries, in the order in which they were set, sorted or supplied. Its size doesn't depend on the
+/// number of classes; each lookup is a walk over it.
+///
+/// Several entries may have one class id: `SetResultItem` keeps those apart whose types differ in the bits of
+/// `ResultTypeGroupMask`, and `SetResults` takes a list as it comes. Lookups find the first.
+///
+/// Stored results are not read yet: as an XmlSaxCallback it passes every element over.
+///
+/// Owning, Threads, Errors: see Result.
+class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
+ public:
+  /// The tag "Sres".
+  static RepTag const DefaultTag;
+  static RepTag const& GetDefaultTag() { return DefaultTag; }
+
+  /// An empty result under the default tag.
+  static SparseResult* Create();
+
+  SparseResult(SparseResult const&) = default;
+  SparseResult& operator=(SparseResult const&) = default;
+
+  /// Replaces the list by a copy of `items`, as it stands. `items` may be the object's own list.
+  void SetResults(std::vector<IndexedResult> const& items);
+
+  /// A copy of the list.
+  std::vector<IndexedResult> GetResults();
+  /// The list itself, which changes with the object.
+  std::vector<IndexedResult> const& GetResults() const { return results; }
+
+  /// Sorts the list by value, greatest first; of equal values the lower class id first; values that are not numbers
+  /// last.
+  void SortResults();
+
+  /// True when the list isn't empty.
+  bool IsValid() const override;
+
+  float GetResult(unsigned int classId) const override;
+
+  /// The whole list in its present order, whatever `count` is: call `SortResults` first to have the best in front.
+  std::vector<IndexedResult> const& GetBestResults(unsigned int count) override;
+
+  eResultType GetResultType(unsigned int classId) const override;
+
+  /// Overwrites value and type of the first entry that has this class id and the group bits of `type`; appends a new
+  /// entry if there is none.
+  void SetResultItem(unsigned int classId, float value, eResultType type) override;
+
+  unsigned int GetFinalClassCount() override;
+  unsigned int GetFinalClassId(unsigned int n) override;
+
+  /// Sets each entry on a new result: entries of one class id and group become one, in the place of the first and with
+  /// the value and type of the last.
+  Result* Clone() override;
+
+  /// Passes the element over.
+  void OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override;
+  void OnEndElement(XmlSaxParser* parser, unsigned char const* name) override;
+
+ protected:
+  explicit SparseResult(RepTag const& given = GetDefaultTag()) : Result(given) {}
+  ~SparseResult() override;
+
+ private:
+  IndexedResult const* find(unsigned int classId) const;
+
+  std::vector<IndexedResult> results;
+};
+
+}  // namespace ZaM
+
+#endif
