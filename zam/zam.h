@@ -2,10 +2,14 @@
 #ifndef ZAM_ZAM_H
 #define ZAM_ZAM_H
 
+#include "zam/algorithms/bayes_classifier.h"
+#include "zam/algorithms/bayes_control.h"
 #include "zam/foundation/create_counted.h"
-#include "zam/foundation/export.h"
 #include "zam/foundation/exceptions.h"
+#include "zam/foundation/export.h"
+#include "zam/foundation/module.h"
 #include "zam/foundation/ref.h"
+#include "zam/foundation/res_mgr.h"
 #include "zam/foundation/types.h"
 #include "zam/model/algorithm.h"
 #include "zam/model/analyzer.h"
@@ -21,5 +25,13 @@
 #include "zam/model/transformer.h"
 #include "zam/model/vector_iterator.h"
 #include "zam/model/visitor.h"
+#include "zam/results/error_matrix.h"
+#include "zam/results/error_matrix_visitor.h"
+#include "zam/results/full_result.h"
+#include "zam/results/result.h"
+#include "zam/results/result_item.h"
+#include "zam/results/result_type.h"
+#include "zam/results/sparse_result.h"
+#include "zam/xml/xml_sax_callback.h"
 
 #endif
