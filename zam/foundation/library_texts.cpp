@@ -1,0 +1,80 @@
+#include "zam/foundation/library_texts.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <new>
+#include <type_traits>
+
+#include "zam/foundation/messages.h"
+#include "zam/platform/files.h"
+
+namespace ZaM::detail {
+
+namespace {
+
+/// Holds no memory of its own and needs no destruction, so that its texts outlast everything but the code itself.
+class OwnModule final : public Module {
+ public:
+  OwnModule() {
+    try {
+      wstring const folder = platform::FolderOfThisLibrary();
+      if (!folder.empty()) setPath(folder + u"/zam/zam.mod");
+    } catch (std::bad_alloc const&) {
+      // Without a path there are no satellites, which is no failure.
+    }
+  }
+
+  [[nodiscard]] std::u16string_view GetPath() const override { return {path.data(), pathLength}; }
+
+  [[nodiscard]] std::u16string_view FindText(unsigned int id) const override {
+    auto const texts = BuiltInTexts();
+    auto const found = std::ranges::lower_bound(texts, id, {}, &BuiltInText::id);
+    return found == texts.end() || found->id != id ? std::u16string_view() : found->text;
+  }
+
+ private:
+  /// A path too long for a module's is left out.
+  void setPath(std::u16string_view whole) {
+    if (whole.size() > path.size()) return;
+    std::copy(whole.begin(), whole.end(), path.begin());
+    pathLength = whole.size();
+  }
+
+  std::array<wchar, 1023> path;
+  std::size_t pathLength = 0;
+};
+
+static_assert(std::is_trivially_destructible_v<OwnModule>);
+
+ResMgr* MakeInstance(std::byte* storage) {
+  auto* const instance = new (storage) ResMgr;
+  instance->Init(LibraryModule());
+  return instance;
+}
+
+LibraryTexts const fromLoadToUnload;
+
+}  // namespace
+
+HINSTANCE LibraryModule() {
+  static OwnModule const module;
+  return &module;
+}
+
+LibraryTexts::LibraryTexts() {
+  Instance();
+}
+
+LibraryTexts::~LibraryTexts() {
+  Instance().freeSatellites();
+}
+
+ResMgr& LibraryTexts::Instance() {
+  // Never destroyed: a program's last static objects may still ask for texts.
+  alignas(ResMgr) static std::byte storage[sizeof(ResMgr)];
+  static ResMgr* const instance = MakeInstance(storage);
+  return *instance;
+}
+
+}  // namespace ZaM::detail

@@ -1,0 +1,171 @@
+#include "zam/foundation/res_mgr.h"
+
+#include <algorithm>
+#include <new>
+#include <optional>
+#include <span>
+#include <utility>
+
+#include "zam/foundation/format_text.h"
+#include "zam/foundation/satellite_file.h"
+#include "zam/platform/environment.h"
+#include "zam/platform/files.h"
+
+namespace ZaM {
+
+namespace {
+
+constexpr std::size_t capacity = 1024;  // of a formatted text, a path and a variable's value, terminator included
+constexpr std::u16string_view fallbackLanguage = u"en";
+
+struct SystemLanguage {
+  std::uint16_t primaryId;
+  std::u16string_view code;
+};
+
+constexpr SystemLanguage systemLanguages[] = {{0x03, u"ca"}, {0x07, u"de"}, {0x09, u"en"}, {0x0A, u"es"},
+                                              {0x0C, u"fr"}, {0x10, u"it"}, {0x16, u"pt"}};
+
+std::vector<wstring> LanguagesOf(wstring const& setting) {
+  if (setting.size() >= capacity) return {};
+  std::size_t const dash = setting.find(u'-');
+  if (dash == setting.npos) return {setting};
+  return {setting, setting.substr(0, dash)};
+}
+
+/// The languages to be tried, in order.
+std::vector<wstring> Languages() {
+  wstring const setting = platform::EnvironmentVariable("Telvo Components Language");
+  if (!setting.empty()) return LanguagesOf(setting);
+
+  auto const primaryId = platform::UserLanguageId() & 0x3FF;
+  for (SystemLanguage const& known : systemLanguages) {
+    if (known.primaryId == primaryId) return {wstring(known.code)};
+  }
+  return {};
+}
+
+bool StaysInFolder(std::u16string_view name) {
+  return name.find_first_of(u"/\\") == name.npos && name.find(u"..") == name.npos;
+}
+
+wstring Format(std::u16string_view text, std::span<detail::FormatArgument const> arguments) {
+  return detail::FormatText(text, arguments, capacity);
+}
+
+wstring Format(std::u16string_view text, unsigned int const* a) {
+  if (a == nullptr) return Format(text, {});
+  detail::FormatArgument const argument = std::uint32_t{*a};
+  return Format(text, {&argument, 1});
+}
+
+}  // namespace
+
+void ResMgr::Init(HINSTANCE module) {
+  Init(module, true);
+}
+
+void ResMgr::Init(HINSTANCE module, bool asDataFile) {
+  moduleHandle = module;
+  satelliteHandle = nullptr;
+  setLanguage(fallbackLanguage);
+  try {
+    chooseLanguage(asDataFile);
+  } catch (std::bad_alloc const&) {
+    // A missing satellite is no failure, and the module's own texts need no memory.
+  }
+}
+
+void ResMgr::chooseLanguage(bool asDataFile) {
+  std::u16string_view const path = moduleHandle == nullptr ? std::u16string_view() : moduleHandle->GetPath();
+  if (path.empty() || path.size() >= capacity) return;
+  std::size_t const separator = path.find_last_of(u"/\\");
+  bool const hasFolder = separator != path.npos;
+  wstring const folder(path.substr(0, hasFolder ? separator : 0));
+  wstring const fileName(path.substr(hasFolder ? separator + 1 : 0));
+
+  for (wstring const& candidate : Languages()) {
+    if (!StaysInFolder(candidate)) continue;
+    if (!LoadResources(folder + u"\\" + candidate + u"\\", fileName, asDataFile)) continue;
+    setLanguage(candidate);
+    return;
+  }
+}
+
+bool ResMgr::LoadResources(wstring folder, wstring fileName, bool /*asDataFile*/) {
+  fileName.resize(fileName.size() - std::min<std::size_t>(fileName.size(), 3));
+  wstring path = std::move(folder) + fileName + u"lng";
+  auto const bytes = platform::ReadFile(path, detail::satelliteLimit);
+  auto texts = bytes ? detail::DecodeSatellite(*bytes) : std::nullopt;
+  if (!texts) return false;
+  satellites.push_back(std::make_shared<TextModule const>(std::move(path), std::move(*texts)));
+  satelliteHandle = satellites.back().get();
+  return true;
+}
+
+void ResMgr::setLanguage(std::u16string_view code) {
+  constexpr std::size_t most = std::size(decltype(language){}) - 1;
+  std::size_t length = std::min(code.size(), most);
+  if (length < code.size() && (code[length - 1] & 0xFC00) == 0xD800) --length;
+  std::fill(std::copy_n(code.begin(), length, std::begin(language)), std::end(language), u'\0');
+}
+
+void ResMgr::freeSatellites() {
+  satelliteHandle = nullptr;
+  std::exchange(satellites, {});
+}
+
+HINSTANCE ResMgr::GetResourceHandle() const {
+  return satelliteHandle != nullptr ? satelliteHandle : moduleHandle;
+}
+
+wchar* ResMgr::GetLanguage() {
+  return language;
+}
+
+bool ResMgr::GetString(unsigned int id, wstring& text) const {
+  for (HINSTANCE const source : {satelliteHandle, moduleHandle}) {
+    std::u16string_view const found = source == nullptr ? std::u16string_view() : source->FindText(id);
+    if (found.empty()) continue;
+    text = found;
+    return true;
+  }
+  text = Format(u"Resource string #%d not found!", &id);
+  return false;
+}
+
+wstring ResMgr::GetString(unsigned int id) const {
+  wstring text;
+  GetString(id, text);
+  return text;
+}
+
+wstring ResMgr::GetString(unsigned int id, wchar const* a, wchar const* b, wchar const* c) const {
+  wstring text;
+  if (!GetString(id, text)) return text;
+  detail::FormatArgument const arguments[] = {a, b, c};
+  std::size_t const count = b == nullptr ? 1 : c == nullptr ? 2 : 3;
+  return Format(text, std::span(arguments, count));
+}
+
+wstring ResMgr::GetStringL(unsigned int id, std::int32_t const* a, std::int32_t const* b, std::int32_t const* c) const {
+  wstring text;
+  if (!GetString(id, text)) return text;
+  std::vector<detail::FormatArgument> arguments;
+  for (std::int32_t const* const number : {a, b, c}) {
+    if (number == nullptr) break;
+    arguments.emplace_back(*number);
+  }
+  return Format(text, arguments);
+}
+
+wstring ResMgr::GetStringT(unsigned int id, unsigned int const* a) const {
+  wstring text;
+  return GetString(id, text) ? Format(text, a) : text;
+}
+
+wstring ResMgr::GetStringUI32(unsigned int id, unsigned int const* a) const {
+  return GetStringT(id, a);
+}
+
+}  // namespace ZaM

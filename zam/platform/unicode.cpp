@@ -1,0 +1,106 @@
+#include "zam/platform/unicode.h"
+
+#include <cstddef>
+
+namespace ZaM::platform {
+
+namespace {
+
+constexpr char32_t replacement = 0xFFFD;
+
+/// What a first byte promises. The bounds of the second byte shut out overlong forms, surrogates and what lies beyond
+/// U+10FFFF; a malformed first byte promises a replacement and nothing behind it.
+struct Lead {
+  int continuations;
+  char32_t bits;
+  unsigned char lowest = 0x80;
+  unsigned char highest = 0xBF;
+};
+
+Lead LeadOf(unsigned char byte) {
+  if (byte < 0x80) return {0, byte};
+  if (byte < 0xC2 || byte > 0xF4) return {0, replacement};
+  if (byte < 0xE0) return {1, byte & 0x1Fu};
+  if (byte == 0xE0) return {2, 0, 0xA0, 0xBF};
+  if (byte == 0xED) return {2, 0xD, 0x80, 0x9F};
+  if (byte < 0xF0) return {2, byte & 0x0Fu};
+  if (byte == 0xF0) return {3, 0, 0x90, 0xBF};
+  if (byte == 0xF4) return {3, 4, 0x80, 0x8F};
+  return {3, byte & 0x07u};
+}
+
+/// Takes one code point, or one malformed sequence, off the front of `bytes`, which isn't empty.
+char32_t TakeCodePoint(std::string_view& bytes) {
+  Lead lead = LeadOf(static_cast<unsigned char>(bytes[0]));
+  std::size_t length = 1;
+  for (; lead.continuations > 0; --lead.continuations, ++length) {
+    auto const byte = length < bytes.size() ? static_cast<unsigned char>(bytes[length]) : 0u;
+    if (byte < lead.lowest || byte > lead.highest) {
+      lead.bits = replacement;
+      break;
+    }
+    lead = {lead.continuations, lead.bits << 6 | (byte & 0x3Fu)};
+  }
+  bytes.remove_prefix(length);
+  return lead.bits;
+}
+
+bool IsHighSurrogate(char16_t unit) {
+  return unit >= 0xD800 && unit < 0xDC00;
+}
+bool IsLowSurrogate(char16_t unit) {
+  return unit >= 0xDC00 && unit < 0xE000;
+}
+
+char32_t TakeCodePoint(std::u16string_view& units) {
+  char16_t const first = units[0];
+  bool const pair = IsHighSurrogate(first) && units.size() > 1 && IsLowSurrogate(units[1]);
+  char16_t const second = pair ? units[1] : char16_t{};
+  units.remove_prefix(pair ? 2 : 1);
+  if (pair) return 0x10000u + ((first - 0xD800u) << 10) + (second - 0xDC00u);
+  return IsHighSurrogate(first) || IsLowSurrogate(first) ? replacement : first;
+}
+
+}  // namespace
+
+std::u16string Utf16FromUtf8(std::string_view bytes) {
+  std::u16string units;
+  units.reserve(bytes.size());
+  while (!bytes.empty()) {
+    char32_t const point = TakeCodePoint(bytes);
+    if (point < 0x10000) {
+      units += static_cast<char16_t>(point);
+    } else {
+      units += static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10));
+      units += static_cast<char16_t>(0xDC00 + (point & 0x3FF));
+    }
+  }
+  return units;
+}
+
+std::string Utf8FromUtf16(std::u16string_view units) {
+  std::string bytes;
+  bytes.reserve(units.size());
+  auto const continuation = [&](char32_t bits) { bytes += static_cast<char>(0x80 | (bits & 0x3F)); };
+  while (!units.empty()) {
+    char32_t const point = TakeCodePoint(units);
+    if (point < 0x80) {
+      bytes += static_cast<char>(point);
+    } else if (point < 0x800) {
+      bytes += static_cast<char>(0xC0 | point >> 6);
+      continuation(point);
+    } else if (point < 0x10000) {
+      bytes += static_cast<char>(0xE0 | point >> 12);
+      continuation(point >> 6);
+      continuation(point);
+    } else {
+      bytes += static_cast<char>(0xF0 | point >> 18);
+      continuation(point >> 12);
+      continuation(point >> 6);
+      continuation(point);
+    }
+  }
+  return bytes;
+}
+
+}  // namespace ZaM::platform

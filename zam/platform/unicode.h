@@ -1,0 +1,19 @@
+// UTF-8 and UTF-16, into each other. Both directions take anything: what is malformed becomes U+FFFD.
+#ifndef ZAM_PLATFORM_UNICODE_H
+#define ZAM_PLATFORM_UNICODE_H
+
+#include <string>
+#include <string_view>
+
+namespace ZaM::platform {
+
+/// Each malformed sequence, up to where it stops making sense, becomes one U+FFFD; this is what other decoders do too.
+[[nodiscard]] std::u16string Utf16FromUtf8(std::string_view bytes);
+
+/// Each surrogate without its other half becomes U+FFFD. What comes out is well-formed, so that well-formed UTF-8 is
+/// exactly what survives the way to UTF-16 and back.
+[[nodiscard]] std::string Utf8FromUtf16(std::u16string_view units);
+
+}  // namespace ZaM::platform
+
+#endif
