@@ -14,7 +14,7 @@ class Length : public ZaM::Node, public ZaM::Representation {
 // A class of documents: here just how many words they have as a rule.
 class Kind : public ZaM::DocumentNode, public ZaM::Representation {
  public:
-  Kind(unsigned int classId, double count) : DocumentNode(classId, nullptr), words(count) {}
+  Kind(unsigned int number, double count) : DocumentNode(number, nullptr), words(count) {}
   bool IsValid() const override { return true; }
   double dot(Representation const& document) const override {
     return 1 / (1 + std::abs(dynamic_cast<Length const&>(document).words - words));

@@ -28,8 +28,8 @@ class NumberVector : public ZaM::Node, public ZaM::Representation {
 // A class of the class tree, with the weights that it has learned.
 class LinearClass : public ZaM::DocumentNode, public ZaM::Representation {
  public:
-  static LinearClass* Create(unsigned int classId, ZaM::RepTag const& tag, std::vector<double> weights) {
-    return ZaM::CreateCounted([&] { return new LinearClass(classId, tag, std::move(weights)); });
+  static LinearClass* Create(unsigned int number, ZaM::RepTag const& tag, std::vector<double> weights) {
+    return ZaM::CreateCounted([&] { return new LinearClass(number, tag, std::move(weights)); });
   }
 
   bool IsValid() const override { return true; }
@@ -44,8 +44,8 @@ class LinearClass : public ZaM::DocumentNode, public ZaM::Representation {
   }
 
  protected:
-  LinearClass(unsigned int classId, ZaM::RepTag const& given, std::vector<double> learned)
-      : DocumentNode(classId, nullptr), Representation(given), weights(std::move(learned)) {}
+  LinearClass(unsigned int number, ZaM::RepTag const& given, std::vector<double> learned)
+      : DocumentNode(number, nullptr), Representation(given), weights(std::move(learned)) {}
 
  private:
   std::vector<double> const weights;
@@ -105,12 +105,12 @@ class Limit : public ZaM::CallBack {
  public:
   explicit Limit(unsigned int documents) { SetMaximum(documents); }
 
-  void Increment(unsigned int step, bool* cancel) override {
+  void Increment(unsigned int step, bool* stop) override {
     if (GetCurrent() == GetMaximum()) {
-      *cancel = true;
+      *stop = true;
       return;
     }
-    CallBack::Increment(step, cancel);
+    CallBack::Increment(step, stop);
   }
 };
 
