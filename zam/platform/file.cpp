@@ -1,0 +1,124 @@
+#include "zam/platform/file.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <utility>
+
+#include "zam/platform/files.h"
+
+namespace ZaM::platform {
+
+namespace {
+
+constexpr mode_t readableAndWritable = 0666;  // less what the process's mask takes away
+
+/// Repeats a call that a signal interrupted.
+template <class Call>
+auto Retry(Call call) {
+  auto result = call();
+  while (result == -1 && errno == EINTR) result = call();
+  return result;
+}
+
+bool IsOfType(int descriptor, mode_t type) {
+  struct stat status = {};
+  return fstat(descriptor, &status) == 0 && (status.st_mode & S_IFMT) == type;
+}
+
+/// False where another's lock is in the way; true also on file systems that have no locks.
+bool Lock(int descriptor, int kind) {
+  return Retry([&] { return flock(descriptor, kind | LOCK_NB); }) == 0 || errno != EWOULDBLOCK;
+}
+
+/// The native path, empty for one that the system would read as another: it ends at a zero.
+std::string OpenablePath(std::u16string_view path) {
+  std::string native = NativePath(path);
+  if (native.find('\0') != std::string::npos) native.clear();
+  return native;
+}
+
+/// Makes a file that nobody can open before it is locked: it gets its name last. -1 where there is a file of this name
+/// already, or where the file system has no files without a name.
+int CreateLocked(std::string const& path) {
+  std::size_t const separator = path.rfind('/');
+  std::string const folder = separator == std::string::npos ? "." : path.substr(0, separator + 1);
+  int const descriptor = open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, readableAndWritable);
+  if (descriptor < 0) return -1;
+  std::string const unnamed = "/proc/self/fd/" + std::to_string(descriptor);
+  if (Lock(descriptor, LOCK_EX) && linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+    return descriptor;
+  }
+  close(descriptor);
+  return -1;
+}
+
+}  // namespace
+
+File& File::operator=(File&& other) noexcept {
+  if (this == &other) return *this;
+  Close();
+  descriptor = other.Detach();
+  return *this;
+}
+
+File File::OpenForReading(std::u16string_view path) {
+  std::string const native = OpenablePath(path);
+  File file(Retry([&] { return open(native.c_str(), O_RDONLY | O_CLOEXEC); }));
+  if (!file.IsOpen() || IsOfType(file.descriptor, S_IFDIR)) return {};
+  if (IsOfType(file.descriptor, S_IFREG) && !Lock(file.descriptor, LOCK_SH)) return {};
+  return file;
+}
+
+File File::CreateForWriting(std::u16string_view path) {
+  std::string const native = OpenablePath(path);
+  File created(CreateLocked(native));
+  if (created.IsOpen()) return created;
+
+  // The lock comes before the truncation, so that nobody loses what they are reading.
+  File file(Retry([&] { return open(native.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, readableAndWritable); }));
+  if (!file.IsOpen() || !IsOfType(file.descriptor, S_IFREG)) return file;
+  if (!Lock(file.descriptor, LOCK_EX) || Retry([&] { return ftruncate(file.descriptor, 0); }) != 0) return {};
+  return file;
+}
+
+std::optional<std::uint64_t> File::Size() const {
+  struct stat status = {};
+  if (fstat(descriptor, &status) != 0) return std::nullopt;
+  return static_cast<std::uint64_t>(status.st_size);
+}
+
+std::optional<std::size_t> File::Read(std::span<char> bytes) {
+  std::size_t total = 0;
+  while (total < bytes.size()) {
+    ssize_t const count = Retry([&] { return read(descriptor, bytes.data() + total, bytes.size() - total); });
+    if (count < 0) return std::nullopt;
+    if (count == 0) break;
+    total += static_cast<std::size_t>(count);
+  }
+  return total;
+}
+
+bool File::Write(std::string_view bytes) {
+  while (!bytes.empty()) {
+    ssize_t const count = Retry([&] { return write(descriptor, bytes.data(), bytes.size()); });
+    if (count < 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return true;
+}
+
+bool File::Close() {
+  // Not repeated after a signal: the number is free by then, and may be another's.
+  return descriptor < 0 || close(Detach()) == 0;
+}
+
+int File::Detach() {
+  return std::exchange(descriptor, -1);
+}
+
+}  // namespace ZaM::platform

@@ -1,0 +1,63 @@
+// One open file. The advisory locks that every reader and writer of the library takes through it let a reader see a
+// complete file or none.
+#ifndef ZAM_PLATFORM_FILE_H
+#define ZAM_PLATFORM_FILE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace ZaM::platform {
+
+/// Owns an open file, or none; where it can't be opened, IsOpen tells. Closes it at its end.
+///
+/// Regular files are locked while they are open: many readers, or one writer. Nobody waits: opening a file that is in
+/// the way of another's lock fails, as it does on systems that have sharing modes. On a file system without locks
+/// there is no such protection. Pipes and devices are opened without a lock; folders aren't opened.
+class File {
+ public:
+  /// No file.
+  File() = default;
+  File(File&& other) noexcept : descriptor(other.Detach()) {}
+  File& operator=(File&& other) noexcept;
+  ~File() { Close(); }
+
+  /// Opens an existing file. The path is UTF-16, with `\` and `/` as separators.
+  [[nodiscard]] static File OpenForReading(std::u16string_view path);
+
+  /// Makes a file, or empties the one that is there once nobody else has it open. What was in it is kept where this
+  /// fails. A new file gets the permissions that the process gives to new files.
+  [[nodiscard]] static File CreateForWriting(std::u16string_view path);
+
+  [[nodiscard]] bool IsOpen() const { return descriptor >= 0; }
+
+  /// Bytes of a regular file; 0 for a pipe or a device. Nothing where the system doesn't tell.
+  [[nodiscard]] std::optional<std::uint64_t> Size() const;
+
+  /// Reads up to the size of `bytes`, less only at the end of the file. The number of bytes read, or nothing where
+  /// reading fails.
+  [[nodiscard]] std::optional<std::size_t> Read(std::span<char> bytes);
+
+  /// Writes all of `bytes`; false where not all could be written.
+  [[nodiscard]] bool Write(std::string_view bytes);
+
+  /// Closes the file, if there is one; false where the system reports what it couldn't write before.
+  bool Close();
+
+  /// The system's number of the open file, or -1; still owned by this object.
+  [[nodiscard]] int Descriptor() const { return descriptor; }
+
+  /// Hands the number over to the caller, who closes it; this object is left without a file. The lock stays until then.
+  int Detach();
+
+ private:
+  explicit File(int openFile) : descriptor(openFile) {}
+
+  int descriptor = -1;
+};
+
+}  // namespace ZaM::platform
+
+#endif

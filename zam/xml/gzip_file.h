@@ -1,0 +1,57 @@
+// Files through zlib's gzip layer: read with what is compressed inflated, or written as one gzip stream.
+#ifndef ZAM_XML_GZIP_FILE_H
+#define ZAM_XML_GZIP_FILE_H
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "zam/platform/file.h"
+
+struct gzFile_s;
+
+namespace ZaM::detail {
+
+/// One open file behind zlib's gzip layer, or none after Close.
+///
+/// Reading: a file that begins with the gzip signature is inflated, and so are further gzip streams that follow the
+///          first at once; other bytes behind a stream are ignored, as `gzip -d` does. Any other file is passed on as
+///          it is, compressed in another way or not.
+/// Writing: one gzip stream at level 9. A full disk may show as late as in Close.
+/// Errors:  BaseException with id 5 from the constructors; the operations report by their results.
+class GzipFile {
+ public:
+  enum class Mode { read, write };
+
+  /// Takes `file`, which is open, over; closes it where this throws. `bufferSize` are the bytes that zlib reads at once
+  /// from the file, or collects before it compresses them; twice as many are the most that it inflates at once.
+  GzipFile(platform::File file, Mode mode, unsigned int bufferSize = 8192);
+
+  /// Reads up to the size of `bytes`, less only at the end of the file. Nothing where the file can't be read, or where
+  /// what it holds isn't what was compressed; what came before that is delivered first. A stream that breaks off ends
+  /// like a file that is complete, and IsCutOff tells them apart.
+  [[nodiscard]] std::optional<std::size_t> Read(std::span<char> bytes);
+
+  /// Whether the reading has come to the end of a gzip stream that breaks off.
+  [[nodiscard]] bool IsCutOff() const;
+
+  /// Compresses all of `bytes`; false where zlib knows already that they can't be written.
+  [[nodiscard]] bool Write(std::string_view bytes);
+
+  /// Writes what is left and closes the file; false where not all of it could be written, or where the reading ended
+  /// inside a gzip stream that breaks off.
+  bool Close();
+
+ private:
+  struct Closer {
+    void operator()(gzFile_s* stream) const;
+  };
+
+  std::unique_ptr<gzFile_s, Closer> stream;  // null after Close
+};
+
+}  // namespace ZaM::detail
+
+#endif
