@@ -71,10 +71,11 @@ TextMap LibraryTexts() {
 void Write(std::string const& file, std::string const& bytes) {
   if (bytes.size() > ZaM::detail::satelliteLimit) throw Refused(file + ": would be too large for a satellite\n");
   std::ofstream stream(file, std::ios::binary);
+  bool const opened = stream.is_open();
   stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   stream.close();
   if (stream) return;
-  std::remove(file.c_str());
+  if (opened) std::remove(file.c_str());
   throw Refused(file + ": can't be written\n");
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <new>
 #include <optional>
-#include <span>
 #include <utility>
 
 #include "zam/foundation/format_text.h"
@@ -49,14 +48,10 @@ bool StaysInFolder(std::u16string_view name) {
   return name.find_first_of(u"/\\") == name.npos && name.find(u"..") == name.npos;
 }
 
-wstring Format(std::u16string_view text, std::span<detail::FormatArgument const> arguments) {
-  return detail::FormatText(text, arguments, capacity);
-}
+using Arguments = std::vector<detail::FormatArgument>;
 
-wstring Format(std::u16string_view text, unsigned int const* a) {
-  if (a == nullptr) return Format(text, {});
-  detail::FormatArgument const argument = std::uint32_t{*a};
-  return Format(text, {&argument, 1});
+wstring Format(std::u16string_view text, Arguments const& arguments) {
+  return detail::FormatText(text, arguments, capacity);
 }
 
 }  // namespace
@@ -130,7 +125,7 @@ bool ResMgr::GetString(unsigned int id, wstring& text) const {
     text = found;
     return true;
   }
-  text = Format(u"Resource string #%d not found!", &id);
+  text = Format(u"Resource string #%d not found!", {id});
   return false;
 }
 
@@ -143,15 +138,14 @@ wstring ResMgr::GetString(unsigned int id) const {
 wstring ResMgr::GetString(unsigned int id, wchar const* a, wchar const* b, wchar const* c) const {
   wstring text;
   if (!GetString(id, text)) return text;
-  detail::FormatArgument const arguments[] = {a, b, c};
-  std::size_t const count = b == nullptr ? 1 : c == nullptr ? 2 : 3;
-  return Format(text, std::span(arguments, count));
+  if (b == nullptr) return Format(text, {a});
+  return c == nullptr ? Format(text, {a, b}) : Format(text, {a, b, c});
 }
 
 wstring ResMgr::GetStringL(unsigned int id, std::int32_t const* a, std::int32_t const* b, std::int32_t const* c) const {
   wstring text;
   if (!GetString(id, text)) return text;
-  std::vector<detail::FormatArgument> arguments;
+  Arguments arguments;
   for (std::int32_t const* const number : {a, b, c}) {
     if (number == nullptr) break;
     arguments.emplace_back(*number);
@@ -161,7 +155,8 @@ wstring ResMgr::GetStringL(unsigned int id, std::int32_t const* a, std::int32_t 
 
 wstring ResMgr::GetStringT(unsigned int id, unsigned int const* a) const {
   wstring text;
-  return GetString(id, text) ? Format(text, a) : text;
+  if (!GetString(id, text)) return text;
+  return a == nullptr ? Format(text, {}) : Format(text, {*a});
 }
 
 wstring ResMgr::GetStringUI32(unsigned int id, unsigned int const* a) const {

@@ -1,0 +1,151 @@
+// The tool that makes satellites from translation files, run as the build runs it.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "tests/support/child_process.h"
+#include "tests/support/temporary_folder.h"
+#include "zam/foundation/satellite_file.h"
+#include "zam/platform/files.h"
+
+namespace ZaM {
+namespace {
+
+using detail::TextMap;
+
+class CompileTextsTest : public testing::Test {
+ protected:
+  /// Compiles a file of these contents, with the options before it.
+  test::ProcessResult Compile(std::string const& bytes, std::vector<std::string> words = {}) const {
+    words.insert(words.begin(), ZAM_TEST_COMPILE_TEXTS);
+    words.push_back(folder.Write("in.po", bytes).string());
+    words.push_back(output.string());
+    return test::RunProcess(words);
+  }
+
+  std::optional<TextMap> Compiled() const {
+    return detail::DecodeSatellite(platform::ReadFile(output.u16string(), detail::satelliteLimit).value_or(""));
+  }
+
+  test::TemporaryFolder const folder;
+  std::filesystem::path const output = folder.Path() / "out.lng";
+};
+
+TEST_F(CompileTextsTest, TakesTheFormThatEditorsWrite) {
+  auto const result = Compile(
+      "# A comment\r\n"
+      "msgid \"\"\r\n"
+      "msgstr \"\"\r\n"
+      "\"Content-Type: text/plain; charset=UTF-8\\n\"\r\n"
+      "\r\n"
+      "#. for the translator\n"
+      "#: somewhere.cpp:12\n"
+      "  msgctxt \"505\"\n"
+      "msgid \"Out \"\n"
+      "\t\"of memory\"\n"
+      "msgstr \"\"\n"
+      "\"\\\"Speicher\\\" \"\n"
+      "\"f\xC3\xBCllt\\tsich\\\\\"\n"
+      "#, c-format, fuzzy\n"
+      "msgctxt \"601\"\n"
+      "msgid \"Unknown XML error.\"\n"
+      "msgstr \"Geraten\"\n"
+      "\n"
+      "msgctxt \"603\"\n"
+      "msgid \"File is already opened.\"\n"
+      "msgstr \"\"\n"
+      "#~ msgctxt \"1\"\n"
+      "msgctxt \"131\"\n"
+      "msgid \"ZaM exception number %ld\"\n"
+      "msgstr \"Nummer %5i, 100%%\"");
+  EXPECT_EQ(result.exitCode, 0) << result.output;
+  EXPECT_EQ(Compiled(), (TextMap{{505, u"\"Speicher\" f\u00FCllt\tsich\\"}, {131, u"Nummer %5i, 100%%"}}));
+}
+
+TEST_F(CompileTextsTest, RefusesWhatWouldGoWrongLater) {
+  std::string const sound = "msgctxt \"505\"\nmsgid \"Out of memory\"\nmsgstr \"Speicher\"\n";
+  auto const entry = [](std::string const& id, std::string const& source, std::string const& translation) {
+    return "msgctxt \"" + id + "\"\nmsgid \"" + source + "\"\nmsgstr \"" + translation + "\"\n";
+  };
+  struct {
+    std::string bytes, error;
+  } const cases[] = {
+      {entry("999", "x", "y"), ":1: text 999: there is no built-in text"},
+      {sound + "\n" + sound, ":5: text 505: stands already in line 1"},
+      {entry("505", "Out of memory", "") + sound, ":4: text 505: stands already in line 1"},
+      {entry("505", "Out of Memory", "Speicher"), ":1: text 505: its msgid isn't the built-in text"},
+      {entry("0x65", "x", "y"), ":1: text 0x65: its msgctxt must be the number"},
+      {entry("-1", "x", "y"), ":1: text -1: its msgctxt must be the number"},
+      {entry("4294967801", "Out of memory", "y"), ": its msgctxt must be the number"},  // 505 modulo 2^32
+      {"msgid \"x\"\nmsgstr \"y\"\n", ":1: its msgctxt must be the number"},
+
+      // Placeholders that differ in number, kind or order.
+      {entry("402", "Could not read file: %s", "Datei"), ":1: text 402: its placeholders differ"},
+      {entry("402", "Could not read file: %s", "%s %s"), ":1: text 402: its placeholders differ"},
+      {entry("402", "Could not read file: %s", "%d"), ":1: text 402: its placeholders differ"},
+      {entry("402", "Could not read file: %s", "%%s"), ":1: text 402: its placeholders differ"},
+      {entry("402", "Could not read file: %s", "zu 100% %s"), ":1: text 402: its placeholders differ"},
+      {entry("509", "Error in %s, Function %s: %s (0x%x)", "%x %s %s %s"), ":1: text 509: its placeholders differ"},
+      {entry("505", "Out of memory", "voll zu 100%"), ":1: text 505: its placeholders differ"},
+
+      // Files that aren't PO.
+      {sound + "msgctxt \"601\"\nmsgid \"Unknown XML error.\n", ":5: text 601: a string without its closing quote"},
+      {sound + "msgctxt \"601\"\nmsgid \"a\" b\n", ":5: text 601: text behind a string"},
+      {sound + "msgctxt \"601\"\nmsgid a\n", ":5: text 601: a string in quotes is missing"},
+      {sound + "msgctxt \"601\"\nmsgid \"\\q\"\n", ":5: text 601: unknown escape \"\\q\""},
+      {sound + "msgctxt \"601\"\nmsgid \"\\", ":5: text 601: a string without its closing quote"},
+      {sound + "msgctxt \"601\"\nmsgid_plural \"a\"\n", ":5: text 601: unknown keyword \"msgid_plural\""},
+      {sound + "msgctxt \"601\"\nmsgstr \"a\"\n", ":5: text 601: msgstr without a msgid"},
+      {sound + "msgctxt \"601\"\nmsgid \"a\"\n", ": text 601: an entry without its msgstr"},
+      {sound + "msgctxt \"601\"\nmsgctxt \"602\"\n", ":5: text 601: an entry without its msgstr"},
+      {sound + "\n\"lost\"\n", ":5: a string without a keyword"},
+      {"msgctxt \"505\"\nmsgid \"Gr\xFC\xDF"
+       "e\"\nmsgstr \"\"\n",
+       ":2: text 505: not UTF-8"},
+      {std::string("msgctxt \"505\"\nmsgid \"\0\"\n", 24), ":2: text 505: a string with a zero"},
+  };
+  for (auto const& [bytes, error] : cases) {
+    auto const result = Compile(bytes);
+    EXPECT_EQ(result.exitCode, 1) << bytes;
+    EXPECT_NE(result.output.find((folder.Path() / "in.po").string() + ":"), std::string::npos) << result.output;
+    EXPECT_NE(result.output.find(error), std::string::npos) << error << "\n" << result.output;
+    EXPECT_FALSE(std::filesystem::exists(output)) << bytes;
+  }
+}
+
+TEST_F(CompileTextsTest, NamesEveryFaultAtOnce) {
+  auto const result = Compile("msgctxt \"1\"\nmsgid \"\"\nmsgstr \"\"\n\nmsgctxt \"2\"\nmsgid \"\"\nmsgstr \"\"\n");
+  EXPECT_NE(result.output.find(":1: text 1: "), std::string::npos) << result.output;
+  EXPECT_NE(result.output.find(":5: text 2: "), std::string::npos) << result.output;
+}
+
+TEST_F(CompileTextsTest, TakesAProgramsOwnTexts) {
+  std::string const texts = folder.Write("texts.po", "msgctxt \"7\"\nmsgid \"Sorting %s\"\nmsgstr \"\"\n").string();
+  auto const result = Compile("msgctxt \"7\"\nmsgid \"Sorting %s\"\nmsgstr \"%s wird sortiert\"\n", {"--texts", texts});
+  EXPECT_EQ(result.exitCode, 0) << result.output;
+  EXPECT_EQ(Compiled(), (TextMap{{7, u"%s wird sortiert"}}));
+  EXPECT_EQ(Compile("msgctxt \"505\"\nmsgid \"Out of memory\"\nmsgstr \"x\"\n", {"--texts", texts}).exitCode, 1);
+}
+
+TEST_F(CompileTextsTest, PrintsATemplateThatItTakes) {
+  auto const printed = test::RunProcess({ZAM_TEST_COMPILE_TEXTS, "--template"});
+  EXPECT_NE(printed.output.find("msgctxt \"104\"\nmsgid \"This file was saved by a newer version of the \\\"%s\\\" "
+                                "classifier.\"\nmsgstr \"\"\n"),
+            std::string::npos);
+  EXPECT_EQ(Compile(printed.output).exitCode, 0);
+  EXPECT_EQ(Compiled(), TextMap{});
+}
+
+TEST_F(CompileTextsTest, SaysWhatItCannotReadOrWrite) {
+  auto const unreadable = test::RunProcess({ZAM_TEST_COMPILE_TEXTS, folder.Path(), output});
+  EXPECT_EQ(unreadable.exitCode, 1);
+  EXPECT_EQ(unreadable.output, folder.Path().string() + ": can't be read\n");
+  auto const unwritable = test::RunProcess({ZAM_TEST_COMPILE_TEXTS, folder.Write("in.po", ""), folder.Path()});
+  EXPECT_EQ(unwritable.exitCode, 1);
+  EXPECT_EQ(unwritable.output, folder.Path().string() + ": can't be written\n");
+  EXPECT_EQ(test::RunProcess({ZAM_TEST_COMPILE_TEXTS}).exitCode, 2);
+}
+
+}  // namespace
+}  // namespace ZaM

@@ -1,0 +1,54 @@
+// The library's own texts as programs get them: through the shared object, with the satellites beside it.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "tests/support/child_process.h"
+#include "tests/support/temporary_folder.h"
+#include "zam/foundation/satellite_file.h"
+
+namespace ZaM {
+namespace {
+
+using test::RunProcess;
+
+std::string OutputUnder(std::string const& language, std::string const& libraryFolder) {
+  auto const result = RunProcess({"env", "LD_LIBRARY_PATH=" + libraryFolder, "LC_ALL=C",
+                                  "Telvo Components Language=" + language, ZAM_TEST_SENTENCES});
+  EXPECT_EQ(result.exitCode, 0) << result.output;
+  return result.output;
+}
+
+std::string Lines(std::string const& sentence, std::string const& lastSentence) {
+  return "construction: " + sentence + "\nmain: " + sentence + "\ndestruction: " + sentence +
+         "\nafter the library: " + lastSentence + "\n";
+}
+
+TEST(LibraryTexts, AreInTheUsersLanguageAtEveryStageOfAProcess) {
+  std::string const german = "Nicht gen\xC3\xBCgend Arbeitsspeicher", english = "Out of memory";
+  EXPECT_EQ(OutputUnder("de", ZAM_TEST_LIBRARY_FOLDER), Lines(german, english));
+  EXPECT_EQ(OutputUnder("de-AT", ZAM_TEST_LIBRARY_FOLDER), Lines(german, english));
+  EXPECT_EQ(OutputUnder("xx", ZAM_TEST_LIBRARY_FOLDER), Lines(english, english));
+  EXPECT_EQ(OutputUnder("", ZAM_TEST_LIBRARY_FOLDER), Lines(english, english));
+}
+
+TEST(LibraryTexts, FollowAnInstalledLibraryWhereverItIsMoved) {
+  test::TemporaryFolder const folder;
+  std::filesystem::path const installed = folder.Path() / "in stalled", moved = folder.Path() / "moved \xC3\xA4";
+  for (char const* const part : {"zam", "translations"}) {
+    auto const result = RunProcess(
+        {ZAM_TEST_CMAKE, "--install", std::string(ZAM_TEST_BINARY_FOLDER "/") + part, "--prefix", installed.string()});
+    ASSERT_EQ(result.exitCode, 0) << result.output;
+  }
+  std::filesystem::rename(installed, moved);
+  std::filesystem::path const libraryFolder = moved / ZAM_TEST_LIBRARY_INSTALL_FOLDER;
+  EXPECT_TRUE(OutputUnder("de", libraryFolder).starts_with("construction: Nicht"));
+
+  // A sentence of its own proves that the satellite beside this library was read, not that of the build tree.
+  folder.Write(libraryFolder / "zam/de/zam.lng", detail::EncodeSatellite({{505, u"umgezogen"}}));
+  EXPECT_EQ(OutputUnder("de", libraryFolder), Lines("umgezogen", "Out of memory"));
+}
+
+}  // namespace
+}  // namespace ZaM

@@ -1,0 +1,240 @@
+#include "zam/foundation/res_mgr.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/support/failing_allocation.h"
+#include "tests/support/scoped_variable.h"
+#include "tests/support/temporary_folder.h"
+#include "zam/foundation/satellite_file.h"
+#include "zam/platform/unicode.h"
+
+namespace ZaM {
+namespace {
+
+/// A module with built-in texts in a folder of its own, under an empty environment.
+class ResMgrTest : public testing::Test {
+ protected:
+  wstring PathOf(wstring const& fileName) const { return folder.Path().u16string() + u"/" + fileName; }
+
+  void AddSatellite(std::filesystem::path const& name, wstring const& text) const {
+    folder.Write(name, detail::EncodeSatellite({{1, text}}));
+  }
+
+  test::TemporaryFolder const folder;
+  TextModule const module{PathOf(u"app.mod"), {{1, u"built-in %s"}, {2, u"%d of %d, %d"}, {3, u"100%"}, {4, u"%%"}}};
+  test::ScopedVariable const setting{"Telvo Components Language", {}}, all{"LC_ALL", {}}, messages{"LC_MESSAGES", {}},
+      lang{"LANG", {}};
+};
+
+TEST_F(ResMgrTest, ChoosesTheLanguage) {
+  std::string const emoji = "\xF0\x9F\x98\x80";
+  struct {
+    std::string setting, lang;
+    std::vector<std::string> folders;
+    std::string language;
+    std::optional<std::string> loaded = std::nullopt;  // the folder of the satellite
+  } const cases[] = {
+      // The variable's whole value, then what stands before its first '-'.
+      {"de-DE", "", {"de-DE", "de"}, "de-DE", "de-DE"},
+      {"de-DE", "", {"de"}, "de", "de"},
+      {"zh-Hans-CN", "", {"zh-Hans"}, "en"},
+      {"zh-Hans-CN", "", {"zh-Hans", "zh"}, "zh", "zh"},
+      {"any name", "fr_FR", {"any name", "fr"}, "any name", "any name"},
+      {"DE", "", {"de"}, "en"},
+      // A variable that is set decides alone.
+      {"xx", "de_DE", {"de"}, "en"},
+      {"xx-YY", "de_DE", {"de"}, "en"},
+      // No way out of the module's folder.
+      {"../out", "de_DE", {"../out", "de"}, "en"},
+      {"../out-DE", "", {"../out"}, "en"},
+      {"..", "", {".."}, "en"},
+      {"de/sub", "", {"de/sub"}, "en"},
+      {"de\\sub", "", {"de/sub"}, "en"},
+      {"de-../x", "", {"de"}, "de", "de"},
+      // Longer than the field, and longer than a variable may be.
+      {"a-name-of-15-xx", "", {"a-name-of-15-xx"}, "a-name-of-15-xx", "a-name-of-15-xx"},
+      {"a name of 16 xxx", "", {"a name of 16 xxx"}, "a name of 16 xx", "a name of 16 xxx"},
+      {"fourteen here " + emoji, "", {"fourteen here " + emoji}, "fourteen here ", "fourteen here " + emoji},
+      {"thirteen here" + emoji, "", {"thirteen here" + emoji}, "thirteen here" + emoji, "thirteen here" + emoji},
+      {"de-" + std::string(1020, 'x'), "", {"de"}, "de", "de"},
+      {"de-" + std::string(1021, 'x'), "", {"de"}, "en"},
+      // The system's language where the variable says nothing.
+      {"", "de_DE.UTF-8", {"de"}, "de", "de"},
+      {"", "ca_ES", {"ca"}, "ca", "ca"},
+      {"", "es_ES", {"es"}, "es", "es"},
+      {"", "fr_FR", {"fr"}, "fr", "fr"},
+      {"", "it_IT", {"it"}, "it", "it"},
+      {"", "pt_PT", {"pt"}, "pt", "pt"},
+      {"", "en_US", {"en", "de"}, "en", "en"},
+      {"", "", {"en"}, "en", "en"},
+      {"", "fr_FR", {"de"}, "en"},
+      {"", "ja_JP", {"ja", "en"}, "en"},
+  };
+  for (auto const& row : cases) {
+    test::TemporaryFolder const around;
+    for (auto const& name : row.folders) {
+      around.Write("folder/" + name + "/app.lng", detail::EncodeSatellite({{1, platform::Utf16FromUtf8(name)}}));
+    }
+    test::ScopedVariable const language("Telvo Components Language", row.setting), locale("LANG", row.lang);
+    TextModule const owner(around.Path().u16string() + u"/folder/app.mod", {{1, u"built in"}});
+    ResMgr resources;
+    resources.Init(&owner);
+    EXPECT_EQ(platform::Utf8FromUtf16(resources.GetLanguage()), row.language) << row.setting << " " << row.lang;
+    EXPECT_EQ(platform::Utf8FromUtf16(resources.GetString(1)), row.loaded.value_or("built in"))
+        << row.setting << " " << row.lang;
+    EXPECT_EQ(resources.GetResourceHandle() == &owner, !row.loaded);
+  }
+}
+
+TEST_F(ResMgrTest, FindsTheSatelliteByTheModulesFileName) {
+  test::ScopedVariable const language("Telvo Components Language", "de");
+  struct {
+    wstring path;
+    std::string satellite;
+  } const cases[] = {
+      {u"/app.mod", "de/app.lng"},
+      {u"\\app.mod", "de/app.lng"},
+      {u"/my.app.dll", "de/my.app.lng"},
+      {u"/app.so", "de/applng"},
+      {u"/ab", "de/lng"},
+      {u"/sub\\app.mod", "sub/de/app.lng"},
+      {u"\\sub/app.mod", "sub/de/app.lng"},
+      {u"/", "de/lng"},
+  };
+  for (auto const& [path, satellite] : cases) {
+    test::TemporaryFolder const place;
+    place.Write(satellite, detail::EncodeSatellite({{1, u"found"}}));
+    TextModule const owner(place.Path().u16string() + path, {});
+    ResMgr resources;
+    resources.Init(&owner, false);
+    EXPECT_TRUE(resources.GetString(1) == u"found") << satellite;
+  }
+}
+
+TEST_F(ResMgrTest, APathThatIsTooLongOrMissingMeansNoSatellite) {
+  AddSatellite("de/app.lng", u"German");
+  test::ScopedVariable const language("Telvo Components Language", "de");
+  wstring longest = PathOf(u"");
+  while (longest.size() < 1023 - 8) longest += u"./";
+  while (longest.size() < 1023 - 7) longest += u"/";
+  longest += u"app.mod";
+  for (auto const& [path, expected] :
+       {std::pair{longest, wstring(u"German")}, std::pair{u"/" + longest, wstring(u"built in")},
+        std::pair{wstring(), wstring(u"built in")}}) {
+    TextModule const owner(path, {{1, u"built in"}});
+    ResMgr resources;
+    resources.Init(&owner);
+    EXPECT_TRUE(resources.GetString(1) == expected) << path.size();
+  }
+  ResMgr resources;
+  resources.Init(nullptr);
+  EXPECT_TRUE(resources.GetString(1) == u"Resource string #1 not found!");
+  EXPECT_TRUE(resources.GetLanguage() == wstring(u"en"));
+}
+
+TEST_F(ResMgrTest, ADamagedSatelliteCountsAsAbsent) {
+  std::string const sound = detail::EncodeSatellite({{1, u"German"}});
+  folder.Write("de-AT/app.lng", sound.substr(0, sound.size() - 1));
+  folder.Write("de/app.lng", sound);
+  test::ScopedVariable const language("Telvo Components Language", "de-AT");
+  ResMgr resources;
+  resources.Init(&module);
+  EXPECT_TRUE(resources.GetLanguage() == wstring(u"de"));
+  EXPECT_TRUE(resources.GetString(1) == u"German");
+}
+
+TEST_F(ResMgrTest, LooksEachTextUpInTheSatelliteAndThenInTheModule) {
+  AddSatellite("de/app.lng", u"eingebaut %s");
+  test::ScopedVariable const language("Telvo Components Language", "de");
+  ResMgr resources;
+  resources.Init(&module);
+  EXPECT_TRUE(resources.GetString(1, u"a") == u"eingebaut a");
+  EXPECT_TRUE(resources.GetString(3) == u"100%");
+  EXPECT_TRUE(resources.GetString(9) == u"Resource string #9 not found!");
+  EXPECT_TRUE(resources.GetResourceHandle()->FindText(1) == u"eingebaut %s");
+  EXPECT_TRUE(resources.GetResourceHandle()->GetPath() == folder.Path().u16string() + u"\\de\\app.lng");
+}
+
+TEST_F(ResMgrTest, FormatsWithTheArgumentsBeforeTheFirstNull) {
+  ResMgr resources;
+  resources.Init(&module);
+  std::int32_t const one = 1, two = -2;
+  unsigned int const large = 4294967295;
+  EXPECT_TRUE(resources.GetString(1, u"%d") == u"built-in %d");
+  EXPECT_TRUE(resources.GetString(1, nullptr) == u"built-in (null)");
+  EXPECT_TRUE(resources.GetStringL(2, &one, &two, &one) == u"1 of -2, 1");
+  EXPECT_TRUE(resources.GetStringL(2, &one, nullptr, &two) == u"1 of %d, %d");
+  EXPECT_TRUE(resources.GetStringL(2, nullptr, &one, &two) == u"%d of %d, %d");
+  EXPECT_TRUE(resources.GetStringT(2, &large) == u"-1 of %d, %d");
+  EXPECT_TRUE(resources.GetStringUI32(2, &large) == u"-1 of %d, %d");
+  EXPECT_TRUE(resources.GetStringUI32(2, nullptr) == u"%d of %d, %d");
+  EXPECT_TRUE(resources.GetString(3, u"a", u"b", u"c") == u"100%");
+  EXPECT_TRUE(resources.GetString(4) == u"%%");
+  EXPECT_TRUE(resources.GetString(4, u"a") == u"%");
+  EXPECT_EQ(resources.GetString(1, wstring(2000, u'x').c_str()).size(), 1023u);
+}
+
+TEST_F(ResMgrTest, AMissingTextReadsTheSameInEveryForm) {
+  std::int32_t const number = 5;
+  unsigned int const other = 5;
+  ResMgr resources;
+  for (wchar const* const language : {u"", u"en"}) {
+    EXPECT_TRUE(resources.GetLanguage() == wstring(language));
+    for (auto const& text :
+         {resources.GetString(7777), resources.GetString(7777, u"a", u"b", u"c"), resources.GetStringL(7777, &number),
+          resources.GetStringT(7777, &other), resources.GetStringUI32(7777, &other)}) {
+      EXPECT_TRUE(text == u"Resource string #7777 not found!");
+    }
+    resources.Init(&module);
+  }
+  EXPECT_TRUE(resources.GetString(0xFFFFFFFF) == u"Resource string #-1 not found!");
+}
+
+TEST_F(ResMgrTest, SatellitesOutliveEveryHandleThatWasGiven) {
+  AddSatellite("de/app.lng", u"German");
+  AddSatellite("fr/app.lng", u"French");
+  ResMgr survivor;
+  {
+    test::ScopedVariable const language("Telvo Components Language", "de");
+    auto const owner = std::make_unique<ResMgr>();
+    owner->Init(&module);
+    survivor = *owner;
+  }
+  EXPECT_TRUE(survivor.GetString(1) == u"German");
+  EXPECT_TRUE(survivor.GetLanguage() == wstring(u"de"));
+
+  HINSTANCE const german = survivor.GetResourceHandle();
+  test::ScopedVariable const language("Telvo Components Language", "fr");
+  survivor.Init(&module);
+  EXPECT_TRUE(survivor.GetString(1) == u"French");
+  EXPECT_TRUE(german->FindText(1) == u"German") << "a second Init doesn't end what the first one loaded";
+  ResMgr const copy(survivor);
+  EXPECT_EQ(copy.GetResourceHandle(), survivor.GetResourceHandle());
+}
+
+TEST_F(ResMgrTest, WithoutMemoryTheBuiltInTextsRemain) {
+  AddSatellite("de/app.lng", u"German");
+  test::ScopedVariable const language("Telvo Components Language", "de-DE");
+  int failures = 0;
+  for (bool failed = true; failed; ++failures) {
+    ResMgr resources;
+    {
+      test::FailingAllocation const failing(static_cast<std::size_t>(failures));
+      resources.Init(&module);
+      failed = failing.HasFailed();
+    }
+    bool const german = resources.GetLanguage() == wstring(u"de");
+    EXPECT_TRUE(resources.GetString(1) == (german ? u"German" : u"built-in %s"));
+    EXPECT_TRUE(german || failed);
+  }
+  EXPECT_GT(failures, 5);
+}
+
+}  // namespace
+}  // namespace ZaM

@@ -1,0 +1,46 @@
+// A folder of a test's own, gone with the test.
+#ifndef TESTS_SUPPORT_TEMPORARY_FOLDER_H
+#define TESTS_SUPPORT_TEMPORARY_FOLDER_H
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace ZaM::test {
+
+class TemporaryFolder {
+ public:
+  TemporaryFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "zam-test-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
+    path = name;
+  }
+  TemporaryFolder(TemporaryFolder const&) = delete;
+  TemporaryFolder& operator=(TemporaryFolder const&) = delete;
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
+  }
+
+  [[nodiscard]] std::filesystem::path const& Path() const { return path; }
+
+  /// Writes a file, with the folders that lead to it; returns its full path.
+  std::filesystem::path Write(std::filesystem::path const& name, std::string_view bytes) const {
+    std::filesystem::path const file = path / name;
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream stream(file, std::ios::binary);
+    stream << bytes;
+    if (!stream.flush()) throw std::runtime_error("can't write " + file.string());
+    return file;
+  }
+
+ private:
+  std::filesystem::path path;
+};
+
+}  // namespace ZaM::test
+
+#endif
