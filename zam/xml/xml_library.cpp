@@ -53,11 +53,18 @@ class Gate {
 
 XmlScope::XmlScope() {
   Gate::Instance().Close();
+  hostFunction = xmlStructuredError;
+  hostContext = xmlStructuredErrorContext;
+  // The type of the record differs between versions of libxml2.
+  xmlSetStructuredErrorFunc(this, [](void* scope, auto* error) {
+    if (error->code == XML_ERR_NO_MEMORY) static_cast<XmlScope*>(scope)->isOutOfMemory = true;
+  });
   ++scopesOnThisThread;
 }
 
 XmlScope::~XmlScope() {
   --scopesOnThisThread;
+  xmlSetStructuredErrorFunc(hostContext, hostFunction);
 }
 
 void SetKeepBlanks(bool doKeep) {

@@ -2,21 +2,33 @@
 #ifndef ZAM_XML_XML_LIBRARY_H
 #define ZAM_XML_XML_LIBRARY_H
 
+#include <libxml/xmlerror.h>
+
 namespace ZaM::detail {
 
-/// Surrounds every use of libxml2's parser, its handlers or its document model by the library. It makes libxml2 ready,
-/// and while one lives on a thread, no parse on that thread can reach anything outside its document: no external
-/// entity, no document type, no inclusion is opened, whatever switches are set. Other threads, and the host program's
-/// own parses behind it, keep the way to the outside that the host chose.
+/// Surrounds every use of libxml2 by the library. It makes libxml2 ready, and while one lives on a thread:
 ///
-/// Scopes nest. Neither they nor anything else here ever clean libxml2 up: its tables belong to the whole process, and
-/// another thread, or the host, may be at work in them. They are allocated once and don't grow.
+/// - No parse on that thread can reach anything outside its document. No external entity, no document type and no
+///   inclusion is opened, whatever switches are set.
+/// - What libxml2 reports on that thread isn't printed; only whether memory ran out is kept. This holds for the host
+///   program's own use of libxml2 within a callback as well, but not on other threads.
+///
+/// Scopes nest, and end on the thread where they began. Neither they nor anything else here ever clean libxml2 up: its
+/// tables belong to the whole process, another thread or the host may be at work in them, and they don't grow.
 class XmlScope {
  public:
   XmlScope();
   XmlScope(XmlScope const&) = delete;
   XmlScope& operator=(XmlScope const&) = delete;
   ~XmlScope();
+
+  /// Whether an allocation of libxml2 has failed: what it made since is incomplete, even where it looks complete.
+  [[nodiscard]] bool HasRunOutOfMemory() const { return isOutOfMemory; }
+
+ private:
+  xmlStructuredErrorFunc hostFunction;  // what reports go to outside of the scope
+  void* hostContext;
+  bool isOutOfMemory = false;
 };
 
 /// The two switches that stay as the last operation of the process set them. libxml2's own are per thread and shared

@@ -1,0 +1,239 @@
+#include "zam/xml/push_parser.h"
+
+#include <libxml/SAX2.h>
+
+#include <algorithm>
+
+#include "zam/foundation/exceptions.h"
+
+namespace ZaM::detail {
+
+namespace {
+
+constexpr std::size_t mostAttributes = 4096;
+
+/// No start tag of fewer bytes has more attributes than that: each takes a blank, a name, `=` and two quotes.
+constexpr std::size_t leastSuspiciousTag = mostAttributes * 5;
+
+// XML_PARSER_ALLOWED_EXPANSION, XML_MAX_AMPLIFICATION_DEFAULT and XML_ENT_FIXED_COST of libxml2 2.11.
+constexpr std::uint64_t freeExpansion = 1'000'000;
+constexpr std::uint64_t mostExpansionPerByte = 5;
+constexpr std::size_t costOfReference = 20;
+
+/// What libxml2 gets at once. It parses a start tag only when it has all of it, so that this bounds the attributes that
+/// can't be counted before it compares each with each. (xml_parser_benchmark shows what the size costs.)
+constexpr std::size_t pieceSize = 16384;
+
+/// What stands for the document inside libxml2. No file of this name is opened.
+constexpr char documentName[] = "xdocfile";
+
+std::string_view View(xmlChar const* text) {
+  return reinterpret_cast<char const*>(text);
+}
+
+/// Whether `bytes` begins with a start tag.
+bool IsStartTag(std::string_view bytes) {
+  return bytes.size() > 1 && bytes[0] == '<' && bytes[1] != '!' && bytes[1] != '?' && bytes[1] != '/';
+}
+
+}  // namespace
+
+bool TagScan::Add(std::string_view bytes) {
+  for (char const byte : bytes) {
+    ++scanned;
+    if (quote != 0) {
+      if (byte == quote) quote = 0;
+    } else if (byte == '"' || byte == '\'') {
+      quote = byte;
+    } else if (byte == '=') {
+      ++attributes;
+    } else if (byte == '>') {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// What is put in front of libxml2's own handler where it builds a document. Its functions are called with the context
+/// of the parse, or with that of an entity's content, which belongs to the same PushParser.
+struct PushParser::DocumentHandler {
+  static PushParser& Of(void* context) {
+    return *static_cast<PushParser*>(static_cast<xmlParserCtxt*>(context)->_private);
+  }
+
+  static void DeclareEntity(void* context, xmlChar const* name, int type, xmlChar const* publicId,
+                            xmlChar const* systemId, xmlChar* content) {
+    if (Of(context).Admits(content)) xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
+  }
+
+  static xmlEntity* FindEntity(void* context, xmlChar const* name) {
+    return Of(context).Expand(xmlSAX2GetEntity(context, name));
+  }
+
+  static xmlEntity* FindParameterEntity(void* context, xmlChar const* name) {
+    return Of(context).Expand(xmlSAX2GetParameterEntity(context, name));
+  }
+
+  /// `attributes` holds five pointers each: a name, a prefix, a namespace, and the ends of the value.
+  static void StartElement(void* context, xmlChar const* name, xmlChar const* prefix, xmlChar const* uri,
+                           int namespaceCount, xmlChar const** namespaces, int attributeCount, int defaultedCount,
+                           xmlChar const** attributes) {
+    PushParser& self = Of(context);
+    for (int i = attributeCount - defaultedCount; i < attributeCount; ++i) {
+      self.Count(static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]));
+    }
+    if (self.isStopped) return;
+    xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, attributeCount, defaultedCount,
+                          attributes);
+  }
+
+  static xmlSAXHandler* Instance() {
+    static xmlSAXHandler instance = [] {
+      xmlSAXHandler made = {};
+      xmlSAXVersion(&made, 2);
+      made.entityDecl = &DeclareEntity;
+      made.getEntity = &FindEntity;
+      made.getParameterEntity = &FindParameterEntity;
+      made.startElementNs = &StartElement;
+      made.externalSubset = nullptr;
+      return made;
+    }();
+    return &instance;
+  }
+};
+
+PushParser::PushParser() : handler(DocumentHandler::Instance()), userData(nullptr) {}
+
+PushParser::PushParser(xmlSAXHandler& eventHandler, void* handlerData)
+    : handler(&eventHandler), userData(handlerData) {}
+
+PushParser::~PushParser() {
+  if (context == nullptr) return;
+  // A context doesn't own what it has read of a document.
+  XmlDocument const rest(context->myDoc);
+  context->myDoc = nullptr;
+  xmlFreeParserCtxt(context);
+}
+
+void PushParser::Begin(std::string_view bytes) {
+  context = xmlCreatePushParserCtxt(handler, userData, bytes.data(), static_cast<int>(bytes.size()), documentName);
+  if (context == nullptr) throw BaseException(5);
+  context->_private = this;
+
+  bool const isDocument = userData == nullptr;
+  bool const keepsBlanks = isDocument && GetKeepBlanks();
+  bool const substitutes = !isDocument || GetSubstituteEntities();
+  context->options = 0;  // the host's, for this thread
+  xmlCtxtUseOptions(context, XML_PARSE_NONET | (keepsBlanks ? 0 : XML_PARSE_NOBLANKS));
+  // Not through the option: that would let libxml2 ask for external entities too.
+  context->replaceEntities = substitutes ? 1 : 0;
+}
+
+void PushParser::Feed(std::string_view bytes) {
+  while (!bytes.empty() && !isStopped) {
+    std::string_view const piece = bytes.substr(0, pieceSize);
+    FeedPiece(piece);
+    bytes.remove_prefix(piece.size());
+  }
+}
+
+void PushParser::FeedPiece(std::string_view piece) {
+  fed += piece.size();
+  if (context == nullptr) {
+    Begin(piece);
+  } else {
+    xmlParseChunk(context, piece.data(), static_cast<int>(piece.size()), 0);
+  }
+  CheckMemory();
+  CheckPendingTag();
+}
+
+void PushParser::Finish() {
+  if (context == nullptr) Begin("");
+  if (!isStopped) xmlParseChunk(context, "", 0, 1);
+  CheckMemory();
+}
+
+void PushParser::Stop() {
+  isStopped = true;
+  xmlStopParser(context);
+}
+
+XmlDocument PushParser::TakeDocument() {
+  XmlDocument document(context->myDoc);
+  context->myDoc = nullptr;
+  if (isStopped || context->wellFormed == 0) document.reset();
+  return document;
+}
+
+void PushParser::CheckMemory() const {
+  if (scope.HasRunOutOfMemory()) throw BaseException(5);
+}
+
+void PushParser::CheckPendingTag() {
+  xmlParserInput const* const input = context->input;
+  if (input == nullptr) return;
+  std::string_view const pending(reinterpret_cast<char const*>(input->cur),
+                                 static_cast<std::size_t>(input->end - input->cur));
+  if (pending.size() < leastSuspiciousTag || !IsStartTag(pending)) return;
+
+  std::uint64_t const start = input->consumed + static_cast<std::uint64_t>(input->cur - input->base);
+  if (tagStart != start) tag = {};
+  tagStart = start;
+  tag.Add(pending.substr(std::min(tag.Scanned(), pending.size())));
+  if (tag.Attributes() > mostAttributes) Stop();
+}
+
+bool PushParser::Admits(xmlChar const* entityContent) {
+  if (entityContent == nullptr) return true;
+  std::string_view content = View(entityContent);
+  while (content.size() >= leastSuspiciousTag) {
+    content.remove_prefix(std::min(content.find('<'), content.size()));
+    TagScan scan;
+    if (IsStartTag(content)) scan.Add(content);
+    if (scan.Attributes() > mostAttributes) {
+      Stop();
+      return false;
+    }
+    content.remove_prefix(std::min(std::max<std::size_t>(scan.Scanned(), 1), content.size()));
+  }
+  return true;
+}
+
+void PushParser::DeclareSubset(xmlChar const* name, xmlChar const* publicId, xmlChar const* systemId) {
+  xmlSAX2StartDocument(context);
+  xmlSAX2InternalSubset(context, name, publicId, systemId);
+}
+
+void PushParser::DeclareEntity(xmlChar const* name, int type, xmlChar const* publicId, xmlChar const* systemId,
+                               xmlChar* content) {
+  if (Admits(content)) xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
+}
+
+void PushParser::DeclareUnparsedEntity(xmlChar const* name, xmlChar const* publicId, xmlChar const* systemId,
+                                       xmlChar const* notation) {
+  xmlSAX2UnparsedEntityDecl(context, name, publicId, systemId, notation);
+}
+
+xmlEntity* PushParser::FindEntity(xmlChar const* name) {
+  return Expand(xmlSAX2GetEntity(context, name));
+}
+
+xmlEntity* PushParser::FindParameterEntity(xmlChar const* name) {
+  return Expand(xmlSAX2GetParameterEntity(context, name));
+}
+
+/// Counts what a reference to `entity` stands for. Null where the parse may not go on.
+xmlEntity* PushParser::Expand(xmlEntity* entity) {
+  if (entity != nullptr && entity->etype != XML_INTERNAL_PREDEFINED_ENTITY && context->replaceEntities != 0) {
+    Count(static_cast<std::size_t>(entity->length) + costOfReference);
+  }
+  return isStopped ? nullptr : entity;
+}
+
+void PushParser::Count(std::size_t expandedBytes) {
+  expanded += expandedBytes;
+  if (expanded > freeExpansion && expanded > mostExpansionPerByte * fed) Stop();
+}
+
+}  // namespace ZaM::detail

@@ -1,0 +1,107 @@
+// A parse by libxml2's push parser that no document can turn against the machine.
+#ifndef ZAM_XML_PUSH_PARSER_H
+#define ZAM_XML_PUSH_PARSER_H
+
+#include <libxml/parser.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+#include "zam/xml/xml_library.h"
+
+namespace ZaM::detail {
+
+struct FreeXmlDocument {
+  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
+};
+using XmlDocument = std::unique_ptr<xmlDoc, FreeXmlDocument>;
+
+/// Counts the attributes of a start tag that arrives bit by bit.
+class TagScan {
+ public:
+  /// Goes on with the next bytes of the tag, which begins with `<`; false behind its end.
+  bool Add(std::string_view bytes);
+
+  [[nodiscard]] std::size_t Attributes() const { return attributes; }
+  [[nodiscard]] std::size_t Scanned() const { return scanned; }
+
+ private:
+  std::size_t attributes = 0;
+  std::size_t scanned = 0;
+  char quote = 0;  // the one that the scan is inside of, or 0
+};
+
+/// One parse, whose input comes in pieces of any size. It reports events to a handler or builds a document.
+///
+/// Sequence: Feed* Finish TakeDocument?, on one thread
+/// Errors:   BaseException with id 5 where memory runs out, also inside libxml2: the events so far, or the document,
+///           may be wrong then. Malformed documents are no exception.
+///
+/// Beyond XML's own rules a document counts as malformed where
+/// - its elements nest deeper than libxml2 allows;
+/// - one start tag has more than 4,096 attributes: libxml2's time grows with the square of their number;
+/// - its references to entities stand for more than 1,000,000 bytes and for more than 5 times what has been fed, each
+///   reference counted with 20 bytes on top. These are the limits of libxml2 from version 2.11 on.
+/// External entities are passed over without being opened; internal ones are substituted where that is switched on.
+class PushParser {
+ public:
+  /// Builds a document, with the switches of the process.
+  PushParser();
+
+  /// Reports events to `handler`, which stays the caller's, with `userData`; always substitutes entities. The handler
+  /// forwards what it is asked about entities to the five operations below, or a document's entities are unknown.
+  PushParser(xmlSAXHandler& handler, void* userData);
+
+  PushParser(PushParser const&) = delete;
+  PushParser& operator=(PushParser const&) = delete;
+  ~PushParser();
+
+  void Feed(std::string_view bytes);
+
+  /// Ends the input: what is left to report is reported.
+  void Finish();
+
+  /// Ends the parse at once, as for a malformed document. May be called from within an event; events that libxml2
+  /// reports later all the same, out of an entity that it is in the middle of, are to be ignored.
+  void Stop();
+  [[nodiscard]] bool IsStopped() const { return isStopped; }
+
+  /// The document, after Finish; null for a malformed one.
+  [[nodiscard]] XmlDocument TakeDocument();
+
+  // What libxml2 asks a handler about entities. Where a document is built libxml2 keeps them itself, and asks here only
+  // what they may cost.
+  void DeclareSubset(xmlChar const* name, xmlChar const* publicId, xmlChar const* systemId);
+  void DeclareEntity(xmlChar const* name, int type, xmlChar const* publicId, xmlChar const* systemId, xmlChar* content);
+  void DeclareUnparsedEntity(xmlChar const* name, xmlChar const* publicId, xmlChar const* systemId,
+                             xmlChar const* notation);
+  [[nodiscard]] xmlEntity* FindEntity(xmlChar const* name);
+  [[nodiscard]] xmlEntity* FindParameterEntity(xmlChar const* name);
+
+ private:
+  struct DocumentHandler;
+
+  void Begin(std::string_view bytes);
+  void FeedPiece(std::string_view piece);
+  void CheckMemory() const;
+  void CheckPendingTag();
+  bool Admits(xmlChar const* entityContent);
+  xmlEntity* Expand(xmlEntity* entity);
+  void Count(std::size_t expandedBytes);
+
+  XmlScope scope;
+  xmlSAXHandler* handler;
+  void* userData;                    // null where a document is built
+  xmlParserCtxt* context = nullptr;  // null before the first bytes
+  std::uint64_t fed = 0;
+  std::uint64_t expanded = 0;
+  bool isStopped = false;
+  TagScan tag;                 // of the start tag that libxml2 waits for the rest of
+  std::uint64_t tagStart = 0;  // its place among the decoded bytes
+};
+
+}  // namespace ZaM::detail
+
+#endif
