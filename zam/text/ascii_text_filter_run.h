@@ -1,0 +1,183 @@
+// One filtering of one text, step by step and in blocks.
+#ifndef ZAM_TEXT_ASCII_TEXT_FILTER_RUN_H
+#define ZAM_TEXT_ASCII_TEXT_FILTER_RUN_H
+
+#include <algorithm>
+#include <limits>
+
+#include "zam/text/ascii_text_filter.h"
+#include "zam/text/block_kernel.h"
+#include "zam/text/symbol_tables.h"
+#include "zam/text/word_masks.h"
+
+namespace ZaM {
+namespace detail {
+
+/// Keeps no positions.
+struct NoPositions {
+  static constexpr std::int64_t buffered = std::numeric_limits<std::int64_t>::max();
+  std::int32_t* Buffer() { return nullptr; }
+  void AddBuffered(std::size_t) {}
+  void Add(std::int64_t) {}
+  void AddBehindLast() {}
+  void Finish() {}
+};
+
+/// Keeps a position for each byte of the stream.
+class PositionList {
+ public:
+  static constexpr std::int64_t buffered = 2048;  ///< entries that a kernel may give at once
+
+  explicit PositionList(std::vector<std::int32_t>& positions) : list(positions) { list.clear(); }
+
+  std::int32_t* Buffer() { return buffer; }
+  void AddBuffered(std::size_t count) { list.insert(list.end(), buffer, buffer + count); }
+  void Add(std::int64_t index) { list.push_back(static_cast<std::int32_t>(index)); }
+  void AddBehindLast() { Add(std::int64_t{list.back()} + 1); }
+
+  /// Lets the first entry point at what stands before the first symbol.
+  void Finish() {
+    if (list.size() > 2 && list[1] > 0) list[0] = list[1] - 1;
+  }
+
+ private:
+  std::vector<std::int32_t>& list;
+  std::int32_t buffer[buffered + detail::blockUnits];
+};
+
+}  // namespace detail
+
+/// Filters one text. `FilterWord` with what it calls is the plain form of all rules; `FilterBlocks` does the same
+/// faster for what is left to it.
+template <class Unit, class Positions>
+class AsciiTextFilter::Run {
+ public:
+  Run(AsciiTextFilter& owner, unsigned char const* table, Unit const* input, unsigned int inputLength, char* output,
+      unsigned int outputSize, Positions& indices)
+      : filter(owner),
+        symbols(table),
+        text(input),
+        length(inputLength),
+        out(output),
+        outSize(outputSize),
+        positions(indices) {}
+
+  /// Returns the number of bytes written.
+  unsigned int Filter() {
+    if (outSize == 0) return 0;
+    out[o++] = 0;
+    positions.Add(0);
+    while (GoesOn()) {
+      FilterBlocks();
+      // Where blocks stop, another attempt has to wait, so that it doesn't cost more than it may save.
+      auto const pause = i + detail::blockUnits;
+      while (GoesOn() && i < pause) FilterWord();
+    }
+    if (out[o - 1] != 0) {
+      out[o++] = 0;
+      positions.AddBehindLast();
+    }
+    positions.Finish();
+    return static_cast<unsigned int>(o);
+  }
+
+ private:
+  static constexpr bool wide = sizeof(Unit) > 1;
+
+  bool GoesOn() const { return i < length && !full && (!wide || o < outSize - 2); }
+
+  /// Hands whole blocks to the kernel, as many bytes at once as positions can be buffered for.
+  void FilterBlocks() {
+    if (!filter.kernel) return;
+    detail::Progress done;
+    do {
+      auto const room = std::clamp<std::int64_t>(wide ? outSize - 2 - o : outSize - o, 0, Positions::buffered);
+      done = CallKernel({text + i, static_cast<std::size_t>(length - i), symbols, filter.pageTable, filter.minWordLen,
+                         out + o, static_cast<std::size_t>(room), positions.Buffer(), static_cast<std::uint32_t>(i)});
+      positions.AddBuffered(done.written);
+      i += static_cast<std::int64_t>(done.taken);
+      o += static_cast<std::int64_t>(done.written);
+    } while (done.taken > detail::blockUnits);
+  }
+
+  detail::Progress CallKernel(detail::Stretch<Unit> const& stretch) const {
+    if constexpr (wide) {
+      return filter.kernel->filterWide(stretch);
+    } else {
+      return filter.kernel->filterNarrow(stretch);
+    }
+  }
+
+  /// Filters up to the end of the next word.
+  void FilterWord() {
+    while (i < length && Symbol(i) == detail::Symbols::separator) ++i;
+    auto end = i;
+    while (end < length && Symbol(end) != detail::Symbols::separator && !IsIdeograph(Symbol(end))) ++end;
+    bool const hasIdeograph = end < length && IsIdeograph(Symbol(end));
+    if (end - i < filter.minWordLen && !hasIdeograph) {
+      i = end;
+    } else if constexpr (wide) {
+      CopyWideWord();
+    } else {
+      CopyNarrowWord(end);
+    }
+  }
+
+  /// Copies the word whole, or nothing of it and ends the work.
+  void CopyNarrowWord(std::int64_t end) {
+    if (o + (end - i) + 1 > outSize) {
+      full = true;
+      return;
+    }
+    auto const behindSeparator = std::min(end + 1, length);
+    for (; i < behindSeparator; ++i) Write(Symbol(i));
+  }
+
+  /// Copies what fits of a word, through its separator or the first ideograph that ends it.
+  void CopyWideWord() {
+    for (unsigned char symbol = detail::Symbols::dropped; i < length && symbol != detail::Symbols::separator; ++i) {
+      symbol = Symbol(i);
+      if (IsIdeograph(symbol)) {
+        CopyIdeograph();
+        symbol = static_cast<unsigned char>(out[o - 1]);  // a 0 if the word is complete
+      } else if (symbol != detail::Symbols::dropped && o < outSize - 1) {
+        Write(symbol);
+      }
+    }
+  }
+
+  void CopyIdeograph() {
+    if (o >= outSize - 5) {
+      full = true;
+      return;
+    }
+    auto const count = filter.EncodeCJK(text[i], out + o);
+    o += count;
+    for (std::int32_t k = 0; k < count; ++k) positions.Add(i);
+  }
+
+  unsigned char Symbol(std::int64_t index) const { return symbols[text[index]]; }
+
+  static bool IsIdeograph(unsigned char symbol) { return wide && symbol == detail::Symbols::ideograph; }
+
+  void Write(unsigned char symbol) {
+    out[o++] = static_cast<char>(symbol);
+    positions.Add(i);
+  }
+
+  AsciiTextFilter& filter;
+  unsigned char const* symbols;
+  Unit const* text;
+  std::int64_t length;
+  char* out;
+  std::int64_t outSize;  // signed and wide, so that the bounds below it may turn negative
+  Positions& positions;
+
+  std::int64_t i = 0;  // where it reads
+  std::int64_t o = 0;  // where it writes
+  bool full = false;   // something didn't fit that must not be skipped
+};
+
+}  // namespace ZaM
+
+#endif

@@ -1,0 +1,52 @@
+// The numbers that a text filter writes, and the tables that lead from characters to them.
+#ifndef ZAM_TEXT_SYMBOL_TABLES_H
+#define ZAM_TEXT_SYMBOL_TABLES_H
+
+#include <cstdint>
+
+namespace ZaM::detail {
+
+/// The symbols with a meaning of their own. Digits run from `firstDigit` to 25, letters and marks of all alphabets from
+/// `firstLetter` to 207; 2 to 15 and 208 to 240 stand for nothing.
+struct Symbols {
+  static constexpr unsigned char separator = 0;  ///< ends a word
+  static constexpr unsigned char dropped = 1;    ///< belongs to its word and writes nothing
+  static constexpr unsigned char firstDigit = 16;
+  static constexpr unsigned char firstLetter = 26;
+  static constexpr unsigned char count = 208;  ///< one more than the last letter
+  static constexpr unsigned char last = 240;
+  static constexpr unsigned char ideograph = 241;  ///< never written: see EncodeCJK
+};
+
+/// An ideograph's three symbols, the first in the lowest byte: its number from U+2E80 in base 40, as letters. For code
+/// units whose symbol is `Symbols::ideograph`.
+constexpr std::uint32_t EncodeIdeograph(char16_t unit) {
+  auto const number = std::uint32_t{unit} - 0x2E80;
+  auto const tens = number / 40;
+  auto const hundreds = tens / 40;
+  return (hundreds + Symbols::firstLetter) | (tens - 40 * hundreds + Symbols::firstLetter) << 8 |
+         (number - 40 * tens + Symbols::firstLetter) << 16;
+}
+
+/// Whether a unit is the first half of a surrogate pair: its ideograph leaves the word open for the second.
+constexpr bool IsHighSurrogate(char16_t unit) {
+  return (unit & 0xFC00) == 0xD800;
+}
+
+/// Writes the symbol of each 16-bit code unit to `table`, 65,536 bytes. The first 256 are those of single-byte text.
+/// Without `useDigits` all digits are separators.
+void FillSymbolTable(bool useDigits, unsigned char* table);
+
+/// What `FillPageTable` writes where the symbols of a page differ.
+inline constexpr unsigned char mixedPage = 255;
+
+/// Sums a symbol table up by pages: writes, for each high byte, the symbol that all 256 units with it share.
+void FillPageTable(unsigned char const* symbols, unsigned char* pages);
+
+/// Writes a printable byte for each of 256 symbols to `table`: "0" to "9", "A" to "Z", then the bytes 0xDA to 0xDF for
+/// the six letters behind Z; an underscore for all others.
+void FillDisplayTable(unsigned char* table);
+
+}  // namespace ZaM::detail
+
+#endif
