@@ -1,0 +1,43 @@
+// The walk over a list of nodes, the form in which an XmlNode holds its children.
+#ifndef ZAM_XML_LIST_ITERATOR_H
+#define ZAM_XML_LIST_ITERATOR_H
+
+#include <list>
+
+#include "zam/foundation/export.h"
+#include "zam/model/iterator.h"
+
+namespace ZaM {
+
+class XmlNode;
+
+/// Walks a list that somebody else owns. The list must outlive the iterator and must not change during the walk.
+///
+/// A copy stands where its source stands, unlike a copy of a VectorIterator.
+class ZAM_EXPORT ListIterator : public Iterator {
+ public:
+  /// A new iterator on the heap, or null if there is no memory. Its owner ends it with `Release`.
+  static ListIterator* Create(std::list<XmlNode*>& nodes);
+
+  ListIterator(ListIterator const&) = default;
+  ListIterator& operator=(ListIterator const&) = default;
+
+  void Start() override;
+  void Next() override;
+  bool Done() override;
+
+  /// The element, or null behind the last one.
+  Node* Current() override;
+
+ protected:
+  explicit ListIterator(std::list<XmlNode*>& walked) : nodes(&walked), position(walked.begin()) {}
+  ~ListIterator() override;
+
+ private:
+  std::list<XmlNode*>* nodes;  // never null, not owned
+  std::list<XmlNode*>::iterator position;
+};
+
+}  // namespace ZaM
+
+#endif

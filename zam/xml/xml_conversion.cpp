@@ -1,0 +1,135 @@
+#include "zam/xml/xml_conversion.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <string>
+
+#include "zam/platform/unicode.h"
+
+namespace ZaM::detail {
+
+namespace {
+
+/// Copies the ASCII characters at the front of `in`, as far as there is room, and returns their number. Nearly all of
+/// what documents hold goes this way.
+template <class In, class Out>
+std::size_t copyAscii(std::basic_string_view<In> in, std::span<Out> out) {
+  std::size_t const most = std::min(in.size(), out.size());
+  std::size_t count = 0;
+  for (; count < most && static_cast<std::make_unsigned_t<In>>(in[count]) < 0x80; ++count) {
+    out[count] = static_cast<Out>(in[count]);
+  }
+  return count;
+}
+
+bool isContinuation(char byte) {
+  return (byte & 0xC0) == 0x80;
+}
+bool isHighSurrogate(wchar unit) {
+  return unit >= 0xD800 && unit < 0xDC00;
+}
+bool isLowSurrogate(wchar unit) {
+  return unit >= 0xDC00 && unit < 0xE000;
+}
+
+struct Converted {
+  std::string_view bytes;
+  bool isWhole;
+};
+
+Converted toUtf8(std::u16string_view units, std::span<char> area) {
+  std::size_t const ascii = copyAscii(units, area);
+  std::size_t const room = area.size() - ascii;
+  // Every unit gives a byte or more; the one beyond the room tells whether a pair is whole.
+  std::string const rest = platform::Utf8FromUtf16(units.substr(ascii, room + 1));
+  std::size_t count = std::min(rest.size(), room);
+  while (count < rest.size() && count > 0 && isContinuation(rest[count])) --count;
+  std::copy_n(rest.begin(), count, area.begin() + static_cast<std::ptrdiff_t>(ascii));
+  return {{area.data(), ascii + count}, count == rest.size()};
+}
+
+/// UTF-8 that is well-formed already.
+void replaceForbidden(std::span<char> bytes) {
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    auto const byte = static_cast<unsigned char>(bytes[i]);
+    if (byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') bytes[i] = ' ';
+    // U+FFFE and U+FFFF are EF BF BE and EF BF BF, and U+FFFD is EF BF BD.
+    if (byte == 0xEF && bytes[i + 1] == '\xBF' && bytes[i + 2] >= '\xBE') bytes[i + 2] = '\xBD';
+  }
+}
+
+struct Range {
+  wchar first;
+  wchar last;
+};
+
+/// What may begin a name, from XML 1.0, fifth edition, and what may only go on with it.
+constexpr std::array<Range, 15> nameStarts = {{{':', ':'},
+                                               {'A', 'Z'},
+                                               {'_', '_'},
+                                               {'a', 'z'},
+                                               {0xC0, 0xD6},
+                                               {0xD8, 0xF6},
+                                               {0xF8, 0x2FF},
+                                               {0x370, 0x37D},
+                                               {0x37F, 0x1FFF},
+                                               {0x200C, 0x200D},
+                                               {0x2070, 0x218F},
+                                               {0x2C00, 0x2FEF},
+                                               {0x3001, 0xD7FF},
+                                               {0xF900, 0xFDCF},
+                                               {0xFDF0, 0xFFFD}}};
+constexpr std::array<Range, 5> nameRest = {{{'-', '.'}, {'0', '9'}, {0xB7, 0xB7}, {0x300, 0x36F}, {0x203F, 0x2040}}};
+
+template <std::size_t size>
+bool lies(wchar unit, std::array<Range, size> const& ranges) {
+  return std::any_of(ranges.begin(), ranges.end(),
+                     [unit](Range const& range) { return unit >= range.first && unit <= range.last; });
+}
+
+/// How many units at the front of `units` belong to a name; 0 if its first character doesn't.
+std::size_t nameCharacter(std::u16string_view units, bool isFirst) {
+  if (lies(units[0], nameStarts) || (!isFirst && lies(units[0], nameRest))) return 1;
+  // U+10000 to U+EFFFF are allowed everywhere.
+  bool const isPair = isHighSurrogate(units[0]) && units.size() > 1 && isLowSurrogate(units[1]);
+  return isPair && units[0] < 0xDB80 ? 2 : 0;
+}
+
+wstring makeName(std::u16string_view units) {
+  if (units.empty()) return u"_";
+  wstring name;
+  while (!units.empty()) {
+    std::size_t const length = nameCharacter(units, name.empty());
+    name += length == 0 ? std::u16string_view(u"_") : units.substr(0, length);
+    units.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return name;
+}
+
+}  // namespace
+
+std::u16string_view ToUnits(std::string_view bytes, std::span<wchar> area) {
+  std::size_t const ascii = copyAscii(bytes, area);
+  std::size_t const room = area.size() - ascii;
+  // Three bytes give a unit or more; a character that the end of this piece divides lies beyond the room.
+  wstring const rest = platform::Utf16FromUtf8(bytes.substr(ascii, 3 * room + 3));
+  std::size_t count = std::min(rest.size(), room);
+  if (count < rest.size() && count > 0 && isHighSurrogate(rest[count - 1])) --count;
+  std::copy_n(rest.begin(), count, area.begin() + static_cast<std::ptrdiff_t>(ascii));
+  return {area.data(), ascii + count};
+}
+
+std::string_view ToXmlText(std::u16string_view units, std::span<char> area) {
+  std::string_view const bytes = toUtf8(units, area).bytes;
+  replaceForbidden(area.first(bytes.size()));
+  return bytes;
+}
+
+XmlName ToXmlName(std::u16string_view units, std::span<char> area) {
+  wstring const name = makeName(units.substr(0, area.size() + 1));
+  Converted const converted = toUtf8(name, area);
+  return {converted.bytes, converted.isWhole && units == name};
+}
+
+}  // namespace ZaM::detail

@@ -1,0 +1,33 @@
+// How names and texts cross between 16-bit units and the UTF-8 bytes of libxml2's document model; internal.
+#ifndef ZAM_XML_XML_CONVERSION_H
+#define ZAM_XML_XML_CONVERSION_H
+
+#include <span>
+#include <string_view>
+
+#include "zam/foundation/types.h"
+
+namespace ZaM::detail {
+
+/// Converts UTF-8 into `area`: as many whole characters as fit, so that a cut never divides a surrogate pair. Returns
+/// what came out, which lies in `area`.
+std::u16string_view ToUnits(std::string_view bytes, std::span<wchar> area);
+
+/// Converts into UTF-8 in `area`: as many whole characters as fit. Returns what came out, which lies in `area`.
+///
+/// What XML 1.0 can't carry is replaced, so that whatever is written can be read: control characters by a blank, lone
+/// surrogates, U+FFFE and U+FFFF by U+FFFD.
+std::string_view ToXmlText(std::u16string_view units, std::span<char> area);
+
+struct XmlName {
+  std::string_view bytes;  // lies in the area
+  bool isFaithful;         // false where something was replaced or cut
+};
+
+/// The same for the name of an element or an attribute. Each character that doesn't belong there becomes an underscore,
+/// and so does an empty name.
+XmlName ToXmlName(std::u16string_view units, std::span<char> area);
+
+}  // namespace ZaM::detail
+
+#endif

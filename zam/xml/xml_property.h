@@ -1,0 +1,34 @@
+// One attribute of an XML element in memory.
+#ifndef ZAM_XML_XML_PROPERTY_H
+#define ZAM_XML_XML_PROPERTY_H
+
+#include "zam/foundation/export.h"
+#include "zam/foundation/types.h"
+
+namespace ZaM {
+
+/// A name and a value. The properties of a node belong to it; its `AddProperty` makes them, under names that are unique
+/// within the node. The typed values of `XmlNode` are texts here too.
+class ZAM_EXPORT XmlProperty {
+ public:
+  XmlProperty(wstring const& propertyName, wstring const& propertyValue) : name(propertyName), value(propertyValue) {}
+
+  XmlProperty(XmlProperty const&) = default;
+
+  /// Takes over name and value. Not for a property that a node holds: the node goes on finding it by its former name.
+  XmlProperty& operator=(XmlProperty const&) = default;
+
+  wstring const& GetName() const { return name; }
+  wstring const& GetValue() const { return value; }
+
+  /// Stores `newValue` and returns a reference to what is stored.
+  wstring const& SetValue(wstring const& newValue) { return value = newValue; }
+
+ private:
+  wstring name;
+  wstring value;
+};
+
+}  // namespace ZaM
+
+#endif
