@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "zam/foundation/placeholder.h"
 #include "zam/platform/unicode.h"
 
 namespace ZaM::detail {
@@ -78,17 +77,6 @@ TEST(FormatText, WritesNumbersAsTheCLibraryDoes) {
     char expected[64];
     std::snprintf(expected, sizeof expected, form.c_str(), number);
     ASSERT_EQ(platform::Utf8FromUtf16(Format(platform::Utf16FromUtf8(form), {number})), expected) << form;
-  }
-}
-
-TEST(PlaceholderKinds, NamesWhatATextTakes) {
-  struct {
-    wstring text, expected;
-  } const cases[] = {{u"nothing", u""}, {u"%s %ld %d %i", u"sddd"}, {u"%-5.2s%08lx", u"sx"},
-                     {u"100%%", u""},   {u"100 % sure", u"s"},      {u"100 %", u"%"},
-                     {u"%q %s", u"%s"}, {u"%%%s%%", u"s"},          {u"%u %x %X", u"uxX"}};
-  for (auto const& [text, expected] : cases) {
-    EXPECT_TRUE(PlaceholderKinds(text) == expected) << platform::Utf8FromUtf16(text);
   }
 }
 

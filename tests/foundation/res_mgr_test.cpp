@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/failing_allocation.h"
@@ -17,19 +16,25 @@
 namespace ZaM {
 namespace {
 
-/// A module with built-in texts in a folder of its own, under an empty environment.
+/// A module with built-in texts in a folder of its own, and a locale that says nothing.
 class ResMgrTest : public testing::Test {
  protected:
-  wstring PathOf(wstring const& fileName) const { return folder.Path().u16string() + u"/" + fileName; }
+  void AddSatellite(std::string const& language, wstring const& text) const {
+    folder.Write(language + "/app.lng", detail::EncodeSatellite({{1, text}}));
+  }
 
-  void AddSatellite(std::filesystem::path const& name, wstring const& text) const {
-    folder.Write(name, detail::EncodeSatellite({{1, text}}));
+  /// An instance that was initialised under a value of the variable.
+  static ResMgr Initialised(HINSTANCE module, std::string const& setting) {
+    test::ScopedVariable const variable("Telvo Components Language", setting);
+    ResMgr resources;
+    resources.Init(module);
+    return resources;
   }
 
   test::TemporaryFolder const folder;
-  TextModule const module{PathOf(u"app.mod"), {{1, u"built-in %s"}, {2, u"%d of %d, %d"}, {3, u"100%"}, {4, u"%%"}}};
-  test::ScopedVariable const setting{"Telvo Components Language", {}}, all{"LC_ALL", {}}, messages{"LC_MESSAGES", {}},
-      lang{"LANG", {}};
+  TextModule const module{folder.Path().u16string() + u"/app.mod",
+                          {{1, u"built-in %s"}, {2, u"%d of %d, %d"}, {3, u"100%"}, {4, u"%%"}}};
+  test::ScopedVariable const all{"LC_ALL", {}}, messages{"LC_MESSAGES", {}}, lang{"LANG", {}};
 };
 
 TEST_F(ResMgrTest, ChoosesTheLanguage) {
@@ -81,79 +86,54 @@ TEST_F(ResMgrTest, ChoosesTheLanguage) {
     for (auto const& name : row.folders) {
       around.Write("folder/" + name + "/app.lng", detail::EncodeSatellite({{1, platform::Utf16FromUtf8(name)}}));
     }
-    test::ScopedVariable const language("Telvo Components Language", row.setting), locale("LANG", row.lang);
+    SCOPED_TRACE(row.setting + " " + row.lang);
+    test::ScopedVariable const locale("LANG", row.lang);
     TextModule const owner(around.Path().u16string() + u"/folder/app.mod", {{1, u"built in"}});
-    ResMgr resources;
-    resources.Init(&owner);
-    EXPECT_EQ(platform::Utf8FromUtf16(resources.GetLanguage()), row.language) << row.setting << " " << row.lang;
-    EXPECT_EQ(platform::Utf8FromUtf16(resources.GetString(1)), row.loaded.value_or("built in"))
-        << row.setting << " " << row.lang;
+    ResMgr resources = Initialised(&owner, row.setting);
+    EXPECT_EQ(platform::Utf8FromUtf16(resources.GetLanguage()), row.language);
+    EXPECT_EQ(platform::Utf8FromUtf16(resources.GetString(1)), row.loaded.value_or("built in"));
     EXPECT_EQ(resources.GetResourceHandle() == &owner, !row.loaded);
   }
 }
 
 TEST_F(ResMgrTest, FindsTheSatelliteByTheModulesFileName) {
-  test::ScopedVariable const language("Telvo Components Language", "de");
-  struct {
-    wstring path;
-    std::string satellite;
-  } const cases[] = {
+  std::pair<wstring, std::string> const cases[] = {
       {u"/app.mod", "de/app.lng"},
       {u"\\app.mod", "de/app.lng"},
       {u"/my.app.dll", "de/my.app.lng"},
       {u"/app.so", "de/applng"},
-      {u"/ab", "de/lng"},
       {u"/sub\\app.mod", "sub/de/app.lng"},
       {u"\\sub/app.mod", "sub/de/app.lng"},
+      {u"/ab", "de/lng"},
       {u"/", "de/lng"},
   };
   for (auto const& [path, satellite] : cases) {
     test::TemporaryFolder const place;
     place.Write(satellite, detail::EncodeSatellite({{1, u"found"}}));
     TextModule const owner(place.Path().u16string() + path, {});
-    ResMgr resources;
-    resources.Init(&owner, false);
-    EXPECT_TRUE(resources.GetString(1) == u"found") << satellite;
+    EXPECT_TRUE(Initialised(&owner, "de").GetString(1) == u"found") << satellite;
   }
 }
 
 TEST_F(ResMgrTest, APathThatIsTooLongOrMissingMeansNoSatellite) {
-  AddSatellite("de/app.lng", u"German");
-  test::ScopedVariable const language("Telvo Components Language", "de");
-  wstring longest = PathOf(u"");
-  while (longest.size() < 1023 - 8) longest += u"./";
-  while (longest.size() < 1023 - 7) longest += u"/";
-  longest += u"app.mod";
+  AddSatellite("de", u"German");
+  wstring longest = folder.Path().u16string() + u"/app.mod";
+  longest.insert(longest.find(u"/app"), 1023 - longest.size(), u'/');
   for (auto const& [path, expected] :
-       {std::pair{longest, wstring(u"German")}, std::pair{u"/" + longest, wstring(u"built in")},
-        std::pair{wstring(), wstring(u"built in")}}) {
-    TextModule const owner(path, {{1, u"built in"}});
-    ResMgr resources;
-    resources.Init(&owner);
-    EXPECT_TRUE(resources.GetString(1) == expected) << path.size();
+       {std::pair{longest, wstring(u"German")}, std::pair{u"/" + longest, wstring(u"own")},
+        std::pair{wstring(), wstring(u"own")}}) {
+    TextModule const owner(path, {{1, u"own"}});
+    EXPECT_TRUE(Initialised(&owner, "de").GetString(1) == expected) << path.size();
   }
-  ResMgr resources;
-  resources.Init(nullptr);
-  EXPECT_TRUE(resources.GetString(1) == u"Resource string #1 not found!");
-  EXPECT_TRUE(resources.GetLanguage() == wstring(u"en"));
-}
-
-TEST_F(ResMgrTest, ADamagedSatelliteCountsAsAbsent) {
-  std::string const sound = detail::EncodeSatellite({{1, u"German"}});
-  folder.Write("de-AT/app.lng", sound.substr(0, sound.size() - 1));
-  folder.Write("de/app.lng", sound);
-  test::ScopedVariable const language("Telvo Components Language", "de-AT");
-  ResMgr resources;
-  resources.Init(&module);
-  EXPECT_TRUE(resources.GetLanguage() == wstring(u"de"));
-  EXPECT_TRUE(resources.GetString(1) == u"German");
+  ResMgr none = Initialised(nullptr, "de");
+  EXPECT_TRUE(none.GetString(1) == u"Resource string #1 not found!");
+  EXPECT_TRUE(none.GetLanguage() == wstring(u"en"));
 }
 
 TEST_F(ResMgrTest, LooksEachTextUpInTheSatelliteAndThenInTheModule) {
-  AddSatellite("de/app.lng", u"eingebaut %s");
-  test::ScopedVariable const language("Telvo Components Language", "de");
-  ResMgr resources;
-  resources.Init(&module);
+  AddSatellite("de", u"eingebaut %s");
+  folder.Write("de-AT/app.lng", detail::EncodeSatellite({{1, u"cut off"}}).substr(0, 60));  // counts as absent
+  ResMgr const resources = Initialised(&module, "de-AT");
   EXPECT_TRUE(resources.GetString(1, u"a") == u"eingebaut a");
   EXPECT_TRUE(resources.GetString(3) == u"100%");
   EXPECT_TRUE(resources.GetString(9) == u"Resource string #9 not found!");
@@ -162,8 +142,7 @@ TEST_F(ResMgrTest, LooksEachTextUpInTheSatelliteAndThenInTheModule) {
 }
 
 TEST_F(ResMgrTest, FormatsWithTheArgumentsBeforeTheFirstNull) {
-  ResMgr resources;
-  resources.Init(&module);
+  ResMgr const resources = Initialised(&module, "");
   std::int32_t const one = 1, two = -2;
   unsigned int const large = 4294967295;
   EXPECT_TRUE(resources.GetString(1, u"%d") == u"built-in %d");
@@ -197,29 +176,22 @@ TEST_F(ResMgrTest, AMissingTextReadsTheSameInEveryForm) {
 }
 
 TEST_F(ResMgrTest, SatellitesOutliveEveryHandleThatWasGiven) {
-  AddSatellite("de/app.lng", u"German");
-  AddSatellite("fr/app.lng", u"French");
+  AddSatellite("de", u"German");
+  AddSatellite("fr", u"French");
   ResMgr survivor;
-  {
-    test::ScopedVariable const language("Telvo Components Language", "de");
-    auto const owner = std::make_unique<ResMgr>();
-    owner->Init(&module);
-    survivor = *owner;
-  }
+  survivor = Initialised(&module, "de");  // from one that is gone then
   EXPECT_TRUE(survivor.GetString(1) == u"German");
   EXPECT_TRUE(survivor.GetLanguage() == wstring(u"de"));
 
   HINSTANCE const german = survivor.GetResourceHandle();
   test::ScopedVariable const language("Telvo Components Language", "fr");
-  survivor.Init(&module);
+  survivor.Init(&module, false);
   EXPECT_TRUE(survivor.GetString(1) == u"French");
   EXPECT_TRUE(german->FindText(1) == u"German") << "a second Init doesn't end what the first one loaded";
-  ResMgr const copy(survivor);
-  EXPECT_EQ(copy.GetResourceHandle(), survivor.GetResourceHandle());
 }
 
 TEST_F(ResMgrTest, WithoutMemoryTheBuiltInTextsRemain) {
-  AddSatellite("de/app.lng", u"German");
+  AddSatellite("de", u"German");
   test::ScopedVariable const language("Telvo Components Language", "de-DE");
   int failures = 0;
   for (bool failed = true; failed; ++failures) {

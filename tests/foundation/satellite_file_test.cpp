@@ -17,24 +17,28 @@ std::string GermanSatellite() {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::string LittleEndian(std::uint64_t value, int bytes) {
+std::string Little(std::uint64_t value, int bytes) {
   std::string text;
   for (int i = 0; i < bytes; ++i) text += static_cast<char>(value >> 8 * i & 0xFF);
   return text;
 }
 
+/// The head of a file with this number of blocks, and an entry of the directory.
+std::string Head(std::uint32_t blocks) {
+  return "ZaMTexts" + Little(1, 4) + Little(blocks, 4);
+}
+std::string Entry(std::uint32_t block, std::uint32_t offset) {
+  return Little(block, 4) + Little(offset, 4);
+}
+
 std::string Sealed(std::string const& bytes) {
-  return bytes + LittleEndian(SatelliteChecksum(bytes), 8);
+  return bytes + Little(SatelliteChecksum(bytes), 8);
 }
 
 TEST(SatelliteFile, HasTheDocumentedBytes) {
   // The example of docs/formats.md.
-  std::string const bytes = "ZaMTexts" + LittleEndian(1, 4) + LittleEndian(1, 4) +             //
-                            LittleEndian(2, 4) + LittleEndian(24, 4) +                         //
-                            LittleEndian(0, 2) + LittleEndian(2, 2) + LittleEndian(0x4A, 2) +  //
-                            LittleEndian(0x61, 2) + LittleEndian(0, 2) + LittleEndian(1, 2) +  //
-                            LittleEndian(0xC4, 2) + std::string(24, '\0') +                    //
-                            LittleEndian(0x7CE4F92FF8D61B83, 8);
+  std::string const bytes = Head(1) + Entry(2, 24) + std::string("\0\0\2\0J\0a\0\0\0\1\0\xC4\0", 14) +
+                            std::string(24, '\0') + Little(0x7CE4F92FF8D61B83, 8);
   EXPECT_EQ(EncodeSatellite({{17, u"Ja"}, {18, u""}, {19, u"\u00C4"}}), bytes);
   EXPECT_EQ(DecodeSatellite(bytes), (TextMap{{17, u"Ja"}, {19, u"\u00C4"}}));
 }
@@ -66,29 +70,24 @@ TEST(SatelliteFile, NoticesEveryTruncationAndEveryChangedByte) {
 }
 
 TEST(SatelliteFile, RefusesHostileStructureUnderARightChecksum) {
-  std::string const head = "ZaMTexts" + LittleEndian(1, 4);
-  std::string const block = std::string(2, '\1') + std::string(2 * 0x101, 'x') + std::string(30, '\0');
-  std::string const emptyBlock(32, '\0');
+  std::string const block = std::string("\1\0x", 4) + std::string(30, '\0');
   std::pair<char const*, std::string> const cases[] = {
-      {"another magic", "ZaMText!" + LittleEndian(1, 4) + LittleEndian(0, 4)},
-      {"a later version", "ZaMTexts" + LittleEndian(2, 4) + LittleEndian(0, 4)},
-      {"more blocks than bytes", head + LittleEndian(0xFFFFFFFF, 4) + LittleEndian(1, 4) + LittleEndian(24, 4)},
-      {"a block without texts", head + LittleEndian(1, 4) + LittleEndian(1, 4) + LittleEndian(24, 4) + emptyBlock},
-      {"block 0", head + LittleEndian(1, 4) + LittleEndian(0, 4) + LittleEndian(24, 4) + block},
-      {"a block beyond the last",
-       head + LittleEndian(1, 4) + LittleEndian(0x10000001, 4) + LittleEndian(24, 4) + block},
-      {"an offset beyond the end",
-       head + LittleEndian(1, 4) + LittleEndian(1, 4) + LittleEndian(0xFFFFFFFF, 4) + block},
-      {"an offset into the head", head + LittleEndian(1, 4) + LittleEndian(1, 4) + LittleEndian(0, 4) + block},
-      {"a text beyond the end", head + LittleEndian(1, 4) + LittleEndian(1, 4) + LittleEndian(24, 4) + "\xFF\xFF"},
-      {"one block twice", head + LittleEndian(2, 4) + LittleEndian(1, 4) + LittleEndian(32, 4) + LittleEndian(1, 4) +
-                              LittleEndian(32 + block.size(), 4) + block + block},
-      {"bytes left over", head + LittleEndian(0, 4) + "rest"},
+      {"another magic", "ZaMText!" + Head(0).substr(8)},
+      {"a later version", "ZaMTexts" + Little(2, 4) + Little(0, 4)},
+      {"more blocks than bytes", Head(0xFFFFFFFF) + Entry(1, 24)},
+      {"a block without texts", Head(1) + Entry(1, 24) + std::string(32, '\0')},
+      {"block 0", Head(1) + Entry(0, 24) + block},
+      {"a block beyond the last", Head(1) + Entry(0x10000001, 24) + block},
+      {"an offset beyond the end", Head(1) + Entry(1, 0xFFFFFFFF) + block},
+      {"an offset into the head", Head(1) + Entry(1, 0) + block},
+      {"a text beyond the end", Head(1) + Entry(1, 24) + "\xFF\xFF"},
+      {"one block twice", Head(2) + Entry(1, 32) + Entry(1, 66) + block + block},
+      {"blocks out of order", Head(2) + Entry(2, 32) + Entry(1, 66) + block + block},
+      {"bytes left over", Head(0) + "rest"},
   };
   for (auto const& [name, bytes] : cases) EXPECT_FALSE(DecodeSatellite(Sealed(bytes))) << name;
-  EXPECT_TRUE(
-      DecodeSatellite(Sealed(head + LittleEndian(1, 4) + LittleEndian(0x10000000, 4) + LittleEndian(24, 4) + block)))
-      << "the block that the others are variations of is sound";
+  EXPECT_TRUE(DecodeSatellite(Sealed(Head(2) + Entry(1, 32) + Entry(0x10000000, 66) + block + block)))
+      << "the others are variations of a sound one";
 }
 
 TEST(SatelliteFile, TheGermanOneIsComplete) {

@@ -20,11 +20,6 @@ TEST(Unicode, EveryCodePointSurvivesTheWayThereAndBack) {
   }
 }
 
-TEST(Unicode, WritesTheShortestForm) {
-  EXPECT_EQ(Utf8FromUtf16(u"\u007F\u0080\u07FF\u0800\uFFFF\U00010000\U0010FFFF"),
-            "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF");
-}
-
 TEST(Unicode, MalformedSequencesBecomeReplacementCharacters) {
   struct {
     std::string bytes;
@@ -43,6 +38,16 @@ TEST(Unicode, MalformedSequencesBecomeReplacementCharacters) {
   };
   for (auto const& [bytes, expected] : cases)
     EXPECT_TRUE(Utf16FromUtf8(bytes) == expected) << testing::PrintToString(bytes);
+}
+
+TEST(Unicode, FindsTheMalformedByteAnywhereInPlainText) {
+  for (std::size_t place = 0; place < 40; ++place) {
+    std::string bytes(40, 'a');
+    std::u16string expected(40, u'a');
+    bytes[place] = '\x80';
+    expected[place] = u'\uFFFD';
+    EXPECT_TRUE(Utf16FromUtf8(bytes) == expected) << place;
+  }
 }
 
 TEST(Unicode, SurrogatesWithoutTheirOtherHalfBecomeReplacementCharacters) {

@@ -16,7 +16,7 @@ namespace ZaM::detail {
 using FormatArgument = std::variant<wchar const*, std::int32_t, std::uint32_t>;
 
 /// `text` with each placeholder replaced by the argument of its rank, by the rules of the print family; see Placeholder
-/// for its forms. What doesn't fit into `capacity` units, the terminator counted, is cut.
+/// for its forms. What doesn't fit into `capacity` units, at least 1, the terminator counted, is cut.
 ///
 /// A number's placeholder decides how it looks: 4294967295 reads -1 under "%d", and -1 reads ffffffff under "%x".
 /// Nothing in `text` can do harm. These stand in the result as they stand in the text: a placeholder without an

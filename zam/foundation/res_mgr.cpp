@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::size_t capacity = 1024;  // of a formatted text, a path and a variable's value, terminator included
 constexpr std::u16string_view fallbackLanguage = u"en";
+constexpr std::uint16_t primaryIdMask = 0x3FF;
 
 struct SystemLanguage {
   std::uint16_t primaryId;
@@ -37,7 +38,7 @@ std::vector<wstring> Languages() {
   wstring const setting = platform::EnvironmentVariable("Telvo Components Language");
   if (!setting.empty()) return LanguagesOf(setting);
 
-  auto const primaryId = platform::UserLanguageId() & 0x3FF;
+  auto const primaryId = platform::UserLanguageId() & primaryIdMask;
   for (SystemLanguage const& known : systemLanguages) {
     if (known.primaryId == primaryId) return {wstring(known.code)};
   }

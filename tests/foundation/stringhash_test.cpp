@@ -1,0 +1,69 @@
+#include "zam/foundation/stringhash.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace ZaM {
+namespace {
+
+/// The number behind a character: a string of one character has it as its hash.
+std::uint32_t NumberOf(unsigned int character) {
+  wchar const unit = static_cast<wchar>(character);
+  return stringhash().GetStringHashW(1, &unit);
+}
+
+TEST(StringHash, KeepsItsTableForEver) {
+  struct {
+    unsigned int index;
+    std::uint32_t number;
+  } const fixed[] = {{0, 0xCC657BC9},  {1, 0xCE2CE6D2},  {2, 0xAB2704B1},   {3, 0x97F2C0B8},
+                     {4, 0x77F5A891},  {5, 0x93CE67AB},  {6, 0x3825A755},   {7, 0x70D067D1},
+                     {97, 0x004734D5}, {98, 0xDA26D86A}, {1023, 0x8B3AAFC3}};
+  for (auto const& one : fixed) EXPECT_EQ(NumberOf(one.index), one.number) << one.index;
+
+  // FNV-1a over all numbers, the lowest byte first. If this differs, stored hashes have become worthless.
+  std::uint64_t checksum = 0xCBF29CE484222325;
+  for (unsigned int i = 0; i < 1024; ++i) {
+    for (unsigned int shift = 0; shift < 32; shift += 8) {
+      checksum = (checksum ^ (NumberOf(i) >> shift & 0xFF)) * 0x100000001B3;
+    }
+  }
+  EXPECT_EQ(checksum, 0x0ULL);
+}
+
+TEST(StringHash, WeighsCharactersByTheirPlaces) {
+  std::mt19937 engine(1);
+  for (std::uint32_t length = 0; length < 300; ++length) {
+    wstring wide;
+    std::string narrow;
+    std::uint32_t expectedWide = 0;
+    std::uint32_t expectedNarrow = 0;
+    for (std::uint32_t i = 0; i < length; ++i) {
+      wide += static_cast<wchar>(engine());
+      narrow += static_cast<char>(engine());
+      expectedWide += (2 * i + 1) * NumberOf(wide.back() % 1024u);
+      expectedNarrow += (2 * i + 1) * NumberOf(static_cast<unsigned char>(narrow.back()));
+    }
+    EXPECT_EQ(stringhash().GetStringHashW(wide), expectedWide);
+    EXPECT_EQ(stringhash(7).GetStringHashW(length, wide.data()), expectedWide);
+    EXPECT_EQ(stringhash().GetStringHash(narrow), expectedNarrow);
+    EXPECT_EQ(stringhash(0).GetStringHash(length, narrow.data()), expectedNarrow);
+  }
+}
+
+TEST(StringHash, HashesTheKnownStrings) {
+  stringhash const hash;
+  EXPECT_EQ(hash.GetStringHash("a"), 0x004734D5u);
+  EXPECT_EQ(hash.GetStringHash("ab"), 0x8EBBBE13u);
+  EXPECT_EQ(hash.GetStringHashW(u"ab"), 0x8EBBBE13u);
+  EXPECT_EQ(hash.GetStringHashW(u"\u0441"), hash.GetStringHash("A"));
+  EXPECT_EQ(hash.GetStringHash("\xE9"), hash.GetStringHashW(u"\u00E9"));
+  EXPECT_EQ(hash.GetStringHash(std::string("\0\0", 2)), 0xCC657BC9u * 4);
+  EXPECT_EQ(hash.GetStringHash(""), 0u);
+  EXPECT_EQ(hash.GetStringHash(0, nullptr), 0u);
+  EXPECT_EQ(hash.GetStringHashW(0, nullptr), 0u);
+}
+
+}  // namespace
+}  // namespace ZaM
