@@ -10,6 +10,7 @@
 #include "zam/foundation/module.h"
 #include "zam/foundation/ref.h"
 #include "zam/foundation/res_mgr.h"
+#include "zam/foundation/stringhash.h"
 #include "zam/foundation/types.h"
 #include "zam/model/algorithm.h"
 #include "zam/model/analyzer.h"
@@ -32,6 +33,8 @@
 #include "zam/results/result_item.h"
 #include "zam/results/result_type.h"
 #include "zam/results/sparse_result.h"
+#include "zam/text/ascii_text_filter.h"
+#include "zam/text/text_filter.h"
 #include "zam/xml/xml_sax_callback.h"
 
 #endif
