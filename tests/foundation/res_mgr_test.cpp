@@ -33,7 +33,7 @@ class ResMgrTest : public testing::Test {
 
   test::TemporaryFolder const folder;
   TextModule const module{folder.Path().u16string() + u"/app.mod",
-                          {{1, u"built-in %s"}, {2, u"%d of %d, %d"}, {3, u"100%"}, {4, u"%%"}}};
+                          {{1, u"built-in %s"}, {2, u"%d of %d, %d"}, {3, u"100%"}, {4, u"%%"}, {5, u"%s %s %s"}}};
   test::ScopedVariable const all{"LC_ALL", {}}, messages{"LC_MESSAGES", {}}, lang{"LANG", {}};
 };
 
@@ -147,6 +147,9 @@ TEST_F(ResMgrTest, FormatsWithTheArgumentsBeforeTheFirstNull) {
   unsigned int const large = 4294967295;
   EXPECT_TRUE(resources.GetString(1, u"%d") == u"built-in %d");
   EXPECT_TRUE(resources.GetString(1, nullptr) == u"built-in (null)");
+  EXPECT_TRUE(resources.GetString(5, u"a", u"b", u"c") == u"a b c");
+  EXPECT_TRUE(resources.GetString(5, u"a", u"b") == u"a b %s");
+  EXPECT_TRUE(resources.GetString(5, u"a", nullptr, u"c") == u"a %s %s");
   EXPECT_TRUE(resources.GetStringL(2, &one, &two, &one) == u"1 of -2, 1");
   EXPECT_TRUE(resources.GetStringL(2, &one, nullptr, &two) == u"1 of %d, %d");
   EXPECT_TRUE(resources.GetStringL(2, nullptr, &one, &two) == u"%d of %d, %d");

@@ -54,10 +54,7 @@ struct Reader {
   }
 
   wstring TakeText() {
-    std::size_t const length = Take<std::uint16_t>();
-    good = good && rest.size() >= 2 * length;
-    if (!good) return {};
-    wstring text(length, u'\0');
+    wstring text(Take<std::uint16_t>(), u'\0');
     for (wchar& unit : text) unit = Take<std::uint16_t>();
     return text;
   }
