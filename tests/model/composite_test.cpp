@@ -5,13 +5,17 @@
 #include <random>
 #include <sstream>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
+#include "tests/support/failing_allocation.h"
 #include "tests/support/probe_nodes.h"
+#include "tests/support/run_on_stack.h"
 
 namespace ZaM::test {
 namespace {
 
-/// A composite whose iterators count how many of them are alive, and whose operations follow a function.
+/// A composite that counts how many of its iterators are alive.
 class CountingComposite : public Composite {
  public:
   static CountingComposite* Create() {
@@ -165,20 +169,144 @@ TEST(CompositeTest, VisitsAMillionLevels) {
   EXPECT_TRUE(root->Save(nullptr));
 }
 
-TEST(CompositeTest, LeavesAWalkWithinAWalkItsOwnOrder) {
-  // At every node of a deep tree the visitor visits a small tree, deep enough to need the list for its own part.
-  Ref const deep(CreateDeepTree(300));
-  Ref const inner(CreateDeepTree(150));
-  int innerVisits = 0;
-  int outerVisits = 0;
-  FunctionVisitor innerVisitor([&](Node*) { ++innerVisits; });
-  FunctionVisitor outerVisitor([&](Node*) {
-    inner->Visit(&innerVisitor);
-    ++outerVisits;
-    EXPECT_EQ(innerVisits, 150 * outerVisits);
+/// Deep random trees under a visitor that adds, removes and ends nodes, starts walks within the walk, and throws; and
+/// under a Save that writes other nodes into other streams and fails at times. All that happens goes into a log.
+class RandomWalks {
+ public:
+  explicit RandomWalks(unsigned int seed) : random(seed) {}
+
+  std::string Run() {
+    Ref const root(Make());
+    DocumentNode* last = root.Get();
+    for (int i = 0; i < 3000; ++i) {
+      DocumentNode* const node = Make();
+      if (random() % 8 == 0) {
+        last->AddFeature(node);
+        continue;
+      }
+      last->AddChild(node);
+      if (random() % 8 != 0) last = node;
+    }
+    RandomVisitor visitor(*this);
+    try {
+      root->Visit(&visitor);
+    } catch (std::runtime_error const&) {
+      log << "thrown ";
+    }
+    std::ostringstream out;
+    walksLeft = 5;
+    log << root->Save(&out) << out.str();
+    return log.str();
+  }
+
+  std::string TakeEnds() { return std::exchange(ends, std::ostringstream()).str(); }
+
+ private:
+  class RandomNode : public DocumentNode {
+   public:
+    RandomNode(RandomWalks& owner, int given) : walks(owner), number(given) {}
+
+    bool Save(std::ostream* stream) override {
+      *stream << number << ' ';
+      if (walks.StartsAnother()) {
+        std::ostringstream other;
+        bool const saved = DocumentNode::Save(&other);
+        *stream << '[' << other.str() << saved << ']';
+      }
+      return number % 2999 != 2998 && DocumentNode::Save(stream);
+    }
+
+    RandomWalks& walks;
+    int const number;
+
+   protected:
+    ~RandomNode() override {
+      walks.ends << number << ' ';
+      // A tree of its own has ended, whole, before this destructor goes on.
+      if (number % 300 == 299) {
+        Ref const tree(walks.Make());
+        tree->AddChild(walks.Make());
+      }
+    }
+  };
+
+  class RandomVisitor : public Visitor {
+   public:
+    explicit RandomVisitor(RandomWalks& owner, int depth = 0) : walks(owner), nesting(depth) {}
+
+    void DoVisit(Node* visited) override {
+      auto& node = dynamic_cast<RandomNode&>(*visited);
+      walks.log << node.number << " +!"[nesting];
+      if (walks.Happens(40)) node.AddChild(walks.Make());
+      if (node.ChildCount() > 1 && walks.Happens(40)) {
+        Ref const removed(node.RemoveChild((*Children(node).begin())->GetId()));
+      }
+      if (nesting == 2) return;
+      if (walks.StartsAnother()) {
+        ++nesting;
+        node.Visit(this);
+        --nesting;
+      }
+      if (walks.StartsAnother()) {
+        RandomVisitor inner(walks, nesting + 1);
+        try {
+          node.Visit(&inner);
+        } catch (std::runtime_error const&) {
+          walks.log << "caught ";
+        }
+      }
+      if (nesting > 0 && walks.Happens(400)) throw std::runtime_error("stop");
+    }
+
+   private:
+    RandomWalks& walks;
+    int nesting;
+  };
+
+  RandomNode* Make() {
+    return CreateCounted([this] { return new RandomNode(*this, nextNumber++); });
+  }
+  bool Happens(unsigned int oneIn) { return random() % oneIn == 0; }
+  bool StartsAnother() { return walksLeft > 0 && Happens(150) && walksLeft-- > 0; }
+
+  std::mt19937 random;
+  int nextNumber = 0;
+  int walksLeft = 20;
+  std::ostringstream log;
+  std::ostringstream ends;
+};
+
+TEST(CompositeTest, WalksAndEndsAlikeOnALargeStackAndFromAList) {
+  for (unsigned int seed = 0; seed < 12; ++seed) {
+    std::string logs[2];
+    std::string ends[2];
+    std::size_t const stacks[2] = {std::size_t{512} << 20, std::size_t{512} << 10};
+    for (int i = 0; i < 2; ++i) {
+      RunOnStack(stacks[i], [&] {
+        RandomWalks walks(seed);
+        logs[i] = walks.Run();
+        ends[i] = walks.TakeEnds();
+      });
+    }
+    EXPECT_EQ(logs[0], logs[1]) << "with seed " << seed;
+    EXPECT_EQ(ends[0], ends[1]) << "with seed " << seed;
+  }
+}
+
+TEST(CompositeTest, FailsWithoutALeakWhenADeepWalkFindsNoMemory) {
+  RunOnStack(std::size_t{256} << 10, [] {
+    Ref const root(CreateDeepTree(3000));
+    int visits = 0;
+    FunctionVisitor visitor([&](Node*) { ++visits; });
+    for (std::size_t n : {0u, 1u, 2990u, 2999u, 3000u, 3010u, 3020u}) {
+      FailingAllocation const failing(n);
+      visits = 0;
+      std::int32_t const id = FailureId([&] { root->Visit(&visitor); });
+      // Where an iterator can't be made the walk ends without a word; where its place can't be kept, with a failure.
+      EXPECT_TRUE(visits == 3000 || failing.HasFailed());
+      EXPECT_TRUE(id == 0 || id == 5);
+    }
   });
-  deep->Visit(&outerVisitor);
-  EXPECT_EQ(outerVisits, 300);
 }
 
 TEST(ChildrenTest, AreARangeInOrder) {

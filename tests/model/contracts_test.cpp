@@ -9,9 +9,6 @@
 namespace ZaM::test {
 namespace {
 
-// Read by another file's static initialiser than the one that defines it.
-int const defaultTagDuringStaticConstruction = Representation::GetDefaultTag().id;
-
 TEST(RepresentationTest, TakesTagsOfExactlyFourBytes) {
   struct {
     std::string name, tag;
@@ -37,7 +34,7 @@ TEST(RepresentationTest, TakesTagsOfExactlyFourBytes) {
   EXPECT_EQ(zeros.GetTagName(), "");
   zeros.SetTagId(-1);
   EXPECT_EQ(zeros.GetTagName(), "\xFF\xFF\xFF\xFF");
-  EXPECT_EQ(defaultTagDuringStaticConstruction, 0x746C6644);  // "Dflt", first character in the lowest byte
+  EXPECT_EQ(Representation::GetDefaultTag().id, 0x746C6644);  // "Dflt", first character in the lowest byte
 }
 
 TEST(RepresentationTest, AnswersLikeAnEmptyViewInTheBase) {

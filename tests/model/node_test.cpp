@@ -4,11 +4,17 @@
 
 #include <set>
 #include <thread>
+#include <type_traits>
 
+#include "tests/support/failing_allocation.h"
 #include "tests/support/probe_nodes.h"
+#include "tests/support/run_on_stack.h"
 
 namespace ZaM::test {
 namespace {
+
+static_assert(std::is_convertible_v<Ref<DocumentNode>, Ref<Node>>);
+static_assert(!std::is_convertible_v<Ref<Node>, Ref<DocumentNode>>);
 
 class BareNode : public Node {
  public:
@@ -97,20 +103,21 @@ TEST(NodeTest, EndsItselfBeforeItsChainWithAnEmptySlot) {
 }
 
 TEST(NodeTest, EndsParentsBeforeChildrenAndChildrenBeforeFeaturesAtAnyDepth) {
-  // The same shape on both sides of the depth at which endings are put off: each level has the child that leads on, a
-  // second child and a feature.
-  constexpr int levels = 130;
+  // Each level has the child that leads on, a second child and a feature; the stack is too small for nested endings.
+  constexpr int levels = 3000;
   Log ends;
-  DocumentNode* const root = ProbeDocument::Create("0", &ends);
-  DocumentNode* last = root;
-  for (int level = 1; level < levels; ++level) {
-    DocumentNode* const next = ProbeDocument::Create(std::to_string(level), &ends);
-    last->AddFeature(ProbeNode::Create("feature " + std::to_string(level), &ends));
-    last->AddChild(next);
-    last->AddChild(ProbeNode::Create("sibling " + std::to_string(level), &ends));
-    last = next;
-  }
-  root->Release();
+  RunOnStack(std::size_t{256} << 10, [&] {
+    DocumentNode* const root = ProbeDocument::Create("0", &ends);
+    DocumentNode* last = root;
+    for (int level = 1; level < levels; ++level) {
+      DocumentNode* const next = ProbeDocument::Create(std::to_string(level), &ends);
+      last->AddFeature(ProbeNode::Create("feature " + std::to_string(level), &ends));
+      last->AddChild(next);
+      last->AddChild(ProbeNode::Create("sibling " + std::to_string(level), &ends));
+      last = next;
+    }
+    root->Release();
+  });
 
   Log expected;
   for (int level = 0; level < levels; ++level) expected.push_back(std::to_string(level));
@@ -119,6 +126,48 @@ TEST(NodeTest, EndsParentsBeforeChildrenAndChildrenBeforeFeaturesAtAnyDepth) {
     expected.push_back("feature " + std::to_string(level));
   }
   EXPECT_EQ(ends, expected);
+}
+
+TEST(NodeTest, EndsWhatADestructorReleasesForItselfAtOnceAtAnyDepth) {
+  constexpr int levels = 3000;
+  Log ends;
+  int inTime = 0;
+  RunOnStack(std::size_t{256} << 10, [&] {
+    auto* chain = ProbeNode::Create("0");
+    for (int level = 1; level < levels; ++level) {
+      auto* const head = ProbeNode::Create(std::to_string(level));
+      head->onEnd = [&] {
+        std::size_t const before = ends.size();
+        auto* const own = ProbeDocument::Create("own", &ends);
+        own->AddChild(ProbeNode::Create("its child", &ends));
+        own->Release();
+        inTime += ends.size() == before + 2 ? 1 : 0;
+      };
+      head->AddFeature(chain);
+      chain = head;
+    }
+    chain->Release();
+  });
+  EXPECT_EQ(inTime, levels - 1);
+  EXPECT_EQ(ends.size(), 2u * (levels - 1));
+}
+
+TEST(NodeTest, LetsWhatEndsChangeTheNodeThatOwnedIt) {
+  Log ends;
+  auto* const root = ProbeDocument::Create("root", &ends);
+  auto* const feature = ProbeNode::Create("feature", &ends);
+  feature->onEnd = [&] { root->AddFeature(ProbeNode::Create("late feature", &ends)); };
+  root->AddFeature(feature);
+  auto* const child = ProbeDocument::Create("child", &ends);
+  unsigned int const id = child->GetId();
+  child->onEnd = [&] {
+    EXPECT_EQ(root->RemoveChild(id), nullptr);
+    root->AddChild(ProbeNode::Create("late child", &ends));
+  };
+  root->AddChild(child);
+  root->AddChild(ProbeNode::Create("sibling", &ends));
+  root->Release();
+  EXPECT_EQ(ends, (Log{"root", "child", "sibling", "late child", "feature", "late feature"}));
 }
 
 TEST(NodeTest, ReleasesChainsAndTreesOfAMillionLevels) {
@@ -180,12 +229,24 @@ TEST(NodeTest, KeepsItsIdWhenItIsCopiedOrAssignedTo) {
   EXPECT_EQ(copy->Release(), 0);
 }
 
+TEST(NodeTest, ReportsWhenThereIsNoMemoryForAnId) {
+  std::vector<Ref<Node>> nodes;
+  for (int i = 0; i < 60'000; ++i) nodes.emplace_back(DocumentNode::Create());  // more than were ever asked
+  std::size_t const failures = FailEachAllocation(
+      [&] {
+        for (auto const& node : nodes) node->GetId();
+      },
+      [] {});
+  EXPECT_GT(failures, 0u);
+}
+
 TEST(RefTest, HoldsExactlyOneReference) {
   Log ends;
   auto* const node = ProbeNode::Create("node", &ends);
   {
     Ref<ProbeNode> const adopted(node);
-    Ref<Node> moved = Ref<ProbeNode>(adopted);
+    Ref<Node> moved = adopted;
+    EXPECT_TRUE(moved == adopted && moved == node);
     EXPECT_EQ(node->AddRefCount(), 3);
     node->Release();
     moved = nullptr;

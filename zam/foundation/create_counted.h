@@ -4,6 +4,7 @@
 
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 #include "zam/foundation/exceptions.h"
 
@@ -29,7 +30,7 @@ decltype(auto) ReportOutOfMemory(Operation operation) {
 /// Throws BaseException with id 5 when memory runs out.
 template <class Make>
 auto CreateCounted(Make make) {
-  auto* object = ReportOutOfMemory(make);
+  auto* object = ReportOutOfMemory(std::move(make));
   object->AddRefCount();
   return object;
 }

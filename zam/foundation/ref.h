@@ -2,6 +2,7 @@
 #ifndef ZAM_FOUNDATION_REF_H
 #define ZAM_FOUNDATION_REF_H
 
+#include <concepts>
 #include <cstddef>
 #include <utility>
 
@@ -44,7 +45,10 @@ class Ref {
   Ref(Ref const& other) : Ref(Share(other.object)) {}
   Ref(Ref&& other) noexcept : object(other.Detach()) {}
   template <class U>
-  Ref(Ref<U>&& other) noexcept : object(other.Detach()) {}
+  requires std::convertible_to<U*, T*> Ref(Ref<U> const& other) : Ref(Share(other.Get())) {}
+  template <class U>
+  requires std::convertible_to<U*, T*> Ref(Ref<U>&& other)
+  noexcept : object(other.Detach()) {}
   Ref& operator=(Ref other) noexcept {
     std::swap(object, other.object);
     return *this;
@@ -60,7 +64,14 @@ class Ref {
   T* operator->() const noexcept { return object; }
   T& operator*() const noexcept { return *object; }
   explicit operator bool() const noexcept { return object != nullptr; }
-  friend bool operator==(Ref const& a, Ref const& b) noexcept { return a.object == b.object; }
+  template <class U>
+  bool operator==(Ref<U> const& other) const noexcept {
+    return object == other.Get();
+  }
+  template <class U>
+  bool operator==(U* other) const noexcept {
+    return object == other;
+  }
 
  private:
   T* object = nullptr;  // one reference is ours

@@ -6,7 +6,7 @@ namespace ZaM {
 
 CallBack::~CallBack() = default;
 
-void CallBack::SetCurrent(unsigned int value, bool* /*cancel*/) {
+void CallBack::SetCurrent(unsigned int value, bool* /*stop*/) {
   maximum = std::max(maximum, value);
   current = value;
 }
@@ -16,11 +16,11 @@ void CallBack::SetMaximum(unsigned int value) {
   maximum = value;
 }
 
-void CallBack::SetStatus(wstring const& text, bool* /*cancel*/) {
+void CallBack::SetStatus(wstring const& text, bool* /*stop*/) {
   status = text;
 }
 
-void CallBack::Increment(unsigned int step, bool* /*cancel*/) {
+void CallBack::Increment(unsigned int step, bool* /*stop*/) {
   current += step;
   maximum = std::max(maximum, current);
 }

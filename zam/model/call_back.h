@@ -9,7 +9,7 @@ namespace ZaM {
 
 /// What an algorithm tells about its progress, and where it asks whether to go on.
 ///
-/// The algorithm sets a `bool` to false and passes its address as `cancel` with each report; an override that wants the
+/// The algorithm sets a `bool` to false and passes its address as `stop` with each report; an override that wants the
 /// run to stop sets it to true, and the algorithm then throws UserCanceledException. The base never touches it, so it
 /// may be null there. The field behind `GetCancel` is a derived class's own; no algorithm of the library asks for it.
 ///
@@ -25,16 +25,16 @@ class ZAM_EXPORT CallBack {
   virtual ~CallBack();
 
   /// Moves the current value, and the maximum with it where it is exceeded.
-  virtual void SetCurrent(unsigned int value, bool* cancel);
+  virtual void SetCurrent(unsigned int value, bool* stop);
 
   /// Sets the maximum, and pulls the current value down to it.
   virtual void SetMaximum(unsigned int value);
 
   /// Says in words what is being done.
-  virtual void SetStatus(wstring const& text, bool* cancel);
+  virtual void SetStatus(wstring const& text, bool* stop);
 
   /// Moves the current value on by `step`, modulo 2³², and then the maximum where it is exceeded.
-  virtual void Increment(unsigned int step, bool* cancel);
+  virtual void Increment(unsigned int step, bool* stop);
 
   virtual bool GetCancel();
   virtual unsigned int GetCurrent();

@@ -14,8 +14,9 @@ namespace ZaM {
 ///
 ///     for (Node* child : Children(*document)) …
 ///
-/// The range is walked once. It owns the iterator that it takes from `CreateIterator`, and is empty where that gives
-/// null. Children must not be added or removed during the walk; a null among them is delivered as it stands.
+/// There is one walk in it: `begin` starts it anew. It owns the iterator that it takes from `CreateIterator`, and is
+/// empty where that gives null. Children must not be added or removed during the walk; a null among them is delivered
+/// as it stands.
 class Children {
  public:
   explicit Children(Composite& parent) : walk(parent.CreateIterator()) {}

@@ -7,6 +7,7 @@
 #include "zam/foundation/create_counted.h"
 #include "zam/model/iterator.h"
 #include "zam/model/visitor.h"
+#include "zam/platform/stack.h"
 
 namespace ZaM {
 
@@ -93,9 +94,9 @@ class DeepWalk {
 
 thread_local constinit DeepWalk* DeepWalk::innermost = nullptr;
 
-// Nested calls keep an override's view of the walk exact. Trees of documents are far less deep than this, and as many
-// frames need some ten kilobytes of stack, a few times that under the sanitizers.
-constexpr int maxNesting = 100;
+// So many calls may nest before the stack is looked at. Nested calls keep an override's view of the walk exact, so the
+// list is only for where the stack would run out.
+constexpr int freeNesting = 100;
 
 thread_local constinit int nesting = 0;
 
@@ -117,7 +118,7 @@ bool walkChildren(Composite& composite, DeepWalk* deepWalk, Task const& task, As
     deepWalk->Add(std::move(children));
     return true;
   }
-  if (nesting >= maxNesting) return DeepWalk(task).Run(std::move(children), ask);
+  if (nesting >= freeNesting && platform::StackIsLow()) return DeepWalk(task).Run(std::move(children), ask);
 
   NestingGuard const guard;
   for (children->Start(); !children->Done(); children->Next()) {

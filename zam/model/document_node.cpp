@@ -1,6 +1,7 @@
 #include "zam/model/document_node.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "zam/foundation/create_counted.h"
 
@@ -36,8 +37,9 @@ DocumentNode* DocumentNode::Create(unsigned int classId, DocumentNode* parent) {
 }
 
 DocumentNode::~DocumentNode() {
-  for (Node* child : children) {
-    if (child) child->Release();
+  // What runs while a child ends may still add and remove children here.
+  while (!children.empty()) {
+    for (Node* child : std::exchange(children, {})) ReleaseOwned(child);
   }
 }
 

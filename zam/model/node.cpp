@@ -6,22 +6,32 @@
 #include <vector>
 
 #include "zam/model/visitor.h"
+#include "zam/platform/stack.h"
 #include "zam/platform/tail_call.h"
 
 namespace ZaM {
 
 namespace {
 
-// How many objects may end one inside the other. Ordinary trees stay far below; at this depth the frames of the
-// destructors take some ten kilobytes, and a few times that under the sanitizers.
-constexpr int maxNesting = 100;
+// So many objects may end one inside the other before the stack is looked at: it costs more than the rest of an ending.
+constexpr int freeNesting = 100;
 
 struct Endings {
-  int nesting = 0;                    // objects that are ending on this thread
-  std::vector<Node*>* put = nullptr;  // where those beyond maxNesting wait; null above that depth
+  int nesting = 0;                        // objects that are ending on this thread, one inside the other
+  Node const* owned = nullptr;            // what a destructor is releasing at this moment, as its owner
+  std::vector<Node*>* waiting = nullptr;  // where owned objects go while the stack is low; null while it isn't
 };
 
 thread_local constinit Endings endings;
+
+bool putOff(Node* node) {
+  try {
+    endings.waiting->push_back(node);
+    return true;
+  } catch (std::bad_alloc const&) {
+    return false;  // it has to end at once, on whatever stack is left
+  }
+}
 
 }  // namespace
 
@@ -72,19 +82,21 @@ bool Node::Load(std::basic_istream<char>* /*stream*/) {
 }
 
 Node::~Node() {
-  if (Node* const first = Node::RemoveFeature()) first->Release();
+  while (Node* const first = Node::RemoveFeature()) ReleaseOwned(first);
+}
+
+void Node::ReleaseOwned(Node* owned) {
+  if (!owned) return;
+  endings.owned = owned;
+  owned->Release();
+  endings.owned = nullptr;
 }
 
 void Node::destroy() noexcept {
-  if (endings.put) {
-    try {
-      endings.put->push_back(this);
-      return;
-    } catch (std::bad_alloc const&) {
-      // Without memory to wait in, it ends at once, on whatever stack is left.
-    }
-  }
-  if (endings.nesting < maxNesting || endings.put) {
+  bool const isOwned = std::exchange(endings.owned, nullptr) == this;
+  if (endings.waiting) {
+    if (isOwned && putOff(this)) return;
+  } else if (endings.nesting < freeNesting || !platform::StackIsLow()) {
     ++endings.nesting;
     delete this;
     --endings.nesting;
@@ -92,19 +104,18 @@ void Node::destroy() noexcept {
   }
 
   std::vector<Node*> waiting;
-  endings.put = &waiting;
-  delete this;
-  // What an object released while it ended goes before what was waiting already, first come first: the order in which
-  // nested calls would have come to them.
-  std::reverse(waiting.begin(), waiting.end());
-  while (!waiting.empty()) {
-    Node* const next = waiting.back();
-    waiting.pop_back();
+  auto* const outer = std::exchange(endings.waiting, &waiting);
+  Node* next = this;
+  while (next) {
+    // What an object releases while it ends goes before what was waiting already, first come first: the order in which
+    // nested calls would have come to them.
     std::size_t const others = waiting.size();
     delete next;
     std::reverse(waiting.begin() + static_cast<std::ptrdiff_t>(others), waiting.end());
+    next = waiting.empty() ? nullptr : waiting.back();
+    if (next) waiting.pop_back();
   }
-  endings.put = nullptr;
+  endings.waiting = outer;
 }
 
 }  // namespace ZaM

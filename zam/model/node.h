@@ -22,9 +22,11 @@ class Visitor;
 ///           owns one reference to the object in its slot. Handing a node to `AddFeature` (or to a tree) passes the
 ///           caller's reference on; `RemoveFeature` passes it back.
 /// Threads:  a node and all that can be reached from it belong to one thread at a time; counts are plain numbers.
-/// Depth:    chains and trees of any length can be released. Beyond a hundred objects that end one inside the other,
-///           the rest is put off until the one at that depth has ended, so that the stack doesn't overflow; parents
-///           still end before their children.
+/// Depth:    chains and trees of any length can be released. While there is room on the stack, an object that a
+///           destructor releases ends within that destructor. Where more than half of the stack is in use, what a node
+///           owns by its slot or as a child ends behind the owner's destructor instead, before the outermost of these
+///           releases returns: parents before their children, in the same order, but the memory of the parent is gone
+///           by then.
 ///
 /// Copying is shallow, and dangerous for whoever doesn't expect it: a copy takes over the slot and the count as they
 /// stand, without a reference of its own, so that releasing both would release the chain twice. The library never
@@ -78,6 +80,10 @@ class ZAM_EXPORT Node {
 
   /// Empties the slot, then releases what was in it.
   virtual ~Node();
+
+  /// For the destructors of nodes that own others: gives back the reference to `owned`, whose end may be put off as
+  /// told above. Null is passed over. `Release` from a destructor works too, but needs stack for every level.
+  static void ReleaseOwned(Node* owned);
 
  private:
   void destroy() noexcept;

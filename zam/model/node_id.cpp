@@ -1,6 +1,8 @@
 #include "zam/model/node_id.h"
 
+#include <cstddef>
 #include <mutex>
+#include <new>
 #include <vector>
 
 #include "zam/foundation/create_counted.h"
@@ -42,8 +44,9 @@ class NumberPool {
 
 // Never destroyed, since nodes may die while other static objects do.
 NumberPool& pool() {
-  static NumberPool& instance = *new NumberPool;
-  return instance;
+  alignas(NumberPool) static std::byte storage[sizeof(NumberPool)];
+  static auto* const instance = new (storage) NumberPool;
+  return *instance;
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "zam/model/representation.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace ZaM {
 
@@ -41,7 +43,7 @@ bool Representation::Load(std::basic_istream<char>* /*stream*/) {
 }
 
 std::string Representation::GetTagName() const {
-  return {tag.name, strnlen(tag.name, sizeof tag.name)};
+  return {std::begin(tag.name), std::find(std::begin(tag.name), std::end(tag.name), '\0')};
 }
 
 void Representation::SetTagName(std::string const& name) {

@@ -35,7 +35,7 @@ class ZAM_EXPORT Representation {
 
   /// Under the default tag.
   Representation() : tag(DefaultTag) {}
-  explicit Representation(RepTag const& given) : tag(given) {}
+  Representation(RepTag const& given) : tag(given) {}
   Representation(Representation const&) = default;
   Representation& operator=(Representation const&) = default;
   virtual ~Representation();
