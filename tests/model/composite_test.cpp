@@ -255,7 +255,7 @@ class RandomWalks {
           walks.log << "caught ";
         }
       }
-      if (nesting > 0 && walks.Happens(400)) throw std::runtime_error("stop");
+      if (nesting > 0 && walks.Happens(3000)) throw std::runtime_error("stop");
     }
 
    private:
@@ -267,7 +267,7 @@ class RandomWalks {
     return CreateCounted([this] { return new RandomNode(*this, nextNumber++); });
   }
   bool Happens(unsigned int oneIn) { return random() % oneIn == 0; }
-  bool StartsAnother() { return walksLeft > 0 && Happens(150) && walksLeft-- > 0; }
+  bool StartsAnother() { return walksLeft > 0 && Happens(300) && walksLeft-- > 0; }
 
   std::mt19937 random;
   int nextNumber = 0;
@@ -291,6 +291,30 @@ TEST(CompositeTest, WalksAndEndsAlikeOnALargeStackAndFromAList) {
     EXPECT_EQ(logs[0], logs[1]) << "with seed " << seed;
     EXPECT_EQ(ends[0], ends[1]) << "with seed " << seed;
   }
+}
+
+TEST(CompositeTest, FinishesAWalkWithinAWalkBeforeItGoesOn) {
+  RunOnStack(std::size_t{256} << 10, [] {
+    constexpr int levels = 3000;
+    Ref const root(CreateDeepTree(levels));
+    int outerVisits = 0;
+    int innerVisits = 0;
+    bool inner = false;
+    FunctionVisitor visitor([&](Node* node) {
+      if (inner) {
+        ++innerVisits;
+        return;
+      }
+      if (++outerVisits % 100 != 50) return;
+      inner = true;
+      innerVisits = 0;
+      node->Visit(&visitor);
+      EXPECT_EQ(innerVisits, levels + 1 - outerVisits);
+      inner = false;
+    });
+    root->Visit(&visitor);
+    EXPECT_EQ(outerVisits, levels);
+  });
 }
 
 TEST(CompositeTest, FailsWithoutALeakWhenADeepWalkFindsNoMemory) {
