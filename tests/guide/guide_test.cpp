@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <zam/zam.h>
 
-#include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <numeric>
 #include <string>
@@ -184,6 +184,25 @@ TEST(GuideTest, FiltersWords) {
   ASSERT_EQ(words.size(), 3u);
   EXPECT_EQ(words[1], std::string("\x2C\x2D\x2B\x1A\x2C\x2C\x1E"));  // S T R A S S E
   EXPECT_NE(ZaM::stringhash().GetStringHash(words[0]), ZaM::stringhash().GetStringHash(words[1]));
+}
+
+// A program's own texts. Its translations lie in <folder>/<language>/mailsort.lng.
+ZaM::TextModule const texts(u"/opt/mailsort/mailsort.app", {{1, u"Sorting %s"}, {2, u"%d letters in %d folders"}});
+
+TEST(GuideTest, SpeaksTheUsersLanguage) {
+  ZaM::ResMgr resources;
+  resources.Init(&texts);
+  EXPECT_TRUE(resources.GetString(1, u"inbox", nullptr, nullptr) == u"Sorting inbox");
+  std::int32_t const letters = 12;
+  std::int32_t const folders = 3;
+  EXPECT_TRUE(resources.GetStringL(2, &letters, &folders, nullptr) == u"12 letters in 3 folders");
+  EXPECT_TRUE(resources.GetString(3, u"inbox", nullptr, nullptr) == u"Resource string #3 not found!");
+
+  try {
+    throw ZaM::FileIOException(2003, u"inbox.xml");
+  } catch (ZaM::BaseException const& failure) {
+    EXPECT_TRUE(failure.GetErrorDescription() == u"Could not open file: inbox.xml");
+  }
 }
 
 }  // namespace
