@@ -1,0 +1,157 @@
+// Every way to filter gives what the plain rules give: step by step, and in blocks on every kernel of this machine.
+#include "zam/text/block_kernel.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/text/plain_filter.h"
+#include "zam/foundation/ref.h"
+
+namespace ZaM {
+namespace {
+
+using detail::BlockKernel;
+
+std::vector<BlockKernel const*> Kernels() {
+  std::vector<BlockKernel const*> kernels{nullptr, &detail::portableKernel};
+  if (auto const* const vector = detail::VectorKernel()) kernels.push_back(vector);
+  return kernels;
+}
+
+unsigned int Filter(AsciiTextFilter& filter, std::vector<char> const& text, char* out, unsigned int size,
+                    std::vector<std::int32_t>* positions) {
+  auto const length = static_cast<unsigned int>(text.size());
+  return positions ? filter.FilterTextA(text.data(), length, out, size, *positions)
+                   : filter.FilterTextA(text.data(), length, out, size);
+}
+
+unsigned int Filter(AsciiTextFilter& filter, std::vector<wchar> const& text, char* out, unsigned int size,
+                    std::vector<std::int32_t>* positions) {
+  auto const length = static_cast<unsigned int>(text.size());
+  return positions ? filter.FilterTextW(text.data(), length, out, size, *positions)
+                   : filter.FilterTextW(text.data(), length, out, size);
+}
+
+/// Filters into a buffer of `settings.outSize` bytes with and without positions, on every kernel. The text and the
+/// buffer are allocated to the byte, for AddressSanitizer.
+template <class Unit>
+void ExpectPlainStream(std::basic_string<Unit> const& units, test::Settings settings) {
+  auto const expected = test::FilterPlainly(std::basic_string_view<Unit>(units), settings);
+  Ref<AsciiTextFilter> const filter(
+      AsciiTextFilter::Create(static_cast<unsigned char>(settings.minWordLen), settings.useDigits));
+  std::vector<Unit> const text(units.begin(), units.end());
+  for (auto const* const kernel : Kernels()) {
+    detail::TextFilterAccess::SetKernel(*filter, kernel);
+    for (bool const withPositions : {false, true}) {
+      std::vector<char> out(static_cast<std::size_t>(settings.outSize), '#');
+      std::vector<std::int32_t> positions;
+      auto const size = Filter(*filter, text, out.data(), static_cast<unsigned int>(out.size()),
+                               withPositions ? &positions : nullptr);
+      std::vector<unsigned char> const stream(out.begin(), out.begin() + size);
+      bool const sameStream = stream == expected.bytes;
+      bool const samePositions = !withPositions || positions == expected.positions;
+      bool const cleanBehind = std::all_of(out.begin() + size, out.end(), [](char byte) { return byte == '#'; });
+      ASSERT_TRUE(sameStream && samePositions && cleanBehind)
+          << (kernel ? kernel->name : "no kernel") << ", " << units.size() << " units, minimum length "
+          << settings.minWordLen << ", size " << settings.outSize << ", positions " << withPositions << ": stream "
+          << sameStream << ", positions " << samePositions << ", clean behind " << cleanBehind;
+    }
+  }
+}
+
+/// Text whose words, gaps and oddities are short or as long as a block by chance.
+template <class Unit>
+class TextMaker {
+ public:
+  explicit TextMaker(unsigned int seed) : engine(seed) {}
+
+  std::size_t Below(std::size_t bound) { return engine() % bound; }
+
+  std::basic_string<Unit> Make(std::size_t length) {
+    std::basic_string<Unit> text;
+    bool const withIdeographs = Below(2) == 0;
+    while (text.size() < length) {
+      text.append(Below(20) == 0 ? 50 + Below(90) : 1 + Below(9), Letter());
+      if (Below(8) == 0) text += static_cast<Unit>(engine());
+      if (sizeof(Unit) > 1 && withIdeographs && Below(3) == 0) AppendIdeographs(text);
+      if (Below(12) != 0) text.append(Below(6) == 0 ? 1 + Below(70) : 1 + Below(2), Unit{' '});
+    }
+    text.resize(length);
+    return text;
+  }
+
+ private:
+  Unit Letter() {
+    constexpr unsigned int letters[] = {'a', 'Z', '7', 0xE4, 0x0436, 0x03B1, 0x05D0, 0x0627, 0x06D4, 0x0640, 0x05B0};
+    return static_cast<Unit>(letters[Below(sizeof(Unit) > 1 ? std::size(letters) : 4)]);
+  }
+
+  void AppendIdeographs(std::basic_string<Unit>& text) {
+    constexpr unsigned int ideographs[] = {0x3042, 0x4E00, 0xAC00, 0xFAFF, 0xD840, 0xDBFF, 0xDC00, 0x0640, 'x'};
+    for (auto count = 1 + Below(9); count > 0; --count)
+      text += static_cast<Unit>(ideographs[Below(std::size(ideographs))]);
+  }
+
+  std::mt19937 engine;
+};
+
+template <class Unit>
+void ExpectPlainStreamsOfRandomTexts(unsigned int seed) {
+  constexpr unsigned int minWordLens[] = {0, 1, 2, 3, 4, 7, 31, 62, 63, 64, 65, 128, 255};
+  TextMaker<Unit> maker(seed);
+  for (int round = 0; round < 500 && !testing::Test::HasFatalFailure(); ++round) {
+    auto const text = maker.Make(maker.Below(round % 10 == 0 ? 6000 : 500));
+    test::Settings settings{minWordLens[maker.Below(std::size(minWordLens))], maker.Below(4) != 0, 0};
+    if (round % 2 == 0) settings.minWordLen %= 4;
+    settings.outSize = static_cast<std::int64_t>(4 * text.size() + 3);
+    ExpectPlainStream(text, settings);
+    auto const needed = test::FilterPlainly(std::basic_string_view<Unit>(text), settings).Size();
+    for (auto const size :
+         {needed + 2, needed, needed - 1, needed - 7, needed / 2, static_cast<std::int64_t>(maker.Below(12))}) {
+      if (size >= 0) ExpectPlainStream(text, {settings.minWordLen, settings.useDigits, size});
+    }
+  }
+}
+
+TEST(BlockKernel, FiltersBytesAsThePlainRulesDo) {
+  ExpectPlainStreamsOfRandomTexts<char>(1);
+}
+
+TEST(BlockKernel, Filters16BitTextAsThePlainRulesDo) {
+  ExpectPlainStreamsOfRandomTexts<wchar>(2);
+}
+
+TEST(BlockKernel, NeedsNoMoreRoomThanPromised) {
+  std::u16string const text = u"a " + std::u16string(300, u'\u4E00');
+  auto const promised = static_cast<std::int64_t>(4 * text.size()) + 3;
+  ExpectPlainStream(text, {1, true, promised});
+  std::u16string_view const view = text;
+  EXPECT_EQ(test::FilterPlainly(view, {1, true, promised}).bytes, test::FilterPlainly(view, {1, true, 9999}).bytes);
+}
+
+TEST(BlockKernel, FindsWordsOfAnyLengthAtAnyPlaceOfABlock) {
+  constexpr std::size_t lengths[] = {1, 2, 61, 62, 63, 64, 65, 126, 127, 128, 129, 254, 255, 256};
+  for (auto const length : lengths) {
+    for (std::size_t before = 0; before < 66; ++before) {
+      auto const text = std::string(before, ' ') + std::string(length, 'a') + " b " + std::string(140, ',') + "cd";
+      for (std::size_t const minWordLen : {length - 1, length, length + 1}) {
+        auto const clipped = static_cast<unsigned int>(std::min<std::size_t>(minWordLen, 255));
+        ExpectPlainStream(text, {clipped, true, static_cast<std::int64_t>(text.size()) + 2});
+        std::u16string wide(text.begin(), text.end());
+        ExpectPlainStream(wide, {clipped, true, 2000});
+        wide[before + length] = u'\u3042';  // the word's last letter touches an ideograph
+        ExpectPlainStream(wide, {clipped, true, 2000});
+        wide[before + length] = u' ';
+        wide[before] = u'\xD840';  // its second letter does
+        ExpectPlainStream(wide, {clipped, true, 2000});
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace ZaM
