@@ -1,6 +1,9 @@
 #include "zam/platform/unicode.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace ZaM::platform {
 
@@ -45,6 +48,18 @@ char32_t TakeCodePoint(std::string_view& bytes) {
   return lead.bits;
 }
 
+/// How many bytes at the front are ASCII; eight at a time, since most text is.
+std::size_t LengthOfAscii(std::string_view bytes) {
+  constexpr std::uint64_t highBits = 0x8080808080808080u;
+  std::size_t length = 0;
+  for (std::uint64_t eight = 0; length + sizeof eight <= bytes.size(); length += sizeof eight) {
+    std::memcpy(&eight, bytes.data() + length, sizeof eight);
+    if ((eight & highBits) != 0) break;
+  }
+  while (length < bytes.size() && static_cast<unsigned char>(bytes[length]) < 0x80) ++length;
+  return length;
+}
+
 bool IsHighSurrogate(char16_t unit) {
   return unit >= 0xD800 && unit < 0xDC00;
 }
@@ -64,18 +79,29 @@ char32_t TakeCodePoint(std::u16string_view& units) {
 }  // namespace
 
 std::u16string Utf16FromUtf8(std::string_view bytes) {
-  std::u16string units;
-  units.reserve(bytes.size());
+  std::u16string units(bytes.size(), u'\0');
+  units.resize(Utf16FromUtf8(bytes, units.data()));
+  return units;
+}
+
+std::size_t Utf16FromUtf8(std::string_view bytes, char16_t* units) {
+  char16_t* end = units;
   while (!bytes.empty()) {
-    char32_t const point = TakeCodePoint(bytes);
-    if (point < 0x10000) {
-      units += static_cast<char16_t>(point);
-    } else {
-      units += static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10));
-      units += static_cast<char16_t>(0xDC00 + (point & 0x3FF));
+    std::size_t const ascii = LengthOfAscii(bytes);
+    end = std::copy_n(bytes.begin(), ascii, end);
+    bytes.remove_prefix(ascii);
+    // Texts in another alphabet shouldn't pay for a look at every character.
+    for (std::size_t n = 0; n < 16 && !bytes.empty(); ++n) {
+      char32_t const point = TakeCodePoint(bytes);
+      if (point < 0x10000) {
+        *end++ = static_cast<char16_t>(point);
+      } else {
+        *end++ = static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10));
+        *end++ = static_cast<char16_t>(0xDC00 + (point & 0x3FF));
+      }
     }
   }
-  return units;
+  return static_cast<std::size_t>(end - units);
 }
 
 std::string Utf8FromUtf16(std::u16string_view units) {

@@ -2,6 +2,7 @@
 #ifndef ZAM_PLATFORM_UNICODE_H
 #define ZAM_PLATFORM_UNICODE_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -9,6 +10,9 @@ namespace ZaM::platform {
 
 /// Each malformed sequence, up to where it stops making sense, becomes one U+FFFD; this is what other decoders do too.
 [[nodiscard]] std::u16string Utf16FromUtf8(std::string_view bytes);
+
+/// The same into an area of at least as many units as there are bytes. How many units came out.
+std::size_t Utf16FromUtf8(std::string_view bytes, char16_t* units);
 
 /// Each surrogate without its other half becomes U+FFFD. What comes out is well-formed, so that well-formed UTF-8 is
 /// exactly what survives the way to UTF-16 and back.

@@ -11,7 +11,10 @@ namespace ZaM::detail {
 
 namespace {
 
-/// The most that zlib takes in one call, whose results are ints.
+/// What is read in one call: zlib drops what a call has read in front of damaged data, and it isn't to be much.
+constexpr std::size_t blockSize = 1024;
+
+/// What is written in one call, whose result is an int.
 constexpr std::size_t mostAtOnce = std::numeric_limits<int>::max();
 
 }  // namespace
@@ -20,21 +23,20 @@ void GzipFile::Closer::operator()(gzFile_s* stream) const {
   gzclose(stream);
 }
 
-GzipFile::GzipFile(platform::File file, Mode mode, unsigned int bufferSize)
+GzipFile::GzipFile(platform::File file, Mode mode)
     : stream(gzdopen(file.Descriptor(), mode == Mode::read ? "rb" : "wb9")) {
   if (stream == nullptr) throw BaseException(5);
   file.Detach();
-  gzbuffer(stream.get(), bufferSize);
 }
 
 std::optional<std::size_t> GzipFile::Read(std::span<char> bytes) {
   std::size_t total = 0;
   while (total < bytes.size()) {
-    auto const wanted = static_cast<unsigned int>(std::min(bytes.size() - total, mostAtOnce));
+    auto const wanted = static_cast<unsigned int>(std::min(bytes.size() - total, blockSize));
     int const count = gzread(stream.get(), bytes.data() + total, wanted);
-    if (count < 0) return std::nullopt;
+    if (count < 0 && total == 0) return std::nullopt;
+    if (count <= 0) break;
     total += static_cast<unsigned int>(count);
-    if (static_cast<unsigned int>(count) < wanted) break;
   }
   return total;
 }

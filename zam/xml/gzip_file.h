@@ -25,13 +25,12 @@ class GzipFile {
  public:
   enum class Mode { read, write };
 
-  /// Takes `file`, which is open, over; closes it where this throws. `bufferSize` are the bytes that zlib reads at once
-  /// from the file, or collects before it compresses them; twice as many are the most that it inflates at once.
-  GzipFile(platform::File file, Mode mode, unsigned int bufferSize = 8192);
+  /// Takes `file`, which is open, over; closes it where this throws.
+  GzipFile(platform::File file, Mode mode);
 
-  /// Reads up to the size of `bytes`, less only at the end of the file. Nothing where the file can't be read, or where
-  /// what it holds isn't what was compressed; what came before that is delivered first. A stream that breaks off ends
-  /// like a file that is complete, and IsCutOff tells them apart.
+  /// Reads up to the size of `bytes`; less only at the end, and in front of a place where the file can't be read or
+  /// holds damaged data, which the next call reports by nothing. 0 at the end. A stream that breaks off ends like a
+  /// file that is complete, and IsCutOff tells them apart.
   [[nodiscard]] std::optional<std::size_t> Read(std::span<char> bytes);
 
   /// Whether the reading has come to the end of a gzip stream that breaks off.

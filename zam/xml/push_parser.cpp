@@ -20,6 +20,10 @@ constexpr std::uint64_t freeExpansion = 1'000'000;
 constexpr std::uint64_t mostExpansionPerByte = 5;
 constexpr std::size_t costOfReference = 20;
 
+/// References to entities in front of one to a parameter entity. Behind 10,000 libxml2 looks for abuse itself, and up
+/// to 2.9.14 never returns where it finds any.
+constexpr unsigned long mostBeforeParameterEntity = 10'000;
+
 /// What libxml2 gets at once. It parses a start tag only when it has all of it, so that this bounds the attributes that
 /// can't be counted before it compares each with each. (xml_parser_benchmark shows what the size costs.)
 constexpr std::size_t pieceSize = 16384;
@@ -63,7 +67,7 @@ struct PushParser::DocumentHandler {
 
   static void DeclareEntity(void* context, xmlChar const* name, int type, xmlChar const* publicId,
                             xmlChar const* systemId, xmlChar* content) {
-    if (Of(context).Admits(content)) xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
+    Of(context).DeclareEntity(name, type, publicId, systemId, content);
   }
 
   static xmlEntity* FindEntity(void* context, xmlChar const* name) {
@@ -71,7 +75,7 @@ struct PushParser::DocumentHandler {
   }
 
   static xmlEntity* FindParameterEntity(void* context, xmlChar const* name) {
-    return Of(context).Expand(xmlSAX2GetParameterEntity(context, name));
+    return Of(context).FindParameterEntity(name);
   }
 
   /// `attributes` holds five pointers each: a name, a prefix, a namespace, and the ends of the value.
@@ -82,13 +86,13 @@ struct PushParser::DocumentHandler {
     for (int i = attributeCount - defaultedCount; i < attributeCount; ++i) {
       self.Count(static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]));
     }
-    if (self.isStopped) return;
+    if (!self.AdmitsAttributes(static_cast<std::size_t>(attributeCount))) return;
     xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, attributeCount, defaultedCount,
                           attributes);
   }
 
-  static xmlSAXHandler* Instance() {
-    static xmlSAXHandler instance = [] {
+  static xmlSAXHandler const* Instance() {
+    static xmlSAXHandler const instance = [] {
       xmlSAXHandler made = {};
       xmlSAXVersion(&made, 2);
       made.entityDecl = &DeclareEntity;
@@ -104,7 +108,7 @@ struct PushParser::DocumentHandler {
 
 PushParser::PushParser() : handler(DocumentHandler::Instance()), userData(nullptr) {}
 
-PushParser::PushParser(xmlSAXHandler& eventHandler, void* handlerData)
+PushParser::PushParser(xmlSAXHandler const& eventHandler, void* handlerData)
     : handler(&eventHandler), userData(handlerData) {}
 
 PushParser::~PushParser() {
@@ -116,7 +120,8 @@ PushParser::~PushParser() {
 }
 
 void PushParser::Begin(std::string_view bytes) {
-  context = xmlCreatePushParserCtxt(handler, userData, bytes.data(), static_cast<int>(bytes.size()), documentName);
+  auto* const copied = const_cast<xmlSAXHandler*>(handler);  // libxml2 changes the copy that it makes
+  context = xmlCreatePushParserCtxt(copied, userData, bytes.data(), static_cast<int>(bytes.size()), documentName);
   if (context == nullptr) throw BaseException(5);
   context->_private = this;
 
@@ -181,7 +186,20 @@ void PushParser::CheckPendingTag() {
   if (tagStart != start) tag = {};
   tagStart = start;
   tag.Add(pending.substr(std::min(tag.Scanned(), pending.size())));
-  if (tag.Attributes() > mostAttributes) Stop();
+  AdmitsAttributes(tag.Attributes());
+}
+
+bool PushParser::AdmitsElement(xmlChar const* const* attributes) {
+  // Two pointers an attribute: for nearly all elements the room that libxml2 has made for them says enough.
+  if (attributes == nullptr || static_cast<std::size_t>(context->maxatts) <= 2 * mostAttributes) return !isStopped;
+  std::size_t pointers = 0;
+  while (attributes[pointers] != nullptr) ++pointers;
+  return AdmitsAttributes(pointers / 2);
+}
+
+bool PushParser::AdmitsAttributes(std::size_t count) {
+  if (count > mostAttributes) Stop();
+  return !isStopped;
 }
 
 bool PushParser::Admits(xmlChar const* entityContent) {
@@ -191,10 +209,7 @@ bool PushParser::Admits(xmlChar const* entityContent) {
     content.remove_prefix(std::min(content.find('<'), content.size()));
     TagScan scan;
     if (IsStartTag(content)) scan.Add(content);
-    if (scan.Attributes() > mostAttributes) {
-      Stop();
-      return false;
-    }
+    if (!AdmitsAttributes(scan.Attributes())) return false;
     content.remove_prefix(std::min(std::max<std::size_t>(scan.Scanned(), 1), content.size()));
   }
   return true;
@@ -207,7 +222,15 @@ void PushParser::DeclareSubset(xmlChar const* name, xmlChar const* publicId, xml
 
 void PushParser::DeclareEntity(xmlChar const* name, int type, xmlChar const* publicId, xmlChar const* systemId,
                                xmlChar* content) {
-  if (Admits(content)) xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
+  if (!Admits(content)) return;
+  if (type == XML_EXTERNAL_PARAMETER_ENTITY) {
+    // libxml2 would ask for it wherever entities are substituted. What is empty is passed over, and still tells libxml2
+    // that there may be declarations which it hasn't seen.
+    xmlChar empty[] = "";
+    xmlSAX2EntityDecl(context, name, XML_INTERNAL_PARAMETER_ENTITY, nullptr, nullptr, empty);
+  } else {
+    xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
+  }
 }
 
 void PushParser::DeclareUnparsedEntity(xmlChar const* name, xmlChar const* publicId, xmlChar const* systemId,
@@ -220,6 +243,7 @@ xmlEntity* PushParser::FindEntity(xmlChar const* name) {
 }
 
 xmlEntity* PushParser::FindParameterEntity(xmlChar const* name) {
+  if (context->nbentities > mostBeforeParameterEntity) Stop();
   return Expand(xmlSAX2GetParameterEntity(context, name));
 }
 

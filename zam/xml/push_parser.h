@@ -40,10 +40,12 @@ class TagScan {
 ///           may be wrong then. Malformed documents are no exception.
 ///
 /// Beyond XML's own rules a document counts as malformed where
-/// - its elements nest deeper than libxml2 allows;
+/// - its elements nest deeper than libxml2 allows: 257 where a document is built, without a limit where events are
+///   reported;
 /// - one start tag has more than 4,096 attributes: libxml2's time grows with the square of their number;
 /// - its references to entities stand for more than 1,000,000 bytes and for more than 5 times what has been fed, each
-///   reference counted with 20 bytes on top. These are the limits of libxml2 from version 2.11 on.
+///   reference counted with 20 bytes on top, the limits of libxml2 from version 2.11 on; or where a parameter entity is
+///   referred to behind 10,000 references.
 /// External entities are passed over without being opened; internal ones are substituted where that is switched on.
 class PushParser {
  public:
@@ -52,7 +54,7 @@ class PushParser {
 
   /// Reports events to `handler`, which stays the caller's, with `userData`; always substitutes entities. The handler
   /// forwards what it is asked about entities to the five operations below, or a document's entities are unknown.
-  PushParser(xmlSAXHandler& handler, void* userData);
+  PushParser(xmlSAXHandler const& handler, void* userData);
 
   PushParser(PushParser const&) = delete;
   PushParser& operator=(PushParser const&) = delete;
@@ -71,6 +73,10 @@ class PushParser {
   /// The document, after Finish; null for a malformed one.
   [[nodiscard]] XmlDocument TakeDocument();
 
+  /// Whether an element with these attributes, a run of names and values that ends by null, may be reported. Stops the
+  /// parse where it may not.
+  [[nodiscard]] bool AdmitsElement(xmlChar const* const* attributes);
+
   // What libxml2 asks a handler about entities. Where a document is built libxml2 keeps them itself, and asks here only
   // what they may cost.
   void DeclareSubset(xmlChar const* name, xmlChar const* publicId, xmlChar const* systemId);
@@ -88,11 +94,12 @@ class PushParser {
   void CheckMemory() const;
   void CheckPendingTag();
   bool Admits(xmlChar const* entityContent);
+  bool AdmitsAttributes(std::size_t count);
   xmlEntity* Expand(xmlEntity* entity);
   void Count(std::size_t expandedBytes);
 
   XmlScope scope;
-  xmlSAXHandler* handler;
+  xmlSAXHandler const* handler;
   void* userData;                    // null where a document is built
   xmlParserCtxt* context = nullptr;  // null before the first bytes
   std::uint64_t fed = 0;

@@ -1,0 +1,28 @@
+// The callback for parts of a document that nobody wants.
+#ifndef ZAM_XML_XML_DEFAULT_CALLBACK_H
+#define ZAM_XML_XML_DEFAULT_CALLBACK_H
+
+#include "zam/foundation/export.h"
+#include "zam/xml/xml_sax_callback.h"
+
+namespace ZaM {
+
+/// Reads nothing, and takes the content of every element that it is told of, so that nobody else is told of it.
+class ZAM_EXPORT XmlDefaultCallback : public XmlSaxCallback {
+ public:
+  XmlDefaultCallback() = default;
+  XmlDefaultCallback(XmlDefaultCallback const&) = default;
+  XmlDefaultCallback& operator=(XmlDefaultCallback const&) = default;
+
+  void OnStartDocument(XmlSaxParser* /*parser*/) override {}
+  void OnEndDocument(XmlSaxParser* /*parser*/) override {}
+
+  /// Pushes itself.
+  void OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override;
+
+  void OnEndElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/) override {}
+};
+
+}  // namespace ZaM
+
+#endif

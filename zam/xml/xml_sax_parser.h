@@ -1,0 +1,148 @@
+// Reads an XML document as a series of events, each sent to whoever reads that part of it:
+//
+//   class Titles : public ZaM::XmlSaxCallback {
+//    public:
+//     void OnStartElement(ZaM::XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes)
+//     override {
+//       parser->PushCallback(this);                       // this object is told of what lies inside, too
+//     }
+//     void OnEndElement(ZaM::XmlSaxParser* parser, unsigned char const* name) override {
+//       if (std::strcmp(reinterpret_cast<char const*>(name), "title") != 0) return;
+//       parser->ConvertString(parser->GetCharacterBuffer(), static_cast<int>(parser->GetCharacterBufferSize()), title);
+//     }
+//     ZaM::wstring title;
+//   };
+//
+//   Titles titles;
+//   ZaM::XmlSaxParser().ParseFile(u"library.xml.gz", &titles);
+#ifndef ZAM_XML_XML_SAX_PARSER_H
+#define ZAM_XML_XML_SAX_PARSER_H
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "zam/foundation/export.h"
+#include "zam/foundation/types.h"
+#include "zam/xml/xml_default_callback.h"
+#include "zam/xml/xml_sax_callback.h"
+
+struct _xmlCharEncodingHandler;
+
+namespace ZaM {
+
+/// Parses XML 1.0 and sends each event to the callback on top of a stack.
+///
+/// The stack: the callback that a parse was called with lies at the bottom. An element's start is told to the top,
+/// which
+///   pushes the callback for what lies inside; where it pushes none, a callback that does nothing takes the content.
+///   The callback that was pushed is told of the element's end, and is popped. Each element puts one entry on the
+///   stack: of several that a callback pushes the last one counts, and what is pushed at an element's end is dropped.
+///
+/// Text: GetCharacterBuffer has the text since the last start or end of an element. References to characters and
+///   entities, and CDATA sections, are part of it; comments and processing instructions leave no trace. White space
+///   between elements is text like any other.
+///
+/// Malformed documents: nothing is reported. The events up to the place of the fault have been sent, and the operation
+///   returns; what the callbacks saw tells whether the document was complete. A document also counts as malformed that
+///   has more than 4,096 attributes on one element, or whose references to entities stand for more than 1,000,000 bytes
+///   and for more than 5 times the document. Nothing outside the document is ever opened: external entities are passed
+///   over. Defaults of attributes are, too.
+///
+/// Sequence: one parse after the other, each with the same parser or another. A callback may parse another document
+///           with the parser that it was called by: that parse has a stack of its own, and the outer one goes on with
+///           its own afterwards; only the text that was collected is gone.
+/// Owning:   callbacks stay their makers'; they must live as long as they are on the stack.
+/// Threads:  one thread at a time; separate parsers are independent.
+/// Errors:   BaseException with id 1 for a null callback, before anything happens; with id 5 where memory runs out,
+///           also inside libxml2; with id 17 where libxml2 can't convert. FileIOException with id 2003 for a file that
+///           can't be opened, 2004 for one that can't be read or whose compressed data is damaged. What a callback
+///           throws ends the parse, whose file is closed, and leaves ParseFile and ParseMemory. The parser can be used
+///           again after each of these.
+class ZAM_EXPORT XmlSaxParser {
+ public:
+  XmlSaxParser() = default;
+  XmlSaxParser(XmlSaxParser const&) = delete;
+  XmlSaxParser& operator=(XmlSaxParser const&) = delete;
+  ~XmlSaxParser();
+
+  /// Parses a file in constant memory. A file that begins with the gzip signature is inflated while it is read, with
+  /// all of its gzip streams, and bytes behind them are ignored; any other is taken as it is. A gzip file that breaks
+  /// off is like a document that does. All of the file is read, also behind a fault in the document. While it is
+  /// parsed, the library's writers can't open it, and a file that one of them has open can't be opened here.
+  void ParseFile(wstring const& filename, XmlSaxCallback* callback);
+
+  /// Parses `size` bytes, which aren't inflated. Null is an empty document.
+  void ParseMemory(char const* data, unsigned int size, XmlSaxCallback* callback);
+
+  /// Puts `callback` on the stack; null puts one that does nothing. Meant for OnStartElement.
+  void PushCallback(XmlSaxCallback* callback);
+
+  /// The text since the last start or end of an element: UTF-8 bytes without a terminator, null without text. Valid
+  /// until the next event; where a document ended early, until the next parse or the parser's end.
+  [[nodiscard]] unsigned char const* GetCharacterBuffer() const { return characterBuffer; }
+
+  /// In bytes.
+  [[nodiscard]] unsigned int GetCharacterBufferSize() const { return characterBufferSize; }
+
+  /// UTF-8 to UTF-16; `length` in bytes, 0 and less give an empty `result`. Each malformed sequence becomes U+FFFD.
+  /// May be called at any time.
+  void ConvertString(unsigned char const* text, int length, wstring& result);
+
+  /// A place for the document's version, where one callback leaves it for others to read. The parser itself neither
+  /// sets nor reads it; both numbers are -1 at the start.
+  void SetVersionInfo(std::int32_t major, std::int32_t minor);
+  [[nodiscard]] std::int32_t GetMajorVersion() const { return majorVersion; }
+  [[nodiscard]] std::int32_t GetMinorVersion() const { return minorVersion; }
+
+  /// Numbers from attribute values, which are zero-terminated. All give `defaultValue` for null and for an empty value.
+  /// White space in front is skipped, what follows the number doesn't matter ("12abc" is 12), and the process's locale
+  /// has no say. Integers that don't fit become the least or the greatest number of their type.
+  ///
+  /// A value without digits is 0 here, not `defaultValue`.
+  [[nodiscard]] std::int32_t GetLongValue(unsigned char const* value, std::int32_t defaultValue) const;
+  /// `defaultValue` without digits; a minus sign negates, so that "-1" is 4294967295.
+  [[nodiscard]] unsigned int GetSizetValue(unsigned char const* value, unsigned int defaultValue) const;
+  /// `defaultValue` without digits. Takes what was printed signed and what was printed unsigned: "-1" and
+  /// "18446744073709551615" are both -1. What doesn't fit into 64 bits is -1 as well: all bits are set.
+  [[nodiscard]] std::int64_t GetTimetValue(unsigned char const* value, std::int64_t defaultValue) const;
+  /// The first byte alone counts: `1` is true, `0` is false, any other gives `defaultValue`.
+  [[nodiscard]] bool GetBoolValue(unsigned char const* value, bool defaultValue) const;
+  /// `defaultValue` without a number, and for "inf" and "nan". Beyond the range of a double: an infinity, or zero.
+  [[nodiscard]] double GetDoubleValue(unsigned char const* value, double defaultValue) const;
+
+  // For libxml2: `parser` is the XmlSaxParser whose event it is.
+  static void startDocumentCallBack(void* parser);
+  static void endDocumentCallback(void* parser);
+  static void startElementCallback(void* parser, unsigned char const* name, unsigned char const** attributes);
+  static void endElementCallback(void* parser, unsigned char const* name);
+  static void charactersCallback(void* parser, unsigned char const* text, int length);
+
+ private:
+  class Parse;
+
+  void OnStartDocument();
+  void OnEndDocument();
+  void OnStartElement(unsigned char const* name, unsigned char const** attributes);
+  void OnEndElement(unsigned char const* name);
+  void OnCharacters(unsigned char const* text, int length);
+
+  template <class Event>
+  static void Send(void* parser, Event event);
+  void ClearCharacterBuffer();
+
+  std::vector<XmlSaxCallback*> callbacks;              // the last entry is the current callback
+  _xmlCharEncodingHandler* encodingHandler = nullptr;  // for UTF-16LE during a parse; libxml2's
+  XmlDefaultCallback defaultCallback;                  // for which a null callback stands
+  std::array<wchar, 1024> wideBuffer;                  // what ConvertString needs no allocation for
+  std::array<unsigned char, 2048> characterData;       // text of fewer bytes than this
+  unsigned char* characterBuffer = nullptr;            // null, characterData, or a block of exactly the text's size
+  unsigned int characterBufferSize = 0;
+  std::int32_t majorVersion = -1;
+  std::int32_t minorVersion = -1;
+  Parse* parse = nullptr;  // the one under way; not owned
+};
+
+}  // namespace ZaM
+
+#endif
