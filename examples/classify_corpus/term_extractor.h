@@ -1,0 +1,69 @@
+// From a document's text to the terms that stand in it.
+#ifndef CLASSIFY_CORPUS_TERM_EXTRACTOR_H
+#define CLASSIFY_CORPUS_TERM_EXTRACTOR_H
+
+#include <zam/zam.h>
+
+#include <compare>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace classify {
+
+/// What a term is a stretch of. All three are hashed from the symbols that the text filter gives.
+enum class TermKind : std::uint8_t {
+  Word,
+  Pair,      ///< two words in a row: what ideographs, each a word of its own, need to say anything
+  Fragment,  ///< four symbols in a row, the edges of the word among them: what compounds and endings have in common
+};
+inline constexpr std::size_t TermKindCount = 3;
+
+struct TermKey {
+  TermKind kind;
+  std::uint32_t hash;
+
+  friend auto operator<=>(TermKey const&, TermKey const&) = default;
+};
+
+/// A term and how often it occurs; what occurs more often than a count can tell counts as the greatest.
+struct Term {
+  std::uint32_t hash;
+  std::uint16_t count;
+  TermKind kind;
+
+  TermKey Key() const { return {kind, hash}; }
+};
+
+/// The different terms of a text, in the order of their keys.
+using Terms = std::vector<Term>;
+
+/// Turns texts into terms.
+///
+/// Threads: one thread at a time: the buffers are reused from text to text.
+class TermExtractor {
+ public:
+  /// Words of fewer than `minWordLength` characters leave no trace, but ideographs do. Without digits these separate.
+  TermExtractor(unsigned char minWordLength, bool useDigits);
+
+  /// The terms of a text of at most `MaxUnits` units. A text in a script that the filter doesn't know has none.
+  Terms Extract(std::u16string_view text);
+
+  /// What the filter's 32-bit sizes have room for, with a wide margin.
+  static constexpr std::size_t MaxUnits = std::size_t{1} << 28;
+
+ private:
+  std::string_view filter(std::u16string_view text);
+  void addWord(std::string_view stream, std::size_t begin, std::size_t end);
+  void add(TermKind kind, std::string_view symbols);
+  Terms mergeEqualTerms();
+
+  ZaM::Ref<ZaM::AsciiTextFilter> textFilter;
+  ZaM::stringhash hasher;
+  std::vector<char> symbols;
+  Terms occurrences;
+};
+
+}  // namespace classify
+
+#endif

@@ -1,0 +1,157 @@
+// One class against the others, by dual coordinate descent.
+//
+// With y = 1 for the documents x of the class and -1 for the others, the plane w minimises
+//
+//     ½ Σ (w[t] / r[t])²  +  C Σ max(0, 1 - y · w·x)²
+//
+// The first sum is where naive Bayes comes in: r[t]² is the logarithm of how many times more often term t occurs on one
+// side than on the other, so that a telling term gets its weight cheaply. The dual has one variable a >= 0 for each
+// document, with w[t] = r[t]² · Σ a y x[t]. Solving for one a at a time, with the others fixed, is a division; the
+// documents take turns in random order until none of them moves its a noticeably.
+//
+//   Hsieh, Chang, Lin, Keerthi, Sundararajan: A dual coordinate descent method for large-scale linear SVM. ICML 2008.
+//   Wang, Manning: Baselines and bigrams: simple, good sentiment and topic classification. ACL 2012.
+#include "trainer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <random>
+#include <utility>
+
+namespace classify {
+
+namespace {
+
+constexpr float missCost = 1.0F;       // C; from 0.3 to 3 the results hardly differ
+constexpr float smoothing = 0.05F;     // added to the sums of weights, which are a tenth or so for a term's occurrence
+constexpr float tolerance = 0.1F;      // of the condition at the minimum; a tenth of it finds no more documents
+constexpr int mostSweeps = 100;        // about ten are needed
+constexpr unsigned int orderSeed = 1;  // of the random order: any will do, but always the same
+
+struct TermState {
+  float weight = 0;    // w
+  float strength = 1;  // r²
+};
+
+class Learner {
+ public:
+  Learner(std::vector<TrainingDocument> const& training, std::vector<float> const& totals, unsigned int classId);
+
+  /// Lets each document take its turn; returns by how much the worst one missed the condition at the minimum.
+  float Sweep();
+
+  ClassModel* CreateModel() const;
+
+ private:
+  bool isOwn(std::size_t i) const { return documents[i].classId == ownClass; }
+  void compareWithOthers(std::vector<float> const& totals);
+  void measureDocuments();
+  float improve(std::size_t i);
+  float score(WordVector const& words) const;
+  void move(WordVector const& words, float step);
+  void shuffle();
+
+  std::vector<TrainingDocument> const& documents;
+  unsigned int const ownClass;
+  std::vector<TermState> terms;
+  float bias = 0;
+  std::vector<float> multipliers;  // a, by document
+  std::vector<float> lengths;      // by document: its squared length with the terms' strengths, 1 for the bias included
+  std::vector<std::size_t> order;
+  std::mt19937 random{orderSeed};
+};
+
+Learner::Learner(std::vector<TrainingDocument> const& training, std::vector<float> const& totals, unsigned int classId)
+    : documents(training),
+      ownClass(classId),
+      terms(totals.size()),
+      multipliers(training.size()),
+      lengths(training.size(), 1.0F),
+      order(training.size()) {
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  compareWithOthers(totals);
+  measureDocuments();
+}
+
+void Learner::compareWithOthers(std::vector<float> const& totals) {
+  std::vector<float> own(totals.size(), smoothing);
+  for (std::size_t i = 0; i < documents.size(); ++i) {
+    if (!isOwn(i)) continue;
+    for (auto const [index, weight] : documents[i].words->Terms()) own[index] += weight;
+  }
+  double const ownSum = std::accumulate(own.begin(), own.end(), 0.0);
+  double const sum = std::accumulate(totals.begin(), totals.end(), 0.0);
+  double const smoothed = 2.0 * smoothing * static_cast<double>(totals.size());
+  for (std::size_t t = 0; t < terms.size(); ++t) {
+    // What rounding leaves of a term that the others don't have may be slightly negative.
+    double const others = std::max(totals[t] + smoothing - own[t], 0.0F) + smoothing;
+    double const othersSum = sum + smoothed - ownSum;
+    terms[t].strength = static_cast<float>(std::abs(std::log(own[t] / ownSum / (others / othersSum))));
+  }
+}
+
+void Learner::measureDocuments() {
+  for (std::size_t i = 0; i < documents.size(); ++i)
+    for (auto const [index, weight] : documents[i].words->Terms())
+      lengths[i] += weight * weight * terms[index].strength;
+}
+
+float Learner::Sweep() {
+  shuffle();
+  float worst = 0;
+  for (std::size_t const i : order) worst = std::max(worst, improve(i));
+  return worst;
+}
+
+float Learner::improve(std::size_t i) {
+  constexpr float slope = 1 / (2 * missCost);
+  float const side = isOwn(i) ? 1.0F : -1.0F;
+  float const gradient = side * score(*documents[i].words) - 1 + slope * multipliers[i];
+  if (multipliers[i] == 0 && gradient >= 0) return 0;
+  float const improved = std::max(multipliers[i] - gradient / (lengths[i] + slope), 0.0F);
+  move(*documents[i].words, (improved - multipliers[i]) * side);
+  multipliers[i] = improved;
+  return std::abs(gradient);
+}
+
+float Learner::score(WordVector const& words) const {
+  float sum = bias;
+  for (auto const [index, weight] : words.Terms()) sum += weight * terms[index].weight;
+  return sum;
+}
+
+void Learner::move(WordVector const& words, float step) {
+  for (auto const [index, weight] : words.Terms()) terms[index].weight += step * weight * terms[index].strength;
+  bias += step;
+}
+
+// Not std::shuffle, whose order differs from one standard library to the next.
+void Learner::shuffle() {
+  for (std::size_t i = order.size(); i > 1; --i) std::swap(order[i - 1], order[random() % i]);
+}
+
+ClassModel* Learner::CreateModel() const {
+  std::vector<float> weights(terms.size());
+  std::transform(terms.begin(), terms.end(), weights.begin(), [](TermState const& term) { return term.weight; });
+  return ClassModel::Create(ownClass, std::move(weights), bias);
+}
+
+}  // namespace
+
+Trainer::Trainer(std::vector<TrainingDocument> given, std::size_t termCount)
+    : documents(std::move(given)), totals(termCount) {
+  for (TrainingDocument const& document : documents)
+    for (auto const [index, weight] : document.words->Terms()) totals[index] += weight;
+}
+
+ClassModel* Trainer::Learn(unsigned int classId, Progress& progress) const {
+  Learner learner(documents, totals, classId);
+  for (int sweep = 0; sweep < mostSweeps; ++sweep) {
+    progress.Step(CancelId::Training, 0);
+    if (learner.Sweep() < tolerance) break;
+  }
+  return learner.CreateModel();
+}
+
+}  // namespace classify

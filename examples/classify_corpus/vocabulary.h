@@ -1,0 +1,40 @@
+// Which terms count, and how much each says.
+#ifndef CLASSIFY_CORPUS_VOCABULARY_H
+#define CLASSIFY_CORPUS_VOCABULARY_H
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "corpus_reader.h"
+#include "term_extractor.h"
+#include "word_vector.h"
+
+namespace classify {
+
+/// The terms of a set of training documents, each with a number from 0 up and a weight.
+///
+/// A term's weight in a document grows with the logarithm of its count there, and with the logarithm of its rarity in
+/// the training documents (tf·idf):
+///
+///     weight = weight of its kind · (1 + ln count) · (1 + ln(training documents / training documents that have it))
+///
+/// Then the document's weights are scaled to a vector of length 1, so that long documents weigh as much as short ones.
+class Vocabulary {
+ public:
+  explicit Vocabulary(std::vector<Document const*> const& training);
+
+  /// How many terms there are.
+  std::size_t Size() const { return keys.size(); }
+
+  /// The vector of a document, with those of its terms that are known. A count of 1 for the caller.
+  WordVector* Weigh(Terms const& terms) const;
+
+ private:
+  std::vector<TermKey> keys;   // ascending; the place is the term's number
+  std::vector<float> weights;  // by number, the part that is the same for all documents
+};
+
+}  // namespace classify
+
+#endif
