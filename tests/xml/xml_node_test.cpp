@@ -135,6 +135,22 @@ TEST(XmlNode, KeepsTheFirstPropertyOfANameAndTheOrder) {
   EXPECT_EQ(Describe(node.Get()), "<node z='z1' m='m1' a='4'/>");
 }
 
+TEST(XmlNode, FindsAnyNumberOfPropertiesByName) {
+  Ref<XmlNode> const node(XmlNode::Create(u"node"));
+  auto const name = [](int i) { return wstring(1, static_cast<wchar>(u'a' + i)); };
+  for (int i = 0; i < 20; ++i) node->AddPropertyLong(name(i), i);
+  for (int i = 0; i < 20; i += 2) {
+    std::unique_ptr<XmlProperty> const removed(node->GetProperty(name(i)));
+    node->RemoveProperty(name(i));
+  }
+  for (int i = 0; i < 16; i += 3) node->AddPropertyLong(name(i), 100 + i);
+  for (int i = 0; i < 20; ++i) {
+    bool const isNew = i % 6 == 0 && i < 16;
+    EXPECT_EQ(node->GetPropertyLong(name(i), -1), isNew ? 100 + i : i % 2 == 0 ? -1 : i);
+  }
+  EXPECT_EQ(node->GetProperties().size(), 13u);
+}
+
 TEST(XmlNode, WritesNumbersInOneFormAndReadsThemBack) {
   Ref<XmlNode> const node(XmlNode::Create(u"node"));
   node->AddPropertyDouble(u"half", 0.5);

@@ -129,7 +129,7 @@ void PushParser::Begin(std::string_view bytes) {
   bool const keepsBlanks = isDocument && GetKeepBlanks();
   bool const substitutes = !isDocument || GetSubstituteEntities();
   context->options = 0;  // the host's, for this thread
-  xmlCtxtUseOptions(context, XML_PARSE_NONET | (keepsBlanks ? 0 : XML_PARSE_NOBLANKS));
+  xmlCtxtUseOptions(context, XML_PARSE_NONET | XML_PARSE_COMPACT | (keepsBlanks ? 0 : XML_PARSE_NOBLANKS));
   // Not through the option: that would let libxml2 ask for external entities too.
   context->replaceEntities = substitutes ? 1 : 0;
 }
@@ -167,7 +167,8 @@ void PushParser::Stop() {
 XmlDocument PushParser::TakeDocument() {
   XmlDocument document(context->myDoc);
   context->myDoc = nullptr;
-  if (isStopped || context->wellFormed == 0) document.reset();
+  // A text that is too long ends the parse without a word on the document's form.
+  if (isStopped || context->wellFormed == 0 || context->disableSAX != 0) document.reset();
   return document;
 }
 
@@ -249,7 +250,8 @@ xmlEntity* PushParser::FindParameterEntity(xmlChar const* name) {
 
 /// Counts what a reference to `entity` stands for. Null where the parse may not go on.
 xmlEntity* PushParser::Expand(xmlEntity* entity) {
-  if (entity != nullptr && entity->etype != XML_INTERNAL_PREDEFINED_ENTITY && context->replaceEntities != 0) {
+  // Also where references are kept: whoever reads the document takes the entity's content from each of them.
+  if (entity != nullptr && entity->etype != XML_INTERNAL_PREDEFINED_ENTITY) {
     Count(static_cast<std::size_t>(entity->length) + costOfReference);
   }
   return isStopped ? nullptr : entity;

@@ -88,21 +88,22 @@ bool lies(wchar unit, std::array<Range, size> const& ranges) {
                      [unit](Range const& range) { return unit >= range.first && unit <= range.last; });
 }
 
-/// How many units at the front of `units` belong to a name; 0 if its first character doesn't.
-std::size_t nameCharacter(std::u16string_view units, bool isFirst) {
-  if (lies(units[0], nameStarts) || (!isFirst && lies(units[0], nameRest))) return 1;
-  // U+10000 to U+EFFFF are allowed everywhere.
-  bool const isPair = isHighSurrogate(units[0]) && units.size() > 1 && isLowSurrogate(units[1]);
-  return isPair && units[0] < 0xDB80 ? 2 : 0;
+bool isPair(std::u16string_view units) {
+  return isHighSurrogate(units[0]) && units.size() > 1 && isLowSurrogate(units[1]);
+}
+
+/// Of the characters beyond U+FFFF, those up to U+EFFFF may stand anywhere in a name.
+bool isNameCharacter(std::u16string_view units, bool isFirst) {
+  return lies(units[0], nameStarts) || (!isFirst && lies(units[0], nameRest)) || (isPair(units) && units[0] < 0xDB80);
 }
 
 wstring makeName(std::u16string_view units) {
   if (units.empty()) return u"_";
   wstring name;
   while (!units.empty()) {
-    std::size_t const length = nameCharacter(units, name.empty());
-    name += length == 0 ? std::u16string_view(u"_") : units.substr(0, length);
-    units.remove_prefix(std::max<std::size_t>(length, 1));
+    std::size_t const length = isPair(units) ? 2 : 1;
+    name += isNameCharacter(units, name.empty()) ? units.substr(0, length) : std::u16string_view(u"_");
+    units.remove_prefix(length);
   }
   return name;
 }

@@ -3,6 +3,7 @@
 #include <libxml/parser.h>
 
 #include <atomic>
+#include <cstring>
 #include <mutex>
 
 namespace ZaM::detail {
@@ -57,7 +58,9 @@ XmlScope::XmlScope() {
   hostContext = xmlStructuredErrorContext;
   // The type of the record differs between versions of libxml2.
   xmlSetStructuredErrorFunc(this, [](void* scope, auto* error) {
-    if (error->code == XML_ERR_NO_MEMORY) static_cast<XmlScope*>(scope)->isOutOfMemory = true;
+    // A text that is longer than a document may hold comes under the same number.
+    bool const isTooLong = error->message != nullptr && std::strstr(error->message, "huge") != nullptr;
+    if (error->code == XML_ERR_NO_MEMORY && !isTooLong) static_cast<XmlScope*>(scope)->isOutOfMemory = true;
   });
   ++scopesOnThisThread;
 }

@@ -182,6 +182,7 @@ class ZAM_EXPORT XmlNode : public Composite, public XmlSaxCallback {
 
  private:
   void copyOwnData(XmlNode const& source);
+  void mapProperties();
   XmlNode* adopt(Ref<XmlNode> child);
   XmlNode const* findOnlyChild(wstring const& childName) const;
 
@@ -191,7 +192,7 @@ class ZAM_EXPORT XmlNode : public Composite, public XmlSaxCallback {
   wstring content;
   std::list<XmlNode*> children;                 // one reference to each entry is ours; never null
   std::list<XmlProperty*> properties;           // ours, under unique names
-  std::map<wstring, XmlProperty*> propertyMap;  // the same objects by name
+  std::map<wstring, XmlProperty*> propertyMap;  // the same objects by name; empty while there are few
 };
 
 }  // namespace ZaM

@@ -33,11 +33,11 @@ detail::XmlDocument documentIn(wstring const& filename) {
   detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::read);
   detail::PushParser parser;
   std::vector<char> buffer(pieceSize);
-  for (std::size_t count = pieceSize; count == pieceSize;) {
-    auto const read = stream.Read(buffer);
-    if (!read) throw FileIOException(2004, filename);
-    count = *read;
-    parser.Feed({buffer.data(), count});
+  for (;;) {
+    auto const count = stream.Read(buffer);
+    if (!count) throw FileIOException(2004, filename);
+    if (*count == 0) break;
+    parser.Feed({buffer.data(), *count});
   }
   parser.Finish();
   return parser.TakeDocument();

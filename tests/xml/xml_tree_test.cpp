@@ -1,0 +1,612 @@
+#include "zam/xml/xml_tree.h"
+
+#include <gtest/gtest.h>
+#include <libxml/parser.h>
+#include <zlib.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/failing_allocation.h"
+#include "tests/support/run_on_stack.h"
+#include "tests/support/temporary_folder.h"
+#include "tests/support/xml_text.h"
+#include "zam/foundation/create_counted.h"
+#include "zam/platform/file.h"
+#include "zam/xml/xml_library.h"
+
+namespace ZaM {
+namespace {
+
+using test::Describe;
+using test::FailureId;
+using test::TemporaryFolder;
+
+wstring wide(std::filesystem::path const& path) {
+  return path.u16string();
+}
+
+std::string bytesIn(std::filesystem::path const& path) {
+  std::ifstream stream(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::string gzip(std::string const& text) {
+  TemporaryFolder const folder;
+  std::string const path = folder.Path() / "gzip";
+  gzFile const stream = gzopen(path.c_str(), "wb9");
+  gzwrite(stream, text.data(), static_cast<unsigned int>(text.size()));
+  gzclose(stream);
+  return bytesIn(path);
+}
+
+std::string repeated(std::string const& text, int times) {
+  std::string all;
+  for (int i = 0; i < times; ++i) all += text;
+  return all;
+}
+
+/// The tree that one of the ways makes of a text, or "malformed".
+std::string read(std::string const& text) {
+  TemporaryFolder const folder;
+  XmlTree tree;
+  tree.Read(wide(folder.Write("file", text)));
+  return Describe(tree.GetRoot());
+}
+std::string read2(std::string const& text) {
+  TemporaryFolder const folder;
+  XmlTree tree;
+  tree.SetFilename(wide(folder.Write("file", text)));
+  bool const isWellFormed = tree.Read2();
+  EXPECT_EQ(tree.initialized(), isWellFormed);
+  EXPECT_EQ(tree.GetRoot() != nullptr, isWellFormed);
+  return isWellFormed ? Describe(tree.GetRoot()) : "malformed";
+}
+std::string readBuffer(std::string const& text) {
+  XmlTree tree;
+  return tree.ReadBuffer(text) ? Describe(tree.GetRoot()) : "malformed";
+}
+
+/// A tree of some elements, with attributes and texts.
+void fill(XmlTree& tree, int books = 3) {
+  tree.SetRoot(XmlNode::Create(u"library"));
+  for (int i = 0; i < books; ++i) {
+    XmlNode* const book = tree.GetRoot()->AddChild(u"book");
+    book->AddPropertySizet(u"number", static_cast<unsigned int>(i));
+    book->AddSubNodeText(u"title", u"Größe <" + wstring(static_cast<std::size_t>(i), u'x') + u"> & \"more\"");
+    book->AddChild(u"empty");
+  }
+}
+
+TEST(XmlTree, OwnsItsRootAndLimitsItsCompression) {
+  XmlTree tree;
+  EXPECT_EQ(tree.GetCompression(), 9);
+  for (auto const& [given, stored] : {std::pair(-1, 0), {10, 9}, {5, 5}}) EXPECT_EQ(tree.SetCompression(given), stored);
+  Ref<XmlNode> const first(XmlNode::Create(u"first"));
+  EXPECT_EQ(tree.SetRoot(first.Get()), first.Get());
+  Ref<XmlNode> const second(XmlNode::Create(u"second"));
+  second->AddRefCount();
+  tree.SetRoot(second.Get());  // first is ours again
+  tree.SetFilename(u"name");
+
+  XmlTree const copy(&tree);
+  EXPECT_TRUE(copy.GetFilename() == u"name" && copy.initialized());
+  EXPECT_EQ(copy.GetCompression(), 5);
+  EXPECT_EQ(Describe(copy.GetRoot()), "<second/>");
+  EXPECT_NE(copy.GetRoot(), second.Get());
+  XmlTree const empty;
+  EXPECT_EQ(XmlTree(&empty).GetRoot(), nullptr);
+  EXPECT_THROW(XmlTree(static_cast<XmlTree const*>(nullptr)), BaseException);
+}
+
+TEST(XmlTree, ReleasesTheRootAlsoAfterAFailedRead) {
+  TemporaryFolder const folder;
+  XmlTree tree;
+  tree.SetFilename(wide(folder.Write("bad", "<a>")));
+  EXPECT_FALSE(tree.Read2());
+  EXPECT_TRUE(tree.Read(wide(folder.Write("good", "<a><b/></a>"))));  // leaks if it isn't released
+  EXPECT_FALSE(tree.initialized());
+  EXPECT_EQ(Describe(XmlTree(wide(folder.Path() / "good")).GetRoot()), "<a><b/></a>");
+  EXPECT_EQ(FailureId([&] { XmlTree(wide(folder.Path() / "missing")); }), 2003);
+}
+
+TEST(XmlTree, WritesWhatLibxml2Would) {
+  TemporaryFolder const folder;
+  XmlTree tree;
+  fill(tree);
+  tree.GetRoot()->AddChild(u"\u00e9")->AddProperty(u"xml:lang", u"tab\t, line\n, return\r, <>&\"'\u00e9\U0001F600");
+  tree.GetRoot()->AddSubNodeText(u"text", u"tab\t, line\n, return\r, ]]> \u007f\u0085\U0001F600");
+  tree.SetCompression(0);
+  tree.Write(wide(folder.Path() / "plain"));
+  std::string const text = bytesIn(folder.Path() / "plain");
+  EXPECT_TRUE(
+      text.starts_with("<?xml version=\"1.0\"?>\n<library>\n  <book number=\"0\">\n    <title>Gr&#xF6;&#xDF;e"));
+
+  xmlDocPtr const document = xmlReadMemory(text.data(), static_cast<int>(text.size()), "", nullptr, XML_PARSE_NOBLANKS);
+  xmlChar* dumped = nullptr;
+  int size = 0;
+  xmlDocDumpFormatMemoryEnc(document, &dumped, &size, nullptr, 1);
+  EXPECT_EQ(text, reinterpret_cast<char const*>(dumped));
+  xmlFree(dumped);
+  xmlDocDumpMemory(document, &dumped, &size);
+  EXPECT_EQ(tree.WriteBuffer(), reinterpret_cast<char const*>(dumped));
+  xmlFree(dumped);
+  xmlFreeDoc(document);
+
+  for (int const compression : {1, 9, 9}) {
+    tree.SetCompression(compression);
+    tree.Write(wide(folder.Path() / "gzip"));
+    EXPECT_EQ(bytesIn(folder.Path() / "gzip"), gzip(text));
+  }
+  XmlTree other;
+  other.SetRoot(XmlNode::Create(u"other"));
+  std::string const& buffer = tree.WriteBuffer();
+  EXPECT_EQ(&other.WriteBuffer(), &buffer);
+  EXPECT_EQ(buffer, "<?xml version=\"1.0\"?>\n<other/>\n");
+}
+
+TEST(XmlTree, ReadsBackEveryTextThatItWrites) {
+  struct Case {
+    wstring written;
+    wstring read;
+  };
+  wstring const lone(1, wchar{0xD800});
+  wstring const faithful[] = {u"AT&T",
+                              u"a & b",
+                              u"&#65;",
+                              u"x &amp; y",
+                              u"<b>]]>",
+                              u"\"'",
+                              u"é\U0001F600",
+                              u"\u007f\u0085\u2028",
+                              u"a\r\nb\tc",
+                              wstring(513, u'x'),
+                              wstring(5000, u'\u4e00') + u"\U0001F600"};
+  std::vector<Case> cases = {{u"a\u0001b", u"a b"},
+                             {wstring(u"a\0b", 3), u"a b"},
+                             {u"a\u001fb\ufffe\uffff", u"a b\ufffd\ufffd"},
+                             {u"a" + lone + u"b", u"a\ufffdb"},
+                             {wstring(1, wchar{0xDC00}), u"\ufffd"}};
+  for (wstring const& text : faithful) cases.push_back({text, text});
+  for (Case const& c : cases) {
+    SCOPED_TRACE(test::Ascii(c.written).substr(0, 40));
+    XmlTree tree;
+    tree.SetRoot(XmlNode::Create(u"root"));
+    tree.GetRoot()->AddSubNodeText(u"sub", c.written);
+    if (c.written.size() < 512) tree.GetRoot()->AddProperty(u"p", c.written);
+    XmlTree const copy(&tree);
+    copy.GetRoot()->SetContent(c.written);
+    XmlTree readTree;
+    ASSERT_TRUE(readTree.ReadBuffer(tree.WriteBuffer()));
+    EXPECT_TRUE(readTree.GetRoot()->GetSubNodeText(u"sub") == c.read);
+    if (c.written.size() < 512) {
+      EXPECT_TRUE(readTree.GetRoot()->GetPropertyText(u"p") == c.read);
+    }
+    ASSERT_TRUE(readTree.ReadBuffer(copy.WriteBuffer()));
+    EXPECT_TRUE(readTree.GetRoot()->GetChildren().front()->GetContent() == c.read);
+    EXPECT_TRUE(readTree.GetRoot()->GetSubNodeText(u"sub") == c.read);
+  }
+}
+
+TEST(XmlTree, WritesUnusualTreesReadably) {
+  struct Case {
+    char const* title;
+    std::function<void(XmlNode&)> fill;
+    char const* text;
+  };
+  Case const cases[] = {
+      {"adjacent texts", [](XmlNode& root) { root.AddContent(u"a"), root.AddContent(u"b"), root.AddContent(u"c"); },
+       "<root>abc</root>"},
+      {"an empty text", [](XmlNode& root) { root.AddContent(u""); }, "<root></root>"},
+      {"a content node with a name, an attribute and a child",
+       [](XmlNode& root) {
+         XmlNode* const child = root.AddChild(u"lost");
+         child->AddProperty(u"p", u"v");
+         child->AddChild(u"lost");
+         child->SetContent(u"kept");
+       },
+       "<root>kept</root>"},
+      {"content and children of the root",
+       [](XmlNode& root) {
+         root.SetContent(u"first");
+         root.AddChild(u"b")->AddContent(u"second");
+       },
+       "<root>first<b>second</b></root>"},
+      {"names that are none",
+       [](XmlNode& root) {
+         for (wstring const name : {u"", u"1a", u"a b", u"-", u"<a/>", u"a\ufffe", u"\U000F0000"}) root.AddChild(name);
+         root.AddProperty(u"a\"b", u"v");
+       },
+       "<root a_b=\"v\"><_/><_a/><a_b/><_/><_a__/><a_/><_/></root>"},
+      {"names that are", [](XmlNode& root) { root.AddChild(u"a:b.c-1\u00b7"), root.AddChild(u"\U000EFFFF\u3001"); },
+       "<root><a:b.c-1\u00b7/><\U000EFFFF\u3001/></root>"},
+      {"attributes that become alike",
+       [](XmlNode& root) {
+         for (wstring const name : {u"a!", u"b", u"a_", u"a?", u"c"}) root.AddProperty(name, name);
+       },
+       "<root a_=\"a?\" b=\"b\" c=\"c\"/>"},
+  };
+  for (Case const& c : cases) {
+    XmlTree tree;
+    tree.SetRoot(XmlNode::Create(u"root"));
+    c.fill(*tree.GetRoot());
+    EXPECT_EQ(tree.WriteBuffer(), "<?xml version=\"1.0\"?>\n" + std::string(c.text) + "\n") << c.title;
+    XmlTree readTree;
+    EXPECT_TRUE(readTree.ReadBuffer(tree.WriteBuffer())) << c.title;
+  }
+}
+
+TEST(XmlTree, CutsNamesAndValuesBehindWholeCharacters) {
+  struct Case {
+    wstring character;
+    std::size_t nameRead, valueRead, nameWritten, valueWritten;  // how many fit
+  };
+  Case const cases[] = {{u"a", 512, 1024, 1024, 2048},
+                        {u"é", 512, 1024, 512, 1024},
+                        {u"\u4e00", 512, 1024, 341, 682},
+                        {u"\U00020000", 256, 512, 256, 512}};
+  for (Case const& c : cases) {
+    auto const times = [&](std::size_t count) {
+      wstring text;
+      for (std::size_t i = 0; i < count; ++i) text += c.character;
+      return text;
+    };
+    // One unit in front makes pairs lie across the limit on reading.
+    bool const isPair = c.character.size() == 2;
+    for (std::size_t const extra : {0, 1, 600}) {
+      XmlTree tree;
+      tree.SetRoot(XmlNode::Create(times(c.nameWritten + extra)));
+      tree.GetRoot()->AddProperty(times(c.nameWritten + extra), times(c.valueWritten + extra));
+      std::string const text = tree.WriteBuffer();
+      TemporaryFolder const folder;
+      tree.Read(wide(folder.Write("file", text)));
+      EXPECT_TRUE(tree.GetRoot()->GetName() == times(c.nameWritten));
+      EXPECT_TRUE(tree.GetRoot()->GetPropertyText(times(c.nameWritten)) == times(c.valueWritten));
+      ASSERT_TRUE(tree.ReadBuffer(text));
+      EXPECT_TRUE(tree.GetRoot()->GetName() == times(std::min(c.nameRead, c.nameWritten)));
+      EXPECT_TRUE(tree.GetRoot()->GetProperties().front()->GetValue() == times(std::min(c.valueRead, c.valueWritten)));
+
+      wstring const odd = isPair ? u"a" : u"";
+      tree.SetRoot((Ref<XmlNode>(tree.GetRoot()), XmlNode::Create(u"r")));
+      tree.GetRoot()->AddProperty(u"p", odd + times(c.valueRead + extra));
+      ASSERT_TRUE(tree.ReadBuffer(tree.WriteBuffer()));
+      std::size_t const fits = std::min(isPair ? c.valueRead - 1 : c.valueRead, c.valueWritten);
+      EXPECT_TRUE(tree.GetRoot()->GetPropertyText(u"p") == odd + times(fits));
+    }
+  }
+}
+
+TEST(XmlTree, ReadsByTwoWaysThatDifferWhereTheyAreToldTo) {
+  struct Case {
+    char const* text;
+    char const* byEvents;
+    char const* byModel;
+  };
+  Case const cases[] = {
+      {"<a>one<b/>two</a>", "<a><b/>[two]</a>", "<a>[one]<b/>[two]</a>"},
+      {"<a>\n  <b/>\n</a>", "<a><b/>[\\000a]</a>", "<a><b/></a>"},
+      {"<a>x<!--c--></a>", "<a>[x]</a>", "<a>[x][c]</a>"},
+      {"<a><?p c?><b/></a>", "<a><b/></a>", "<a>[c]<b/></a>"},
+      {"<a>1<![CDATA[<2>]]>3</a>", "<a>[1<2>3]</a>", "<a>[1][<2>][3]</a>"},
+      {"<x:a xmlns:x='u' x:p='v'/>", "<x:a xmlns:x='u' x:p='v'/>", "<a p='v'/>"},
+      {"<x:a x:p='v'/>", "<x:a x:p='v'/>", "<x:a x:p='v'/>"},
+      {"<!DOCTYPE a [<!ENTITY e '1<b/>2'>]><a>0&e;3</a>", "<a><b/>[23]</a>", "<a>[01]<b/>[23]</a>"},
+      {"<!DOCTYPE a [<!ENTITY e '1'>]><a p='0&e;2'/>", "<a p='012'/>", "<a p='012'/>"},
+      {"\xEF\xBB\xBF<a>\xC3\xA9</a>", "<a>[\\00e9]</a>", "<a>[\\00e9]</a>"},
+      {"<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>", "<a>[\\00e9]</a>", "<a>[\\00e9]</a>"},
+      {"<a><b>1</b><c>", "<a><b>[1]</b><c/></a>", "malformed"},
+      {"<a/><b/>", "<a/>", "malformed"},
+      {"<a p='1' p='2'/>", "nothing", "malformed"},
+      {"<a>\x01</a>", "<a/>", "malformed"},
+      {"", "nothing", "malformed"},
+      {"no markup", "nothing", "malformed"},
+  };
+  for (Case const& c : cases) {
+    EXPECT_EQ(read(c.text), c.byEvents) << c.text;
+    EXPECT_EQ(read2(c.text), c.byModel) << c.text;
+    EXPECT_EQ(readBuffer(c.text), c.byModel) << c.text;
+    EXPECT_EQ(read(gzip(c.text)), c.byEvents) << c.text;
+    EXPECT_EQ(read2(gzip(c.text)), c.byModel) << c.text;
+  }
+  EXPECT_EQ(readBuffer(std::string("<a>\0</a>", 8)), "malformed");
+  EXPECT_EQ(readBuffer(std::string("<a/>\0", 5)), "malformed");
+  EXPECT_EQ(readBuffer(gzip("<a/>")), "malformed");
+}
+
+TEST(XmlTree, ParsesABufferUnderTheSwitchesThatTheProcessWasLastGiven) {
+  detail::SetKeepBlanks(true);
+  detail::SetSubstituteEntities(false);
+  std::string const text = "<!DOCTYPE a [<!ENTITY e 'x<b/>y'><!ENTITY f 'z'>]><a p='0&f;1'> <c/>&e;</a>";
+  EXPECT_EQ(readBuffer(text), "<a p='0'>[ ]<c/>[x<b/>y]</a>");
+  read2("<a/>");
+  EXPECT_EQ(readBuffer(text), "<a p='0'><c/>[x<b/>y]</a>");
+  detail::SetKeepBlanks(true);
+  read("<a/>");
+  std::string const substituted = "<!DOCTYPE a [<!ENTITY e 'xy'>]><a p='0&e;1'> <c/>&e;</a>";
+  EXPECT_EQ(readBuffer(substituted), "<a p='0xy1'><c/>[xy]</a>");
+  detail::SetKeepBlanks(true);
+  XmlTree tree;
+  fill(tree);
+  tree.WriteBuffer();
+  EXPECT_EQ(readBuffer("<a> <b/></a>"), "<a><b/></a>");
+}
+
+TEST(XmlTree, ReadsFilesOfEverySizeAndCutAnywhere) {
+  XmlTree tree;
+  fill(tree, 30);
+  std::string const text = tree.WriteBuffer();
+  std::string const compressed = gzip(text);
+  std::string const whole = Describe(tree.GetRoot());
+  EXPECT_EQ(read(text), whole);
+  EXPECT_EQ(read2(text), whole);
+  for (std::size_t const size : {0, 1, 2, 3, 5, 22, 30, 1023, 1024, 1025}) {
+    EXPECT_EQ(read2(text.substr(0, size)), "malformed");
+    std::string const part = read(text.substr(0, size));
+    EXPECT_TRUE(size < 30 ? part == "nothing" : part.starts_with("<library")) << size << part;
+  }
+  for (std::size_t size = 0; size < compressed.size(); size += 7) {
+    std::string const part = compressed.substr(0, size);
+    EXPECT_NE(read(part), "") << size;
+    // What is cut off of the last eight bytes is a checksum that libxml2 can do without.
+    if (size < compressed.size() - 10) {
+      EXPECT_EQ(read2(part), "malformed") << size;
+    }
+  }
+  // Sizes around those of the pieces in which files are read, up to documents far larger than the compressed file.
+  for (int const size : {900, 8192, 16384, 65536, 1 << 20}) {
+    for (int const more : {-1, 0, 1}) {
+      std::string const filler(static_cast<std::size_t>(size + more) - 7, 'x');
+      EXPECT_TRUE(read2("<a>" + filler + "</a>") == "<a>[" + filler + "]</a>") << size + more;
+      EXPECT_TRUE(read2(gzip("<a>" + filler + "</a>")) == "<a>[" + filler + "]</a>") << size + more;
+    }
+  }
+  std::string const filler(11'000'000, 'x');
+  EXPECT_TRUE(read("<a>" + filler + "</a>") == "<a>[" + filler + "]</a>");
+  EXPECT_EQ(read2("<a>" + filler + "</a>"), "malformed");
+  EXPECT_EQ(read2("<a p='" + filler + "'/>"), "malformed");
+}
+
+TEST(XmlTree, ReportsCompressedDataThatIsDamaged) {
+  XmlTree tree;
+  fill(tree, 30);
+  std::string const compressed = gzip(tree.WriteBuffer());
+  std::string const whole = Describe(tree.GetRoot());
+  for (std::size_t place = 0; place < compressed.size(); ++place) {
+    std::string damaged = compressed;
+    damaged[place] = static_cast<char>(damaged[place] ^ 0x55);
+    std::string tree2;
+    std::int32_t const id = FailureId([&] { tree2 = read2(damaged); });
+    EXPECT_EQ(FailureId([&] { read(damaged); }), id) << place;
+    // Some bytes of the header don't matter; without the signature it is no gzip file; and where the mark of the end is
+    // damaged, the stream seems to be cut off.
+    bool const isHarmless = tree2 == "malformed" || (place < 10 && tree2 == whole);
+    EXPECT_TRUE(id == 2004 || (id == 0 && isHarmless)) << place << " " << id << tree2;
+  }
+}
+
+TEST(XmlTree, ReportsFilesThatCannotBeUsed) {
+  TemporaryFolder const folder;
+  wstring const file = wide(folder.Write("file", "<a/>"));
+  struct Case {
+    wstring path;
+    int onReading;
+    int onWriting;  // plain and gzip
+  };
+  Case const cases[] = {{wide(folder.Path() / "missing" / "file"), 2003, 2002},
+                        {wide(folder.Path()), 2003, 2002},
+                        {u"", 2003, 2002},
+                        {u"/dev/full", 2004, 2001}};
+  for (Case const& c : cases) {
+    XmlTree tree;
+    fill(tree);
+    for (int const compression : {0, 9}) {
+      tree.SetCompression(compression);
+      try {
+        tree.Write(c.path);
+        ADD_FAILURE();
+      } catch (FileIOException const& failure) {
+        EXPECT_EQ(failure.GetErrorId(), c.onWriting);
+        EXPECT_TRUE(failure.GetPathname() == c.path);
+      }
+    }
+    if (c.onReading == 2004) continue;
+    EXPECT_EQ(FailureId([&] { tree.Read(); }), c.onReading);
+    EXPECT_EQ(tree.GetRoot(), nullptr);
+    EXPECT_EQ(FailureId([&] { tree.Read2(); }), c.onReading);
+  }
+
+  XmlTree rootless;
+  EXPECT_EQ(FailureId([&] { rootless.Write(file); }), 27);
+  EXPECT_EQ(FailureId([&] { rootless.WriteBuffer(); }), 27);
+  EXPECT_EQ(bytesIn(file), "<a/>");
+
+  XmlTree tree;
+  fill(tree);
+  {
+    platform::File const reader = platform::File::OpenForReading(file);
+    EXPECT_EQ(FailureId([&] { tree.Write(file); }), 2002);
+  }
+  EXPECT_EQ(bytesIn(file), "<a/>");
+  platform::File const writer = platform::File::CreateForWriting(file);
+  EXPECT_EQ(FailureId([&] { tree.Read2(); }), 2003);
+  EXPECT_EQ(FailureId([&] { tree.Read(); }), 2003);
+}
+
+TEST(XmlTree, OpensNothingThatADocumentNames) {
+  TemporaryFolder const folder;
+  std::string const secret = folder.Write("secret", "<!ENTITY e 'secret'><stolen>secret</stolen>");
+  std::string const doctypes[] = {
+      "<!DOCTYPE a [<!ENTITY e SYSTEM 'file://" + secret + "'>]><a p='1'>&e;</a>",
+      "<!DOCTYPE a SYSTEM '" + secret + "'><a>&e;</a>",
+      "<!DOCTYPE a [<!ENTITY % p SYSTEM '" + secret + "'>%p;]><a>&e;</a>",
+      "<a xmlns:xi='http://www.w3.org/2001/XInclude'><xi:include href='" + secret + "' parse='text'/></a>",
+  };
+  for (bool const substitute : {false, true}) {
+    for (std::string const& text : doctypes) {
+      detail::SetSubstituteEntities(substitute);
+      for (std::string const& result : {read2(text), readBuffer(text), read2(gzip(text)), read(text)}) {
+        EXPECT_EQ(result.find("stolen"), std::string::npos) << text;
+        EXPECT_EQ(result.find(">[secret"), std::string::npos) << text;
+      }
+    }
+  }
+}
+
+TEST(XmlTree, RefusesDocumentsThatBlowUp) {
+  std::string const big = std::string(100'000, 'x');
+  std::string nested = "<!DOCTYPE a [<!ENTITY e0 'xxxxxxxxxx'>";
+  for (int i = 1; i < 9; ++i) {
+    nested += "<!ENTITY e" + std::to_string(i) + " '" + repeated("&e" + std::to_string(i - 1) + ";", 10) + "'>";
+  }
+  std::string attributes = "<a";
+  for (int i = 0; i < 100'000; ++i) attributes += " p" + std::to_string(i) + "=''";
+  std::string defaults = "<!DOCTYPE a [<!ATTLIST b ";
+  for (int i = 0; i < 1'000; ++i) defaults += "p" + std::to_string(i) + " CDATA 'xxxxxxxxxx' ";
+  std::string const documents[] = {
+      "<!DOCTYPE a [<!ENTITY e '" + big + "'>]><a>" + repeated("&e;", 10'000) + "</a>",
+      "<!DOCTYPE a [<!ENTITY e '" + big + "'>]><a>" + repeated("<b p='&e;&e;&e;&e;&e;&e;&e;&e;&e;&e;'/>", 1'000) +
+          "</a>",
+      "<!DOCTYPE a [<!ENTITY e '" + repeated("<b/>", 25'000) + "'>]><a>" + repeated("&e;", 10'000) + "</a>",
+      "<!DOCTYPE a [<!ENTITY % e '" + big + "'>" + repeated("%e;", 10'000) + "]><a/>",
+      nested + "]><a>&e8;</a>",
+      attributes + "/>",
+      defaults + ">]><a>" + repeated("<b/>", 10'000) + "</a>",
+      repeated("<a>", 258) + repeated("</a>", 258),
+  };
+  for (bool const substitute : {false, true}) {
+    for (std::string const& text : documents) {
+      detail::SetSubstituteEntities(substitute);
+      EXPECT_EQ(readBuffer(text), "malformed") << text.substr(0, 40);
+      EXPECT_LT(read(text).size(), 12'000'000u) << text.substr(0, 40);
+    }
+  }
+  std::string const deepest = repeated("<a>", 256) + "<a/>" + repeated("</a>", 256);
+  EXPECT_EQ(readBuffer(deepest), deepest);
+  EXPECT_EQ(read(deepest), deepest);
+}
+
+TEST(XmlTree, CopiesWritesAndReleasesTreesThatAreDeeperThanTheStack) {
+  constexpr int levels = 200'000;
+  std::string const text = repeated("<a>", levels - 1) + "<a/>" + repeated("</a>", levels - 1);
+  test::RunOnStack(256 * 1024, [&] {
+    TemporaryFolder const folder;
+    XmlTree tree;
+    tree.SetRoot(XmlNode::Create(u"a"));
+    XmlNode* last = tree.GetRoot();
+    for (int level = 1; level < levels; ++level) last = last->AddChild(u"a");
+    XmlTree copy(&tree);
+    EXPECT_TRUE(copy.WriteBuffer() == "<?xml version=\"1.0\"?>\n" + text + "\n");
+    copy.SetCompression(0);
+    copy.Write(wide(folder.Path() / "deep"));
+    std::string written = bytesIn(folder.Path() / "deep");
+    std::erase_if(written, [](char c) { return c == ' ' || c == '\n'; });
+    EXPECT_TRUE(written == "<?xmlversion=\"1.0\"?>" + text);
+    EXPECT_TRUE(copy.Read());
+    EXPECT_FALSE(copy.Read2());
+  });
+}
+
+TEST(XmlTree, UsesSeparateTreesOnSeparateThreads) {
+  TemporaryFolder const folder;
+  std::vector<std::thread> threads;
+  for (int number = 0; number < 4; ++number) {
+    threads.emplace_back([&, number] {
+      wstring const path = wide(folder.Path() / std::to_string(number));
+      for (int i = 0; i < 30; ++i) {
+        XmlTree tree;
+        fill(tree, number + i);
+        std::string const expected = Describe(tree.GetRoot());
+        tree.Write(path);
+        EXPECT_TRUE(tree.Read2());
+        EXPECT_EQ(Describe(tree.GetRoot()), expected);
+        EXPECT_TRUE(tree.ReadBuffer(std::string(tree.WriteBuffer())));
+        EXPECT_EQ(Describe(tree.GetRoot()), expected);
+        EXPECT_TRUE(tree.Read(path));
+        EXPECT_EQ(tree.GetRoot()->ChildCount(), static_cast<unsigned int>(number + i + (number + i > 0 ? 1 : 0)));
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+/// What libxml2 allocates while one of these lives; one allocation fails.
+class FailingLibxml2 {
+ public:
+  explicit FailingLibxml2(int n) { countdown = n; }
+  FailingLibxml2(FailingLibxml2 const&) = delete;
+  ~FailingLibxml2() { countdown = -1; }
+  static bool HasFailed() { return countdown == -1; }
+
+  static bool Install() { return xmlMemSetup(std::free, &allocate, &reallocate, &duplicate) == 0; }
+
+ private:
+  static bool fails() { return countdown >= 0 && countdown-- == 0; }
+  static void* allocate(std::size_t size) { return fails() ? nullptr : std::malloc(size); }
+  static void* reallocate(void* block, std::size_t size) { return fails() ? nullptr : std::realloc(block, size); }
+  static char* duplicate(char const* text) { return fails() ? nullptr : strdup(text); }
+
+  static thread_local int countdown;
+};
+thread_local int FailingLibxml2::countdown = -1;
+
+TEST(XmlTree, IsNeverSilentlyIncompleteWhereMemoryRunsOut) {
+  TemporaryFolder const folder;
+  XmlTree tree;
+  fill(tree);
+  tree.SetCompression(0);
+  std::string const text = tree.WriteBuffer();
+  wstring const readPath = wide(folder.Write("read", text));
+  wstring const writePath = wide(folder.Path() / "write");
+  tree.Write(writePath);
+  std::string const written = bytesIn(folder.Path() / "write");
+  std::string const whole = Describe(tree.GetRoot());
+
+  XmlTree other;
+  std::unique_ptr<XmlTree> copy;
+  struct Case {
+    std::function<void()> operation;
+    std::function<std::string()> result;
+    std::string expected;
+  };
+  auto const otherTree = [&] { return Describe(other.GetRoot()); };
+  Case const cases[] = {
+      {[&] { other.ReadBuffer(text); }, otherTree, whole},
+      {[&] { other.SetFilename(readPath), other.Read2(); }, otherTree, whole},
+      {[&] { other.Read(readPath); }, otherTree, whole},
+      {[&] { tree.WriteBuffer(); }, [&] { return tree.WriteBuffer(); }, text},
+      {[&] { tree.Write(writePath); }, [&] { return bytesIn(folder.Path() / "write"); }, written},
+      {[&] { copy = std::make_unique<XmlTree>(&tree); }, [&] { return Describe(copy->GetRoot()); }, whole},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    EXPECT_GT(test::FailEachAllocation([&] { ReportOutOfMemory(c.operation); }, [] {}), 0u);
+    EXPECT_EQ(c.result(), c.expected);
+  }
+  ASSERT_TRUE(FailingLibxml2::Install());
+  for (Case const& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    bool goesOn = true;
+    for (int n = 0; goesOn; ++n) {
+      std::int32_t id;
+      {
+        FailingLibxml2 const failing(n);
+        id = FailureId(c.operation);
+        goesOn = FailingLibxml2::HasFailed();
+      }
+      EXPECT_TRUE(id == 0 || (goesOn && id == 5)) << n << " " << id;
+      if (id == 0) {
+        EXPECT_EQ(c.result(), c.expected) << n;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace ZaM
