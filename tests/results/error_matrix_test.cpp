@@ -68,12 +68,21 @@ TEST(ErrorMatrixTest, RefusesSingleTotalsOfClassesThatItHasNot) {
 }
 
 TEST(ErrorMatrixTest, CountsAllOrNothingWhenMemoryRunsOut) {
-  EXPECT_THROW(ErrorMatrix::Create(0xFFFFFFFF), BaseException);
+  EXPECT_EQ(FailureId([] { ErrorMatrix::Create(0xFFFFFFFF); }), 5);
   EXPECT_EQ(FailEachAllocation([] { Ref(ErrorMatrix::Create(3)); }, [] {}), 5U);
   Ref const matrix(ErrorMatrix::Create(3));
   auto const empty = [&] { EXPECT_EQ(matrix->GetDocCount() + matrix->GetClassCount(1) + matrix->GetResult(1, 2), 0U); };
   EXPECT_EQ(FailEachAllocation([&] { matrix->Increase(1, 2); }, empty), 1U);
   EXPECT_EQ(matrix->GetResult(1, 2), 1U);
+
+  Ref const other(ErrorMatrix::Create(9));
+  auto const usable = [&] {
+    EXPECT_EQ(other->GetDocCount(), 0U);
+    other->Increase(0, 8);
+    EXPECT_EQ(other->GetClassCount(8) + other->GetClassImported(8) + other->GetClassExported(8), 0U);
+  };
+  EXPECT_EQ(FailEachAllocation([&] { *other = *matrix; }, usable), 5U);
+  EXPECT_EQ(other->GetResult(1, 2), 1U);
 }
 
 constexpr unsigned int uncounted = 99;

@@ -22,6 +22,17 @@ class FailingAllocation {
   bool HasFailed() const;
 };
 
+/// The id of the BaseException in which `operation` ends; 0 if it ends in none.
+template <class Operation>
+std::int32_t FailureId(Operation operation) {
+  try {
+    operation();
+    return 0;
+  } catch (BaseException const& failure) {
+    return failure.GetErrorId();
+  }
+}
+
 /// Runs `operation` with its first, its second, its third … allocation failing, up to the run that doesn't get as far.
 /// The others must end in BaseException with id 5; `check` is called behind each of these. Returns their number, so
 /// that a test can see that there were any.
@@ -29,17 +40,9 @@ template <class Operation, class Check>
 std::size_t FailEachAllocation(Operation operation, Check check) {
   for (std::size_t n = 0;; ++n) {
     FailingAllocation const failing(n);
-    std::int32_t id = 0;
-    try {
-      operation();
-    } catch (BaseException const& failure) {
-      id = failure.GetErrorId();
-    }
-    if (!failing.HasFailed()) {
-      EXPECT_EQ(id, 0);
-      return n;
-    }
-    EXPECT_EQ(id, 5) << "with allocation " << n << " failing";
+    std::int32_t const id = FailureId(operation);
+    EXPECT_EQ(id, failing.HasFailed() ? 5 : 0) << "with allocation " << n << " failing";
+    if (!failing.HasFailed()) return n;
     check();
   }
 }

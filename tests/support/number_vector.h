@@ -15,8 +15,8 @@ namespace ZaM::test {
 /// A document's representation: numbers, valid if there are any.
 class NumberVector : public Node, public Representation {
  public:
-  static NumberVector* Create(std::vector<double> numbers, RepTag const& tag = GetDefaultTag()) {
-    return CreateCounted([&] { return new NumberVector(std::move(numbers), tag); });
+  static NumberVector* Create(std::vector<double> numbers) {
+    return CreateCounted([&] { return new NumberVector(std::move(numbers)); });
   }
 
   bool IsValid() const override { return !numbers.empty(); }
@@ -24,7 +24,7 @@ class NumberVector : public Node, public Representation {
   std::vector<double> const numbers;
 
  protected:
-  NumberVector(std::vector<double> given, RepTag const& tag) : Representation(tag), numbers(std::move(given)) {}
+  explicit NumberVector(std::vector<double> given) : numbers(std::move(given)) {}
 };
 
 /// A class whose score of a NumberVector is the scalar product with its weights, as far as both go.
@@ -39,7 +39,7 @@ class ClassNode : public DocumentNode, public Representation {
     if (score) return score(other);
     auto const& numbers = static_cast<NumberVector const&>(other).numbers;
     std::size_t const size = std::min(weights.size(), numbers.size());
-    double sum = 0.0;
+    double sum = -0.0;  // the neutral element, which keeps the sign of a single zero
     for (std::size_t i = 0; i < size; ++i) sum += weights[i] * numbers[i];
     return sum;
   }
@@ -51,8 +51,8 @@ class ClassNode : public DocumentNode, public Representation {
   bool valid = true;
 
  protected:
-  ClassNode(unsigned int classId, std::vector<double> given, double low, double high)
-      : DocumentNode(classId, nullptr), weights(std::move(given)), minimum(low), maximum(high) {}
+  ClassNode(unsigned int id, std::vector<double> given, double low, double high)
+      : DocumentNode(id, nullptr), weights(std::move(given)), minimum(low), maximum(high) {}
 
  private:
   std::vector<double> weights;

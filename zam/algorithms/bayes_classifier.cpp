@@ -20,10 +20,16 @@ static_assert(std::numeric_limits<float>::is_iec559, "a score that doesn't fit a
 
 // What is used anew for every document of a run, so that a document costs no allocation but that of its result.
 struct BayesClassifier::Work {
-  std::vector<float> scores;         // parallel to scoredIds
+  std::vector<double> values;        // what `dot` gave; parallel to classIds, unused for id 0
+  std::vector<float> scores;         // what the result gets; parallel to scoredIds
   std::vector<IndexedResult> best;   // the best classes of the document
   std::vector<float> scoresByClass;  // one per class id up to the greatest, if full results are wanted
 };
+
+// Copied before anything is changed: the lists must never differ in length.
+BayesClassifier& BayesClassifier::operator=(BayesClassifier const& other) {
+  return *this = ReportOutOfMemory([&] { return BayesClassifier(other); });
+}
 
 BayesClassifier::~BayesClassifier() = default;
 
@@ -109,6 +115,7 @@ void BayesClassifier::forgetClassNodes() {
 void BayesClassifier::classifyNode(Node* node) {
   Work work;
   ReportOutOfMemory([&] {
+    work.values.resize(classIds.size());
     work.scores.resize(scoredIds.size());
     work.best.reserve(std::min<std::size_t>(maxResults, std::max<std::size_t>(scoredIds.size(), 1)));
   });
@@ -124,8 +131,8 @@ void BayesClassifier::classifyDocument(DocumentNode& document, Work& work) const
   reportProgress();
   if (maxResults == 0) makeRoomByClass(work);
 
-  std::size_t const best = score(*representation, work);
-  if (doNormalize) normalize(*classRepresentations[best], work);
+  score(*representation, work);
+  if (doNormalize) normalize(bestClass(work), work);
   replaceResult(document, maxResults == 0 ? createFullResult(work) : createSparseResult(work));
 }
 
@@ -136,20 +143,24 @@ void BayesClassifier::reportProgress() const {
   if (canceled) throw UserCanceledException(20);
 }
 
-// Gives the place of the best class in the list, by the doubles as `dot` gave them.
-std::size_t BayesClassifier::score(Representation const& document, Work& work) const {
+void BayesClassifier::score(Representation const& document, Work& work) const {
+  for (std::size_t i = 0; i < classIds.size(); ++i) {
+    if (classIds[i] == 0) continue;
+    work.values[i] = classRepresentations[i]->dot(document);
+    work.scores[scoreIndices[i]] = static_cast<float>(work.values[i]);
+  }
+}
+
+// By the doubles, as `dot` gave them. The first of the list if nothing is greater than the lowest number.
+Representation const& BayesClassifier::bestClass(Work const& work) const {
   std::size_t bestIndex = 0;
   double bestValue = std::numeric_limits<double>::lowest();
   for (std::size_t i = 0; i < classIds.size(); ++i) {
-    if (classIds[i] == 0) continue;
-    double const value = classRepresentations[i]->dot(document);
-    if (bestValue < value) {
-      bestIndex = i;
-      bestValue = value;
-    }
-    work.scores[scoreIndices[i]] = static_cast<float>(value);
+    if (classIds[i] == 0 || !(bestValue < work.values[i])) continue;
+    bestIndex = i;
+    bestValue = work.values[i];
   }
-  return bestIndex;
+  return *classRepresentations[bestIndex];
 }
 
 // Once per entry of the list: a class id that is listed several times is mapped as often.
@@ -171,14 +182,17 @@ void BayesClassifier::makeRoomByClass(Work& work) const {
   ReportOutOfMemory([&] { work.scoresByClass.resize(std::size_t{maxClassId} + 1); });
 }
 
-// What a full result with the same scores would call its best classes, without the array that it needs.
+// What a full result with the same scores would call its best classes, without the array that it needs. As the class
+// ids ascend, an equal score never displaces an earlier one: a single comparison passes over most of the classes.
 Ref<Result> BayesClassifier::createSparseResult(Work& work) const {
   work.best.clear();
-  IndexedResult candidate;
+  float toBeat = 0.0F;
   for (std::size_t i = 0; i < scoredIds.size(); ++i) {
-    if (!(work.scores[i] > 0.0F)) continue;
+    if (!(work.scores[i] > toBeat)) continue;
+    IndexedResult candidate;
     candidate.Set(scoredIds[i], work.scores[i]);
     detail::OfferToBest(work.best, maxResults, candidate);
+    if (work.best.size() == maxResults) toBeat = work.best.front().GetValue();
   }
   detail::SortBest(work.best);
 

@@ -53,7 +53,9 @@ class ZAM_EXPORT BayesClassifier : public Algorithm {
  public:
   BayesClassifier() = default;
   BayesClassifier(BayesClassifier const&) = default;
-  BayesClassifier& operator=(BayesClassifier const&) = default;
+  BayesClassifier(BayesClassifier&&) = default;
+  BayesClassifier& operator=(BayesClassifier const& other);
+  BayesClassifier& operator=(BayesClassifier&&) = default;
   ~BayesClassifier() override;
 
   /// Calls `Increment` with a step of 1 for each document, before it is scored. Stays for all later runs; null switches
@@ -83,7 +85,8 @@ class ZAM_EXPORT BayesClassifier : public Algorithm {
   void classifyNode(Node* node);
   void classifyDocument(DocumentNode& document, Work& work) const;
   void reportProgress() const;
-  std::size_t score(Representation const& document, Work& work) const;
+  void score(Representation const& document, Work& work) const;
+  Representation const& bestClass(Work const& work) const;
   void normalize(Representation const& best, Work& work) const;
   void makeRoomByClass(Work& work) const;
   Ref<Result> createSparseResult(Work& work) const;

@@ -12,14 +12,15 @@
 namespace ZaM::detail {
 
 /// Whether `a` comes before `b`: the greater value first, of equal values the lower class id, and values that are not
-/// numbers last. A strict weak order whatever the values are, as the standard algorithms need it.
-inline bool ComesBefore(IndexedResult const& a, IndexedResult const& b) {
+/// numbers last. A strict weak order whatever the values are, as the standard algorithms need it. An object instead of
+/// a function, so that they inline it.
+inline constexpr auto ComesBefore = [](IndexedResult const& a, IndexedResult const& b) {
   if (a.GetValue() > b.GetValue()) return true;
   if (a.GetValue() < b.GetValue()) return false;
   bool const aIsNumber = !std::isnan(a.GetValue());
   bool const bIsNumber = !std::isnan(b.GetValue());
   return aIsNumber == bIsNumber ? a.GetIndex() < b.GetIndex() : aIsNumber;
-}
+};
 
 /// Takes `candidate` into `best`, a heap with its last entry in front, or leaves it out if `limit` (at least 1) better
 /// ones are there. Offer all candidates to an empty vector, then call `SortBest`; it never grows beyond `limit`.

@@ -1,5 +1,8 @@
 #include "zam/results/error_matrix.h"
 
+#include <tuple>
+#include <utility>
+
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/exceptions.h"
 
@@ -27,6 +30,21 @@ ErrorMatrix::ErrorMatrix(unsigned int classes)
       classImported(classes),
       classExported(classes),
       diagonal(classes) {}
+
+// Copied before anything is changed: the totals must never differ in their number of classes.
+ErrorMatrix& ErrorMatrix::operator=(ErrorMatrix const& other) {
+  auto copies = ReportOutOfMemory([&] {
+    return std::tuple(other.classCount, other.classImported, other.classExported, other.diagonal, other.offDiagonal);
+  });
+  Node::operator=(other);
+  Representation::operator=(other);
+  correct = other.correct;
+  incorrect = other.incorrect;
+  rejected = other.rejected;
+  docCount = other.docCount;
+  std::tie(classCount, classImported, classExported, diagonal, offDiagonal) = std::move(copies);
+  return *this;
+}
 
 ErrorMatrix::~ErrorMatrix() = default;
 

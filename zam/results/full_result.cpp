@@ -1,6 +1,7 @@
 #include "zam/results/full_result.h"
 
 #include <cstdint>
+#include <tuple>
 #include <utility>
 
 #include "zam/foundation/create_counted.h"
@@ -27,6 +28,13 @@ FullResult* FullResult::Create() {
   return CreateCounted([] { return new FullResult; });
 }
 
+FullResult& FullResult::operator=(FullResult const& other) {
+  auto copies = ReportOutOfMemory([&] { return std::pair(other.results, other.bestResults); });
+  Result::operator=(other);
+  std::tie(results, bestResults) = std::move(copies);
+  return *this;
+}
+
 FullResult::~FullResult() = default;
 
 void FullResult::Initialize(unsigned int classCount, FullResultItem* item) {
@@ -44,11 +52,11 @@ void FullResult::SetResults(std::vector<float> const& values) {
 
 void FullResult::SetResults(std::vector<FullResultItem> const& items) {
   checkSlotCount(items.size());
-  replaceSlots(ReportOutOfMemory([&] { return std::vector<FullResultItem>(items); }));
+  replaceSlots(ReportOutOfMemory([&] { return std::vector(items); }));
 }
 
 std::vector<FullResultItem> FullResult::GetResults() {
-  return ReportOutOfMemory([this] { return std::vector<FullResultItem>(results); });
+  return ReportOutOfMemory([this] { return results; });
 }
 
 bool FullResult::IsValid() const {

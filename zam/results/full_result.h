@@ -33,7 +33,7 @@ class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
   static FullResult* Create();
 
   FullResult(FullResult const&) = default;
-  FullResult& operator=(FullResult const&) = default;
+  FullResult& operator=(FullResult const& other);
 
   /// Replaces the slots by `classCount` + 1 copies of `*item`, which may be one of the slots, or of a default item if
   /// `item` is null.

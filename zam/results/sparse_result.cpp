@@ -1,6 +1,7 @@
 #include "zam/results/sparse_result.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/ref.h"
@@ -26,14 +27,21 @@ SparseResult* SparseResult::Create() {
   return CreateCounted([] { return new SparseResult; });
 }
 
+SparseResult& SparseResult::operator=(SparseResult const& other) {
+  auto copy = ReportOutOfMemory([&] { return other.results; });
+  Result::operator=(other);
+  results = std::move(copy);
+  return *this;
+}
+
 SparseResult::~SparseResult() = default;
 
 void SparseResult::SetResults(std::vector<IndexedResult> const& items) {
-  results = ReportOutOfMemory([&] { return std::vector<IndexedResult>(items); });
+  results = ReportOutOfMemory([&] { return std::vector(items); });
 }
 
 std::vector<IndexedResult> SparseResult::GetResults() {
-  return ReportOutOfMemory([this] { return std::vector<IndexedResult>(results); });
+  return ReportOutOfMemory([this] { return results; });
 }
 
 void SparseResult::SortResults() {

@@ -29,7 +29,7 @@ class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
   static SparseResult* Create();
 
   SparseResult(SparseResult const&) = default;
-  SparseResult& operator=(SparseResult const&) = default;
+  SparseResult& operator=(SparseResult const& other);
 
   /// Replaces the list by a copy of `items`, as it stands. `items` may be the object's own list.
   void SetResults(std::vector<IndexedResult> const& items);
