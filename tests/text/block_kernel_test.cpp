@@ -1,66 +1,21 @@
 // Every way to filter gives what the plain rules give: step by step, and in blocks on every kernel of this machine.
-#include "zam/text/block_kernel.h"
-
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 #include <string>
-#include <vector>
 
-#include "tests/text/plain_filter.h"
+#include "tests/text/every_kernel.h"
 #include "zam/foundation/ref.h"
 
 namespace ZaM {
 namespace {
 
-using detail::BlockKernel;
-
-std::vector<BlockKernel const*> Kernels() {
-  std::vector<BlockKernel const*> kernels{nullptr, &detail::portableKernel};
-  if (auto const* const vector = detail::VectorKernel()) kernels.push_back(vector);
-  return kernels;
-}
-
-unsigned int Filter(AsciiTextFilter& filter, std::vector<char> const& text, char* out, unsigned int size,
-                    std::vector<std::int32_t>* positions) {
-  auto const length = static_cast<unsigned int>(text.size());
-  return positions ? filter.FilterTextA(text.data(), length, out, size, *positions)
-                   : filter.FilterTextA(text.data(), length, out, size);
-}
-
-unsigned int Filter(AsciiTextFilter& filter, std::vector<wchar> const& text, char* out, unsigned int size,
-                    std::vector<std::int32_t>* positions) {
-  auto const length = static_cast<unsigned int>(text.size());
-  return positions ? filter.FilterTextW(text.data(), length, out, size, *positions)
-                   : filter.FilterTextW(text.data(), length, out, size);
-}
-
-/// Filters into a buffer of `settings.outSize` bytes with and without positions, on every kernel. The text and the
-/// buffer are allocated to the byte, for AddressSanitizer.
 template <class Unit>
-void ExpectPlainStream(std::basic_string<Unit> const& units, test::Settings settings) {
-  auto const expected = test::FilterPlainly(std::basic_string_view<Unit>(units), settings);
-  Ref<AsciiTextFilter> const filter(
-      AsciiTextFilter::Create(static_cast<unsigned char>(settings.minWordLen), settings.useDigits));
-  std::vector<Unit> const text(units.begin(), units.end());
-  for (auto const* const kernel : Kernels()) {
-    detail::TextFilterAccess::SetKernel(*filter, kernel);
-    for (bool const withPositions : {false, true}) {
-      std::vector<char> out(static_cast<std::size_t>(settings.outSize), '#');
-      std::vector<std::int32_t> positions;
-      auto const size = Filter(*filter, text, out.data(), static_cast<unsigned int>(out.size()),
-                               withPositions ? &positions : nullptr);
-      std::vector<unsigned char> const stream(out.begin(), out.begin() + size);
-      bool const sameStream = stream == expected.bytes;
-      bool const samePositions = !withPositions || positions == expected.positions;
-      bool const cleanBehind = std::all_of(out.begin() + size, out.end(), [](char byte) { return byte == '#'; });
-      ASSERT_TRUE(sameStream && samePositions && cleanBehind)
-          << (kernel ? kernel->name : "no kernel") << ", " << units.size() << " units, minimum length "
-          << settings.minWordLen << ", size " << settings.outSize << ", positions " << withPositions << ": stream "
-          << sameStream << ", positions " << samePositions << ", clean behind " << cleanBehind;
-    }
-  }
+void ExpectPlainStream(std::basic_string<Unit> const& text, test::Settings settings) {
+  auto const minWordLen = static_cast<unsigned char>(settings.minWordLen);
+  Ref<AsciiTextFilter> const filter(AsciiTextFilter::Create(minWordLen, settings.useDigits));
+  ASSERT_EQ(test::DifferenceFromPlainRules(*filter, text, settings), "")
+      << text.size() << " units, minimum length " << settings.minWordLen << ", size " << settings.outSize;
 }
 
 /// Text whose words, gaps and oddities are short or as long as a block by chance.
