@@ -10,8 +10,6 @@ namespace ZaM::detail {
 
 namespace {
 
-constexpr std::size_t mostAttributes = 4096;
-
 /// No start tag of fewer bytes has more attributes than that: each takes a blank, a name, `=` and two quotes.
 constexpr std::size_t leastSuspiciousTag = mostAttributes * 5;
 
@@ -20,13 +18,24 @@ constexpr std::uint64_t freeExpansion = 1'000'000;
 constexpr std::uint64_t mostExpansionPerByte = 5;
 constexpr std::size_t costOfReference = 20;
 
+/// What an element in an entity, or an attribute that a document type adds, costs beyond its characters: a reference
+/// takes time and memory for its nodes rather than for their text.
+constexpr std::size_t costOfNode = 20;
+
+/// libxml2 compares each declaration of an attribute with all others of the element: so many take it 0.2 s.
+constexpr std::size_t mostAttributeDeclarations = 10'000;
+
 /// References to entities in front of one to a parameter entity. Behind 10,000 libxml2 looks for abuse itself, and up
 /// to 2.9.14 never returns where it finds any.
 constexpr unsigned long mostBeforeParameterEntity = 10'000;
 
 /// What libxml2 gets at once. It parses a start tag only when it has all of it, so that this bounds the attributes that
-/// can't be counted before it compares each with each. (xml_parser_benchmark shows what the size costs.)
-constexpr std::size_t pieceSize = 16384;
+/// it has compared with each other before they can be counted: in the worst case 13,000, which takes it 0.2 s once.
+/// (xml_parser_benchmark: half of this costs 1% more time, a quarter 2%.)
+constexpr std::size_t pieceSize = 65536;
+
+/// The first piece is parsed with the second; it is to be enough to tell the encoding from.
+constexpr std::size_t firstPieceSize = 1024;
 
 /// What stands for the document inside libxml2. No file of this name is opened.
 constexpr char documentName[] = "xdocfile";
@@ -70,6 +79,15 @@ struct PushParser::DocumentHandler {
     Of(context).DeclareEntity(name, type, publicId, systemId, content);
   }
 
+  static void DeclareAttribute(void* context, xmlChar const* element, xmlChar const* name, int type, int defaultType,
+                               xmlChar const* defaultValue, xmlEnumeration* values) {
+    if (Of(context).AdmitsDeclaration()) {
+      xmlSAX2AttributeDecl(context, element, name, type, defaultType, defaultValue, values);
+    } else {
+      xmlFreeEnumeration(values);
+    }
+  }
+
   static xmlEntity* FindEntity(void* context, xmlChar const* name) {
     return Of(context).Expand(xmlSAX2GetEntity(context, name));
   }
@@ -84,7 +102,7 @@ struct PushParser::DocumentHandler {
                            xmlChar const** attributes) {
     PushParser& self = Of(context);
     for (int i = attributeCount - defaultedCount; i < attributeCount; ++i) {
-      self.Count(static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]));
+      self.Count(static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]) + costOfNode);
     }
     if (!self.AdmitsAttributes(static_cast<std::size_t>(attributeCount))) return;
     xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, attributeCount, defaultedCount,
@@ -96,6 +114,7 @@ struct PushParser::DocumentHandler {
       xmlSAXHandler made = {};
       xmlSAXVersion(&made, 2);
       made.entityDecl = &DeclareEntity;
+      made.attributeDecl = &DeclareAttribute;
       made.getEntity = &FindEntity;
       made.getParameterEntity = &FindParameterEntity;
       made.startElementNs = &StartElement;
@@ -129,14 +148,17 @@ void PushParser::Begin(std::string_view bytes) {
   bool const keepsBlanks = isDocument && GetKeepBlanks();
   bool const substitutes = !isDocument || GetSubstituteEntities();
   context->options = 0;  // the host's, for this thread
-  xmlCtxtUseOptions(context, XML_PARSE_NONET | XML_PARSE_COMPACT | (keepsBlanks ? 0 : XML_PARSE_NOBLANKS));
+  // Where a document is built the content of an entity is parsed by a context of its own, which knows the options
+  // alone.
+  xmlCtxtUseOptions(context, XML_PARSE_NONET | XML_PARSE_COMPACT | (keepsBlanks ? 0 : XML_PARSE_NOBLANKS) |
+                                 (isDocument && substitutes ? XML_PARSE_NOENT : 0));
   // Not through the option: that would let libxml2 ask for external entities too.
   context->replaceEntities = substitutes ? 1 : 0;
 }
 
 void PushParser::Feed(std::string_view bytes) {
   while (!bytes.empty() && !isStopped) {
-    std::string_view const piece = bytes.substr(0, pieceSize);
+    std::string_view const piece = bytes.substr(0, context == nullptr ? firstPieceSize : pieceSize);
     FeedPiece(piece);
     bytes.remove_prefix(piece.size());
   }
@@ -190,9 +212,7 @@ void PushParser::CheckPendingTag() {
   AdmitsAttributes(tag.Attributes());
 }
 
-bool PushParser::AdmitsElement(xmlChar const* const* attributes) {
-  // Two pointers an attribute: for nearly all elements the room that libxml2 has made for them says enough.
-  if (attributes == nullptr || static_cast<std::size_t>(context->maxatts) <= 2 * mostAttributes) return !isStopped;
+bool PushParser::CountsAttributes(xmlChar const* const* attributes) {
   std::size_t pointers = 0;
   while (attributes[pointers] != nullptr) ++pointers;
   return AdmitsAttributes(pointers / 2);
@@ -252,9 +272,16 @@ xmlEntity* PushParser::FindParameterEntity(xmlChar const* name) {
 xmlEntity* PushParser::Expand(xmlEntity* entity) {
   // Also where references are kept: whoever reads the document takes the entity's content from each of them.
   if (entity != nullptr && entity->etype != XML_INTERNAL_PREDEFINED_ENTITY) {
-    Count(static_cast<std::size_t>(entity->length) + costOfReference);
+    std::string_view const content = entity->content ? View(entity->content) : std::string_view();
+    auto const tags = static_cast<std::size_t>(std::count(content.begin(), content.end(), '<'));
+    Count(content.size() + costOfReference + tags * costOfNode);
   }
   return isStopped ? nullptr : entity;
+}
+
+bool PushParser::AdmitsDeclaration() {
+  if (++declaredAttributes > mostAttributeDeclarations) Stop();
+  return !isStopped;
 }
 
 void PushParser::Count(std::size_t expandedBytes) {

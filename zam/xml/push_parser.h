@@ -18,6 +18,9 @@ struct FreeXmlDocument {
 };
 using XmlDocument = std::unique_ptr<xmlDoc, FreeXmlDocument>;
 
+/// What one element may have.
+inline constexpr std::size_t mostAttributes = 4096;
+
 /// Counts the attributes of a start tag that arrives bit by bit.
 class TagScan {
  public:
@@ -75,7 +78,11 @@ class PushParser {
 
   /// Whether an element with these attributes, a run of names and values that ends by null, may be reported. Stops the
   /// parse where it may not.
-  [[nodiscard]] bool AdmitsElement(xmlChar const* const* attributes);
+  [[nodiscard]] bool AdmitsElement(xmlChar const* const* attributes) {
+    // Two pointers an attribute: for nearly all elements the room that libxml2 has made for them says enough.
+    bool const areFew = attributes == nullptr || static_cast<std::size_t>(context->maxatts) <= 2 * mostAttributes;
+    return areFew || CountsAttributes(attributes);
+  }
 
   // What libxml2 asks a handler about entities. Where a document is built libxml2 keeps them itself, and asks here only
   // what they may cost.
@@ -94,6 +101,8 @@ class PushParser {
   void CheckMemory() const;
   void CheckPendingTag();
   bool Admits(xmlChar const* entityContent);
+  bool AdmitsDeclaration();
+  bool CountsAttributes(xmlChar const* const* attributes);
   bool AdmitsAttributes(std::size_t count);
   xmlEntity* Expand(xmlEntity* entity);
   void Count(std::size_t expandedBytes);
@@ -104,6 +113,7 @@ class PushParser {
   xmlParserCtxt* context = nullptr;  // null before the first bytes
   std::uint64_t fed = 0;
   std::uint64_t expanded = 0;
+  std::size_t declaredAttributes = 0;
   bool isStopped = false;
   TagScan tag;                 // of the start tag that libxml2 waits for the rest of
   std::uint64_t tagStart = 0;  // its place among the decoded bytes
