@@ -1,0 +1,162 @@
+// Writing a document of 20 MB to memory and to a plain file: ours and libxml2's writer from UTF-16 values, pugixml's
+// writer from its own tree, which lies ready in UTF-8. Nobody breaks lines.
+#include <benchmark/benchmark.h>
+#include <libxml/encoding.h>
+#include <libxml/xmlwriter.h>
+#include <malloc.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <memory>
+#include <pugixml.hpp>
+#include <string>
+#include <vector>
+
+#include "benchmarks/xml_sample.h"
+
+namespace {
+
+// The C library keeps what is freed, so that no variant pays for fresh pages and none is lucky.
+[[maybe_unused]] bool const keepsMemory = mallopt(M_MMAP_THRESHOLD, 1 << 30) != 0 && mallopt(M_TRIM_THRESHOLD, -1) != 0;
+
+std::vector<sample::XmlElement> const& elements() {
+  static auto const all = sample::XmlElements();
+  return all;
+}
+
+/// A file name in memory where there is such a folder, so that no disk is measured.
+std::string const& fileName() {
+  static struct File {
+    File() { close(mkstemp(name.data())); }
+    ~File() { unlink(name.c_str()); }
+    std::string name = access("/dev/shm", W_OK) == 0 ? "/dev/shm/zam-XXXXXX" : "/tmp/zam-XXXXXX";
+  } const file;
+  return file.name;
+}
+
+std::u16string wide(std::string const& text) {
+  return {text.begin(), text.end()};
+}
+
+/// UTF-8 by libxml2's own means, in an area that is used again.
+class Utf8 {
+ public:
+  xmlChar const* operator()(std::u16string const& text) {
+    area.resize(text.size() * 3 + 1);
+    int inputLength = static_cast<int>(text.size() * 2);
+    int outputLength = static_cast<int>(area.size());
+    handler->input(area.data(), &outputLength, reinterpret_cast<unsigned char const*>(text.data()), &inputLength);
+    area[static_cast<std::size_t>(outputLength)] = 0;
+    return area.data();
+  }
+
+ private:
+  xmlCharEncodingHandlerPtr handler = xmlGetCharEncodingHandler(XML_CHAR_ENCODING_UTF16LE);
+  std::vector<xmlChar> area;
+};
+
+xmlChar const* name(char const* text) {
+  return reinterpret_cast<xmlChar const*>(text);
+}
+
+void writeOurs(ZaM::ZamXmlOutStream& stream) {
+  stream.CreateNode("documents");
+  for (auto const& element : elements()) sample::WriteXmlElement(stream, element);
+  stream.CloseNode("documents");
+  stream.Close();
+}
+
+void writeLibxml2(xmlTextWriterPtr writer) {
+  Utf8 utf8;
+  xmlTextWriterStartDocument(writer, nullptr, nullptr, nullptr);
+  xmlTextWriterStartElement(writer, name("documents"));
+  for (auto const& element : elements()) {
+    xmlTextWriterStartElement(writer, name("document"));
+    xmlTextWriterWriteAttribute(writer, name("id"), utf8(element.id));
+    xmlTextWriterWriteAttribute(writer, name("path"), utf8(element.path));
+    xmlTextWriterWriteAttribute(writer, name("title"), utf8(element.title));
+    xmlTextWriterWriteString(writer, utf8(element.text));
+    xmlTextWriterEndElement(writer);
+  }
+  xmlTextWriterEndDocument(writer);
+  xmlFreeTextWriter(writer);
+}
+
+pugi::xml_document const& pugixmlTree() {
+  static auto const tree = [] {
+    auto document = std::make_unique<pugi::xml_document>();
+    Utf8 utf8;
+    auto const text = [&](std::u16string const& value) { return reinterpret_cast<char const*>(utf8(value)); };
+    auto root = document->append_child("documents");
+    for (auto const& element : elements()) {
+      auto node = root.append_child("document");
+      node.append_attribute("id") = text(element.id);
+      node.append_attribute("path") = text(element.path);
+      node.append_attribute("title") = text(element.title);
+      node.text() = text(element.text);
+    }
+    return document;
+  }();
+  return *tree;
+}
+
+struct StringWriter : pugi::xml_writer {
+  void write(void const* data, std::size_t size) override { text.append(static_cast<char const*>(data), size); }
+  std::string text;
+};
+
+void memoryZam(benchmark::State& state) {
+  elements();
+  for (auto _ : state) {
+    ZaM::ZamXmlOutStream stream(ZaM::StorageMemory);
+    writeOurs(stream);
+    benchmark::DoNotOptimize(stream.getXmlString().data());
+  }
+}
+
+void memoryLibxml2(benchmark::State& state) {
+  elements();
+  for (auto _ : state) {
+    xmlBufferPtr const buffer = xmlBufferCreate();
+    writeLibxml2(xmlNewTextWriterMemory(buffer, 0));
+    benchmark::DoNotOptimize(xmlBufferContent(buffer));
+    xmlBufferFree(buffer);
+  }
+}
+
+void memoryPugixml(benchmark::State& state) {
+  pugixmlTree();
+  for (auto _ : state) {
+    StringWriter writer;
+    pugixmlTree().save(writer, "", pugi::format_raw);
+    benchmark::DoNotOptimize(writer.text.data());
+  }
+}
+
+void fileZam(benchmark::State& state) {
+  elements();
+  for (auto _ : state) {
+    ZaM::ZamXmlOutStream stream(ZaM::StorageFile, wide(fileName()));
+    writeOurs(stream);
+    if (!stream.IsWritten()) state.SkipWithError("not written");
+  }
+}
+
+void fileLibxml2(benchmark::State& state) {
+  elements();
+  for (auto _ : state) writeLibxml2(xmlNewTextWriterFilename(fileName().c_str(), 0));
+}
+
+void filePugixml(benchmark::State& state) {
+  pugixmlTree();
+  for (auto _ : state) pugixmlTree().save_file(fileName().c_str(), "", pugi::format_raw);
+}
+
+BENCHMARK(memoryZam)->Name("xml_write_memory/zam")->Unit(benchmark::kMillisecond);
+BENCHMARK(memoryLibxml2)->Name("xml_write_memory/libxml2_writer")->Unit(benchmark::kMillisecond);
+BENCHMARK(memoryPugixml)->Name("xml_write_memory/pugixml")->Unit(benchmark::kMillisecond);
+BENCHMARK(fileZam)->Name("xml_write_file/zam")->Unit(benchmark::kMillisecond);
+BENCHMARK(fileLibxml2)->Name("xml_write_file/libxml2_writer")->Unit(benchmark::kMillisecond);
+BENCHMARK(filePugixml)->Name("xml_write_file/pugixml")->Unit(benchmark::kMillisecond);
+
+}  // namespace

@@ -1,0 +1,288 @@
+#include "zam/xml/zam_xml_out_stream.h"
+
+#include <libxml/encoding.h>
+
+#include <cstring>
+#include <fstream>
+#include <utility>
+
+#include "zam/foundation/create_counted.h"
+#include "zam/platform/file.h"
+#include "zam/platform/files.h"
+#include "zam/platform/unicode.h"
+#include "zam/xml/gzip_file.h"
+#include "zam/xml/number_text.h"
+#include "zam/xml/step_buffer.h"
+#include "zam/xml/xml_escape.h"
+#include "zam/xml/xml_library.h"
+
+namespace ZaM {
+
+namespace {
+
+constexpr std::string_view declaration = "<?xml version=\"1.0\"?>\n";
+constexpr std::size_t numberCapacity = 256;  // units, with the one for a zero behind the number
+constexpr wchar replacementCharacter = 0xFFFD;
+
+_xmlCharEncodingHandler* FetchEncodingHandler() {
+  detail::XmlScope const scope;
+  return xmlGetCharEncodingHandler(XML_CHAR_ENCODING_UTF16LE);
+}
+
+char* Put(char* out, char byte) {
+  *out = byte;
+  return out + 1;
+}
+
+char* Put(char* out, std::string_view text) {
+  std::memcpy(out, text.data(), text.size());
+  return out + text.size();
+}
+
+template <class Number>
+wstring Format(Number value) {
+  return ReportOutOfMemory([value] { return detail::FormatNumber(value); });
+}
+
+/// What the first byte of a sequence says: how many bytes there are, and the uppermost bits.
+struct Lead {
+  std::size_t length;
+  unsigned int bits;
+};
+
+Lead LeadOf(unsigned char byte) {
+  if (byte < 0x80) return {1, byte};
+  if (byte < 0xE0) return {2, byte & 0x1Fu};
+  if (byte < 0xF0) return {3, byte & 0x0Fu};
+  if (byte < 0xF8) return {4, byte & 0x07u};
+  return {1, replacementCharacter};
+}
+
+}  // namespace
+
+ZamXmlOutStream::ZamXmlOutStream()
+    : buffer(ReportOutOfMemory([] { return std::make_unique<detail::StepBuffer>(); })),
+      encodingHandler(FetchEncodingHandler()) {}
+
+ZamXmlOutStream::ZamXmlOutStream(StorageType type) : ZamXmlOutStream() {
+  storageType = type;
+  beginDocument();
+}
+
+ZamXmlOutStream::ZamXmlOutStream(StorageType type, wstring const& filename) : ZamXmlOutStream(type) {
+  if (type == StorageFile || type == StorageCompressed) OpenFile(filename, type == StorageCompressed);
+}
+
+ZamXmlOutStream::~ZamXmlOutStream() {
+  if (storageType != StorageMemory) handOver();
+  closeFiles();
+}
+
+void ZamXmlOutStream::Open(wstring const& filename) {
+  bool const isOpen = compressedFile || (fileStream && fileStream->is_open());
+  if (isOpen) throw XmlException(3003);
+  handOver();  // what was written without a file mustn't get into this one
+  if (storageType == StorageFile || storageType == StorageCompressed) {
+    OpenFile(filename, storageType == StorageCompressed);
+  }
+  beginDocument();
+}
+
+void ZamXmlOutStream::Close() {
+  WriteBuffer();
+  handOver();
+  closeFiles();
+}
+
+std::string const& ZamXmlOutStream::getXmlString() {
+  if (storageType == StorageMemory) handOver();
+  return xmlString;
+}
+
+void ZamXmlOutStream::ClearBuffer() {
+  buffer->DropPending();
+}
+
+void ZamXmlOutStream::utf8towstr(wstring& result, std::string const& text) {
+  ReportOutOfMemory([&] { result.reserve(result.size() + text.size()); });
+  for (std::size_t at = 0; at < text.size();) {
+    auto [length, point] = LeadOf(static_cast<unsigned char>(text[at]));
+    if (text.size() - at < length) {
+      result += replacementCharacter;
+      return;
+    }
+    for (std::size_t i = 1; i < length; ++i) point = point << 6 | (static_cast<unsigned char>(text[at + i]) & 0x3Fu);
+    at += length;
+    if (length < 4) {
+      result += static_cast<wchar>(point);
+    } else {
+      unsigned int const offset = point - 0x10000;
+      result += static_cast<wchar>(0xD800 + (offset >> 10 & 0x3FF));
+      result += static_cast<wchar>(0xDC00 + (offset & 0x3FF));
+    }
+  }
+}
+
+void ZamXmlOutStream::CreateNode(std::string const& name) {
+  WriteBuffer();
+  char* out = makeRoom(name.size() + 2);
+  ReportOutOfMemory([&] { nodeStack.push(name); });
+  if (tagOpen) out = Put(out, '>');
+  out = Put(out, '<');
+  out = Put(out, name);
+  buffer->SetEnd(out);
+  tagOpen = true;
+}
+
+void ZamXmlOutStream::CloseNode(std::string const& name) {
+  if (nodeStack.empty() || nodeStack.top() != name) throw XmlException(3002);
+  char* out = makeRoom(name.size() + 4);
+  if (tagOpen) out = Put(out, '>');
+  out = Put(out, "</");
+  out = Put(out, name);
+  out = Put(out, '>');
+  buffer->SetEnd(out);
+  WriteBuffer();
+  nodeStack.pop();
+  tagOpen = false;
+}
+
+void ZamXmlOutStream::AddProperty(std::string const& name, wstring const& value) {
+  addValue(name, value);
+}
+
+void ZamXmlOutStream::AddProperty(std::string const& name, bool const& value) {
+  addValue(name, value ? u"1" : u"0");
+}
+
+void ZamXmlOutStream::AddProperty(std::string const& name, std::int32_t const& value) {
+  addValue(name, Format(value));
+}
+
+void ZamXmlOutStream::AddProperty(std::string const& name, std::int64_t const& value) {
+  addValue(name, Format(value));
+}
+
+void ZamXmlOutStream::AddProperty(std::string const& name, unsigned int const& value) {
+  addValue(name, Format(value));
+}
+
+void ZamXmlOutStream::AddProperty(std::string const& name, double const& value) {
+  addValue(name, ReportOutOfMemory([value] { return detail::FormatDouble(value, numberCapacity); }));
+}
+
+void ZamXmlOutStream::AddProperty(std::string const& name, wchar const* value) {
+  addValue(name, value ? value : u"");
+}
+
+void ZamXmlOutStream::AddProperty(std::string const& name, char const* value) {
+  addValue(name, ReportOutOfMemory([&] { return platform::Utf16FromUtf8(value ? value : ""); }));
+}
+
+void ZamXmlOutStream::AddText(wstring const& text) {
+  requireOpenTag();
+  char* out = makeRoomForValue(1, text);
+  out = Put(out, '>');
+  out = detail::WriteEscaped(text, out);
+  buffer->SetEnd(out);
+  WriteBuffer();
+  tagOpen = false;
+}
+
+void ZamXmlOutStream::AddSubNodeText(std::string const& name, wstring const& text) {
+  char* out = makeRoomForValue(2 * name.size() + 6, text);
+  if (tagOpen) out = Put(out, '>');
+  out = Put(out, '<');
+  out = Put(out, name);
+  out = Put(out, '>');
+  out = detail::WriteEscaped(text, out);
+  out = Put(out, "</");
+  out = Put(out, name);
+  out = Put(out, '>');
+  buffer->SetEnd(out);
+  WriteBuffer();
+  tagOpen = false;
+}
+
+void ZamXmlOutStream::OpenFile(wstring const& filename, bool compressed) {
+  if (compressed) {
+    platform::File file = platform::File::CreateForWriting(filename);
+    if (!file.IsOpen()) throw FileIOException(2002, filename);
+    ReportOutOfMemory(
+        [&] { compressedFile = std::make_unique<detail::GzipFile>(std::move(file), detail::GzipFile::Mode::write); });
+    return;
+  }
+  ReportOutOfMemory([&] {
+    fileStream = std::make_unique<std::ofstream>();
+    fileLock = std::make_unique<platform::File>(platform::File::CreateForWriting(filename));
+    if (fileLock->IsOpen()) fileStream->open(platform::NativePath(filename), std::ios_base::out);
+  });
+}
+
+void ZamXmlOutStream::closeFiles() {
+  if (compressedFile && !compressedFile->Close()) written = false;
+  compressedFile.reset();
+  if (fileStream) {
+    fileStream->close();
+    if (fileStream->fail()) written = false;
+  }
+  fileStream.reset();
+  fileLock.reset();
+}
+
+void ZamXmlOutStream::requireOpenTag() const {
+  if (nodeStack.empty() || !tagOpen) throw XmlException(3001);
+}
+
+void ZamXmlOutStream::addValue(std::string const& name, std::u16string_view value) {
+  requireOpenTag();
+  char* out = makeRoomForValue(name.size() + 4, value);
+  out = Put(out, ' ');
+  out = Put(out, name);
+  out = Put(out, "=\"");
+  out = detail::WriteEscaped(value, out);
+  out = Put(out, '"');
+  buffer->SetEnd(out);
+  WriteBuffer();
+}
+
+void ZamXmlOutStream::addUnsigned(std::string const& name, std::uint64_t value) {
+  addValue(name, Format(value));
+}
+
+void ZamXmlOutStream::beginDocument() {
+  ClearBuffer();
+  buffer->SetEnd(Put(makeRoom(declaration.size()), declaration));
+  tagOpen = false;
+  written = true;
+}
+
+char* ZamXmlOutStream::makeRoom(std::size_t size) {
+  if (!buffer->HasRoom(size)) handOver();
+  if (!buffer->HasRoom(size)) buffer->MakeRoom(size);
+  return buffer->End();
+}
+
+char* ZamXmlOutStream::makeRoomForValue(std::size_t others, std::u16string_view value) {
+  if (!encodingHandler) throw BaseException(17);
+  return makeRoom(others + detail::EscapedCapacity(value.size()));
+}
+
+void ZamXmlOutStream::WriteBuffer() {
+  buffer->Settle();
+}
+
+void ZamXmlOutStream::handOver() {
+  std::string_view const text = buffer->Settled();
+  if (text.empty()) return;
+  if (storageType == StorageMemory) {
+    ReportOutOfMemory([&] { xmlString += text; });
+  } else if (compressedFile) {
+    if (!compressedFile->Write(text)) written = false;
+  } else if (!fileStream || !fileStream->write(text.data(), static_cast<std::streamsize>(text.size()))) {
+    written = false;
+  }
+  buffer->DropSettled();
+}
+
+}  // namespace ZaM
