@@ -35,6 +35,13 @@
 #include "zam/results/sparse_result.h"
 #include "zam/text/ascii_text_filter.h"
 #include "zam/text/text_filter.h"
+#include "zam/xml/list_iterator.h"
+#include "zam/xml/xml_default_callback.h"
+#include "zam/xml/xml_node.h"
+#include "zam/xml/xml_property.h"
 #include "zam/xml/xml_sax_callback.h"
+#include "zam/xml/xml_sax_parser.h"
+#include "zam/xml/xml_tree.h"
+#include "zam/xml/zam_xml_out_stream.h"
 
 #endif
