@@ -25,6 +25,10 @@ constexpr char footer[] = R"(Examples:
 Texts in a script that the text filter of the library doesn't know, such as Devanagari or Thai, are seen by their other
 words alone, and are rejected if there are none.
 
+The lines of --results: document, its class, best class, its confidence, second class, its confidence, with tabs in
+between; - for no class. They are about what the classifier found, before the thresholds, and --max-results 1 leaves no
+second.
+
 How to read a confidence: 0 is a document that is clearly of another class, 1 a typical one; it may exceed 1.
 A document is rejected if no class has a confidence above 0, if a threshold says so, or if it holds no known word.
 
@@ -42,34 +46,38 @@ std::string CheckShare(std::string const& text) {
 }
 
 void AddInput(CLI::App& app, Options& options) {
-  app.add_option("CORPUS", options.corpus, "The folder with the classes")->required();
-  auto* const fold = app.add_option("--fold", options.fold, "The fifth to test on, from 0 to 4")
+  app.add_option("CORPUS", options.corpus, "The folder with the classes")->required()->option_text(" ");
+  auto* const fold = app.add_option("--fold", options.fold, "The fifth to test on, 0 to 4; 0 unless given")
                          ->check(CLI::Range(0U, FoldCount - 1))
-                         ->capture_default_str();
+                         ->option_text("N");
   app.add_flag("--cross-validate", options.crossValidate, "Test on each fifth in turn, and add up the counts")
-      ->excludes(fold);
-  app.add_option("--min-word-length", options.minWordLength, "Leave shorter words out; ideographs always stay")
+      ->excludes(fold)
+      ->option_text(" ");
+  app.add_option("--min-word-length", options.minWordLength,
+                 "Leave shorter words out, but no ideographs; 1, which keeps all, unless given")
       ->check(CLI::Range(1U, 255U))
-      ->capture_default_str();
-  app.add_flag("--digits,!--no-digits", options.useDigits,
-               "Whether digits are part of words (they are) or separate them");
+      ->option_text("N");
+  auto* const digits = app.add_flag_callback(
+      "--digits", [&] { options.useDigits = true; }, "Digits are parts of words, as they are unless said otherwise");
+  app.add_flag_callback(
+         "--no-digits", [&] { options.useDigits = false; }, "Digits separate words")
+      ->excludes(digits)
+      ->option_text(" ");
 }
 
 void AddOutput(CLI::App& app, Options& options) {
   app.add_option("--max-results", options.maxResults,
-                 "Classes to keep for each document; 0 keeps a value for every class. With 1 the second best counts "
-                 "as 0")
-      ->capture_default_str();
+                 "Best classes to keep for each document, 3 unless given; 0 keeps all values")
+      ->option_text("N");
   app.add_option("--best-threshold", options.bestThreshold, "Reject documents whose best class has less confidence")
       ->check(CheckShare)
-      ->capture_default_str();
+      ->option_text("X");
   app.add_option("--distance-threshold", options.distanceThreshold,
                  "Reject documents whose best class is ahead of the second by less")
       ->check(CheckShare)
-      ->capture_default_str();
-  app.add_option("--results", options.results,
-                 "Write a line for each tested document to this file: document, its class, best class, confidence, "
-                 "second class, confidence, with tabs between them");
+      ->option_text("X");
+  app.add_option("--results", options.results, "Write a line for each tested document to this file; see below")
+      ->option_text("FILE");
   app.add_flag("-q,--quiet", options.quiet, "No progress bar and no notes; errors only");
 }
 
@@ -78,6 +86,7 @@ void AddOutput(CLI::App& app, Options& options) {
 std::optional<int> ParseOptions(int argc, char const* const* argv, Options& options) {
   CLI::App app(description, "classify_corpus");
   app.footer(footer);
+  app.get_formatter()->column_width(28);
   AddInput(app, options);
   AddOutput(app, options);
   try {

@@ -1,0 +1,60 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "trainer.h"
+
+namespace classify {
+namespace {
+
+using ZaM::Ref;
+
+Ref<WordVector> Words(std::vector<WeightedTerm> terms) {
+  return Ref(WordVector::Create(std::move(terms)));
+}
+
+// Two classes that share term 0 and differ in terms 1 and 2; one document knows nothing.
+std::vector<TrainingDocument> TwoClasses() {
+  std::vector<TrainingDocument> documents;
+  for (int i = 0; i < 5; ++i) {
+    documents.push_back({Words({{0, 0.6F}, {1, 0.8F}}), 1});
+    documents.push_back({Words({{0, 0.6F}, {2, 0.8F}}), 2});
+  }
+  documents.push_back({Words({}), 2});
+  return documents;
+}
+
+TEST(ClassModel, ScoresByItsWeights) {
+  Ref<ClassModel> const model(ClassModel::Create(7, {0.5F, -2.0F, 4.0F}, 0.25));
+  EXPECT_EQ(model->GetClassId(), 7U);
+  EXPECT_DOUBLE_EQ(model->dot(*Words({{0, 0.5F}, {2, 1.0F}})), 0.25 + 0.25 + 4.0);
+  EXPECT_DOUBLE_EQ(model->dot(*Words({})), 0.25);
+  EXPECT_TRUE(std::isnan(model->dot(*model))) << "what isn't a document has no score";
+}
+
+TEST(Trainer, GivesEachSideTheScoreItAimsAt) {
+  Trainer const trainer(TwoClasses(), 3);
+  Progress progress(false);
+  for (unsigned int const id : {1U, 2U}) {
+    Ref<ClassModel> const model(trainer.Learn(id, progress));
+    double const own = model->dot(*Words({{0, 0.6F}, {id, 0.8F}}));
+    double const other = model->dot(*Words({{0, 0.6F}, {3 - id, 0.8F}}));
+    EXPECT_NEAR(own, 1, 0.2) << id;
+    EXPECT_NEAR(other, -1, 0.2) << id;
+    EXPECT_NEAR(model->dot(*Words({{0, 1.0F}})), 0, 0.6) << "a term of both classes says little";
+
+    Ref<ClassModel> const again(trainer.Learn(id, progress));
+    EXPECT_EQ(again->dot(*Words({{0, 0.6F}, {id, 0.8F}})), own);
+  }
+}
+
+TEST(Trainer, LearnsAClassThatHasNoOthers) {
+  std::vector<TrainingDocument> documents{{Words({{0, 1.0F}}), 1}};
+  Progress progress(false);
+  Ref<ClassModel> const model(Trainer(std::move(documents), 1).Learn(1, progress));
+  EXPECT_GT(model->dot(*Words({{0, 1.0F}})), 0.5);
+}
+
+}  // namespace
+}  // namespace classify

@@ -1,0 +1,256 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "fold.h"
+#include "tests/support/child_process.h"
+#include "tests/support/temporary_folder.h"
+
+namespace classify {
+namespace {
+
+namespace fs = std::filesystem;
+using ZaM::test::ProcessResult;
+using ZaM::test::TemporaryFolder;
+
+ProcessResult Classify(std::vector<std::string> const& arguments) {
+  std::vector<std::string> words{CLASSIFY_CORPUS};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  return ZaM::test::RunProcess(words);
+}
+
+std::string Read(fs::path const& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+bool Contains(std::string const& text, std::string const& part) {
+  return text.find(part) != std::string::npos;
+}
+
+std::vector<std::string> Lines(std::string const& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+// What doesn't change from run to run: all lines of a report but the times.
+std::vector<std::string> Findings(std::string const& report) {
+  std::vector<std::string> lines = Lines(report);
+  std::erase_if(lines, [](std::string const& line) {
+    for (char const* stage : {"read ", "filter ", "train ", "classify ", "evaluate "})
+      if (line.starts_with(stage)) return true;
+    return false;
+  });
+  return lines;
+}
+
+// Three classes of documents that say little but what they are about.
+class ClassifyCorpus : public testing::Test {
+ protected:
+  void WriteClasses(int documentsPerClass) const {
+    struct {
+      char const* name;
+      char const* words;
+    } const classes[] = {{"fish", "river trout salmon gill fin"},
+                         {"music", "violin chord flute tempo"},
+                         {"space", "planet orbit rocket comet"}};
+    for (auto const& [name, words] : classes)
+      for (int i = 0; i < documentsPerClass; ++i) {
+        std::string const number = std::to_string(i);
+        Put(std::string(name) + "/" + number + ".txt", std::string(words) + " the and of number" + number);
+      }
+  }
+  void Put(std::string const& name, std::string const& text) const { folder.Write("corpus/" + name, text); }
+  std::string Corpus() const { return (folder.Path() / "corpus").string(); }
+  std::string Results() const { return (folder.Path() / "results.tsv").string(); }
+
+  TemporaryFolder folder;
+};
+
+TEST_F(ClassifyCorpus, TellsPlainClassesApart) {
+  WriteClasses(30);
+  std::size_t tests = 0;
+  for (int i = 0; i < 30; ++i) tests += FoldOf(std::to_string(i) + ".txt") == 0 ? 3 : 0;
+  ProcessResult const run = Classify({Corpus(), "--results", Results()});
+  ASSERT_EQ(run.exitCode, 0) << run.output;
+  EXPECT_TRUE(Contains(run.output, "90 documents in 3 classes")) << run.output;
+  EXPECT_TRUE(Contains(run.output, "accuracy  100.0 %   " + std::to_string(tests) + " of ")) << run.output;
+  std::string const results = Read(Results());
+  EXPECT_EQ(Lines(results).size(), tests);
+  EXPECT_TRUE(results.starts_with("fish/")) << results;
+}
+
+TEST_F(ClassifyCorpus, AddsTheFoldsUp) {
+  WriteClasses(12);
+  Put("fish/odd.txt", "violin chord flute");  // a mistake in some fold
+  std::string together;
+  for (int fold = 0; fold < 5; ++fold) {
+    ProcessResult const run = Classify({Corpus(), "--fold", std::to_string(fold), "--results", Results()});
+    ASSERT_EQ(run.exitCode, 0) << run.output;
+    together += Read(Results());
+  }
+  ProcessResult const run = Classify({Corpus(), "--cross-validate", "--results", Results()});
+  ASSERT_EQ(run.exitCode, 0) << run.output;
+  EXPECT_EQ(Read(Results()), together);
+  EXPECT_EQ(Lines(together).size(), 37U);
+  EXPECT_TRUE(Contains(run.output, "36 of 37 documents")) << run.output;
+  EXPECT_TRUE(Contains(run.output, "fish taken for music")) << run.output;
+}
+
+TEST_F(ClassifyCorpus, FindsTheSameEachTime) {
+  WriteClasses(8);
+  std::string const first = Classify({Corpus(), "--cross-validate"}).output;
+  EXPECT_EQ(Findings(Classify({Corpus(), "--cross-validate"}).output), Findings(first));
+  EXPECT_GT(Findings(first).size(), 10U);
+}
+
+TEST_F(ClassifyCorpus, RejectsWhatItDoesNotKnowAndWhatIsUnsure) {
+  WriteClasses(12);
+  Put("space/0.txt", "\xE0\xA4\x95\xE0\xA4\x96 zzzz");        // Devanagari, and a word that no other document has
+  Put("fish/0.txt", "trout salmon gill violin chord flute");  // between two classes
+  std::string const fold = std::to_string(FoldOf("0.txt"));
+  struct {
+    std::vector<std::string> arguments;
+    char const* rejected;
+  } const cases[] = {{{}, "   1 of "},
+                     {{"--distance-threshold", "0.6"}, "   2 of "},
+                     {{"--best-threshold", "0.8"}, "   2 of "},
+                     {{"--max-results", "0"}, "   1 of "}};
+  for (auto const& [arguments, rejected] : cases) {
+    std::vector<std::string> all{Corpus(), "--fold", fold, "--results", Results()};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    ProcessResult const run = Classify(all);
+    EXPECT_TRUE(Contains(run.output.substr(run.output.rfind("rejected")), rejected)) << run.output;
+    EXPECT_TRUE(Contains(Read(Results()), "space/0.txt\tspace\t-\t0.0000\t-\t0.0000\n")) << Read(Results());
+  }
+}
+
+TEST_F(ClassifyCorpus, GoesOnWithoutWhatItCannotUseAndNamesIt) {
+  WriteClasses(12);
+  Put("music/not utf8.txt", "abc\xFF");
+  Put("music/zero.txt", std::string("abc\0def", 7));
+  Put("music/bad\xFF\nname/deep.txt", "violin deep \xF8");
+  Put("space/great.txt", std::string((16U << 20) + 1, 'a'));
+  Put("fish/nothing.txt", "");
+  Put("beside.txt", "stray");
+  Put(".hidden/a.txt", "hidden");
+  fs::create_directories(fs::path(Corpus()) / "hollow");
+  fs::create_directory_symlink(Corpus(), fs::path(Corpus()) / "fish" / "loop");
+  fs::create_symlink("nowhere", fs::path(Corpus()) / "fish" / "broken");
+  fs::create_symlink("0.txt", fs::path(Corpus()) / "fish" / "linked.txt");
+  ASSERT_EQ(mkfifo((fs::path(Corpus()) / "fish" / "pipe").c_str(), 0600), 0);
+
+  ProcessResult const run = Classify({Corpus(), "--cross-validate"});
+  EXPECT_EQ(run.exitCode, 0) << run.output;
+  for (char const* note :
+       {"not text in UTF-8, left out (3): music/bad\\xFF\\x0Aname/deep.txt, music/not utf8.txt, music/zero.txt",
+        "larger than 16 MiB, left out (1): space/great.txt", "class without a document, left out (1): hollow",
+        "beside the class folders, left out (1): beside.txt", "neither file nor folder, left out (3): ",
+        "no word in a script that the filter knows (1): fish/nothing.txt", "38 documents in 3 classes"})
+    EXPECT_TRUE(Contains(run.output, note)) << note << '\n' << run.output;
+  EXPECT_FALSE(Contains(Classify({Corpus(), "--quiet"}).output, "left out"));
+}
+
+TEST_F(ClassifyCorpus, TracksClassesThatAFoldLeavesWithoutTraining) {
+  WriteClasses(12);
+  Put("lonely/0.txt", "hermit cave");
+  ProcessResult const run = Classify({Corpus(), "--fold", std::to_string(FoldOf("0.txt"))});
+  EXPECT_EQ(run.exitCode, 0) << run.output;
+  EXPECT_TRUE(Contains(run.output, "class with nothing to learn from when fold")) << run.output;
+}
+
+TEST_F(ClassifyCorpus, SaysWhyItCannotRun) {
+  fs::path const corpora = folder.Path();
+  fs::create_directories(corpora / "empty");
+  fs::create_directories(corpora / "hollow/class");
+  folder.Write("binary/class/a.txt", std::string(1, '\0'));
+  folder.Write("one/class/a.txt", "text");
+  std::string const fold = std::to_string(FoldOf("a.txt"));
+  std::string const otherFold = std::to_string((FoldOf("a.txt") + 1) % FoldCount);
+  struct {
+    std::vector<std::string> arguments;
+    int exitCode;
+    char const* message;
+  } const cases[] = {
+      {{corpora / "missing"}, 1, "missing: No such file or directory"},
+      {{corpora / "empty"}, 1, "holds no class"},
+      {{corpora / "hollow"}, 1, "class without a document, left out (1): class"},
+      {{corpora / "binary"}, 1, "holds no document that is text"},
+      {{corpora / "one", "--fold", fold}, 1, "there is nothing to learn from"},
+      {{corpora / "one", "--cross-validate"}, 1, "there is nothing to learn from"},
+      {{corpora / "one", "--fold", otherFold}, 1, "there is nothing to test"},
+      {{corpora / "one", "--results", corpora}, 1, "it is there, and no file"},
+      {{corpora / "one", "--results", corpora / "missing/r"}, 1, "can't be written to"},
+      {{}, 2, "CORPUS is required"},
+      {{"x", "--fold", "5"}, 2, "--fold"},
+      {{"x", "--best-threshold", "nan"}, 2, "isn't a number from 0 to 1"},
+      {{"x", "--min-word-length", "256"}, 2, "--min-word-length"},
+      {{"--help"}, 0, "Exit codes:"},
+  };
+  for (auto const& [arguments, exitCode, message] : cases) {
+    ProcessResult const run = Classify(arguments);
+    EXPECT_EQ(run.exitCode, exitCode) << message << '\n' << run.output;
+    EXPECT_TRUE(Contains(run.output, message)) << message << '\n' << run.output;
+  }
+}
+
+// Runs the program with a terminal as its standard error, and presses Ctrl-C there when the bar appears.
+int CancelWhenTheBarAppears(std::vector<std::string> words, fs::path const& output) {
+  int terminal = -1;
+  pid_t const child = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (child == 0) {
+    int const file = open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    dup2(file, STDOUT_FILENO);
+    std::vector<char*> arguments;
+    for (std::string& word : words) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    execv(arguments[0], arguments.data());
+    _exit(127);
+  }
+  std::string shown;
+  bool isPressed = false;
+  char block[256];
+  for (ssize_t count; (count = read(terminal, block, sizeof block)) > 0;) {
+    shown.append(block, static_cast<std::size_t>(count));
+    if (!isPressed && Contains(shown, "reading")) isPressed = write(terminal, "\x03", 1) == 1;
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  close(terminal);
+  EXPECT_TRUE(isPressed) << shown;
+  EXPECT_TRUE(Contains(shown, "[####") || Contains(shown, "[....")) << shown;
+  EXPECT_TRUE(Contains(shown, "classify_corpus: ")) << shown;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(ClassifyCorpus, StopsAtControlCAndLeavesNothingBehind) {
+  WriteClasses(1000);
+  fs::path const output = folder.Path() / "output";
+  EXPECT_EQ(CancelWhenTheBarAppears({CLASSIFY_CORPUS, Corpus(), "--cross-validate", "--results", Results()}, output),
+            130);
+  EXPECT_EQ(Read(output), "");
+  std::set<std::string> left;
+  for (auto const& entry : fs::directory_iterator(folder.Path())) left.insert(entry.path().filename().string());
+  EXPECT_EQ(left, (std::set<std::string>{"corpus", "output"}));
+}
+
+TEST_F(ClassifyCorpus, ShowsNoBarWhereThereIsNoTerminal) {
+  WriteClasses(12);
+  EXPECT_FALSE(Contains(Classify({Corpus()}).output, "\r"));
+}
+
+}  // namespace
+}  // namespace classify
