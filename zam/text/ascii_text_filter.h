@@ -19,8 +19,8 @@ struct TextFilterAccess;
 /// Filters text by fixed tables of symbols.
 ///
 ///     Ref<AsciiTextFilter> filter(AsciiTextFilter::Create(2, true));
-///     std::vector<char> words(text.size() + 2);
-///     words.resize(filter->FilterTextA(text.data(), length, words.data(), size));
+///     std::string words(9, '\0');
+///     words.resize(filter->FilterTextA("The Cat", 7, words.data(), 9));  // 0 45 33 30 0 28 26 45 0
 ///
 /// Upper and lower case share their symbols, most accented Latin letters those of a plain one, and the alphabets share
 /// theirs with each other. Symbols 16 to 25 are digits, 26 to 207 letters. Hebrew points, Arabic vowel signs, tatweel
@@ -42,8 +42,9 @@ struct TextFilterAccess;
 ///              there are no words.
 /// Positions: the vector is emptied and gets one entry for each byte written. A symbol carries the index of its
 ///            character, the 0 behind a word that of the character that ended the word, the 0 that the end of the text
-///            adds the last entry plus 1. The first entry is that of the character before the first word's first
-///            symbol, or 0 where that stands at the start. Indices of 2³¹ and above turn negative.
+///            adds the last entry plus 1. The first entry is that of the character before the second entry's, or 0
+///            where that stands at the start or there are fewer than three entries. Indices of 2³¹ and above turn
+///            negative.
 /// Threads:   see TextFilter. Each object owns its tables, about 64 KB: make a filter once and reuse it.
 /// Errors:    BaseException 5 when `positions` cannot grow; `out` then holds an unspecified part of the stream, and
 ///            `positions` is valid and agrees with it as far as it goes.

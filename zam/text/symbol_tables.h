@@ -19,13 +19,17 @@ struct Symbols {
 };
 
 /// An ideograph's three symbols, the first in the lowest byte: its number from U+2E80 in base 40, as letters. For code
-/// units whose symbol is `Symbols::ideograph`.
+/// units whose symbol is `Symbols::ideograph`; of others it gives something.
 constexpr std::uint32_t EncodeIdeograph(char16_t unit) {
+  constexpr std::uint32_t base = 40;
+  constexpr std::uint32_t second = 0x100;  // what a digit in that byte counts
+  constexpr std::uint32_t third = 0x10000;
   auto const number = std::uint32_t{unit} - 0x2E80;
-  auto const tens = number / 40;
-  auto const hundreds = tens / 40;
-  return (hundreds + Symbols::firstLetter) | (tens - 40 * hundreds + Symbols::firstLetter) << 8 |
-         (number - 40 * tens + Symbols::firstLetter) << 16;
+  auto const high = number / base;
+  auto const top = high / base;
+  // The digits are top, high - 40 · top and number - 40 · high; put into one sum, that takes a third fewer steps.
+  return Symbols::firstLetter * (1 + second + third) + number * third + high * (second - base * third) +
+         top * (1 - base * second);
 }
 
 /// Whether a unit is the first half of a surrogate pair: its ideograph leaves the word open for the second.
