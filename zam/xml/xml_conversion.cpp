@@ -64,9 +64,8 @@ struct Range {
   wchar last;
 };
 
-/// What may begin a name, from XML 1.0, fifth edition, and what may only go on with it.
-constexpr std::array<Range, 15> nameStarts = {{{':', ':'},
-                                               {'A', 'Z'},
+/// What may begin a name, from XML 1.0, fifth edition, and what may only go on with it; but for the colon.
+constexpr std::array<Range, 14> nameStarts = {{{'A', 'Z'},
                                                {'_', '_'},
                                                {'a', 'z'},
                                                {0xC0, 0xD6},
@@ -93,8 +92,14 @@ bool isPair(std::u16string_view units) {
 }
 
 /// Of the characters beyond U+FFFF, those up to U+EFFFF may stand anywhere in a name.
+bool isNameStart(std::u16string_view units) {
+  return lies(units[0], nameStarts) || (isPair(units) && units[0] < 0xDB80);
+}
+
+/// A colon stands between two names here, as in `x:a`: with others libxml2 finds no end of the name.
 bool isNameCharacter(std::u16string_view units, bool isFirst) {
-  return lies(units[0], nameStarts) || (!isFirst && lies(units[0], nameRest)) || (isPair(units) && units[0] < 0xDB80);
+  if (units[0] == u':') return !isFirst && units.size() > 1 && isNameStart(units.substr(1));
+  return isNameStart(units) || (!isFirst && lies(units[0], nameRest));
 }
 
 wstring makeName(std::u16string_view units) {

@@ -25,7 +25,7 @@ struct XmlName {
 };
 
 /// The same for the name of an element or an attribute. Each character that doesn't belong there becomes an underscore,
-/// and so does an empty name.
+/// so does an empty name, and so does a colon that isn't followed by the beginning of another name.
 XmlName ToXmlName(std::u16string_view units, std::span<char> area);
 
 }  // namespace ZaM::detail

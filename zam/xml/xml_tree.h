@@ -44,12 +44,13 @@ namespace ZaM {
 /// parses under what they are then; at the start they are off and on.
 ///
 /// No document reaches anything outside itself: no external entity, document type or inclusion is opened. On both ways
-/// a document counts as malformed that nests deeper than 256 levels, has more than 4,096 attributes on an element, has a
-/// value or a comment of more than 10,000,000 bytes, or is blown up by its entities. Of compressed files gzip alone is
-/// inflated.
+/// a document counts as malformed that nests deeper than 256 levels, has more than 4,096 attributes on an element, has
+/// a value or a comment of more than 10,000,000 bytes, or is blown up by its entities. Of compressed files gzip alone
+/// is inflated.
 ///
 /// Writing replaces what XML can't carry, so that a file can always be read: control characters by a blank, lone
-/// surrogates and U+FFFE and U+FFFF by U+FFFD, what doesn't belong into a name, and an empty name, by an underscore.
+/// surrogates and U+FFFE and U+FFFF by U+FFFD, what doesn't belong into a name, a colon that doesn't stand
+/// between two names, and an empty name, by an underscore.
 /// Names are cut at 1,024 bytes of UTF-8 and values at 2,048, each behind a whole character; where two attributes of an
 /// element become alike by that, the first keeps its place and gets the later value. Trees of any depth can be written.
 ///

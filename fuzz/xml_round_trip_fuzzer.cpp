@@ -1,0 +1,112 @@
+// Any tree, written and read back: the document is well-formed, and its elements, attributes and texts are those that
+// were written, as far as XML can carry them.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "tests/support/xml_text.h"
+#include "zam/zam.h"
+
+namespace {
+
+using ZaM::wchar;
+using ZaM::wstring;
+using ZaM::XmlNode;
+using ZaM::XmlProperty;
+using ZaM::XmlTree;
+
+void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+class Bytes {
+ public:
+  Bytes(std::uint8_t const* first, std::size_t count) : next(first), rest(count) {}
+  bool AreLeft() const { return rest > 0; }
+  unsigned int Take() { return rest == 0 ? 0 : (--rest, *next++); }
+
+  /// Up to fifteen units, most of them ASCII.
+  wstring TakeText() {
+    wstring text(Take() % 16, u'\0');
+    for (wchar& unit : text) {
+      unsigned int const byte = Take();
+      unit = static_cast<wchar>(byte < 0xC0 ? byte : byte << 8 | Take());
+    }
+    return text;
+  }
+
+ private:
+  std::uint8_t const* next;
+  std::size_t rest;
+};
+
+void build(XmlNode& root, Bytes& bytes) {
+  constexpr int mostLevels = 200;
+  XmlNode* open[mostLevels] = {&root};
+  int level = 0;
+  while (bytes.AreLeft()) {
+    switch (bytes.Take() % 6) {
+      case 0:
+        open[level]->AddContent(bytes.TakeText());
+        break;
+      case 1:
+        open[level]->AddProperty(bytes.TakeText(), bytes.TakeText());
+        break;
+      case 2:
+        open[level]->SetContent(bytes.TakeText());
+        break;
+      case 3:
+        if (level + 1 < mostLevels) open[level + 1] = open[level]->AddChild(bytes.TakeText()), ++level;
+        break;
+      case 4:
+        open[level]->AddSubNodeText(bytes.TakeText(), bytes.TakeText());
+        break;
+      default:
+        if (level > 0) --level;
+    }
+  }
+}
+
+/// What XML can't carry in a text, replaced.
+wstring carried(wstring text) {
+  auto const isHigh = [](wchar unit) { return unit >= 0xD800 && unit < 0xDC00; };
+  auto const isLow = [](wchar unit) { return unit >= 0xDC00 && unit < 0xE000; };
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    wchar& unit = text[i];
+    if (isHigh(unit) && i + 1 < text.size() && isLow(text[i + 1])) {
+      ++i;
+    } else if (isHigh(unit) || isLow(unit) || unit >= 0xFFFE) {
+      unit = 0xFFFD;
+    } else if (unit < 0x20 && unit != u'\t' && unit != u'\n' && unit != u'\r') {
+      unit = u' ';
+    }
+  }
+  return text;
+}
+
+/// All texts and the number of elements, in the order of the document. White space counts for nothing.
+std::string essence(XmlNode const& node, bool isRoot) {
+  std::string all;
+  if (node.IsContent() || isRoot) {
+    for (wchar const unit : carried(node.GetContent())) {
+      if (unit != u' ' && unit != u'\t' && unit != u'\n' && unit != u'\r') all += ZaM::test::Ascii(wstring(1, unit));
+    }
+  }
+  if (node.IsContent() && !isRoot) return all;
+  for (XmlNode const* child : node.GetChildren()) all += essence(*child, false);
+  return "<" + all + ">";
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+  Bytes bytes(data, size);
+  XmlTree tree;
+  tree.SetRoot(XmlNode::Create(bytes.TakeText()));
+  build(*tree.GetRoot(), bytes);
+  XmlTree again;
+  require(again.ReadBuffer(tree.WriteBuffer()));
+  require(essence(*again.GetRoot(), true) == essence(*tree.GetRoot(), true));
+  return 0;
+}

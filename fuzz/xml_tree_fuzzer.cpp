@@ -1,0 +1,54 @@
+// Any bytes as a document, by both ways of reading. What was read can be written, and what was written can be read.
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include "tests/support/xml_text.h"
+#include "zam/zam.h"
+
+namespace {
+
+/// A file of its own for each process, in memory where there is such a folder.
+std::string const& fileName() {
+  static std::string const name =
+      (access("/dev/shm", W_OK) == 0 ? "/dev/shm/xml_tree_fuzzer." : "/tmp/xml_tree_fuzzer.") +
+      std::to_string(getpid());
+  return name;
+}
+
+void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+void writeAndRead(ZaM::XmlTree const& tree) {
+  ZaM::XmlTree again;
+  require(again.ReadBuffer(tree.WriteBuffer()));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+  std::string const text(reinterpret_cast<char const*>(data), size);
+  std::ofstream(fileName(), std::ios::binary) << text;
+  ZaM::XmlTree fromFile;
+  fromFile.SetFilename(ZaM::wstring(fileName().begin(), fileName().end()));
+  try {
+    fromFile.Read();
+    if (fromFile.GetRoot()) writeAndRead(fromFile);
+    if (fromFile.Read2()) writeAndRead(fromFile);
+  } catch (ZaM::FileIOException const& failure) {
+    require(failure.GetErrorId() == 2004);
+  }
+  unlink(fileName().c_str());
+
+  ZaM::XmlTree fromBuffer;
+  bool const isWellFormed = fromBuffer.ReadBuffer(text);
+  require(isWellFormed == (fromBuffer.GetRoot() != nullptr));
+  bool const isPlain = !text.starts_with("\x1f\x8b");
+  if (isPlain) require(ZaM::test::Describe(fromFile.GetRoot()) == ZaM::test::Describe(fromBuffer.GetRoot()));
+  return 0;
+}
