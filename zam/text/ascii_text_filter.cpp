@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
-#include <new>
 
 #include "zam/foundation/create_counted.h"
-#include "zam/foundation/exceptions.h"
 #include "zam/text/ascii_text_filter_run.h"
 #include "zam/text/block_kernel.h"
 #include "zam/text/symbol_tables.h"
@@ -60,12 +58,11 @@ unsigned char const* AsciiTextFilter::GetAlphaNum() {
 }
 
 unsigned int AsciiTextFilter::FilterTextA(char const* text, unsigned int length, char* out, unsigned int outSize,
-                                          std::vector<std::int32_t>& positions) try {
+                                          std::vector<std::int32_t>& positions) {
   detail::PositionList list(positions);
   auto const* const bytes = reinterpret_cast<unsigned char const*>(text);
-  return Run<unsigned char, detail::PositionList>(*this, narrowTable, bytes, length, out, outSize, list).Filter();
-} catch (std::bad_alloc const&) {
-  throw BaseException(5);
+  Run<unsigned char, detail::PositionList> run(*this, narrowTable, bytes, length, out, outSize, list);
+  return ReportOutOfMemory([&] { return run.Filter(); });
 }
 
 unsigned int AsciiTextFilter::FilterTextA(char const* text, unsigned int length, char* out, unsigned int outSize) {
@@ -75,11 +72,10 @@ unsigned int AsciiTextFilter::FilterTextA(char const* text, unsigned int length,
 }
 
 unsigned int AsciiTextFilter::FilterTextW(wchar const* text, unsigned int length, char* out, unsigned int outSize,
-                                          std::vector<std::int32_t>& positions) try {
+                                          std::vector<std::int32_t>& positions) {
   detail::PositionList list(positions);
-  return Run<wchar, detail::PositionList>(*this, wideTable, text, length, out, outSize, list).Filter();
-} catch (std::bad_alloc const&) {
-  throw BaseException(5);
+  Run<wchar, detail::PositionList> run(*this, wideTable, text, length, out, outSize, list);
+  return ReportOutOfMemory([&] { return run.Filter(); });
 }
 
 unsigned int AsciiTextFilter::FilterTextW(wchar const* text, unsigned int length, char* out, unsigned int outSize) {
