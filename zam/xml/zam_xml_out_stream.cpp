@@ -124,9 +124,9 @@ void ZamXmlOutStream::utf8towstr(wstring& result, std::string const& text) {
 }
 
 void ZamXmlOutStream::CreateNode(std::string const& name) {
-  WriteBuffer();
   char* out = makeRoom(name.size() + 2);
   ReportOutOfMemory([&] { nodeStack.push(name); });
+  WriteBuffer();
   if (tagOpen) out = Put(out, '>');
   out = Put(out, '<');
   out = Put(out, name);
@@ -205,17 +205,17 @@ void ZamXmlOutStream::AddSubNodeText(std::string const& name, wstring const& tex
 }
 
 void ZamXmlOutStream::OpenFile(wstring const& filename, bool compressed) {
-  if (compressed) {
-    platform::File file = platform::File::CreateForWriting(filename);
-    if (!file.IsOpen()) throw FileIOException(2002, filename);
-    ReportOutOfMemory(
-        [&] { compressedFile = std::make_unique<detail::GzipFile>(std::move(file), detail::GzipFile::Mode::write); });
-    return;
-  }
   ReportOutOfMemory([&] {
-    fileStream = std::make_unique<std::ofstream>();
-    fileLock = std::make_unique<platform::File>(platform::File::CreateForWriting(filename));
-    if (fileLock->IsOpen()) fileStream->open(platform::NativePath(filename), std::ios_base::out);
+    platform::File file = platform::File::CreateForWriting(filename);
+    if (!compressed) {
+      fileStream = std::make_unique<std::ofstream>();
+      if (file.IsOpen()) fileStream->open(platform::NativePath(filename), std::ios_base::out);
+      fileLock = std::make_unique<platform::File>(std::move(file));
+    } else if (file.IsOpen()) {
+      compressedFile = std::make_unique<detail::GzipFile>(std::move(file), detail::GzipFile::Mode::write);
+    } else {
+      throw FileIOException(2002, filename);
+    }
   });
 }
 
