@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <limits>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -313,6 +314,7 @@ void XmlNode::OnStartElement(XmlSaxParser* parser, unsigned char const* childNam
 void XmlNode::OnEndElement(XmlSaxParser* parser, unsigned char const* /*elementName*/) {
   unsigned int const size = parser->GetCharacterBufferSize();
   if (size == 0) return;
+  if (size > std::numeric_limits<int>::max()) throw BaseException(5);  // more than is converted at once
   Ref<XmlNode> text(Create(u"text"));
   parser->ConvertString(parser->GetCharacterBuffer(), static_cast<int>(size), text->content);
   text->isContent = !text->content.empty();
