@@ -1,5 +1,6 @@
 #include "zam/results/full_result.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <tuple>
 #include <utility>
@@ -7,6 +8,8 @@
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/ref.h"
 #include "zam/results/best_results.h"
+#include "zam/results/result_xml.h"
+#include "zam/xml/xml_sax_parser.h"
 
 namespace ZaM {
 
@@ -122,8 +125,19 @@ Result* FullResult::Clone() {
   return clone.Detach();
 }
 
-void FullResult::OnStartElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/,
-                                unsigned char const** /*attributes*/) {}
+void FullResult::InitializeProperties(XmlSaxParser* parser, unsigned char const** attributes) {
+  unsigned int const count = detail::ReadCount(*parser, attributes);
+  if (count != 0) Initialize(std::min(count, MostReserved), nullptr);
+}
+
+void FullResult::GetClsItemProperties(XmlSaxParser* parser, unsigned char const** attributes, float& value,
+                                      eResultType& type, unsigned int& classId) {
+  detail::ReadEntry(*parser, attributes, value, type, classId);
+}
+
+void FullResult::OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) {
+  if (detail::TakeEntry(*this, *parser, name, attributes, MaxSlots)) parser->PushCallback(this);
+}
 
 void FullResult::OnEndElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/) {}
 

@@ -13,9 +13,8 @@ namespace ZaM {
 /// A slot for each class id from 0 to the greatest in use, so that a class is found by its position. Slot 0 belongs to
 /// no class: it is never a final class, though it may be among the best.
 ///
-/// A class id or a stored count can ask for billions of slots, so there is a bound: see `MaxSlots`.
-///
-/// Stored results are not read yet: as an XmlSaxCallback it passes every element over.
+/// A class id or a stored count can ask for billions of slots, so there are bounds: see `MaxSlots` and `MostReserved`.
+/// Stored results are read as by SparseResult.
 ///
 /// Owning, Threads: see Result.
 /// Errors:   BaseException with id 5 when memory runs out, or when more than `MaxSlots` slots are asked for; the object
@@ -24,6 +23,10 @@ class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
  public:
   /// The greatest number of slots: 2²⁷, which are 1 GiB. The greatest class id is one less.
   static constexpr unsigned int MaxSlots = 1U << 27;
+
+  /// The greatest `ClsCount` that a document gets slots for, which take 8 MiB: it is a mere promise, and the entries
+  /// make room for themselves.
+  static constexpr unsigned int MostReserved = 1U << 20;
 
   /// The tag "Fres".
   static RepTag const DefaultTag;
@@ -74,8 +77,19 @@ class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
   unsigned int GetFinalClassId(unsigned int n) override;
   Result* Clone() override;
 
-  /// Passes the element over.
+  /// Takes the attributes of a stored result's element. Unless `ClsCount` is missing or 0, the result starts anew, as
+  /// `Initialize` with this number leaves it; with `MostReserved` for a number above that.
+  void InitializeProperties(XmlSaxParser* parser, unsigned char const** attributes);
+
+  /// Sets what the attributes of an entry's element say, in any order, and leaves the others as they are. `attributes`
+  /// may be null.
+  void GetClsItemProperties(XmlSaxParser* parser, unsigned char const** attributes, float& value, eResultType& type,
+                            unsigned int& classId);
+
+  /// Sets the slot that an element `ClsItem` stores, with 0 for what its attributes don't say. An entry whose class id
+  /// isn't below `MaxSlots` is passed over, and so is any other element with all that it holds.
   void OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override;
+  /// Does nothing.
   void OnEndElement(XmlSaxParser* parser, unsigned char const* name) override;
 
  protected:

@@ -2,6 +2,7 @@
 #ifndef ZAM_RESULTS_RESULT_H
 #define ZAM_RESULTS_RESULT_H
 
+#include <string>
 #include <vector>
 
 #include "zam/foundation/export.h"
@@ -12,6 +13,8 @@
 
 namespace ZaM {
 
+class ZamXmlOutStream;
+
 /// For some or all classes, a confidence and a type.
 ///
 /// A result is a Node, so that it can stand on a document's feature chain, and a Representation, so that it is found
@@ -19,8 +22,9 @@ namespace ZaM {
 /// `SparseResult` holds the classes that matter, `FullResult` a slot for each class id. A class id is what
 /// `DocumentNode::GetClassId` gives; 0 stands for no class.
 ///
-/// Both bases have a `Save` and a `Load` for streams, which store nothing: those of Node answer true, those of
-/// Representation false, and a call has to name the base that it means.
+/// A result is stored as an XML element by its own `Save`. Both bases have a `Save` and a `Load` for streams as well,
+/// which store nothing: those of Node answer true, those of Representation false, and a call has to name the base that
+/// it means.
 ///
 /// Owning:   made by the `Create` of a concrete class with a count of 1, ended by `Release`.
 /// Threads:  one thread at a time, also for reading: `GetBestResults` may fill a cache.
@@ -55,6 +59,14 @@ class ZAM_EXPORT Result : public Node, public Representation {
 
   /// A new result with the same entries, the default tag of its class, a count of 1 and nothing in its feature slot.
   virtual Result* Clone() = 0;
+
+  /// Writes an element called `name` at the stream's present place, ready to be read by SparseResult and FullResult:
+  /// the number of entries that `GetBestResults(0)` gives, and a child for each of them whose value is above 1e-07.
+  /// Values keep six digits behind the point. docs/formats.md describes the element. What the stream throws passes
+  /// through; neither `stream` nor what it writes to belongs to the result.
+  void Save(std::string const& name, ZamXmlOutStream* stream);
+  using Node::Save;
+  using Representation::Save;
 
  protected:
   explicit Result(RepTag const& given) : Representation(given) {}

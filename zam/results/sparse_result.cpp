@@ -6,6 +6,8 @@
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/ref.h"
 #include "zam/results/best_results.h"
+#include "zam/results/result_xml.h"
+#include "zam/xml/xml_sax_parser.h"
 
 namespace ZaM {
 
@@ -95,8 +97,16 @@ Result* SparseResult::Clone() {
   return clone.Detach();
 }
 
-void SparseResult::OnStartElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/,
-                                  unsigned char const** /*attributes*/) {}
+void SparseResult::InitializeProperties(XmlSaxParser* /*parser*/, unsigned char const** /*attributes*/) {}
+
+void SparseResult::GetClsItemProperties(XmlSaxParser* parser, unsigned char const** attributes, float& value,
+                                        eResultType& type, unsigned int& classId) {
+  detail::ReadEntry(*parser, attributes, value, type, classId);
+}
+
+void SparseResult::OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) {
+  if (detail::TakeEntry(*this, *parser, name, attributes)) parser->PushCallback(this);
+}
 
 void SparseResult::OnEndElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/) {}
 

@@ -16,7 +16,11 @@ namespace ZaM {
 /// Several entries may have one class id: `SetResultItem` keeps those apart whose types differ in the bits of
 /// `ResultTypeGroupMask`, and `SetResults` takes a list as it comes. Lookups find the first.
 ///
-/// Stored results are not read yet: as an XmlSaxCallback it passes every element over.
+/// A stored result is read by handing its element over, from the callback that meets it:
+///
+///     result = SparseResult::Create();
+///     result->InitializeProperties(parser, attributes);
+///     parser->PushCallback(result);
 ///
 /// Owning, Threads, Errors: see Result.
 class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
@@ -64,8 +68,18 @@ class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
   /// the value and type of the last.
   Result* Clone() override;
 
-  /// Passes the element over.
+  /// The element of a stored result takes nothing here: its entries are added to those that there are.
+  void InitializeProperties(XmlSaxParser* parser, unsigned char const** attributes);
+
+  /// Sets what the attributes of an entry's element say, in any order, and leaves the others as they are. `attributes`
+  /// may be null.
+  void GetClsItemProperties(XmlSaxParser* parser, unsigned char const** attributes, float& value, eResultType& type,
+                            unsigned int& classId);
+
+  /// Sets the entry that an element `ClsItem` stores, with 0 for what its attributes don't say. Any other element is
+  /// passed over with all that it holds.
   void OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override;
+  /// Does nothing.
   void OnEndElement(XmlSaxParser* parser, unsigned char const* name) override;
 
  protected:
