@@ -1,12 +1,14 @@
 // Turns a translation file into the satellite that ResMgr loads, or says what is wrong with it.
-#include <cstdio>
+#include <algorithm>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -68,18 +70,23 @@ TextMap LibraryTexts() {
   return texts;
 }
 
+// Into a file beside it first: neither a failure nor a device of that name loses what was there.
 void Write(std::string const& file, std::string const& bytes) {
   if (bytes.size() > ZaM::detail::satelliteLimit) throw Refused(file + ": would be too large for a satellite\n");
-  std::ofstream stream(file, std::ios::binary);
-  bool const opened = stream.is_open();
+  std::string const unfinished = file + ".tmp";
+  std::ofstream stream(unfinished, std::ios::binary);
   stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   stream.close();
-  if (stream) return;
-  if (opened) std::remove(file.c_str());
+  std::error_code failure;
+  if (stream) std::filesystem::rename(unfinished, file, failure);
+  if (stream && !failure) return;
+  std::filesystem::remove(unfinished, failure);
   throw Refused(file + ": can't be written\n");
 }
 
 void Compile(TextMap const& builtIn, std::string const& input, std::string const& output) {
+  std::error_code different;
+  if (std::filesystem::equivalent(input, output, different)) throw Refused(output + ": is the translation itself\n");
   TextMap const texts = Accept(input, ZaM::translations::Translations(ReadPo(input), builtIn));
   Write(output, ZaM::detail::EncodeSatellite(texts));
 }
@@ -90,6 +97,7 @@ void PrintTemplate() {
     std::cout << "\nmsgctxt \"" << id << "\"\nmsgid \""
               << ZaM::translations::EscapePo(ZaM::platform::Utf8FromUtf16(text)) << "\"\nmsgstr \"\"\n";
   }
+  if (!std::cout.flush()) throw Refused("the template can't be written\n");
 }
 
 int Run(std::vector<std::string> const& arguments) {
@@ -111,7 +119,7 @@ int Run(std::vector<std::string> const& arguments) {
 
 int main(int count, char** values) {
   try {
-    return Run(std::vector<std::string>(values + 1, values + count));
+    return Run(std::vector<std::string>(values + std::min(count, 1), values + count));
   } catch (std::exception const& error) {
     std::cerr << error.what();
     return 1;

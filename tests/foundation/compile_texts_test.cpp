@@ -134,6 +134,10 @@ TEST_F(CompileTextsTest, SaysWhatItCannotReadOrWrite) {
   auto const unwritable = test::RunProcess({ZAM_TEST_COMPILE_TEXTS, folder.Write("in.po", ""), folder.Path()});
   EXPECT_EQ(unwritable.exitCode, 1);
   EXPECT_EQ(unwritable.output, folder.Path().string() + ": can't be written\n");
+  auto const itself = folder.Write("de.po", "");
+  EXPECT_EQ(test::RunProcess({ZAM_TEST_COMPILE_TEXTS, itself, itself}).exitCode, 1);
+  EXPECT_TRUE(std::filesystem::exists(itself));
+  EXPECT_EQ(test::RunProcess({"/bin/sh", "-c", ZAM_TEST_COMPILE_TEXTS " --template > /dev/full"}).exitCode, 1);
   EXPECT_EQ(test::RunProcess({ZAM_TEST_COMPILE_TEXTS}).exitCode, 2);
 }
 

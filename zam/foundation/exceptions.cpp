@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstddef>
+#include <new>
 
 #include "zam/foundation/library_texts.h"
 #include "zam/foundation/messages.h"
@@ -119,67 +120,90 @@ wstring Decimal(std::int32_t number) {
   return wstring(digits, std::to_chars(std::begin(digits), std::end(digits), number).ptr);
 }
 
+/// What `make` gives, or an empty text if there is no memory for it: a failure is described while another one, such as
+/// a lack of memory, is being dealt with.
+template <class Make>
+wstring OrNothing(Make make) {
+  try {
+    return make();
+  } catch (std::bad_alloc const&) {
+    return {};
+  }
+}
+
 }  // namespace
 
 BaseException::~BaseException() = default;
 
 const wstring BaseException::GetErrorDescription() const {
-  // The program's own words about what it doesn't support: neither formatted nor cut.
-  if (errorId == 25 && !text.empty()) return text;
-  return Cut(BaseSentence(errorId, text), ordinaryCapacity);
+  return OrNothing([&]() -> wstring {
+    // The program's own words about what it doesn't support: neither formatted nor cut.
+    if (errorId == 25 && !text.empty()) return text;
+    return Cut(BaseSentence(errorId, text), ordinaryCapacity);
+  });
 }
 
 const wstring OutOfBoundsException::GetErrorDescription() const {
-  std::int32_t const id = GetErrorId();
-  return Cut(id == 8 ? IndexOutOfRange(current, bound) : With(Message::OutOfBoundsNumber, id), shortCapacity);
+  return OrNothing([&]() -> wstring {
+    std::int32_t const id = GetErrorId();
+    return Cut(id == 8 ? IndexOutOfRange(current, bound) : With(Message::OutOfBoundsNumber, id), shortCapacity);
+  });
 }
 
 const wstring XMLFormatException::GetErrorDescription() const {
-  std::int32_t const id = GetErrorId();
-  Message const message = id == 9    ? Message::XmlFormatUpdate
-                          : id == 10 ? Message::XmlSavedByNewerVersion
-                                     : Message::XmlFormat;
-  return Cut(With(message, node), shortCapacity);
+  return OrNothing([&]() -> wstring {
+    std::int32_t const id = GetErrorId();
+    Message const message = id == 9    ? Message::XmlFormatUpdate
+                            : id == 10 ? Message::XmlSavedByNewerVersion
+                                       : Message::XmlFormat;
+    return Cut(With(message, node), shortCapacity);
+  });
 }
 
 const wstring FileIOException::GetErrorDescription() const {
-  switch (GetErrorId()) {
-    case 2001:
-      return With(Message::FileWrite, path);
-    case 2002:
-      return With(Message::FileCreate, path);
-    case 2003:
-      return With(Message::FileOpen, path);
-    case 2004:
-      return With(Message::FileRead, path, Message::UnnamedFileRead);
-    case 25:
-      return With(Message::FileFormat, path);
-    default:
-      return u"FileIOException " + Decimal(GetErrorId()) + u", Filename: " + path;
-  }
+  return OrNothing([&]() -> wstring {
+    switch (GetErrorId()) {
+      case 2001:
+        return With(Message::FileWrite, path);
+      case 2002:
+        return With(Message::FileCreate, path);
+      case 2003:
+        return With(Message::FileOpen, path);
+      case 2004:
+        return With(Message::FileRead, path, Message::UnnamedFileRead);
+      case 25:
+        return With(Message::FileFormat, path);
+      default:
+        return u"FileIOException " + Decimal(GetErrorId()) + u", Filename: " + path;
+    }
+  });
 }
 
 const wstring UserCanceledException::GetErrorDescription() const {
-  Message const message = CanceledMessage(GetErrorId());
-  if (message != Message::CanceledNumber) return Raw(message);
-  return Cut(With(message, GetErrorId()), canceledNumberCapacity);
+  return OrNothing([&]() -> wstring {
+    Message const message = CanceledMessage(GetErrorId());
+    if (message != Message::CanceledNumber) return Raw(message);
+    return Cut(With(message, GetErrorId()), canceledNumberCapacity);
+  });
 }
 
 const wstring CollectionException::GetErrorDescription() const {
-  switch (GetErrorId()) {
-    case 1001:
-      return Cut(IndexOutOfRange(wrongIndex, itemCount), collectionCapacity);
-    case 1002:
-      return Cut(With(Message::ItemIdNotFound, wrongId), collectionCapacity);
-    case 1003:
-      return Cut(With(Message::ItemNameNotFound, wrongName), collectionCapacity);
-    default:
-      return Cut(With(Message::CollectionNumber, GetErrorId()), collectionCapacity);
-  }
+  return OrNothing([&]() -> wstring {
+    switch (GetErrorId()) {
+      case 1001:
+        return Cut(IndexOutOfRange(wrongIndex, itemCount), collectionCapacity);
+      case 1002:
+        return Cut(With(Message::ItemIdNotFound, wrongId), collectionCapacity);
+      case 1003:
+        return Cut(With(Message::ItemNameNotFound, wrongName), collectionCapacity);
+      default:
+        return Cut(With(Message::CollectionNumber, GetErrorId()), collectionCapacity);
+    }
+  });
 }
 
 const wstring XmlException::GetErrorDescription() const {
-  return Cut(Raw(XmlMessage(GetErrorId())), shortCapacity);
+  return OrNothing([&]() -> wstring { return Cut(Raw(XmlMessage(GetErrorId())), shortCapacity); });
 }
 
 }  // namespace ZaM

@@ -29,7 +29,8 @@ namespace ZaM {
 /// Numbers: 1 invalid argument, 3 invalid file path, 5 out of memory, 17 general failure, 18 saved by a newer
 ///          classifier, 25 feature not supported, 27 XML node invalid, 37 preprocessing method not installed, 38 saved
 ///          by a newer extraction method, 50 wrong regular expression, 51 barcode locator, 53 incomplete settings.
-/// Threads: never changes after construction; may be read by any number of threads.
+/// Threads: never changes after construction; may be read by any number of threads. Threads that ask for sentences have
+///          to end before the process does or unloads the library, which frees the language satellite.
 class ZAM_EXPORT BaseException {
  public:
   explicit BaseException(std::int32_t id) : errorId(id) {}
@@ -42,7 +43,7 @@ class ZAM_EXPORT BaseException {
   virtual ~BaseException();
 
   /// The sentence for the user. Formatted sentences are cut to 1023 units; the bare message of number 25 isn't cut.
-  /// A number without a case gives "ZaM exception number …".
+  /// A number without a case gives "ZaM exception number …". Empty where there is no memory even for the sentence.
   [[nodiscard]] virtual const wstring GetErrorDescription() const;
 
   [[nodiscard]] std::int32_t GetErrorId() const { return errorId; }

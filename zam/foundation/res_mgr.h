@@ -29,8 +29,7 @@ class LibraryTexts;
 /// the file name without its last three units and keeps the dot. Init decides once which satellite applies:
 ///
 /// 1. If the environment variable "Telvo Components Language" isn't empty, it alone decides: its whole value is tried
-/// as
-///    the language, then what stands before its first `-`.
+///    as the language, then what stands before its first `-`, even if that is nothing.
 /// 2. Otherwise the user's language on this system is tried, if it is ca, de, en, es, fr, it or pt.
 /// 3. Where there is no satellite to be loaded, the module's own texts count as "en".
 ///
@@ -42,7 +41,7 @@ class LibraryTexts;
 /// Owning:   the module must outlive the instance and its copies. A satellite lives as long as any instance that loaded
 ///           it or was copied from one that did; a further Init doesn't end it either, so that no handle dangles.
 /// Threads:  Init by one thread while no other uses the instance; everything else by any number of threads.
-/// Errors:   reports none; a missing text reads "Resource string #… not found!".
+/// Errors:   std::bad_alloc for lack of memory alone; a missing text reads "Resource string #… not found!".
 class ZAM_EXPORT ResMgr {
  public:
   ResMgr() = default;
