@@ -119,8 +119,8 @@ void registerAll() {
   std::string const plain = Files::Instance().Plain();
   std::string const gzip = Files::Instance().Gzip();
   for (auto const& [family, file] : {std::pair<std::string, std::string>("", plain), {"_gzip", gzip}}) {
-    auto const reads = [file = file](auto tag) {
-      return [file, tag](benchmark::State& state) { read<typename decltype(tag)::type>(state, file); };
+    auto const reads = [file = file]<class Tree>(std::type_identity<Tree>) {
+      return [file](benchmark::State& state) { read<Tree>(state, file); };
     };
     add(("xml_tree_read" + family + "/zam").c_str(), reads(std::type_identity<ZamRead>()));
     add(("xml_tree_read" + family + "/libxml2").c_str(), reads(std::type_identity<Libxml2>()));

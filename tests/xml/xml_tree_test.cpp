@@ -11,6 +11,7 @@
 #include <functional>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -270,7 +271,7 @@ TEST(XmlTree, CutsNamesAndValuesBehindWholeCharacters) {
     };
     // One unit in front makes pairs lie across the limit on reading.
     bool const isPair = c.character.size() == 2;
-    for (std::size_t const extra : {0, 1, 600}) {
+    for (std::size_t const extra : {0u, 1u, 600u}) {
       XmlTree tree;
       tree.SetRoot(XmlNode::Create(times(c.nameWritten + extra)));
       tree.GetRoot()->AddProperty(times(c.nameWritten + extra), times(c.valueWritten + extra));
@@ -356,7 +357,7 @@ TEST(XmlTree, ReadsFilesOfEverySizeAndCutAnywhere) {
   std::string const whole = Describe(tree.GetRoot());
   EXPECT_EQ(read(text), whole);
   EXPECT_EQ(read2(text), whole);
-  for (std::size_t const size : {0, 1, 2, 3, 5, 22, 30, 1023, 1024, 1025}) {
+  for (std::size_t const size : {0u, 1u, 2u, 3u, 5u, 22u, 30u, 1023u, 1024u, 1025u}) {
     EXPECT_EQ(read2(text.substr(0, size)), "malformed");
     std::string const part = read(text.substr(0, size));
     EXPECT_TRUE(size < 30 ? part == "nothing" : part.starts_with("<library")) << size << part;
@@ -596,7 +597,7 @@ TEST(XmlTree, IsNeverSilentlyIncompleteWhereMemoryRunsOut) {
   std::string const whole = Describe(tree.GetRoot());
 
   XmlTree other;
-  std::unique_ptr<XmlTree> copy;
+  std::optional<XmlTree> copy;
   struct Case {
     std::function<void()> operation;
     std::function<std::string()> result;
@@ -609,7 +610,7 @@ TEST(XmlTree, IsNeverSilentlyIncompleteWhereMemoryRunsOut) {
       {[&] { other.Read(readPath); }, otherTree, whole},
       {[&] { tree.WriteBuffer(); }, [&] { return tree.WriteBuffer(); }, text},
       {[&] { tree.Write(writePath); }, [&] { return bytesIn(folder.Path() / "write"); }, written},
-      {[&] { copy = std::make_unique<XmlTree>(&tree); }, [&] { return Describe(copy->GetRoot()); }, whole},
+      {[&] { copy.emplace(&tree); }, [&] { return Describe(copy->GetRoot()); }, whole},
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(&c - cases);

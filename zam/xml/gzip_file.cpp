@@ -11,16 +11,17 @@ namespace ZaM::detail {
 
 namespace {
 
-/// What is read in one call: zlib drops what a call has read in front of damaged data, and it isn't to be much.
-constexpr std::size_t blockSize = 1024;
+/// What is read in one call: what zlib inflates at once, and then it does so without a copy. What it has inflated in
+/// the same step as damaged data is lost.
+constexpr std::size_t blockSize = 16384;
 
 /// What is written in one call, whose result is an int.
 constexpr std::size_t mostAtOnce = std::numeric_limits<int>::max();
 
 }  // namespace
 
-void GzipFile::Closer::operator()(gzFile_s* stream) const {
-  gzclose(stream);
+void GzipFile::Closer::operator()(gzFile_s* opened) const {
+  gzclose(opened);
 }
 
 GzipFile::GzipFile(platform::File file, Mode mode)
@@ -32,11 +33,14 @@ GzipFile::GzipFile(platform::File file, Mode mode)
 std::optional<std::size_t> GzipFile::Read(std::span<char> bytes) {
   std::size_t total = 0;
   while (total < bytes.size()) {
-    auto const wanted = static_cast<unsigned int>(std::min(bytes.size() - total, blockSize));
+    std::size_t const atOnce = gzdirect(stream.get()) != 0 ? mostAtOnce : blockSize;
+    auto const wanted = static_cast<unsigned int>(std::min(bytes.size() - total, atOnce));
+    z_off_t const position = gztell(stream.get());
     int const count = gzread(stream.get(), bytes.data() + total, wanted);
+    // A read that fails may have delivered what lies in front of the damage, without saying how much.
+    total += static_cast<std::size_t>(count >= 0 ? count : gztell(stream.get()) - position);
     if (count < 0 && total == 0) return std::nullopt;
     if (count <= 0) break;
-    total += static_cast<unsigned int>(count);
   }
   return total;
 }

@@ -24,6 +24,9 @@ namespace ZaM {
 
 namespace {
 
+/// What is read of a file at once. The events don't depend on it; xml_parser_benchmark does.
+constexpr std::size_t chunkSize = 65536;
+
 /// Null and empty values give `defaultValue`, and so do those that `scan` finds no number in.
 template <class Number, class Scan>
 Number ScanValue(unsigned char const* value, Number defaultValue, Scan scan) {
@@ -133,6 +136,13 @@ constexpr xmlSAXHandler XmlSaxParser::Parse::handler = [] {
   return made;
 }();
 
+void XmlSaxParser::ClearCharacterBuffer() {
+  if (characterBuffer == nullptr) return;
+  if (characterBuffer != characterData.data()) std::free(characterBuffer);
+  characterBuffer = nullptr;
+  characterBufferSize = 0;
+}
+
 XmlSaxParser::~XmlSaxParser() {
   ClearCharacterBuffer();
 }
@@ -144,12 +154,13 @@ void XmlSaxParser::ParseFile(wstring const& filename, XmlSaxCallback* callback) 
   if (!file.IsOpen()) throw FileIOException(2003, filename);
   detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::read);
 
-  std::array<char, 16384> bytes;
+  std::unique_ptr<char[]> const bytes =
+      ReportOutOfMemory([] { return std::make_unique_for_overwrite<char[]>(chunkSize); });
   for (;;) {
-    std::optional<std::size_t> const count = stream.Read(bytes);
+    std::optional<std::size_t> const count = stream.Read({bytes.get(), chunkSize});
     if (!count) throw FileIOException(2004, filename);
     if (*count == 0) break;
-    document.Feed({bytes.data(), *count});
+    document.Feed({bytes.get(), *count});
   }
   document.Finish();
 }
@@ -245,10 +256,13 @@ void XmlSaxParser::OnEndDocument() {
 void XmlSaxParser::OnStartElement(unsigned char const* name, unsigned char const** attributes) {
   std::size_t const height = callbacks.size();
   if (!callbacks.empty()) callbacks.back()->OnStartElement(this, name, attributes);
-  if (callbacks.size() == height) PushCallback(nullptr);
   // Every element puts exactly one entry on the stack, so that its end can take exactly one.
-  callbacks[height] = callbacks.back();
-  callbacks.resize(height + 1);
+  if (callbacks.size() == height) {
+    PushCallback(nullptr);
+  } else if (callbacks.size() > height + 1) {
+    callbacks[height] = callbacks.back();
+    callbacks.resize(height + 1);
+  }
   ClearCharacterBuffer();
 }
 
@@ -278,12 +292,6 @@ void XmlSaxParser::OnCharacters(unsigned char const* text, int length) {
   }
   std::memcpy(characterBuffer + characterBufferSize, text, added);
   characterBufferSize = total;
-}
-
-void XmlSaxParser::ClearCharacterBuffer() {
-  if (characterBuffer != characterData.data()) std::free(characterBuffer);
-  characterBuffer = nullptr;
-  characterBufferSize = 0;
 }
 
 }  // namespace ZaM

@@ -59,7 +59,7 @@ namespace ZaM {
 /// Errors:  FileIOException with 2003 (can't be opened, also while another writes it), 2004 (can't be read, or what is
 ///          compressed is damaged), 2002 (can't be created, also while another reads it), 2001 (not all of it could be
 ///          written), each with the path; BaseException with id 5 when memory runs out.
-class ZAM_EXPORT XmlTree : public XmlSaxCallback {
+class ZAM_EXPORT XmlTree final : public XmlSaxCallback {
  public:
   /// No file name, no root, compression 9.
   XmlTree();

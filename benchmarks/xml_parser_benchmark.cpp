@@ -1,0 +1,131 @@
+// Reading a document of 20 MB as events that nobody wants, plain and gzip, against libxml2's bare push parser with
+// functions that do nothing and chunks of 64 KiB, and the same at 200 MB. `heap_KB` is the most memory that our parse
+// takes at the start of any element: it doesn't grow with the document.
+#include <benchmark/benchmark.h>
+#include <libxml/parser.h>
+#include <malloc.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "benchmarks/xml_sample.h"
+#include "zam/zam.h"
+
+namespace {
+
+constexpr std::size_t chunkSize = 65536;
+
+/// Documents of `copies` times 20 MB, made when they are asked for and gone with the program.
+class Files {
+ public:
+  Files() { std::filesystem::create_directories(folder); }
+  Files(Files const&) = delete;
+  ~Files() { std::filesystem::remove_all(folder); }
+
+  std::string const& Get(bool isGzip, int copies) {
+    std::string& file = files[{isGzip, copies}];
+    if (file.empty()) Write(file = folder / (std::to_string(copies) + (isGzip ? ".xml.gz" : ".xml")), isGzip, copies);
+    return file;
+  }
+
+  static Files& Instance() {
+    static Files instance;
+    return instance;
+  }
+
+ private:
+  static void Write(std::string const& file, bool isGzip, int copies) {
+    std::string const document = sample::XmlDocument();
+    std::size_t const begin = document.find("<document ");
+    std::size_t const end = document.rfind("</documents>");
+    // "T" is zlib's mode for a file that isn't compressed.
+    gzFile const stream = gzopen(file.c_str(), isGzip ? "wb9" : "wbT");
+    gzwrite(stream, document.data(), static_cast<unsigned int>(begin));
+    for (int i = 0; i < copies; ++i) gzwrite(stream, &document[begin], static_cast<unsigned int>(end - begin));
+    gzputs(stream, &document[end]);
+    gzclose(stream);
+  }
+
+  std::filesystem::path const folder = std::filesystem::temp_directory_path() / "zam_xml_parser_benchmark";
+  std::map<std::pair<bool, int>, std::string> files;
+};
+
+/// The most heap in use while the elements are told of.
+class HeapMeter : public ZaM::XmlDefaultCallback {
+ public:
+  void OnStartElement(ZaM::XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override {
+    if (++elements % 256 == 0) most = std::max(most, InUse());
+    XmlDefaultCallback::OnStartElement(parser, name, attributes);
+  }
+  [[nodiscard]] double KiloBytes() const { return static_cast<double>(most - before) / 1024; }
+
+ private:
+  static std::size_t InUse() {
+    struct mallinfo2 const heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+  }
+
+  std::size_t elements = 0;
+  std::size_t before = InUse();
+  std::size_t most = before;
+};
+
+void zam(benchmark::State& state, bool isGzip, int copies) {
+  std::string const& file = Files::Instance().Get(isGzip, copies);
+  ZaM::wstring const name(file.begin(), file.end());
+  ZaM::XmlSaxParser parser;
+  ZaM::XmlDefaultCallback nobody;
+  for (auto _ : state) parser.ParseFile(name, &nobody);
+  HeapMeter meter;
+  parser.ParseFile(name, &meter);
+  state.counters["heap_KB"] = meter.KiloBytes();
+}
+
+/// Functions that do nothing, for the same events as ours.
+xmlSAXHandler NoEvents() {
+  xmlSAXHandler handler = {};
+  handler.startDocument = [](void*) {};
+  handler.endDocument = [](void*) {};
+  handler.startElement = [](void*, xmlChar const*, xmlChar const**) {};
+  handler.endElement = [](void*, xmlChar const*) {};
+  handler.characters = [](void*, xmlChar const*, int) {};
+  handler.initialized = 1;
+  return handler;
+}
+
+void libxml2_push(benchmark::State& state, bool isGzip, int copies) {
+  std::string const& file = Files::Instance().Get(isGzip, copies);
+  xmlSAXHandler handler = NoEvents();
+  std::vector<char> chunk(chunkSize);
+  for (auto _ : state) {
+    // Without the copy that zlib makes of what isn't compressed, the plain file is read by the standard library.
+    std::FILE* const plain = isGzip ? nullptr : std::fopen(file.c_str(), "rb");
+    gzFile const gzip = isGzip ? gzopen(file.c_str(), "rb") : nullptr;
+    auto const read = [&] {
+      return isGzip ? gzread(gzip, chunk.data(), chunkSize)
+                    : static_cast<int>(std::fread(chunk.data(), 1, chunkSize, plain));
+    };
+    int user = 0;
+    int count = read();
+    xmlParserCtxt* const context = xmlCreatePushParserCtxt(&handler, &user, chunk.data(), count, nullptr);
+    while ((count = read()) > 0) xmlParseChunk(context, chunk.data(), count, 0);
+    xmlParseChunk(context, chunk.data(), 0, 1);
+    xmlFreeParserCtxt(context);
+    isGzip ? gzclose(gzip) : std::fclose(plain);
+  }
+}
+
+BENCHMARK_CAPTURE(zam, plain, false, 1)->Name("xml_parse_plain/zam")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(libxml2_push, plain, false, 1)->Name("xml_parse_plain/libxml2_push")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(zam, gzip, true, 1)->Name("xml_parse_gzip/zam")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(libxml2_push, gzip, true, 1)->Name("xml_parse_gzip/libxml2_push")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(zam, plain200, false, 10)->Name("xml_parse_plain_200mb/zam")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(libxml2_push, plain200, false, 10)
+    ->Name("xml_parse_plain_200mb/libxml2_push")
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace
