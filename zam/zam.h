@@ -28,6 +28,8 @@
 #include "zam/model/visitor.h"
 #include "zam/results/error_matrix.h"
 #include "zam/results/error_matrix_visitor.h"
+#include "zam/results/error_plot.h"
+#include "zam/results/error_plot_visitor.h"
 #include "zam/results/full_result.h"
 #include "zam/results/result.h"
 #include "zam/results/result_item.h"
