@@ -1,0 +1,90 @@
+// The symmetric product gives what a plain double loop gives, whatever its size, and touches members only.
+#include "zam/algorithms/symmetric_product.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+namespace ZaM::detail {
+namespace {
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+std::vector<std::size_t> Indices(std::vector<IndexRange> const& members) {
+  std::vector<std::size_t> indices;
+  for (auto const& range : members)
+    for (auto i = range.begin; i < range.end; ++i) indices.push_back(i);
+  return indices;
+}
+
+/// A random lower triangle for `members`, NaN wherever one of two isn't a member, and empty rows where none is.
+std::vector<std::vector<double>> MakeTriangle(std::vector<std::size_t> const& members, std::mt19937& engine) {
+  std::vector<std::vector<double>> triangle(members.empty() ? 0 : members.back() + 1);
+  for (auto const i : members) {
+    triangle[i].assign(i + 1, nan);
+    for (auto const k : members)
+      if (k <= i) triangle[i][k] = std::uniform_real_distribution<double>(-1, 1)(engine);
+  }
+  return triangle;
+}
+
+void ExpectPlainProduct(std::vector<IndexRange> const& ranges, std::size_t vectorCount) {
+  std::mt19937 engine(7);
+  auto const members = Indices(ranges);
+  auto const triangle = MakeTriangle(members, engine);
+  auto const stride = members.size() + vectorCount % 3;
+  std::vector<double> vectors(vectorCount * stride);
+  for (auto& x : vectors) x = std::uniform_real_distribution<double>(-1, 1)(engine);
+  std::vector<double> products(vectors.size(), nan);
+  MultiplySymmetric(triangle, ranges, vectors.data(), products.data(), vectorCount, stride);
+  for (std::size_t p = 0; p < vectorCount; ++p) {
+    for (std::size_t i = 0; i < stride; ++i) {
+      auto const product = products[p * stride + i];
+      if (i >= members.size()) {
+        ASSERT_TRUE(std::isnan(product)) << "written behind the members";
+        continue;
+      }
+      double expected = 0;
+      for (std::size_t k = 0; k < members.size(); ++k) {
+        auto const [low, high] = std::minmax(members[i], members[k]);
+        expected += triangle[high][low] * vectors[p * stride + k];
+      }
+      ASSERT_NEAR(product, expected, 1e-13 * static_cast<double>(members.size()))
+          << "member " << i << " of " << members.size() << ", vector " << p << " of " << vectorCount;
+    }
+  }
+}
+
+TEST(SymmetricProductTest, EqualsThePlainDoubleLoopAndReadsMembersOnly) {
+  std::vector<std::vector<IndexRange>> const memberLists = {
+      {},
+      {{0, 1}},
+      {{0, 7}},
+      {{0, 64}},
+      {{3, 133}},
+      {{0, 301}},
+      {{1, 2}, {4, 5}, {6, 7}, {9, 10}, {11, 13}, {20, 37}},
+      {{2, 101}, {103, 103}, {104, 200}, {230, 331}},
+  };
+  for (auto const& members : memberLists)
+    for (std::size_t const vectorCount : {0, 1, 2, 3, 4, 5, 6, 7, 8, 11, 16, 51})
+      ExpectPlainProduct(members, vectorCount);
+}
+
+TEST(SymmetricProductTest, InnerProductAndSubtractionTakeEveryElementOnce) {
+  for (std::size_t count = 0; count < 70; ++count) {
+    std::vector<double> x(count);
+    for (std::size_t k = 0; k < count; ++k) x[k] = static_cast<double>(k + 1);
+    std::vector<double> y(count + 1, 2.0);
+    auto const triangular = static_cast<double>(count * (count + 1) / 2);
+    EXPECT_EQ(InnerProduct(x.data(), y.data(), count), 2 * triangular);
+    SubtractScaled(y.data(), 3.0, x.data(), count);
+    for (std::size_t k = 0; k < count; ++k) EXPECT_EQ(y[k], 2.0 - 3.0 * x[k]);
+    EXPECT_EQ(y[count], 2.0);
+  }
+}
+
+}  // namespace
+}  // namespace ZaM::detail
