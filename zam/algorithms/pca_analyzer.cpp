@@ -1,0 +1,196 @@
+#include "zam/algorithms/pca_analyzer.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "zam/algorithms/document_walk.h"
+#include "zam/algorithms/eigen_iteration.h"
+#include "zam/algorithms/symmetric_product.h"
+#include "zam/foundation/create_counted.h"
+#include "zam/foundation/exceptions.h"
+#include "zam/foundation/ref.h"
+#include "zam/model/document_node.h"
+#include "zam/results/full_result.h"
+
+namespace ZaM {
+
+namespace {
+
+std::int32_t toIndex(std::size_t number) {
+  return static_cast<std::int32_t>(std::min<std::size_t>(number, std::numeric_limits<std::int32_t>::max()));
+}
+
+}  // namespace
+
+// Copied before anything is changed: the vectors must fit each other.
+PcaAnalyzer& PcaAnalyzer::operator=(PcaAnalyzer const& other) {
+  return *this = ReportOutOfMemory([&] { return PcaAnalyzer(other); });
+}
+
+PcaAnalyzer::~PcaAnalyzer() {
+  deallocate();
+}
+
+void PcaAnalyzer::DoAlgorithm(Control* control) {
+  auto* const parameters = dynamic_cast<PcaControl*>(control);
+  if (!parameters) return;
+  representationTag = parameters->GetRepresentationTag();
+  if (parameters->GetDoExamples()) setExamples(parameters);
+  if (parameters->GetDoLearn()) learnAnew(*parameters);
+  if (parameters->GetDoInsert()) insert();
+  if (parameters->GetDoRemove()) remove();
+  if (parameters->GetDoProject()) {
+    batch = parameters->GetDoBatch();
+    resultTag = parameters->GetResultTag();
+    project(parameters->GetSourceNode());
+  }
+}
+
+Control* PcaAnalyzer::CreateController() {
+  return new (std::nothrow) PcaControl;
+}
+
+void PcaAnalyzer::setExamples(PcaControl* control) {
+  if (!control->GetExampleVector().empty() &&
+      control->GetExampleVector().size() == control->GetActivityVector().size()) {
+    ReportOutOfMemory([&] {
+      std::vector<Representation*> newExamples = control->GetExampleVector();
+      activity = control->GetActivityVector();
+      examples = std::move(newExamples);
+    });
+    control->SetExampleVector({});
+    control->SetActivityVector({});
+  }
+  targetActivity = static_cast<std::int8_t>(control->GetTargetActivity());
+  exampleCount = static_cast<unsigned int>(std::count(activity.begin(), activity.end(), targetActivity));
+}
+
+void PcaAnalyzer::learnAnew(PcaControl const& control) {
+  unsigned int const capacity = std::max(maxExamples, control.GetMaxExamples());
+  if (!isWithinLimits(control.GetDimension(), capacity)) throw BaseException(5);
+  checkCapacity(capacity);
+
+  dimension = control.GetDimension();
+  maxIterations = control.GetMaxIterations();
+  maxExamples = capacity;
+  epsilon = control.GetEpsilon();
+  enableRelearn = control.GetEnableRelearn();
+
+  try {
+    if (ReportOutOfMemory([this] { return prepare(); })) learn();
+  } catch (...) {
+    forgetModel();
+    throw;
+  }
+}
+
+bool PcaAnalyzer::isWithinLimits(unsigned int components, unsigned int capacity) {
+  return capacity <= MostExamples && (std::size_t{components} + 1) * capacity <= MostEntries;
+}
+
+void PcaAnalyzer::checkCapacity(std::size_t capacity) const {
+  if (examples.size() > capacity) throw OutOfBoundsException(8, toIndex(examples.size() - 1), toIndex(capacity));
+}
+
+void PcaAnalyzer::allocate() {
+  if (!isWithinLimits(dimension, maxExamples)) throw BaseException(5);
+  gramRowSums.resize(maxExamples);
+  eigenValues.resize(vectorCount());
+  gram.resize(maxExamples);
+  eigenVectors.resize(vectorCount());
+}
+
+void PcaAnalyzer::deallocate() {
+  gramRowSums = {};
+  eigenValues = {};
+  gram = {};
+  eigenVectors = {};
+}
+
+void PcaAnalyzer::forgetModel() {
+  deallocate();
+  exampleCount = 0;
+}
+
+// Not so after a learning that was refused, which leaves vectors without entries.
+bool PcaAnalyzer::hasModel() const {
+  return std::any_of(eigenVectors.begin(), eigenVectors.end(), [](auto const& vector) { return !vector.empty(); });
+}
+
+bool PcaAnalyzer::hasGramRow(std::size_t index) const {
+  return index < gram.size() && gram[index].size() > index;
+}
+
+// The coordinates of one document after the other. Nothing is allocated per document but its result.
+class PcaAnalyzer::Projection {
+ public:
+  explicit Projection(PcaAnalyzer const& model)
+      : analyzer(model), products(model.examples.size()), coordinates(model.dimension) {}
+
+  /// Valid until the next call.
+  std::vector<float> const& Project(Representation const& document) {
+    double const inverse = 1.0 / analyzer.exampleCount;
+    multiplyWithExamples(document, inverse);
+    for (std::size_t i = 0; i < coordinates.size(); ++i) {
+      // A product with a vector of zeros wouldn't do: what `dot` gave may be infinite.
+      bool const vanished = !detail::IsPositive(analyzer.eigenValues[i]);
+      double const sum =
+          vanished ? 0.0 : detail::InnerProduct(products.data(), analyzer.eigenVectors[i].data(), products.size());
+      coordinates[i] = static_cast<float>(inverse * sum);
+    }
+    return coordinates;
+  }
+
+ private:
+  // The row of the centred Gram matrix that the document would have; 0 for examples that aren't active.
+  void multiplyWithExamples(Representation const& document, double inverse) {
+    double total = 0.0;
+    for (std::size_t j = 0; j < products.size(); ++j) {
+      if (analyzer.activity[j] <= 0) continue;
+      products[j] = analyzer.examples[j] ? document.dot(*analyzer.examples[j]) : 0.0;
+      total += products[j];
+    }
+    for (std::size_t j = 0; j < products.size(); ++j) {
+      if (analyzer.activity[j] <= 0) continue;
+      products[j] -= (total + analyzer.gramRowSums[j] - inverse * analyzer.gramTotal) * inverse;
+    }
+  }
+
+  PcaAnalyzer const& analyzer;
+  std::vector<double> products;    // one per example
+  std::vector<float> coordinates;  // one per component
+};
+
+void PcaAnalyzer::project(Node* node) {
+  if (exampleCount == 0 || !hasModel()) return;
+  checkReach();
+  auto projection = ReportOutOfMemory([this] { return Projection(*this); });
+  detail::WalkDocuments(node, [&](DocumentNode& document) {
+    Representation const* const representation = document.GetRepresentation(representationTag);
+    if (representation && representation->IsValid()) {
+      replaceResult(document, projection.Project(*representation));
+    }
+    return batch;
+  });
+}
+
+// The vectors have to be those of the components, and to hold a place for every example.
+void PcaAnalyzer::checkReach() const {
+  if (eigenVectors.size() < vectorCount())
+    throw OutOfBoundsException(8, toIndex(dimension), toIndex(eigenVectors.size()));
+  std::size_t reach = gramRowSums.size();
+  for (std::vector<double> const& vector : eigenVectors) reach = std::min(reach, vector.size());
+  if (examples.size() > reach) throw OutOfBoundsException(8, toIndex(examples.size() - 1), toIndex(reach));
+}
+
+void PcaAnalyzer::replaceResult(DocumentNode& document, std::vector<float> const& coordinates) const {
+  Ref<FullResult> result(FullResult::Create());
+  result->SetResults(coordinates);
+  result->SetTagId(resultTag.id);
+  if (Node* const former = document.RemoveRepresentation(resultTag)) former->Release();
+  document.AddRepresentation(result.Detach());
+}
+
+}  // namespace ZaM

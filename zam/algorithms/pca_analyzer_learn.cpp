@@ -1,0 +1,114 @@
+// Learning: the Gram matrix, the start vectors and the iteration.
+#include <cmath>
+#include <random>
+
+#include "zam/algorithms/eigen_iteration.h"
+#include "zam/algorithms/pca_analyzer.h"
+#include "zam/foundation/create_counted.h"
+
+namespace ZaM {
+
+namespace {
+
+// A fixed generator, so that every learning starts alike. Its numbers lie in 0..32767.
+class StartNumbers {
+ public:
+  unsigned int Next() { return static_cast<unsigned int>(generator() >> 8U) & 0x7FFFU; }
+
+ private:
+  std::minstd_rand generator{764321};
+};
+
+}  // namespace
+
+bool PcaAnalyzer::prepare() {
+  deallocate();
+  allocate();
+  exampleCount = static_cast<unsigned int>(examples.size());
+  constexpr unsigned int FewestExamples = 4;
+  if (exampleCount < FewestExamples) return false;
+  makeGram();
+  makeStartVectors();
+  return true;
+}
+
+// All examples take part, whatever their activity.
+void PcaAnalyzer::makeGram() {
+  for (std::size_t i = 0; i < examples.size(); ++i) {
+    gram[i].resize(i + 1);
+    for (std::size_t j = 0; j <= i; ++j) gram[i][j] = gramEntry(i, j);
+  }
+  gramTotal = 0.0;
+  for (std::size_t i = 0; i < examples.size(); ++i) {
+    for (std::size_t j = 0; j < i; ++j) {
+      gramRowSums[i] += gram[i][j];
+      gramRowSums[j] += gram[i][j];
+    }
+    gramRowSums[i] += gram[i][i];
+  }
+  for (double const sum : gramRowSums) gramTotal += sum;
+}
+
+double PcaAnalyzer::gramEntry(std::size_t left, std::size_t right) const {
+  return examples[left] && examples[right] ? examples[left]->dot(*examples[right]) : 0.0;
+}
+
+// One vector of random numbers and cosines of rising frequency, all in the scale of the first.
+void PcaAnalyzer::makeStartVectors() {
+  constexpr double RandomScale = 32768.0;
+  constexpr double FullCircle = 6.283185307179586;
+  for (std::vector<double>& vector : eigenVectors) vector.assign(maxExamples, 0.0);
+
+  StartNumbers numbers;
+  std::size_t const count = examples.size();
+  std::vector<double>& random = eigenVectors.front();
+  double squaredLength = 0.0;
+  for (std::size_t j = 0; j < count; ++j) {
+    random[j] = numbers.Next() / RandomScale;
+    squaredLength += random[j] * random[j];
+  }
+  double const scale = 1.0 / std::sqrt(squaredLength);
+  for (std::size_t j = 0; j < count; ++j) random[j] *= scale;
+
+  double const step = FullCircle / static_cast<double>(count);
+  for (std::size_t i = 1; i < eigenVectors.size(); ++i) {
+    double const frequency = static_cast<double>(i) * step;
+    for (std::size_t j = 0; j < count; ++j) {
+      eigenVectors[i][j] = std::cos(frequency * static_cast<double>(j)) * scale;
+    }
+  }
+}
+
+// Iterates from the vectors at hand. They change when everything that can fail is done.
+void PcaAnalyzer::learn() {
+  ReportOutOfMemory([this] {
+    for (std::vector<double>& vector : eigenVectors) vector.resize(maxExamples);
+    detail::EigenIteration iteration({.lowerTriangle = gram,
+                                      .rowSums = gramRowSums,
+                                      .total = gramTotal,
+                                      .exampleCount = static_cast<double>(exampleCount)},
+                                     activity, vectorCount());
+    iteration.LoadVectors(eigenVectors);
+    constexpr unsigned int MostPasses = 1000;  // where no limit was set, which might be never to converge
+    iteration.Run(epsilon, maxIterations == 0 ? MostPasses : maxIterations);
+
+    iteration.StoreVectors(eigenVectors);
+    for (std::size_t i = 0; i < vectorCount(); ++i) {
+      eigenValues[i] = iteration.Eigenvalue(i);
+      scaleVector(i);
+    }
+  });
+}
+
+// The squared length of a vector becomes sqrt(n) / eigenvalue, so that a projection needs no factor of its own.
+void PcaAnalyzer::scaleVector(std::size_t index) {
+  double const eigenvalue = eigenValues[index];
+  bool const vanished = !detail::IsPositive(eigenvalue);
+  double const factor = vanished ? 0.0 : std::sqrt(std::sqrt(static_cast<double>(exampleCount)) / eigenvalue);
+  for (std::size_t j = 0; j < examples.size(); ++j) {
+    double& entry = eigenVectors[index][j];
+    entry = vanished ? 0.0 : entry * factor;
+  }
+}
+
+}  // namespace ZaM

@@ -1,0 +1,170 @@
+// Insertion and removal of examples.
+#include <algorithm>
+
+#include "zam/algorithms/pca_analyzer.h"
+#include "zam/foundation/create_counted.h"
+#include "zam/foundation/exceptions.h"
+
+namespace ZaM {
+
+namespace {
+
+constexpr std::int8_t ToRemove = -1;
+
+}  // namespace
+
+// The sums of a model, to go back to when nothing can be learned from changed ones.
+struct PcaAnalyzer::Sums {
+  std::vector<std::int8_t> activity;
+  std::vector<double> gramRowSums;
+  double gramTotal;
+  unsigned int exampleCount;
+};
+
+PcaAnalyzer::Sums PcaAnalyzer::copySums() const {
+  return ReportOutOfMemory([this] { return Sums{activity, gramRowSums, gramTotal, exampleCount}; });
+}
+
+void PcaAnalyzer::restoreSums(Sums& former) {
+  activity.swap(former.activity);
+  gramRowSums.swap(former.gramRowSums);
+  gramTotal = former.gramTotal;
+  exampleCount = former.exampleCount;
+}
+
+void PcaAnalyzer::insert() {
+  checkChange(false);
+  bool const hadModel = hasModel();
+  Sums former = copySums();
+  try {
+    ReportOutOfMemory([&] {
+      if (!prepareInsert()) return;
+      if (!hadModel) makeStartVectors();
+      learn();
+    });
+  } catch (...) {
+    restoreSums(former);
+    if (!hadModel) deallocate();
+    for (std::size_t i = 0; i < gram.size() && i < examples.size(); ++i) {
+      if (isNew(i)) forgetGram(i);
+    }
+    throw;
+  }
+}
+
+void PcaAnalyzer::remove() {
+  checkChange(true);
+  Sums former = copySums();
+  try {
+    ReportOutOfMemory([this] {
+      allocate();
+      if (prepareRemove()) learn();
+    });
+  } catch (...) {
+    restoreSums(former);
+    throw;
+  }
+}
+
+// Refuses a change for which the model has no room or lacks rows of its Gram matrix. A run without a marked example
+// has nothing to change.
+void PcaAnalyzer::checkChange(bool removing) const {
+  bool marked = false;
+  bool complete = true;
+  for (std::size_t i = 0; i < examples.size(); ++i) {
+    bool const leaves = removing && activity[i] == ToRemove;
+    marked = marked || leaves || (!removing && isNew(i));
+    complete = complete && (hasGramRow(i) || !(activity[i] > 0 || leaves));
+  }
+  if (!marked) return;
+  checkCapacity(maxExamples);
+  if (!complete) throw BaseException(53, u"Gram matrix of the examples");
+}
+
+bool PcaAnalyzer::prepareInsert() {
+  if (!hasModel()) gramTotal = 0.0;
+  allocate();
+  // From the last to the first: the row of a later one has to have its size before an earlier one writes into it.
+  for (std::size_t i = examples.size(); i-- > 0;) {
+    if (isNew(i)) makeNewGram(i);
+  }
+
+  unsigned int inserted = 0;
+  exampleCount = 0;
+  for (std::size_t i = 0; i < examples.size(); ++i) {
+    if (activity[i] >= 0) ++exampleCount;
+    if (!isNew(i)) continue;
+    insertIntoSums(i);
+    ++inserted;
+  }
+  return inserted != 0;
+}
+
+// Pairs of two new examples are computed twice. An example that keeps its place free has no row.
+void PcaAnalyzer::makeNewGram(std::size_t index) {
+  if (!hasGramRow(index)) gram[index].resize(index + 1);
+  for (std::size_t j = 0; j <= index; ++j) {
+    if (activity[j] >= 0) gram[index][j] = gramEntry(index, j);
+  }
+  for (std::size_t j = index + 1; j < examples.size(); ++j) {
+    if (activity[j] >= 0 && hasGramRow(j)) gram[j][index] = gramEntry(index, j);
+  }
+}
+
+// A removal would take entries of an example that didn't come in for a part of the model.
+void PcaAnalyzer::forgetGram(std::size_t index) {
+  std::fill(gram[index].begin(), gram[index].end(), 0.0);
+  for (std::size_t j = index + 1; j < examples.size(); ++j) {
+    if (hasGramRow(j)) gram[j][index] = 0.0;
+  }
+}
+
+void PcaAnalyzer::insertIntoSums(std::size_t index) {
+  double sum = 0.0;
+  for (std::size_t j = 0; j < index; ++j) {
+    if (activity[j] <= 0) continue;
+    sum += gram[index][j];
+    gramRowSums[j] += gram[index][j];
+  }
+  sum += gram[index][index];
+  for (std::size_t j = index + 1; j < examples.size(); ++j) {
+    if (activity[j] <= 0) continue;
+    sum += gram[j][index];
+    gramRowSums[j] += gram[j][index];
+  }
+  gramRowSums[index] = sum;
+  gramTotal += 2.0 * sum - gram[index][index];
+  activity[index] = 1;  // so that a later new example finds this one in the model
+}
+
+bool PcaAnalyzer::prepareRemove() {
+  unsigned int removed = 0;
+  exampleCount = 0;
+  for (std::size_t i = 0; i < examples.size(); ++i) {
+    if (activity[i] >= 0) ++exampleCount;
+    if (activity[i] != ToRemove) continue;
+    removeFromSums(i);
+    ++removed;
+  }
+  return removed != 0;
+}
+
+// A pair of two examples that leave together goes with the earlier one: the later one is still a partner of it, while
+// the earlier one isn't of the later any more. Examples below -1 have left before, and their pairs with them.
+void PcaAnalyzer::removeFromSums(std::size_t index) {
+  double sum = 0.0;
+  for (std::size_t j = 0; j < index; ++j) {
+    if (activity[j] <= 0) continue;
+    gramRowSums[j] -= gram[index][j];
+    sum += gram[index][j];
+  }
+  for (std::size_t j = index + 1; j < examples.size(); ++j) {
+    if (activity[j] < ToRemove || !hasGramRow(j)) continue;
+    gramRowSums[j] -= gram[j][index];
+    sum += gram[j][index];
+  }
+  gramTotal -= 2.0 * sum + gram[index][index];
+  gramRowSums[index] = 0.0;
+}
+
+}  // namespace ZaM

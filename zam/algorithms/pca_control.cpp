@@ -1,0 +1,7 @@
+#include "zam/algorithms/pca_control.h"
+
+namespace ZaM {
+
+PcaControl::~PcaControl() = default;
+
+}  // namespace ZaM
