@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <utility>
 
 #include "tests/support/probe_nodes.h"
 #include "zam/zam.h"
@@ -114,6 +115,34 @@ TEST(AnalyzerTest, LivesByItsCountWhichACopyTakesOver) {
   EXPECT_EQ(analyzer->Release(), 1);
   EXPECT_EQ(analyzer->Release(), 0);
   EXPECT_EQ(ends, 2);
+}
+
+TEST(CacheTest, LivesByItsCountAndStoresNothingInTheBase) {
+  struct Store : Cache {
+    explicit Store(bool* flag) : ended(flag) {}
+    Store(Store const&) = default;
+    ~Store() override { *ended = true; }
+    bool* ended;
+  };
+  bool ended = false;
+  Cache* const cache = new Store(&ended);
+  EXPECT_FALSE(cache->Open() || cache->Close() || cache->Flush() || cache->DeleteFiles() || cache->GetModified());
+  // Literals find the overload that is meant.
+  Ref const node(ProbeNode::Create("node"));
+  EXPECT_FALSE(cache->Save(0, node.Get()) || cache->ItemExists(0) || cache->Load(0, node.Get()));
+  EXPECT_FALSE(cache->Save(u"key", node.Get()) || cache->ItemExists(u"key") || cache->Load(u"key", node.Get()));
+  EXPECT_EQ(cache->GetStringHash(u"key"), 0U);
+  EXPECT_EQ(cache->GetDocumentCount(), 0);
+  EXPECT_EQ(cache->AddRefCount(), 1);
+  EXPECT_EQ(cache->AddRefCount(), 2);
+  Cache* const copy = new Store(static_cast<Store&>(*cache));
+  EXPECT_EQ(copy->Release(), 1);
+  EXPECT_EQ(copy->Release(), 0);
+  EXPECT_TRUE(std::exchange(ended, false));
+  EXPECT_EQ(cache->Release(), 1);
+  EXPECT_EQ(cache->Release(), 0);
+  EXPECT_TRUE(ended);
+  EXPECT_EQ((new Store(&ended))->Release(), -1);
 }
 
 TEST(ContractsTest, AnswerNothingInTheBase) {
