@@ -1,0 +1,7 @@
+#include "zam/results/external_rep_factory.h"
+
+namespace ZaM {
+
+ExternalRepFactory::~ExternalRepFactory() = default;
+
+}  // namespace ZaM
