@@ -14,6 +14,9 @@ inline ZaM::RepTag ClassTag() {
 inline ZaM::RepTag DocumentTag() {
   return ZaM::SetRepTag("Word");
 }
+inline ZaM::RepTag PointTag() {
+  return ZaM::SetRepTag("Pont");
+}
 inline ZaM::RepTag ResultTag() {
   return ZaM::SetRepTag("Rslt");
 }

@@ -12,4 +12,18 @@ WordVector* WordVector::Create(std::vector<WeightedTerm> terms) {
 
 WordVector::WordVector(std::vector<WeightedTerm> given) : Representation(DocumentTag()), terms(std::move(given)) {}
 
+double WordVector::dot(ZaM::Representation const& other) const {
+  std::vector<WeightedTerm> const& others = static_cast<WordVector const&>(other).terms;
+  double sum = 0.0;
+  auto theirs = others.begin();
+  for (auto mine = terms.begin(); mine != terms.end() && theirs != others.end();) {
+    if (mine->index == theirs->index) sum += static_cast<double>(mine->weight) * static_cast<double>(theirs->weight);
+    bool const behind = mine->index <= theirs->index;
+    bool const ahead = mine->index >= theirs->index;
+    mine += behind;
+    theirs += ahead;
+  }
+  return sum;
+}
+
 }  // namespace classify

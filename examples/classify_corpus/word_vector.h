@@ -25,6 +25,10 @@ class WordVector : public ZaM::Node, public ZaM::Representation {
  public:
   static WordVector* Create(std::vector<WeightedTerm> terms);
 
+  /// The cosine of the angle between two documents over the same vocabulary: 1 for equal ones, 0 for those without a
+  /// common term. `other` is a WordVector.
+  double dot(ZaM::Representation const& other) const override;
+
   bool IsValid() const override { return !terms.empty(); }
   std::span<WeightedTerm const> Terms() const { return terms; }
 

@@ -1,0 +1,139 @@
+#include "plane.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <fstream>
+#include <map>
+#include <system_error>
+#include <utility>
+
+#include "run_error.h"
+#include "tags.h"
+#include "utf8.h"
+
+namespace classify {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr unsigned int Dimensions = 2;
+
+using Fingerprint = std::array<char, 8>;
+
+Fingerprint Bytes(std::uint64_t number) {
+  Fingerprint bytes;
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(number >> (8 * i));
+  return bytes;
+}
+
+// FNV-1a over 64 bits, with its authors' constants.
+class Hash {
+ public:
+  void Add(std::uint64_t number) {
+    for (char const byte : Bytes(number)) value = (value ^ static_cast<unsigned char>(byte)) * 0x100000001B3U;
+  }
+  void Add(std::string const& text) {
+    for (char const byte : text) value = (value ^ static_cast<unsigned char>(byte)) * 0x100000001B3U;
+    Add(text.size());
+  }
+  std::uint64_t Value() const { return value; }
+
+ private:
+  std::uint64_t value = 0xCBF29CE484222325U;
+};
+
+}  // namespace
+
+Plane::Plane(std::vector<PlaneExample> documents) {
+  std::map<unsigned int, std::vector<PlaneExample>> byClass;
+  for (PlaneExample& document : documents) {
+    if (document.words->IsValid()) byClass[document.classId].push_back(std::move(document));
+  }
+  std::size_t const share = std::max<std::size_t>(MostExamples / std::max<std::size_t>(byClass.size(), 1), 1);
+  for (auto& [classId, members] : byClass) {
+    std::size_t const count = std::min({share, members.size(), MostExamples - examples.size()});
+    for (std::size_t i = 0; i < count; ++i) examples.push_back(members[i * members.size() / count]);
+  }
+}
+
+void Plane::LearnOrLoad(fs::path const& model) {
+  if (!model.empty() && fs::exists(model)) return load(model);
+  constexpr std::size_t FewestExamples = 4;
+  if (examples.size() < FewestExamples) throw RunError{"there are too few documents to learn a map from"};
+  ZaM::PcaControl control;
+  supplyExamples(control);
+  control.SetDoLearn(true);
+  control.SetDimension(Dimensions);
+  control.SetMaxExamples(MostExamples);
+  analyzer.DoAlgorithm(&control);
+  if (!model.empty()) save(model);
+}
+
+void Plane::supplyExamples(ZaM::PcaControl& control) const {
+  std::vector<ZaM::Representation*> representations;
+  for (PlaneExample const& example : examples) representations.push_back(example.words.Get());
+  control.SetDoExamples(true);
+  control.SetExampleVector(representations);
+  control.SetActivityVector(std::vector<std::int8_t>(representations.size(), 1));
+}
+
+void Plane::load(fs::path const& model) {
+  std::ifstream file(model, std::ios::binary);
+  Fingerprint stored;
+  if (!analyzer.Load(&file) || !file.read(stored.data(), stored.size()))
+    throw RunError{"can't read " + Printable(model.native()) + ": it isn't a whole model"};
+  if (stored != Bytes(fingerprint()))
+    throw RunError{"can't use " + Printable(model.native()) + ": it was learned from other documents or settings"};
+  ZaM::PcaControl control;
+  supplyExamples(control);
+  analyzer.DoAlgorithm(&control);
+}
+
+void Plane::save(fs::path const& model) {
+  fs::path part = model;
+  part += ".part";
+  std::ofstream file(part, std::ios::binary);
+  Fingerprint const bytes = Bytes(fingerprint());
+  bool written = analyzer.Save(&file);
+  file.write(bytes.data(), bytes.size());
+  file.close();
+  written = written && !file.fail();
+  std::error_code error;
+  if (written) fs::rename(part, model, error);
+  if (written && !error) return;
+  fs::remove(part, error);
+  throw RunError{"can't write " + Printable(model.native())};
+}
+
+std::uint64_t Plane::fingerprint() const {
+  Hash hash;
+  for (PlaneExample const& example : examples) {
+    hash.Add(example.name);
+    hash.Add(example.classId);
+    for (auto const& [index, weight] : example.words->Terms()) {
+      hash.Add(index);
+      hash.Add(std::bit_cast<std::uint32_t>(weight));
+    }
+  }
+  return hash.Value();
+}
+
+void Plane::Project(ZaM::DocumentNode& documents) {
+  ZaM::PcaControl control;
+  control.SetDoProject(true);
+  control.SetSourceNode(&documents);
+  control.SetRepresentationTag(DocumentTag());
+  control.SetResultTag(PointTag());
+  analyzer.DoAlgorithm(&control);
+}
+
+std::optional<PlanePoint> Plane::PointOf(ZaM::DocumentNode& document) {
+  auto* const point = dynamic_cast<ZaM::FullResult*>(document.GetRepresentation(PointTag()));
+  if (!point) return std::nullopt;
+  return PlanePoint{point->GetResult(0), point->GetResult(1)};
+}
+
+}  // namespace classify

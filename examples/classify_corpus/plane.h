@@ -1,0 +1,67 @@
+// The plane on which documents are drawn as points.
+#ifndef CLASSIFY_CORPUS_PLANE_H
+#define CLASSIFY_CORPUS_PLANE_H
+
+#include <zam/zam.h>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "word_vector.h"
+
+namespace classify {
+
+/// A training document, for the plane.
+struct PlaneExample {
+  ZaM::Ref<WordVector> words;
+  unsigned int classId;
+  std::string name;  // the path below the corpus
+};
+
+struct PlanePoint {
+  float x;
+  float y;
+};
+
+/// The two directions in which training documents differ most: their first two principal components.
+///
+/// So that large classes don't decide alone, it is learned from the same number of documents of each class, as far as
+/// these have so many, `MostExamples` in all. They are spread evenly over those of the class.
+///
+/// A model file holds the plane's numbers, and behind them the hash of what it was learned from: documents and their
+/// vectors. It fits no other documents.
+class Plane {
+ public:
+  static constexpr std::size_t MostExamples = 1000;
+
+  /// Chooses the examples; documents without a known word are left out.
+  explicit Plane(std::vector<PlaneExample> documents);
+
+  /// Takes the plane from `model` if there is such a file; else learns it, and writes the file unless its name is
+  /// empty. Throws RunError if there are fewer than four examples, or if the file can't be written, isn't a plane, or
+  /// is one of other documents.
+  void LearnOrLoad(std::filesystem::path const& model);
+
+  /// Leaves a point on each document of the tree that has a word vector.
+  void Project(ZaM::DocumentNode& documents);
+
+  /// The point that a document was given; nothing if it has none.
+  static std::optional<PlanePoint> PointOf(ZaM::DocumentNode& document);
+
+  std::size_t ExampleCount() const { return examples.size(); }
+
+ private:
+  void supplyExamples(ZaM::PcaControl& control) const;
+  void load(std::filesystem::path const& model);
+  void save(std::filesystem::path const& model);
+  std::uint64_t fingerprint() const;
+
+  std::vector<PlaneExample> examples;
+  ZaM::PcaAnalyzer analyzer;
+};
+
+}  // namespace classify
+
+#endif

@@ -1,0 +1,25 @@
+// The picture of documents as points on a plane.
+#ifndef CLASSIFY_CORPUS_PLANE_MAP_H
+#define CLASSIFY_CORPUS_PLANE_MAP_H
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "plane.h"
+
+namespace classify {
+
+struct MapPoint {
+  unsigned int classId;
+  PlanePoint place;
+};
+
+/// Draws the points coloured by class, the name of each class in the middle of its points, and a legend with how many
+/// they are. Throws RunError if there is nothing to draw, or as `DrawPicture` does.
+void DrawMap(std::filesystem::path const& target, std::string const& title, std::vector<MapPoint> const& points,
+             std::vector<std::string> const& classNames);
+
+}  // namespace classify
+
+#endif
