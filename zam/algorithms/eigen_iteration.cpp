@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <utility>
 
 namespace ZaM::detail {
 
@@ -18,7 +19,8 @@ EigenIteration::EigenIteration(CentredGram const& matrix, std::vector<std::int8_
   }
   length = order.size();
   count = std::min(vectorCount, length);
-  std::stable_sort(order.begin(), order.end(), [&](auto a, auto b) { return activity[a] < activity[b]; });
+  std::sort(order.begin(), order.end(),
+            [&](auto a, auto b) { return std::pair(activity[a], a) < std::pair(activity[b], b); });
 
   std::int8_t former = 0;
   for (std::size_t const example : order) {
