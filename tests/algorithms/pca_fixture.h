@@ -72,9 +72,12 @@ class PcaFixture : public ::testing::Test {
   }
 
   void RunSteps(std::vector<Step> const& steps) {
+    SetSteps(steps);
+    analyzer.DoAlgorithm(&control);
+  }
+  void SetSteps(std::vector<Step> const& steps) {
     for (Step const step : {examplesStep, learnStep, insertStep, removeStep, projectStep}) (control.*step)(false);
     for (Step const step : steps) (control.*step)(true);
-    analyzer.DoAlgorithm(&control);
   }
 
   void Learn(std::vector<Vector> const& points) {
