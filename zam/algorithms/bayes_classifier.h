@@ -54,6 +54,7 @@ class ZAM_EXPORT BayesClassifier : public Algorithm {
   BayesClassifier() = default;
   BayesClassifier(BayesClassifier const&) = default;
   BayesClassifier(BayesClassifier&&) = default;
+  /// Member by member; changes nothing when memory runs out.
   BayesClassifier& operator=(BayesClassifier const& other);
   BayesClassifier& operator=(BayesClassifier&&) = default;
   ~BayesClassifier() override;

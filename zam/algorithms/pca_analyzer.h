@@ -72,6 +72,7 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
   PcaAnalyzer() = default;
   PcaAnalyzer(PcaAnalyzer const&) = default;
   PcaAnalyzer(PcaAnalyzer&&) = default;
+  /// Member by member; changes nothing when memory runs out.
   PcaAnalyzer& operator=(PcaAnalyzer const& other);
   PcaAnalyzer& operator=(PcaAnalyzer&&) = default;
   ~PcaAnalyzer() override;

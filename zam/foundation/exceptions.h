@@ -33,6 +33,7 @@ namespace ZaM {
 ///          to end before the process does or unloads the library, which frees the language satellite.
 class ZAM_EXPORT BaseException {
  public:
+  /// Without a detail.
   explicit BaseException(std::int32_t id) : errorId(id) {}
 
   /// `message` is the detail that the sentence of `id` names: an argument, a path, a method, the cause.
@@ -46,6 +47,7 @@ class ZAM_EXPORT BaseException {
   /// A number without a case gives "ZaM exception number …". Empty where there is no memory even for the sentence.
   [[nodiscard]] virtual const wstring GetErrorDescription() const;
 
+  /// The number, which decides on the sentence.
   [[nodiscard]] std::int32_t GetErrorId() const { return errorId; }
 
  private:
@@ -63,6 +65,7 @@ class ZAM_EXPORT OutOfBoundsException : public BaseException {
   /// Names the index and the greatest one allowed, which is -1 where there are no elements. At most 127 units.
   [[nodiscard]] const wstring GetErrorDescription() const override;
 
+  /// The two indices, as they were given.
   [[nodiscard]] std::int32_t GetCurrentIndex() const { return current; }
   [[nodiscard]] std::int32_t GetMaxIndex() const { return bound; }
 
@@ -93,6 +96,7 @@ class ZAM_EXPORT XMLFormatException : public BaseException {
 ///          sentence with the number and the path.
 class ZAM_EXPORT FileIOException : public BaseException {
  public:
+  /// The sentence names `pathName`; without it, an empty path.
   explicit FileIOException(std::int32_t id) : BaseException(id) {}
   FileIOException(std::int32_t id, wstring const& pathName) : BaseException(id), path(pathName) {}
 
@@ -112,6 +116,7 @@ class ZAM_EXPORT FileIOException : public BaseException {
 ///          "ZaM exception number …".
 class ZAM_EXPORT UserCanceledException : public BaseException {
  public:
+  /// `id` says what was cancelled.
   explicit UserCanceledException(std::int32_t id) : BaseException(id) {}
 
   /// Says what was cancelled.
@@ -149,6 +154,7 @@ class ZAM_EXPORT CollectionException : public BaseException {
 ///          characters. Any other gives "Unknown XML error.".
 class ZAM_EXPORT XmlException : public BaseException {
  public:
+  /// `id` says what the state doesn't allow.
   explicit XmlException(std::int32_t id) : BaseException(id) {}
 
   /// `message` is kept, but no sentence shows it.

@@ -31,6 +31,7 @@ template <class T>
 class Ref {
  public:
   Ref() = default;
+  /// An empty handle.
   Ref(std::nullptr_t) {}
 
   /// Adopts the reference that the caller holds, such as the one from `Create`; the count doesn't change.
@@ -42,6 +43,7 @@ class Ref {
     return Ref(shared);
   }
 
+  /// A copy takes a reference of its own; moving leaves `other` empty.
   Ref(Ref const& other) : Ref(Share(other.object)) {}
   Ref(Ref&& other) noexcept : object(other.Detach()) {}
   template <class U>
@@ -49,6 +51,7 @@ class Ref {
   template <class U>
   requires std::convertible_to<U*, T*> Ref(Ref<U>&& other)
   noexcept : object(other.Detach()) {}
+  /// Gives the former object's reference back.
   Ref& operator=(Ref other) noexcept {
     std::swap(object, other.object);
     return *this;
@@ -60,14 +63,19 @@ class Ref {
   /// Gives the reference up without releasing it: for `AddChild`, `AddRepresentation` and whoever else takes it over.
   [[nodiscard]] T* Detach() noexcept { return std::exchange(object, nullptr); }
 
+  /// The object, which stays this handle's; null for an empty one.
   [[nodiscard]] T* Get() const noexcept { return object; }
   T* operator->() const noexcept { return object; }
   T& operator*() const noexcept { return *object; }
   explicit operator bool() const noexcept { return object != nullptr; }
+
+  /// Whether it is the same object.
   template <class U>
   bool operator==(Ref<U> const& other) const noexcept {
     return object == other.Get();
   }
+
+  /// Whether it is the same object.
   template <class U>
   bool operator==(U* other) const noexcept {
     return object == other;

@@ -31,11 +31,13 @@ class ZAM_EXPORT stringhash {
   /// The number doesn't matter.
   stringhash(unsigned int) {}
 
+  /// The hash of all bytes.
   std::uint32_t GetStringHash(std::string const& text) const;
 
   /// The hash of `length` bytes; null is fine for none.
   std::uint32_t GetStringHash(std::uint32_t length, char const* text) const;
 
+  /// The hash of all 16-bit units.
   std::uint32_t GetStringHashW(wstring const& text) const;
 
   /// The hash of `length` 16-bit units; null is fine for none.

@@ -37,8 +37,10 @@ class ZAM_EXPORT Analyzer {
   /// Reads what `Save` has written; returns whether that succeeded. False in the base.
   virtual bool Load(std::basic_istream<char>* stream);
 
+  /// The tag of what the analyser produces.
   RepTag GetResultRepTag() { return resultTag; }
   void SetResultRepTag(RepTag tag) { resultTag = tag; }
+  /// The tag of the representation that it works on.
   RepTag GetInternalRepTag() { return internalTag; }
   void SetInternalRepTag(RepTag tag) { internalTag = tag; }
 

@@ -36,13 +36,16 @@ class ZAM_EXPORT CallBack {
   /// Moves the current value on by `step`, modulo 2³², and then the maximum where it is exceeded.
   virtual void Increment(unsigned int step, bool* stop);
 
+  /// The flag of the derived class. No algorithm of the library asks for it.
   virtual bool GetCancel();
+  /// How far the work has come: the current value is never above the maximum.
   virtual unsigned int GetCurrent();
   virtual unsigned int GetMaximum();
+  /// What is being done, in words.
   virtual wstring const& GetStatus() const;
 
  protected:
-  bool cancel = false;  // for derived classes, which alone can change it
+  bool cancel = false;  ///< For derived classes, which alone can change it.
 
  private:
   unsigned int current = 0;  // never above maximum

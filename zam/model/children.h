@@ -19,21 +19,28 @@ namespace ZaM {
 /// as it stands.
 class Children {
  public:
+  /// Takes an iterator from `parent`, which has to outlive the range.
   explicit Children(Composite& parent) : walk(parent.CreateIterator()) {}
 
   /// The place of a walk; at the end when it equals `std::default_sentinel`.
   class Place {
    public:
+    /// What `std::input_iterator` asks for.
     using value_type = Node*;
     using difference_type = std::ptrdiff_t;
 
+    /// Where `walked` stands.
     explicit Place(Iterator* walked) : walk(walked) {}
+    /// The child, without a reference of its own.
     Node* operator*() const { return walk->Current(); }
+    /// Goes one child on.
     Place& operator++() {
       walk->Next();
       return *this;
     }
+    /// Goes one child on.
     void operator++(int) { walk->Next(); }
+    /// Whether the walk is over.
     friend bool operator==(Place const& place, std::default_sentinel_t /*end*/) {
       return !place.walk || place.walk->Done();
     }
@@ -42,10 +49,12 @@ class Children {
     Iterator* walk;  // null for an empty range
   };
 
+  /// Starts the walk anew.
   Place begin() const {
     if (walk) walk->Start();
     return Place(walk.get());
   }
+  /// The end of any walk.
   static std::default_sentinel_t end() { return std::default_sentinel; }
 
  private:

@@ -47,6 +47,7 @@ class ZAM_EXPORT DocumentNode : public Composite {
   unsigned int ChildCount() const override;
   Iterator* CreateIterator() override;
 
+  /// The class of the node; 0 means none.
   unsigned int GetClassId() const { return classId; }
   void SetClassId(unsigned int id) { classId = id; }
 

@@ -19,7 +19,9 @@ namespace ZaM {
 class ZAM_EXPORT NodeId {
  public:
   NodeId() = default;
+  /// Without a number.
   NodeId(NodeId const& /*other*/) noexcept {}
+  /// Keeps its own number.
   NodeId& operator=(NodeId const& /*other*/) noexcept { return *this; }
   ~NodeId() {
     if (value != 0) giveBack(value);

@@ -23,9 +23,11 @@ class ZAM_EXPORT Representation {
  public:
   /// Four characters, not terminated, overlaid by one number in the machine's byte order. Tags are compared by `id`.
   union RepTag {
+    /// The characters, and the number that they are in the machine's byte order.
     char name[4];
     std::int32_t id;
 
+    /// By `id`.
     friend constexpr bool operator==(RepTag const& a, RepTag const& b) { return a.id == b.id; }
   };
 
@@ -35,6 +37,7 @@ class ZAM_EXPORT Representation {
 
   /// Under the default tag.
   Representation() : tag(DefaultTag) {}
+  /// Under this tag.
   Representation(RepTag const& given) : tag(given) {}
   Representation(Representation const&) = default;
   Representation& operator=(Representation const&) = default;
@@ -67,6 +70,7 @@ class ZAM_EXPORT Representation {
   /// Reads the content; returns whether that succeeded. The base returns false.
   virtual bool Load(std::basic_istream<char>* stream);
 
+  /// The tag as a number; any is accepted.
   int GetTagId() const { return tag.id; }
   void SetTagId(int id) { tag.id = id; }
 
@@ -80,6 +84,7 @@ class ZAM_EXPORT Representation {
   RepTag tag;
 };
 
+/// A tag by its short name.
 using RepTag = Representation::RepTag;
 
 /// The four bytes of `name` as a tag, whatever they are. A name of any other length gives the tag "Dflt".

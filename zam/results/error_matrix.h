@@ -41,6 +41,7 @@ class ZAM_EXPORT ErrorMatrix : public Node, public Representation {
   static ErrorMatrix* Create(unsigned int classes);
 
   ErrorMatrix(ErrorMatrix const&) = default;
+  /// Member by member; changes nothing when memory runs out.
   ErrorMatrix& operator=(ErrorMatrix const& other);
 
   /// Counts one document. Nothing is counted if one of the ids isn't below the number of classes.

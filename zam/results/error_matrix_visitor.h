@@ -39,9 +39,11 @@ class ZAM_EXPORT ErrorMatrixVisitor : public Visitor {
   void DoVisit(Node* node) override;
   void DoVisit(DocumentNode* document);
 
+  /// Under which tag a document holds its result.
   void SetResultTag(RepTag const& tag) { resultTag = tag; }
   RepTag const& GetResultTag() const { return resultTag; }
 
+  /// Whether final classes decide instead of the thresholds.
   void SetUseFinalFlag(bool use) { useFinalFlag = use; }
   bool GetUseFinalFlag() const { return useFinalFlag; }
 

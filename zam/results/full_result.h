@@ -36,6 +36,7 @@ class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
   static FullResult* Create();
 
   FullResult(FullResult const&) = default;
+  /// Member by member; changes nothing when memory runs out.
   FullResult& operator=(FullResult const& other);
 
   /// Replaces the slots by `classCount` + 1 copies of `*item`, which may be one of the slots, or of a default item if

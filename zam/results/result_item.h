@@ -11,18 +11,22 @@ class IndexedResult {
  public:
   /// Sets class id and confidence, and puts the type back to `ResultTypeScored`.
   void Set(unsigned int classId, float confidence) { Set(classId, confidence, ResultTypeScored); }
+  /// Sets all three.
   void Set(unsigned int classId, float confidence, eResultType type) {
     index = classId;
     value = confidence;
     resType = type;
   }
 
+  /// The class id.
   void SetIndex(unsigned int classId) { index = classId; }
   unsigned int GetIndex() const { return index; }
 
+  /// The confidence.
   void SetValue(float confidence) { value = confidence; }
   float GetValue() const { return value; }
 
+  /// The type.
   void SetResType(eResultType type) { resType = type; }
   eResultType GetResType() const { return resType; }
 
@@ -35,14 +39,17 @@ class IndexedResult {
 /// One class's slot in a `FullResult`: confidence and type. The slot's position is the class id.
 class FullResultItem {
  public:
+  /// Sets both.
   void Set(float confidence, eResultType type) {
     value = confidence;
     resType = type;
   }
 
+  /// The confidence.
   void SetValue(float confidence) { value = confidence; }
   float GetValue() const { return value; }
 
+  /// The type.
   void SetResType(eResultType type) { resType = type; }
   eResultType GetResType() const { return resType; }
 

@@ -33,6 +33,7 @@ class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
   static SparseResult* Create();
 
   SparseResult(SparseResult const&) = default;
+  /// Member by member; changes nothing when memory runs out.
   SparseResult& operator=(SparseResult const& other);
 
   /// Replaces the list by a copy of `items`, as it stands. `items` may be the object's own list.

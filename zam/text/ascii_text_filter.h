@@ -75,11 +75,13 @@ class ZAM_EXPORT AsciiTextFilter : public TextFilter {
   /// 16: every symbol of a word lies from here to below `GetSymbolCount`.
   [[nodiscard]] std::uint32_t GetMinSymbol() const { return minSymbol; }
 
+  /// Whether digits are parts of words.
   [[nodiscard]] bool GetUseDigits() const { return useDigits; }
 
   /// Builds all tables anew: not a cheap call.
   void SetUseDigits(bool use);
 
+  /// The length from which a word counts, in symbols.
   [[nodiscard]] unsigned char GetMinWordLen() const { return minWordLen; }
   void SetMinWordLen(unsigned char length) { minWordLen = length; }
 

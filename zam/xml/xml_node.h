@@ -71,9 +71,13 @@ class ZAM_EXPORT XmlNode : public Composite, public XmlSaxCallback {
 
   /// False only for a node that was made with an empty name and no content, and for copies of it.
   bool IsInitialized() const { return initialized; }
+  /// The name of the element.
   wstring const& GetName() const { return name; }
+  /// Whether the node is a text between elements.
   bool IsContent() const { return isContent; }
+  /// The text of a content node.
   wstring const& GetContent() const { return content; }
+  /// The children, which stay the node's.
   std::list<XmlNode*> const& GetChildren() const { return children; }
 
   /// The properties in the order in which they were added, which is also their order in a document.
@@ -127,14 +131,17 @@ class ZAM_EXPORT XmlNode : public Composite, public XmlSaxCallback {
   /// `OnStartElement` gets, and may be null.
   void InitializeProperties(XmlSaxParser* parser, unsigned char const** attributes);
 
+  /// Adds a property in the text form that the table above shows.
   void AddPropertyLong(wstring const& propertyName, std::int32_t value);
   void AddPropertySizet(wstring const& propertyName, unsigned int value);
   void AddPropertyTimet(wstring const& propertyName, std::int64_t value);
   void AddPropertyBool(wstring const& propertyName, bool value);
   template <class T>
   void AddPropertyBool(wstring const& propertyName, T const* value) = delete;  // a literal isn't true
+  /// Adds a property in the text form that the table above shows.
   void AddPropertyDouble(wstring const& propertyName, double value);
 
+  /// The property read as told above; `defaultValue` if it is missing, or no value.
   std::int32_t GetPropertyLong(wstring const& propertyName, std::int32_t defaultValue) const;
   unsigned int GetPropertySizet(wstring const& propertyName, unsigned int defaultValue) const;
   std::int64_t GetPropertyTimet(wstring const& propertyName, std::int64_t defaultValue) const;
@@ -163,6 +170,7 @@ class ZAM_EXPORT XmlNode : public Composite, public XmlSaxCallback {
   /// The same, required.
   wstring const& GetSubNodeText(wstring const& childName) const;
 
+  /// What `GetSubNodeText` finds, read as told above; `defaultValue` if it is missing, or no value.
   double GetSubNodeDouble(wstring const& childName, double defaultValue) const;
   bool GetSubNodeBool(wstring const& childName, bool defaultValue) const;
   unsigned int GetSubNodeSizet(wstring const& childName, unsigned int defaultValue) const;

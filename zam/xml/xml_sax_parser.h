@@ -111,7 +111,7 @@ class ZAM_EXPORT XmlSaxParser {
   /// `defaultValue` without a number, and for "inf" and "nan". Beyond the range of a double: an infinity, or zero.
   [[nodiscard]] double GetDoubleValue(unsigned char const* value, double defaultValue) const;
 
-  // For libxml2: `parser` is the XmlSaxParser whose event it is.
+  /// For libxml2: `parser` is the XmlSaxParser whose event it is.
   static void startDocumentCallBack(void* parser);
   static void endDocumentCallback(void* parser);
   static void startElementCallback(void* parser, unsigned char const* name, unsigned char const** attributes);
