@@ -11,6 +11,7 @@ namespace ZaM {
 /// within the node. The typed values of `XmlNode` are texts here too.
 class ZAM_EXPORT XmlProperty {
  public:
+  /// Any texts; what a document can hold is checked when it is written.
   XmlProperty(wstring const& propertyName, wstring const& propertyValue) : name(propertyName), value(propertyValue) {}
 
   XmlProperty(XmlProperty const&) = default;
@@ -18,6 +19,7 @@ class ZAM_EXPORT XmlProperty {
   /// Takes over name and value. Not for a property that a node holds: the node goes on finding it by its former name.
   XmlProperty& operator=(XmlProperty const&) = default;
 
+  /// The two texts.
   wstring const& GetName() const { return name; }
   wstring const& GetValue() const { return value; }
 

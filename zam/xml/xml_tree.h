@@ -81,6 +81,7 @@ class ZAM_EXPORT XmlTree final : public XmlSaxCallback {
   /// former root's passes to the caller.
   XmlNode* SetRoot(XmlNode* newRoot);
 
+  /// The path that reading and writing use.
   wstring const& GetFilename() const { return filename; }
   wstring const& SetFilename(wstring const& path) { return filename = path; }
 
@@ -118,6 +119,7 @@ class ZAM_EXPORT XmlTree final : public XmlSaxCallback {
 
   /// The root begins; what lies inside goes to it.
   void OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override;
+  /// Nothing: the root takes its own end.
   void OnEndElement(XmlSaxParser* parser, unsigned char const* name) override;
 
  private:
