@@ -23,9 +23,6 @@ struct Experiment::TestTree {
   std::vector<Leaf> leaves;
 };
 
-Experiment::Experiment(Workplace const& given)
-    : place(given), matrix(ZaM::ErrorMatrix::Create(static_cast<unsigned int>(given.corpus.classNames.size()))) {}
-
 void Experiment::Run(unsigned int fold) {
   std::vector<Document const*> training;
   std::vector<Document const*> tests;
@@ -34,6 +31,9 @@ void Experiment::Run(unsigned int fold) {
   if (tests.empty()) return;
   if (training.empty())
     throw RunError{"there is nothing to learn from: the names of all documents belong to fold " + std::to_string(fold)};
+  place.findings.folds[fold] = {training.size(), tests.size()};
+  keepShare(tests);
+  if (tests.empty()) return;
 
   Vocabulary const vocabulary = place.clocks.train.Time(training.size(), [&] { return Vocabulary(training); });
   auto const classes = place.clocks.train.Time(0, [&] { return createClassTree(training, vocabulary, fold); });
@@ -42,9 +42,15 @@ void Experiment::Run(unsigned int fold) {
     classifyTree(*classes, *made.root);
     return made;
   });
-  place.clocks.evaluate.Time(tests.size(), [&] { evaluate(tree); });
-  learned += training.size();
-  tested += tests.size();
+  for (auto const [file, node] : tree.leaves) {
+    auto* const result = dynamic_cast<ZaM::Result*>(node->GetRepresentation(ResultTag()));
+    place.findings.Add(place.corpus.NameOf(*file), file->classId, fold, result);
+  }
+}
+
+void Experiment::keepShare(std::vector<Document const*>& tests) const {
+  std::size_t position = 0;
+  std::erase_if(tests, [&](Document const* /*document*/) { return !place.options.shard.Has(position++); });
 }
 
 Ref<DocumentNode> Experiment::createClassTree(std::vector<Document const*> const& training,
@@ -108,18 +114,11 @@ void Experiment::classifyTree(DocumentNode& classes, DocumentNode& documents) {
   control.SetDocumentTag(DocumentTag());
   control.SetResultTag(ResultTag());
   control.SetDoNormalize(true);
-  control.SetMaxResults(place.options.maxResults);
+  control.SetMaxResults(place.options.settings.maxResults);
 
   ZaM::BayesClassifier classifier;
   classifier.SetCallBack(&place.progress);
   classifier.DoAlgorithm(&control);
-}
-
-void Experiment::evaluate(TestTree const& tree) {
-  ZaM::ErrorMatrixVisitor visitor(matrix.Get(), place.options.bestThreshold, place.options.distanceThreshold);
-  visitor.SetResultTag(ResultTag());
-  tree.root->Visit(&visitor);
-  for (auto const [file, node] : tree.leaves) place.results.Add(*file, *node);
 }
 
 }  // namespace classify

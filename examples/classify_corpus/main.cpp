@@ -2,24 +2,29 @@
 //
 // The way of a document: a file (corpus.h) becomes terms (corpus_reader.h, term_extractor.h), these a vector over the
 // vocabulary (vocabulary.h, word_vector.h) that hangs on a document node; classes learn their models (trainer.h,
-// class_model.h); the library scores the documents against the classes and counts the outcome (experiment.h), which is
-// then told (report.h).
+// class_model.h); the library scores the documents against the classes (experiment.h). What becomes of them
+// (findings.h) is kept (result_file.h), or brought back without all that (result_loader.h); the library counts it
+// (evaluation.h), and the counts are told (report.h).
 #include <sys/ioctl.h>
 #include <unistd.h>
 #include <zam/zam.h>
 
 #include <iostream>
 #include <new>
+#include <string>
 
 #include "corpus.h"
 #include "corpus_reader.h"
+#include "evaluation.h"
 #include "experiment.h"
+#include "findings.h"
 #include "fold.h"
 #include "interrupt.h"
 #include "number_text.h"
 #include "options.h"
 #include "report.h"
 #include "result_file.h"
+#include "result_loader.h"
 #include "run_error.h"
 #include "utf8.h"
 
@@ -33,20 +38,56 @@ std::size_t TerminalWidth() {
   return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
 }
 
-std::string Heading(Options const& options, Corpus const& corpus, std::size_t documents, Experiment const& experiment) {
-  std::string const folds = options.crossValidate ? "each fold in turn" : "fold " + std::to_string(options.fold);
-  return Printable(corpus.folder.native()) + ": " + Grouped(documents) + " documents in " +
-         Grouped(corpus.ClassCount()) + " classes\ntested on " + folds + ": " + Grouped(experiment.Tested()) +
-         " documents, learned from " + Grouped(experiment.Learned()) + "\n";
+std::string FoldNames(Findings const& findings) {
+  if (findings.folds.size() == FoldCount) return "each fold in turn";
+  std::string names;
+  for (auto const& [number, size] : findings.folds)
+    names += (names.empty() ? "fold " : " and fold ") + std::to_string(number);
+  return names;
 }
 
-std::string Report(Corpus const& corpus, Experiment const& experiment, StageClocks const& clocks) {
-  ZaM::ErrorMatrix const& matrix = experiment.Matrix();
-  return '\n' + ClassTable(matrix, corpus.classNames) +
+std::string Heading(Findings const& findings) {
+  FoldSize const total = findings.Total();
+  std::size_t const tested = findings.Tested().size();
+  std::string const share = tested == total.tested ? "" : " of " + Grouped(total.tested);
+  return findings.corpus + ": " + Grouped(findings.documents) + " documents in " + Grouped(findings.ClassCount()) +
+         " classes\ntested on " + FoldNames(findings) + ": " + Grouped(tested) + share + " documents, learned from " +
+         Grouped(total.learned) + "\n";
+}
+
+std::string Report(Findings const& findings, ZaM::ErrorMatrix const& matrix, StageClocks const& clocks) {
+  return Heading(findings) + '\n' + ClassTable(matrix, findings.ClassNames()) +
          "\nconfusion matrix: a row for each class, a column for what its documents were taken for, - for rejected\n" +
-         MatrixTable(matrix, corpus.classNames, TerminalWidth()) + "\nworst confusions\n" +
-         WorstConfusions(matrix, corpus.classNames) + '\n' + SpeedTable(clocks) + '\n' +
-         Summary(matrix, corpus.ClassCount());
+         MatrixTable(matrix, findings.ClassNames(), TerminalWidth()) + "\nworst confusions\n" +
+         WorstConfusions(matrix, findings.ClassNames()) + '\n' + SpeedTable(clocks) + '\n' +
+         Summary(matrix, findings.ClassCount());
+}
+
+Findings Classify(Options const& options, Progress& progress, StageClocks& clocks, Notes& notes) {
+  Corpus const corpus = ListCorpus(options.corpus, notes);
+  TermExtractor extractor(static_cast<unsigned char>(options.settings.minWordLength), options.settings.useDigits);
+  std::vector<Document> const documents = ReadCorpus(corpus, extractor, progress, clocks, notes);
+
+  Findings findings;
+  findings.corpus = Printable(corpus.folder.native());
+  findings.documents = documents.size();
+  findings.settings = options.settings;
+  for (unsigned int id = 1; id <= corpus.ClassCount(); ++id) findings.AddClass(corpus.classNames[id]);
+
+  Experiment experiment({options, corpus, documents, progress, clocks, notes, findings});
+  unsigned int const first = options.crossValidate ? 0 : options.fold;
+  unsigned int const last = options.crossValidate ? FoldCount - 1 : options.fold;
+  for (unsigned int fold = first; fold <= last; ++fold) experiment.Run(fold);
+  if (findings.folds.empty())
+    throw RunError{"there is nothing to test: no document's name belongs to fold " + std::to_string(options.fold)};
+  findings.Sort();
+  return findings;
+}
+
+Findings Load(Options const& options, Progress& progress, StageClocks& clocks, Notes& notes) {
+  Findings findings = clocks.load.Time(0, [&] { return LoadResults(options.loadResults, progress, notes); });
+  clocks.load.Add(findings.Tested().size());
+  return findings;
 }
 
 // Everything is written at the very end: a run that is cancelled or fails leaves nothing behind.
@@ -55,19 +96,12 @@ void Run(Options const& options, Notes& notes) {
   std::string report;
   {
     Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
-    Corpus const corpus = ListCorpus(options.corpus, notes);
-    ResultFile results(options.results, corpus);
-    TermExtractor extractor(static_cast<unsigned char>(options.minWordLength), options.useDigits);
-    std::vector<Document> const documents = ReadCorpus(corpus, extractor, progress, clocks, notes);
-
-    Experiment experiment({options, corpus, documents, progress, clocks, notes, results});
-    unsigned int const first = options.crossValidate ? 0 : options.fold;
-    unsigned int const last = options.crossValidate ? FoldCount - 1 : options.fold;
-    for (unsigned int fold = first; fold <= last; ++fold) experiment.Run(fold);
-    if (experiment.Tested() == 0)
-      throw RunError{"there is nothing to test: no document's name belongs to fold " + std::to_string(options.fold)};
-    report = Heading(options, corpus, documents.size(), experiment) + Report(corpus, experiment, clocks);
-    results.Commit();
+    ResultFile file(options.results);
+    Findings const findings = options.loadResults.empty() ? Classify(options, progress, clocks, notes)
+                                                          : Load(options, progress, clocks, notes);
+    auto const matrix = clocks.evaluate.Time(findings.Tested().size(), [&] { return Evaluate(findings, options); });
+    report = Report(findings, *matrix, clocks);
+    file.Write(findings);
   }
   std::cout << report << std::flush;
   if (!std::cout) throw RunError{"can't write the report"};

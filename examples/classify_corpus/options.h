@@ -4,19 +4,23 @@
 
 #include <filesystem>
 #include <optional>
+#include <vector>
+
+#include "settings.h"
+#include "shard.h"
 
 namespace classify {
 
 struct Options {
-  std::filesystem::path corpus;
-  unsigned int fold = 0;       // the one to test on
-  bool crossValidate = false;  // each fold in turn, instead of that one
-  unsigned int minWordLength = 1;
-  bool useDigits = true;
-  unsigned int maxResults = 3;  // 0: a value for every class
+  std::filesystem::path corpus;  // empty where results are loaded
+  unsigned int fold = 0;         // the one to test on
+  bool crossValidate = false;    // each fold in turn, instead of that one
+  Shard shard;                   // of the documents to test on
+  Settings settings;
   double bestThreshold = 0.0;
   double distanceThreshold = 0.0;
-  std::filesystem::path results;  // empty: no such file
+  std::filesystem::path results;                   // empty: no such file
+  std::vector<std::filesystem::path> loadResults;  // not empty: these instead of classifying
   bool quiet = false;
 };
 

@@ -115,6 +115,7 @@ double MacroF1(ZaM::ErrorMatrix const& matrix, std::size_t classes) {
 }
 
 std::string SpeedLine(std::string const& stage, StageClock const& clock) {
+  if (clock.Documents() == 0) return "";
   double const seconds = clock.Seconds();
   auto const documents = static_cast<double>(clock.Documents());
   std::string const speed = seconds > 0 ? Grouped(static_cast<std::uint64_t>(documents / seconds)) : "-";
@@ -175,8 +176,8 @@ std::string Summary(ZaM::ErrorMatrix const& matrix, std::size_t classes) {
 }
 
 std::string SpeedTable(StageClocks const& clocks) {
-  return "stage     documents  seconds   per second\n" + SpeedLine("read", clocks.read) +
-         SpeedLine("filter", clocks.filter) + SpeedLine("train", clocks.train) +
+  return "stage     documents  seconds   per second\n" + SpeedLine("load", clocks.load) +
+         SpeedLine("read", clocks.read) + SpeedLine("filter", clocks.filter) + SpeedLine("train", clocks.train) +
          SpeedLine("classify", clocks.classify) + SpeedLine("evaluate", clocks.evaluate);
 }
 

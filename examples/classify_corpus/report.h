@@ -28,7 +28,7 @@ std::string WorstConfusions(ZaM::ErrorMatrix const& matrix, std::vector<std::str
 /// assigned to one; a rejected document counts as missed by its class.
 std::string Summary(ZaM::ErrorMatrix const& matrix, std::size_t classes);
 
-/// Documents per second of each stage.
+/// Documents per second of each stage that there was.
 std::string SpeedTable(StageClocks const& clocks);
 
 }  // namespace classify

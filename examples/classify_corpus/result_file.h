@@ -1,42 +1,35 @@
-// The file with a line for each tested document.
+// The file that keeps what a run found.
 #ifndef CLASSIFY_CORPUS_RESULT_FILE_H
 #define CLASSIFY_CORPUS_RESULT_FILE_H
 
-#include <zam/zam.h>
-
 #include <filesystem>
-#include <fstream>
 #include <string>
 
-#include "corpus.h"
+#include "findings.h"
 
 namespace classify {
 
-/// Writes beside its place, and moves there when it is complete: no other program ever sees half of it.
+/// One XML document, as docs/formats.md describes it; a gzip file if its name ends in ".gz". Read by result_loader.h.
+///
+/// It is written beside its place, and moves there when it is complete: no other program ever sees half of it.
 class ResultFile {
  public:
-  /// An empty name writes nothing. Throws RunError if the file can't be made.
-  ResultFile(std::filesystem::path path, Corpus const& corpus);
+  /// Makes sure that the file can be made, so that a long run isn't lost. An empty name writes nothing. Throws RunError
+  /// if it can't.
+  explicit ResultFile(std::filesystem::path path);
   ResultFile(ResultFile const&) = delete;
   ResultFile& operator=(ResultFile const&) = delete;
-  /// Takes away what wasn't committed.
+  /// Takes away what didn't get into its place.
   ~ResultFile();
 
-  /// A line for a document with this node: document, class, best class, confidence, second class, confidence. A class
-  /// is "-" where there is none. Thresholds aren't applied: that is up to the reader.
-  void Add(DocumentFile const& file, ZaM::DocumentNode& node);
-
-  /// Puts the file in its place. Throws RunError if that fails.
-  void Commit();
+  /// Writes all of it, and puts it in its place. Throws RunError if that fails, on a full disk too.
+  void Write(Findings const& findings);
 
  private:
-  std::string field(ZaM::IndexedResult const& result) const;
   [[noreturn]] void fail(std::string const& reason) const;
 
-  Corpus const& corpus;
   std::filesystem::path target;
   std::filesystem::path part;  // where it is written; empty before and after
-  std::ofstream stream;
 };
 
 }  // namespace classify

@@ -17,6 +17,9 @@ class StageClock {
     return work();
   }
 
+  /// More documents, whose time is counted already.
+  void Add(std::uint64_t documentCount) { documents += documentCount; }
+
   std::uint64_t Documents() const { return documents; }
   double Seconds() const { return std::chrono::duration<double>(time).count(); }
 
@@ -37,7 +40,9 @@ class StageClock {
   std::uint64_t documents = 0;
 };
 
+/// Stages that a run doesn't come to stay at 0.
 struct StageClocks {
+  StageClock load;
   StageClock read;
   StageClock filter;
   StageClock train;

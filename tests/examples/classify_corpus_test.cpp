@@ -6,79 +6,20 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "fold.h"
-#include "tests/support/child_process.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/examples/small_corpus.h"
 
 namespace classify {
 namespace {
 
 namespace fs = std::filesystem;
 using ZaM::test::ProcessResult;
-using ZaM::test::TemporaryFolder;
 
-ProcessResult Classify(std::vector<std::string> const& arguments) {
-  std::vector<std::string> words{CLASSIFY_CORPUS};
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  return ZaM::test::RunProcess(words);
-}
-
-std::string Read(fs::path const& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-bool Contains(std::string const& text, std::string const& part) {
-  return text.find(part) != std::string::npos;
-}
-
-std::vector<std::string> Lines(std::string const& text) {
-  std::vector<std::string> lines;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
-  return lines;
-}
-
-// What doesn't change from run to run: all lines of a report but the times.
-std::vector<std::string> Findings(std::string const& report) {
-  std::vector<std::string> lines = Lines(report);
-  std::erase_if(lines, [](std::string const& line) {
-    for (char const* stage : {"read ", "filter ", "train ", "classify ", "evaluate "})
-      if (line.starts_with(stage)) return true;
-    return false;
-  });
-  return lines;
-}
-
-// Three classes of documents that say little but what they are about.
-class ClassifyCorpus : public testing::Test {
- protected:
-  void WriteClasses(int documentsPerClass) const {
-    struct {
-      char const* name;
-      char const* words;
-    } const classes[] = {{"fish", "river trout salmon gill fin"},
-                         {"music", "violin chord flute tempo"},
-                         {"space", "planet orbit rocket comet"}};
-    for (auto const& [name, words] : classes)
-      for (int i = 0; i < documentsPerClass; ++i) {
-        std::string const number = std::to_string(i);
-        Put(std::string(name) + "/" + number + ".txt", std::string(words) + " the and of number" + number);
-      }
-  }
-  void Put(std::string const& name, std::string const& text) const { folder.Write("corpus/" + name, text); }
-  std::string Corpus() const { return (folder.Path() / "corpus").string(); }
-  std::string Results() const { return (folder.Path() / "results.tsv").string(); }
-
-  TemporaryFolder folder;
-};
+using ClassifyCorpus = SmallCorpus;
 
 TEST_F(ClassifyCorpus, TellsPlainClassesApart) {
   WriteClasses(30);
@@ -88,33 +29,29 @@ TEST_F(ClassifyCorpus, TellsPlainClassesApart) {
   ASSERT_EQ(run.exitCode, 0) << run.output;
   EXPECT_TRUE(Contains(run.output, "90 documents in 3 classes")) << run.output;
   EXPECT_TRUE(Contains(run.output, "accuracy  100.0 %   " + std::to_string(tests) + " of ")) << run.output;
-  std::string const results = Read(Results());
-  EXPECT_EQ(Lines(results).size(), tests);
-  EXPECT_TRUE(results.starts_with("fish/")) << results;
 }
 
 TEST_F(ClassifyCorpus, AddsTheFoldsUp) {
   WriteClasses(12);
   Put("fish/odd.txt", "violin chord flute");  // a mistake in some fold
-  std::string together;
+  std::vector<std::string> load{"--load-results"};
   for (int fold = 0; fold < 5; ++fold) {
-    ProcessResult const run = Classify({Corpus(), "--fold", std::to_string(fold), "--results", Results()});
+    load.push_back(Part(fold, ".xml"));
+    ProcessResult const run = Classify({Corpus(), "--fold", std::to_string(fold), "--results", load.back()});
     ASSERT_EQ(run.exitCode, 0) << run.output;
-    together += Read(Results());
   }
-  ProcessResult const run = Classify({Corpus(), "--cross-validate", "--results", Results()});
+  ProcessResult const run = Classify({Corpus(), "--cross-validate"});
   ASSERT_EQ(run.exitCode, 0) << run.output;
-  EXPECT_EQ(Read(Results()), together);
-  EXPECT_EQ(Lines(together).size(), 37U);
   EXPECT_TRUE(Contains(run.output, "36 of 37 documents")) << run.output;
   EXPECT_TRUE(Contains(run.output, "fish taken for music")) << run.output;
+  EXPECT_EQ(FiguresOf(Classify(load).output), FiguresOf(run.output));
 }
 
 TEST_F(ClassifyCorpus, FindsTheSameEachTime) {
   WriteClasses(8);
   std::string const first = Classify({Corpus(), "--cross-validate"}).output;
-  EXPECT_EQ(Findings(Classify({Corpus(), "--cross-validate"}).output), Findings(first));
-  EXPECT_GT(Findings(first).size(), 10U);
+  EXPECT_EQ(FiguresOf(Classify({Corpus(), "--cross-validate"}).output), FiguresOf(first));
+  EXPECT_GT(FiguresOf(first).size(), 10U);
 }
 
 TEST_F(ClassifyCorpus, RejectsWhatItDoesNotKnowAndWhatIsUnsure) {
@@ -134,7 +71,11 @@ TEST_F(ClassifyCorpus, RejectsWhatItDoesNotKnowAndWhatIsUnsure) {
     all.insert(all.end(), arguments.begin(), arguments.end());
     ProcessResult const run = Classify(all);
     EXPECT_TRUE(Contains(run.output.substr(run.output.rfind("rejected")), rejected)) << run.output;
-    EXPECT_TRUE(Contains(Read(Results()), "space/0.txt\tspace\t-\t0.0000\t-\t0.0000\n")) << Read(Results());
+    EXPECT_TRUE(Contains(Read(Results()), R"("space/0.txt" ClassId="3"><Result ClsCount="0">)")) << Read(Results());
+    std::vector<std::string> load{"--load-results", Results()};
+    if (arguments.empty() || arguments[0] != "--max-results")
+      load.insert(load.end(), arguments.begin(), arguments.end());
+    EXPECT_EQ(FiguresOf(Classify(load).output), FiguresOf(run.output));
   }
 }
 
@@ -194,7 +135,12 @@ TEST_F(ClassifyCorpus, SaysWhyItCannotRun) {
       {{corpora / "one", "--fold", otherFold}, 1, "there is nothing to test"},
       {{corpora / "one", "--results", corpora}, 1, "it is there, and no file"},
       {{corpora / "one", "--results", corpora / "missing/r"}, 1, "can't be written to"},
+      {{corpora / "one", "--results", corpora / "a\\b"}, 1, "isn't UTF-8, or has a backslash"},
+      {{"--load-results", corpora / "missing"}, 1, "missing: No such file or directory"},
       {{}, 2, "CORPUS is required"},
+      {{"x", "--load-results", "y"}, 2, "CORPUS excludes --load-results"},
+      {{"x", "--shard", "1/2"}, 2, "--shard requires --results"},
+      {{"x", "--shard", "3/2", "--results", "y"}, 2, "isn't a share such as 2/3"},
       {{"x", "--fold", "5"}, 2, "--fold"},
       {{"x", "--best-threshold", "nan"}, 2, "isn't a number from 0 to 1"},
       {{"x", "--min-word-length", "256"}, 2, "--min-word-length"},

@@ -1,0 +1,15 @@
+#include "evaluation.h"
+
+#include "tags.h"
+
+namespace classify {
+
+ZaM::Ref<ZaM::ErrorMatrix> Evaluate(Findings const& findings, Options const& options) {
+  ZaM::Ref matrix(ZaM::ErrorMatrix::Create(static_cast<unsigned int>(findings.ClassNames().size())));
+  ZaM::ErrorMatrixVisitor visitor(matrix.Get(), options.bestThreshold, options.distanceThreshold);
+  visitor.SetResultTag(ResultTag());
+  findings.Tree().Visit(&visitor);
+  return matrix;
+}
+
+}  // namespace classify

@@ -1,0 +1,51 @@
+#include "findings.h"
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+#include "stored_result.h"
+#include "tags.h"
+
+namespace classify {
+
+using ZaM::DocumentNode;
+using ZaM::Ref;
+
+ZaM::SparseResult& TestedDocument::Result() const {
+  return dynamic_cast<ZaM::SparseResult&>(*node->GetRepresentation(ResultTag()));
+}
+
+Findings::Findings() : tree(DocumentNode::Create()) {}
+
+void Findings::AddClass(std::string name) {
+  Ref<DocumentNode> folder(DocumentNode::Create(static_cast<unsigned int>(classNames.size()), tree.Get()));
+  folders.push_back(folder.Get());
+  tree->AddChild(folder.Detach());
+  classNames.push_back(std::move(name));
+}
+
+void Findings::Add(std::string name, unsigned int classId, unsigned int fold, ZaM::Result* result) {
+  DocumentNode* const folder = folders[classId - 1];
+  Ref<DocumentNode> node(DocumentNode::Create(classId, folder));
+  node->AddRepresentation(AsStored(result).Detach());
+  tested.push_back({std::move(name), classId, fold, node.Get()});
+  folder->AddChild(node.Detach());
+}
+
+void Findings::Sort() {
+  std::sort(tested.begin(), tested.end(), [](TestedDocument const& a, TestedDocument const& b) {
+    return std::tie(a.fold, a.classId, a.name) < std::tie(b.fold, b.classId, b.name);
+  });
+}
+
+FoldSize Findings::Total() const {
+  FoldSize total{};
+  for (auto const& [number, size] : folds) {
+    total.learned += size.learned;
+    total.tested += size.tested;
+  }
+  return total;
+}
+
+}  // namespace classify
