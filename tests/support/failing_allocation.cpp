@@ -9,8 +9,10 @@ namespace {
 constexpr std::ptrdiff_t off = -1;
 constexpr std::ptrdiff_t failed = -2;
 thread_local constinit std::ptrdiff_t allocationsLeft = off;
+thread_local constinit std::size_t allocatedBytes = 0;
 
 void* allocate(std::size_t size) noexcept {
+  allocatedBytes += size;
   if (allocationsLeft == 0) {
     allocationsLeft = failed;
     return nullptr;
@@ -70,6 +72,10 @@ FailingAllocation::~FailingAllocation() {
 
 bool FailingAllocation::HasFailed() const {
   return allocationsLeft == failed;
+}
+
+std::size_t AllocatedBytes() {
+  return allocatedBytes;
 }
 
 }  // namespace ZaM::test

@@ -22,6 +22,9 @@ class FailingAllocation {
   bool HasFailed() const;
 };
 
+/// How many bytes this thread has asked `operator new` for so far.
+std::size_t AllocatedBytes();
+
 /// The id of the BaseException in which `operation` ends; 0 if it ends in none.
 template <class Operation>
 std::int32_t FailureId(Operation operation) {

@@ -1,0 +1,218 @@
+// The stored form of a model: byte by byte, and from hostile hands.
+#include <cmath>
+#include <limits>
+
+#include "tests/algorithms/pca_fixture.h"
+#include "tests/support/failing_allocation.h"
+
+namespace ZaM::test {
+namespace {
+
+using namespace std::string_literals;
+
+/// Five places, four examples. Every number is another one, and some are rare.
+StoredModel SmallModel(std::int32_t hasGram) {
+  StoredModel model;
+  model.dimension = 1;
+  model.maxIterations = 3;
+  model.maxExamples = 5;
+  model.exampleCount = 4;
+  model.hasGram = hasGram;
+  model.gramTotal = 0.1;
+  model.epsilon = 0.2;
+  SetSizes(model);
+  double next = 1.0;
+  ForEachNumber(model, [&](double& number) { number = next++; });
+  model.gramRowSums[4] = std::bit_cast<double>(0x7FF8DEADBEEF0001);
+  model.eigenVectors[1][3] = -0.0;
+  model.eigenVectors[1][4] = std::numeric_limits<double>::denorm_min();
+  return model;
+}
+
+class PcaModelTest : public PcaFixture {
+ protected:
+  /// Loads, and sees to it that this takes no more memory than a few times the bytes.
+  bool LoadWithinBounds(std::string const& bytes) {
+    std::istringstream stream(bytes);
+    std::size_t const before = AllocatedBytes();
+    bool const loaded = analyzer.Load(&stream);
+    EXPECT_LE(AllocatedBytes() - before, 8 * bytes.size());
+    return loaded;
+  }
+
+  /// Every further call ends, by an exception of the library at worst.
+  void RunEveryStep() {
+    PcaAnalyzer const loaded = analyzer;
+    for (Step const step : {projectStep, insertStep, removeStep, learnStep}) {
+      for (std::vector<std::int8_t> const& activities :
+           {std::vector<std::int8_t>{1, -1, 0, 1}, {0, 1, 1, 1, 1, -1, 2}}) {
+        analyzer = loaded;
+        FailureId([&] { Project({1, 2}); });
+        FailureId([&] { Run(activities, {step}); });
+        FailureId([&] { Project({1, 2}); });
+        Saved();
+      }
+    }
+    analyzer = loaded;
+  }
+};
+
+TEST_F(PcaModelTest, WritesEveryFieldInItsPlace) {
+  control.SetDimension(1);
+  control.SetMaxIterations(258);
+  control.SetEpsilon(std::ldexp(1.0, -40));
+  Learn({{1}, {2}, {3}, {4}, {0}});
+  std::string const bytes = Saved();
+  ASSERT_EQ(bytes.size(), 36U + 8000 + 16 + 16000 + 4 * 5 * 6);
+  EXPECT_EQ(bytes.substr(0, 68),
+            "\1\0\0\0"s
+            "\2\1\0\0"s
+            "\xE8\3\0\0"s
+            "\5\0\0\0"s
+            "\1\0\0\0"s  // 1, 258, 1000, 5, 1
+            "\0\0\0\0\0\0\x59\x40"s
+            "\0\0\0\0\0\0\x70\x3D"s  // 100, 2^-40
+            "\0\0\0\0\0\0\x24\x40"s
+            "\0\0\0\0\0\0\x34\x40"s
+            "\0\0\0\0\0\0\x3E\x40"s    // 10, 20, 30
+            "\0\0\0\0\0\0\x44\x40"s);  // 40
+  StoredModel const model = ToModel(bytes);
+  EXPECT_NEAR(model.eigenValues[0], 2.0, 1e-6);
+  EXPECT_NEAR(Product(model.eigenVectors[0], model.eigenVectors[0]), std::sqrt(5.0) / 2.0, 1e-6);
+  EXPECT_EQ(model.gram, (std::vector<Vector>{{1}, {2, 4}, {3, 6, 9}, {4, 8, 12, 16}, {0, 0, 0, 0, 0}}));
+
+  control.SetDimension(3);
+  control.SetEnableRelearn(false);
+  Learn({{1}, {2}, {3}, {4}});
+  EXPECT_EQ(Saved().size(), 40068U);
+}
+
+TEST_F(PcaModelTest, ReadsWhatItWroteBitByBit) {
+  SetPoints(fourPoints);
+  for (std::int32_t const hasGram : {0, 1, 2, -1, 256}) {
+    StoredModel model = SmallModel(hasGram);
+    std::string const bytes = ToBytes(model);
+    model.hasGram = hasGram == 1 ? 1 : 0;
+    analyzer = PcaAnalyzer();
+    std::istringstream stream(bytes + "tail");
+    ASSERT_TRUE(analyzer.Load(&stream));
+    std::string rest;
+    EXPECT_TRUE(stream >> rest && rest == "tail") << "not directly behind the model";
+    std::istringstream exact(bytes);
+    EXPECT_TRUE(analyzer.Load(&exact) && exact.good());
+
+    Run({1, 1, 1, 1});
+    EXPECT_TRUE(Saved() == ToBytes(model));
+    analyzer = PcaAnalyzer();
+    EXPECT_TRUE(Load(bytes));
+    EXPECT_EQ(Project({1, 2}), Vector{0});  // no examples: nothing to sum
+    model.exampleCount = 0;
+    model.gram.clear();
+    EXPECT_TRUE(Saved() == ToBytes(model));
+  }
+  // The former number of examples divides until examples are supplied: 4 of 8.
+  control.SetDimension(1);
+  Learn(fourPoints);
+  StoredModel grown = Model();
+  grown.exampleCount = 8;
+  grown.hasGram = 0;
+  grown.gram.clear();
+  Vector const before = Project({1, 0});
+  ASSERT_TRUE(Load(ToBytes(grown)));
+  EXPECT_FLOAT_EQ(static_cast<float>(Project({1, 0})[0]), static_cast<float>(before[0] / 2.0));
+}
+
+TEST_F(PcaModelTest, ProjectsInsertsAndRemovesAfterwards) {
+  SetPoints({{1, 2}, {3, -4}, {5, 0}, {-2, 1}, {2, 2}, {0, 7}});
+  Run({1, 1, 1, 1}, {learnStep});
+  std::string const bytes = Saved();
+  std::string results[2];
+  for (std::size_t reloads : {0, 1}) {
+    if (reloads) {
+      analyzer = PcaAnalyzer();
+      ASSERT_TRUE(Load(bytes));
+    }
+    Run({1, 1, 1, 1, 0, 0}, {insertStep});
+    Run({1, -1, 1, 1, 1, 1}, {removeStep});
+    results[reloads] = Saved();
+  }
+  EXPECT_TRUE(results[0] == results[1]);
+}
+
+TEST_F(PcaModelTest, AnswersFalseToEveryPartOfAFile) {
+  SetPoints(fourPoints);
+  std::string const bytes = ToBytes(SmallModel(1));
+  ASSERT_TRUE(Load(bytes));
+  Run({1, 1, 1, 1});
+  Vector const projected = Project({1, 2});
+  PcaAnalyzer const former = analyzer;
+  for (std::size_t size = 0; size < bytes.size(); ++size) {
+    analyzer = former;
+    ASSERT_FALSE(LoadWithinBounds(bytes.substr(0, size))) << size;
+    ASSERT_EQ(Project({1, 2}), size < headerSize ? projected : Vector{-99}) << size;
+    ASSERT_TRUE(Saved() == (size < headerSize ? bytes : ""));
+    if (size % 8 == 4) RunEveryStep();
+
+    std::istringstream throwing(bytes.substr(0, size));
+    throwing.exceptions(std::ios::badbit | std::ios::failbit | std::ios::eofbit);
+    EXPECT_NO_THROW(EXPECT_FALSE(analyzer.Load(&throwing)));
+  }
+}
+
+TEST_F(PcaModelTest, IsSafeWithAnyHeader) {
+  SetPoints(fourPoints);
+  std::string const bytes = ToBytes(SmallModel(1));
+  std::uint32_t const values[] = {0,          1,          2,          3,          4,          5,         6,
+                                  0x0FFFFFFF, 0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFE, 0xFFFFFFFF};
+  for (std::size_t field = 0; field < headerSize / 4; ++field) {
+    for (std::uint32_t const value : values) {
+      std::string damaged = bytes.substr(0, 4 * field);
+      Put(damaged, value);
+      damaged += bytes.substr(damaged.size());
+      StoredModel header;
+      std::size_t at = 0;
+      ForEachHeaderField(header, [&](auto& number) { Take(damaged, at, number); });
+      double const vectors = header.dimension + 1.0;
+      double const count = header.exampleCount;
+      double const needed = headerSize + 8.0 * (header.maxExamples * (vectors + 1) + vectors) +
+                            (header.hasGram == 1 ? 4.0 * count * (count + 1) : 0.0);
+      bool const fits = needed <= static_cast<double>(bytes.size()) && header.maxExamples >= header.exampleCount;
+      analyzer = PcaAnalyzer();
+      EXPECT_EQ(LoadWithinBounds(damaged), fits && header.maxExamples != 0) << "field " << field << ": " << value;
+      if (field != 1 || value < 7) RunEveryStep();  // passes without end were asked for otherwise
+    }
+  }
+}
+
+TEST_F(PcaModelTest, ReportsStreamsAndMemoryThatFail) {
+  SetPoints(fourPoints);
+  std::string const bytes = ToBytes(SmallModel(1));
+  EXPECT_FALSE(analyzer.Load(nullptr));
+  EXPECT_EQ(Saved(), "");  // nothing was learned
+  ASSERT_TRUE(Load(bytes));
+  Run({1, 1, 1, 1});
+  std::stringstream stream(ToBytes(SmallModel(0)));
+  stream.setstate(std::ios::failbit);
+  EXPECT_FALSE(analyzer.Load(&stream) || analyzer.Save(&stream) || analyzer.Load(nullptr) || analyzer.Save(nullptr));
+  EXPECT_TRUE(Saved() == bytes);
+
+  struct FullBuffer : std::streambuf {
+  } full;
+  for (bool const throws : {false, true}) {
+    std::ostream writing(&full);
+    if (throws) writing.exceptions(std::ios::badbit);
+    EXPECT_NO_THROW(EXPECT_FALSE(analyzer.Save(&writing)));
+  }
+
+  std::istringstream reading(bytes);
+  auto const load = [&] {
+    reading.clear();
+    reading.seekg(0);
+    analyzer.Load(&reading);
+  };
+  EXPECT_GT(FailEachAllocation(load, [&] { EXPECT_EQ(Saved(), ""); }), 5U);
+  EXPECT_TRUE(Saved() == bytes);
+}
+
+}  // namespace
+}  // namespace ZaM::test
