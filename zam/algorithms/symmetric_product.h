@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <vector>
 
+#include "zam/algorithms/symmetric_kernel.h"
+
 namespace ZaM::detail {
 
 /// Indices from `begin` up to, but without, `end`.
@@ -24,7 +26,8 @@ struct IndexRange {
 /// are read. `products` doesn't overlap `vectors`; nothing behind the last member is written.
 /// Throws std::bad_alloc before anything is written.
 void MultiplySymmetric(std::vector<std::vector<double>> const& lowerTriangle, std::vector<IndexRange> const& members,
-                       double const* vectors, double* products, std::size_t vectorCount, std::size_t stride);
+                       double const* vectors, double* products, std::size_t vectorCount, std::size_t stride,
+                       SymmetricKernel const& kernel = BestSymmetricKernel());
 
 [[nodiscard]] double InnerProduct(double const* x, double const* y, std::size_t count);
 

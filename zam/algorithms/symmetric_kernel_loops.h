@@ -1,0 +1,166 @@
+// The loops of SymmetricKernel, once and for all levels of processors: each level's source file includes this, and is
+// compiled for that level as a whole. So nothing here may come from elsewhere but types: a function that the linker
+// shares among files would be taken from any of them, and might then run where the processor can't.
+//
+// Each entry below the diagonal is loaded once, and serves its row and its column. A block of rows keeps its vectors
+// and its sums in registers, while the columns' vectors and products pass by. With the numbers of a group of vectors
+// side by side, every step is one multiply-add of whole registers, no register holds a sum of its own parts, and no
+// entry is moved, neither in memory nor within a register. Measured by benchmarks/pca_benchmark.
+#ifndef ZAM_ALGORITHMS_SYMMETRIC_KERNEL_LOOPS_H
+#define ZAM_ALGORITHMS_SYMMETRIC_KERNEL_LOOPS_H
+
+#include <cstddef>
+#include <utility>
+
+#include "zam/algorithms/symmetric_kernel.h"
+
+namespace ZaM::detail {
+namespace {
+
+#define ZAM_ALWAYS_INLINE __attribute__((always_inline)) inline
+
+template <int width>
+struct RegisterOf {
+  using Type __attribute__((vector_size(8 * width))) = double;
+};
+
+template <int width>
+using Register = typename RegisterOf<width>::Type;
+
+/// From any address.
+template <int width>
+ZAM_ALWAYS_INLINE Register<width> Load(double const* from) {
+  Register<width> numbers;
+  __builtin_memcpy(&numbers, from, sizeof numbers);
+  return numbers;
+}
+
+constexpr std::size_t entriesPerCacheLine = 8;
+
+/// The loops for `width` vectors, which are one register, and `blockRows` rows at a time.
+template <int width, int blockRows>
+class Loops {
+  static_assert(blockRows <= rowsAhead);
+
+ public:
+  static constexpr GroupLoops Table() { return {width, Interleave, Separate, AddTile}; }
+
+ private:
+  using Vector = Register<width>;
+  template <int count>
+  using Sequence = std::make_integer_sequence<int, count>;
+
+  static Vector const* At(double const* group, std::size_t index) {
+    return reinterpret_cast<Vector const*>(group) + index;
+  }
+  static Vector* At(double* group, std::size_t index) { return reinterpret_cast<Vector*>(group) + index; }
+
+  static void Interleave(double const* vectors, std::size_t vectorCount, std::size_t stride, std::size_t count,
+                         double* group) {
+    for (std::size_t p = 0; p < width; ++p)
+      for (std::size_t k = 0; k < count; ++k) group[k * width + p] = p < vectorCount ? vectors[p * stride + k] : 0.0;
+  }
+
+  static void Separate(double const* group, std::size_t vectorCount, std::size_t stride, std::size_t count,
+                       double* vectors) {
+    for (std::size_t p = 0; p < vectorCount; ++p)
+      for (std::size_t k = 0; k < count; ++k) vectors[p * stride + k] = group[k * width + p];
+  }
+
+  /// One column of a block of rows.
+  template <int... row>
+  ZAM_ALWAYS_INLINE static void AddColumn(double const* const* rows, std::size_t k, Vector const* own, Vector* sums,
+                                          GroupPart columns, std::integer_sequence<int, row...>) {
+    Vector const vector = *At(columns.vectors, k);
+    Vector product = *At(columns.products, k);
+    ((sums[row] = sums[row] + rows[row][k] * vector, product = product + rows[row][k] * own[row]), ...);
+    *At(columns.products, k) = product;
+  }
+
+  /// `count` columns of a block of rows. Fetches what lies below them, if it is to.
+  template <int... row>
+  ZAM_ALWAYS_INLINE static void AddRows(double const* const* firstRow, std::size_t count, bool fetchNext,
+                                        GroupPart part, GroupPart columns,
+                                        std::integer_sequence<int, row...> sequence) {
+    double const* const rows[] = {firstRow[row]...};
+    Vector const own[] = {*At(part.vectors, row)...};
+    Vector sums[] = {*At(part.products, row)...};
+    std::size_t k = 0;
+    if (fetchNext) {
+      double const* const next[] = {firstRow[sizeof...(row) + row]...};
+      for (; k + entriesPerCacheLine <= count; k += entriesPerCacheLine) {
+        (__builtin_prefetch(next[row] + k), ...);
+        for (std::size_t j = k; j < k + entriesPerCacheLine; ++j) AddColumn(rows, j, own, sums, columns, sequence);
+      }
+    }
+    for (; k < count; ++k) AddColumn(rows, k, own, sums, columns, sequence);
+    ((*At(part.products, row) = sums[row]), ...);
+  }
+
+  /// The square on the diagonal that belongs to a block of rows, whose entries begin `offset` behind `rows`.
+  static void AddSquare(double const* const* rows, std::size_t rowCount, std::size_t offset, GroupPart part) {
+    for (std::size_t r = 0; r < rowCount; ++r) {
+      double const* const entries = rows[r] + offset;
+      Vector const own = *At(part.vectors, r);
+      Vector sum = *At(part.products, r) + entries[r] * own;
+      for (std::size_t k = 0; k < r; ++k) {
+        sum = sum + entries[k] * *At(part.vectors, k);
+        *At(part.products, k) = *At(part.products, k) + entries[k] * own;
+      }
+      *At(part.products, r) = sum;
+    }
+  }
+
+  template <int count>
+  ZAM_ALWAYS_INLINE static std::size_t AddBlocks(SymmetricTile const& tile, std::size_t r, GroupPart rows,
+                                                 GroupPart columns) {
+    for (; r + count <= tile.rowCount; r += count) {
+      auto const columnCount = tile.onDiagonal ? r : tile.columnCount;
+      GroupPart const part{rows.vectors + r * width, rows.products + r * width};
+      AddRows(tile.rows + r, columnCount, tile.fetchAhead, part, columns, Sequence<count>{});
+      if (tile.onDiagonal) AddSquare(tile.rows + r, count, r, part);
+    }
+    return r;
+  }
+
+  static void AddTile(SymmetricTile const& tile, GroupPart rows, GroupPart columns) {
+    auto const next = AddBlocks<blockRows>(tile, 0, rows, columns);
+    AddBlocks<1>(tile, next, rows, columns);
+  }
+};
+
+/// The sum of products in one fixed order, with four registers of sums to hide how long an addition takes.
+template <int width>
+double InnerProductLoop(double const* x, double const* y, std::size_t count) {
+  Register<width> sums[4] = {};
+  std::size_t k = 0;
+  for (; k + 4 * width <= count; k += 4 * width)
+    for (std::size_t i = 0; i < 4; ++i)
+      sums[i] = sums[i] + Load<width>(x + k + i * width) * Load<width>(y + k + i * width);
+  auto const together = (sums[0] + sums[1]) + (sums[2] + sums[3]);
+  double sum = 0.0;
+  for (std::size_t i = 0; i < width; ++i) sum += together[i];
+  for (; k < count; ++k) sum += x[k] * y[k];
+  return sum;
+}
+
+template <int width>
+void SubtractScaledLoop(double* y, double factor, double const* x, std::size_t count) {
+  std::size_t k = 0;
+  for (; k + width <= count; k += width) {
+    auto const difference = Load<width>(y + k) - factor * Load<width>(x + k);
+    __builtin_memcpy(y + k, &difference, sizeof difference);
+  }
+  for (; k < count; ++k) y[k] -= factor * x[k];
+}
+
+template <int wide, int narrow, int blockRows>
+constexpr SymmetricKernel MakeSymmetricKernel(char const* name) {
+  return {name, Loops<wide, blockRows>::Table(), Loops<narrow, blockRows>::Table(), InnerProductLoop<wide>,
+          SubtractScaledLoop<wide>};
+}
+
+}  // namespace
+}  // namespace ZaM::detail
+
+#endif
