@@ -98,6 +98,20 @@ TEST(GuideTest, ClassifiesAndEvaluates) {
   documents->Visit(&evaluation);
   EXPECT_EQ(matrix->GetCorrect(), 2u);
   EXPECT_EQ(matrix->GetRejected(), 1u);  // its two classes lie closer together than 0.1
+
+  ZaM::ErrorPlotVisitor plots;
+  plots.SetResultTag(resultTag);
+  classes->Visit(&plots);    // class nodes hold no result: each gets the plot of its class
+  documents->Visit(&plots);  // and each document counts into the plot of its class
+
+  ZaM::Ref overall(ZaM::ErrorPlot::Create(0));
+  auto* const nodes = ZaM::PreOrderTraverser<ZaM::DocumentNode>::Create(classes.Get());
+  while (ZaM::DocumentNode* const node = nodes->Next()) {
+    if (auto const* plot = node->GetRepresentation(ZaM::ErrorPlot::GetDefaultTag())) overall->add(*plot);
+  }
+  nodes->Release();
+  EXPECT_EQ(overall->GetCount(), 3u);
+  EXPECT_EQ(overall->GetGoodHistogram()[0], 1.0f);  // the share of documents that are right, whatever the confidence
 }
 
 // Cancels a run after a number of documents.
@@ -129,6 +143,7 @@ TEST(GuideTest, CancelsARun) {
 struct ScaleControl : ZaM::Control {
   ZaM::DocumentNode* root = nullptr;
   double factor = 1.0;
+  ZaM::CallBack* progress = nullptr;
 };
 
 // An algorithm of one's own: replaces each document's vector by a scaled one.
@@ -137,7 +152,12 @@ class Scale : public ZaM::Algorithm {
   void DoAlgorithm(ZaM::Control* control) override {
     auto const* const block = dynamic_cast<ScaleControl*>(control);
     if (!block || !block->root) return;
-    for (ZaM::Node* child : ZaM::Children(*block->root)) scale(dynamic_cast<ZaM::DocumentNode*>(child), block->factor);
+    for (ZaM::Node* child : ZaM::Children(*block->root)) {
+      bool stop = false;
+      if (block->progress) block->progress->Increment(1, &stop);
+      if (stop) throw ZaM::UserCanceledException(23);  // document analysis
+      scale(dynamic_cast<ZaM::DocumentNode*>(child), block->factor);
+    }
   }
 
   ZaM::Control* CreateController() override { return new ScaleControl; }
@@ -162,7 +182,15 @@ TEST(GuideTest, RunsAnAlgorithmOfOnesOwn) {
   block.factor = 2.0;
   scale.DoAlgorithm(control.get());
   auto& document = dynamic_cast<ZaM::DocumentNode&>(**ZaM::Children(*documents).begin());
-  EXPECT_EQ(dynamic_cast<NumberVector&>(*document.GetRepresentation(vectorTag)).numbers, (std::vector{1.0, 0.5}));
+  auto const expectScaled = [&] {
+    EXPECT_EQ(dynamic_cast<NumberVector&>(*document.GetRepresentation(vectorTag)).numbers, (std::vector{1.0, 0.5}));
+  };
+  expectScaled();
+
+  Limit limit(0);
+  block.progress = &limit;
+  EXPECT_THROW(scale.DoAlgorithm(control.get()), ZaM::UserCanceledException);
+  expectScaled();
 }
 
 std::vector<std::string> wordsOf(ZaM::wstring const& text) {
