@@ -48,6 +48,7 @@ class ExternalRepFactoryPlatformTest : public testing::Test {
   ProbeFactory a{"same", "AAAA"};
   ProbeFactory b{"same", "BBBB"};
   ProbeFactory c{"other", "CCCC"};
+  ProbeFactory added{"added", "DDDD"};
   ExternalRepFactoryPlatform platform{ExternalRepFactoryPlatform::GetFactoryPlatform()};
 };
 
@@ -93,7 +94,6 @@ TEST_F(ExternalRepFactoryPlatformTest, KeepsWhatCannotBeRemoved) {
 }
 
 TEST_F(ExternalRepFactoryPlatformTest, LetsAFactoryCallBackWhileItIsReleased) {
-  ProbeFactory added("added", "DDDD");
   addAll();
   b.onRelease = [&] {
     EXPECT_EQ(platform.GetFactory(1), &b);
