@@ -27,12 +27,17 @@ struct RegisterOf {
 template <int width>
 using Register = typename RegisterOf<width>::Type;
 
-/// From any address.
+/// From any address, and to any.
 template <int width>
 ZAM_ALWAYS_INLINE Register<width> Load(double const* from) {
   Register<width> numbers;
   __builtin_memcpy(&numbers, from, sizeof numbers);
   return numbers;
+}
+
+template <int width>
+ZAM_ALWAYS_INLINE void Store(Register<width> const& numbers, double* to) {
+  __builtin_memcpy(to, &numbers, sizeof numbers);
 }
 
 constexpr std::size_t entriesPerCacheLine = 8;
@@ -55,16 +60,49 @@ class Loops {
   }
   static Vector* At(double* group, std::size_t index) { return reinterpret_cast<Vector*>(group) + index; }
 
+  /// Swaps the lanes of `low` that have a bit set with those of `high` that have it not.
+  template <int bit, int... lane>
+  ZAM_ALWAYS_INLINE static void SwapLanes(Vector& low, Vector& high, std::integer_sequence<int, lane...>) {
+    Vector const former = low;
+    low = __builtin_shufflevector(former, high, ((lane & bit) != 0 ? lane - bit + width : lane)...);
+    high = __builtin_shufflevector(former, high, ((lane & bit) != 0 ? lane + width : lane + bit)...);
+  }
+
+  /// Turns a square of numbers: lane k of row p becomes lane p of row k.
+  template <int bit = 1>
+  ZAM_ALWAYS_INLINE static void Transpose(Vector (&rows)[width]) {
+    if constexpr (bit < width) {
+      for (int row = 0; row < width; ++row)
+        if ((row & bit) == 0) SwapLanes<bit>(rows[row], rows[row + bit], Sequence<width>{});
+      Transpose<2 * bit>(rows);
+    }
+  }
+
   static void Interleave(double const* vectors, std::size_t vectorCount, std::size_t stride, std::size_t count,
                          double* group) {
-    for (std::size_t p = 0; p < width; ++p)
-      for (std::size_t k = 0; k < count; ++k) group[k * width + p] = p < vectorCount ? vectors[p * stride + k] : 0.0;
+    std::size_t k = 0;
+    for (; k + width <= count; k += width) {
+      Vector rows[width];
+      for (std::size_t p = 0; p < width; ++p)
+        rows[p] = p < vectorCount ? Load<width>(vectors + p * stride + k) : Vector{};
+      Transpose(rows);
+      for (std::size_t p = 0; p < width; ++p) *At(group, k + p) = rows[p];
+    }
+    for (; k < count; ++k)
+      for (std::size_t p = 0; p < width; ++p) group[k * width + p] = p < vectorCount ? vectors[p * stride + k] : 0.0;
   }
 
   static void Separate(double const* group, std::size_t vectorCount, std::size_t stride, std::size_t count,
                        double* vectors) {
-    for (std::size_t p = 0; p < vectorCount; ++p)
-      for (std::size_t k = 0; k < count; ++k) vectors[p * stride + k] = group[k * width + p];
+    std::size_t k = 0;
+    for (; k + width <= count; k += width) {
+      Vector rows[width];
+      for (std::size_t p = 0; p < width; ++p) rows[p] = *At(group, k + p);
+      Transpose(rows);
+      for (std::size_t p = 0; p < vectorCount; ++p) Store<width>(rows[p], vectors + p * stride + k);
+    }
+    for (; k < count; ++k)
+      for (std::size_t p = 0; p < vectorCount; ++p) vectors[p * stride + k] = group[k * width + p];
   }
 
   /// One column of a block of rows.
@@ -147,10 +185,7 @@ double InnerProductLoop(double const* x, double const* y, std::size_t count) {
 template <int width>
 void SubtractScaledLoop(double* y, double factor, double const* x, std::size_t count) {
   std::size_t k = 0;
-  for (; k + width <= count; k += width) {
-    auto const difference = Load<width>(y + k) - factor * Load<width>(x + k);
-    __builtin_memcpy(y + k, &difference, sizeof difference);
-  }
+  for (; k + width <= count; k += width) Store<width>(Load<width>(y + k) - factor * Load<width>(x + k), y + k);
   for (; k < count; ++k) y[k] -= factor * x[k];
 }
 
