@@ -309,8 +309,11 @@ TEST_F(PcaAnalyzerTest, RefusesWhatAModelHasNoRoomOrNoNumbersFor) {
     SetSteps({step});
     EXPECT_EQ(FailureId([&] { analyzer.DoAlgorithm(&control); }), 8);
     EXPECT_EQ(Saved(), "");
-    SetSteps({projectStep});
-    control.SetTargetActivity(0);
+    // In a projection only active ones need a place.
+    activities.front() = 1;
+    Run(activities);
+    EXPECT_EQ(Project({1, 2}).size(), 2U);
+    activities.back() = 1;
     Run(activities);
     EXPECT_EQ(FailureId([&] { Project({1, 2}); }), 8);
   }

@@ -127,7 +127,7 @@ bool PcaAnalyzer::hasGramRow(std::size_t index) const {
 class PcaAnalyzer::Projection {
  public:
   explicit Projection(PcaAnalyzer const& model)
-      : analyzer(model), products(model.examples.size()), coordinates(model.dimension) {}
+      : analyzer(model), products(std::min(model.examples.size(), model.reach())), coordinates(model.dimension) {}
 
   /// Valid until the next call.
   std::vector<float> const& Project(Representation const& document) {
@@ -159,7 +159,7 @@ class PcaAnalyzer::Projection {
   }
 
   PcaAnalyzer const& analyzer;
-  std::vector<double> products;    // one per example
+  std::vector<double> products;    // one per example that the model has a place for
   std::vector<float> coordinates;  // one per component
 };
 
@@ -176,13 +176,21 @@ void PcaAnalyzer::project(Node* node) {
   });
 }
 
-// The vectors have to be those of the components, and to hold a place for every example.
+// The vectors have to be those of the components, and to hold a place for every active example.
 void PcaAnalyzer::checkReach() const {
   if (eigenVectors.size() < vectorCount())
     throw OutOfBoundsException(8, toIndex(dimension), toIndex(eigenVectors.size()));
-  std::size_t reach = gramRowSums.size();
-  for (std::vector<double> const& vector : eigenVectors) reach = std::min(reach, vector.size());
-  if (examples.size() > reach) throw OutOfBoundsException(8, toIndex(examples.size() - 1), toIndex(reach));
+  std::size_t const places = reach();
+  for (std::size_t i = places; i < examples.size(); ++i) {
+    if (activity[i] > 0) throw OutOfBoundsException(8, toIndex(i), toIndex(places));
+  }
+}
+
+// The number of examples that all parts of the model have a place for.
+std::size_t PcaAnalyzer::reach() const {
+  std::size_t places = gramRowSums.size();
+  for (std::vector<double> const& vector : eigenVectors) places = std::min(places, vector.size());
+  return places;
 }
 
 void PcaAnalyzer::replaceResult(DocumentNode& document, std::vector<float> const& coordinates) const {

@@ -39,8 +39,9 @@ class Node;
 ///
 /// Coordinate i of an example is its principal component score divided by the fourth root of n, and sums to 0 over the
 /// examples; its sign is arbitrary. A component that isn't there, because the examples span fewer dimensions, has the
-/// eigenvalue 0 and gives the coordinate 0. So do all components if a `dot` of the examples wasn't a finite number. If
-/// a `dot` of the document isn't one, its coordinates aren't either.
+/// eigenvalue 0 and gives the coordinate 0; insertions don't bring it back, only a new learning does. All components
+/// are gone if a `dot` of the examples wasn't a finite number. If a `dot` of the document isn't one, its coordinates
+/// aren't either.
 ///
 /// Insertion and removal need the `dot`s of new examples alone: they change G, r and T, and iterate from the former
 /// vectors. They need the model's Gram matrix, which a loaded model has only if it was saved with `EnableRelearn`. An
@@ -59,9 +60,9 @@ class Node;
 ///         BaseException with id 5 when memory runs out or a limit is passed; OutOfBoundsException(8) if there are more
 ///         examples than `MaxExamples`, or a projection finds an active example that the model has no place for;
 ///         BaseException with id 53 if an insertion or removal needs rows of the Gram matrix that aren't there. What
-///         `dot` throws passes through unchanged. A learning that failed leaves no model, an insertion or removal that
-///         failed leaves the former one, and a projection that failed leaves each document with its old or its new
-///         coordinates.
+///         `dot` throws passes through unchanged. A learning that passes a limit changes nothing, and one that fails
+///         later leaves no model; an insertion or removal that failed leaves the former one, and a projection that
+///         failed leaves each document with its old or its new coordinates.
 class ZAM_EXPORT PcaAnalyzer : public Algorithm {
  public:
   /// The greatest number of examples that a model can have room for: 2²⁰.
@@ -121,6 +122,7 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
   void makeNewGram(std::size_t index);
   void forgetGram(std::size_t index);
   void insertIntoSums(std::size_t index);
+  void forgetEntries(std::size_t index);
   void remove();
   bool prepareRemove();
   void removeFromSums(std::size_t index);
@@ -130,6 +132,7 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
 
   void project(Node* node);
   void checkReach() const;
+  [[nodiscard]] std::size_t reach() const;
   void replaceResult(DocumentNode& document, std::vector<float> const& coordinates) const;
 
   void saveGramRow(std::basic_ostream<char>& stream, std::size_t index) const;

@@ -108,6 +108,8 @@ void PcaAnalyzer::scaleVector(std::size_t index) {
   for (std::size_t j = 0; j < examples.size(); ++j) {
     double& entry = eigenVectors[index][j];
     entry = vanished ? 0.0 : entry * factor;
+    // Those of examples out of use may grow without bounds, and meet a product of 0 in projections.
+    if (!std::isfinite(entry)) entry = 0.0;
   }
 }
 

@@ -95,19 +95,21 @@ bool PcaAnalyzer::prepareInsert() {
     if (activity[i] >= 0) ++exampleCount;
     if (!isNew(i)) continue;
     insertIntoSums(i);
+    forgetEntries(i);
     ++inserted;
   }
   return inserted != 0;
 }
 
-// Pairs of two new examples are computed twice. An example that keeps its place free has no row.
+// Pairs of two new examples are computed twice. An example that keeps its place free has no row. A pair with an example
+// that isn't in the model, or leaves in this run, counts as 0: there may be a number of an earlier user of the place.
 void PcaAnalyzer::makeNewGram(std::size_t index) {
   if (!hasGramRow(index)) gram[index].resize(index + 1);
   for (std::size_t j = 0; j <= index; ++j) {
-    if (activity[j] >= 0) gram[index][j] = gramEntry(index, j);
+    gram[index][j] = activity[j] >= 0 ? gramEntry(index, j) : 0.0;
   }
   for (std::size_t j = index + 1; j < examples.size(); ++j) {
-    if (activity[j] >= 0 && hasGramRow(j)) gram[j][index] = gramEntry(index, j);
+    if (hasGramRow(j)) gram[j][index] = activity[j] >= 0 ? gramEntry(index, j) : 0.0;
   }
 }
 
@@ -135,6 +137,14 @@ void PcaAnalyzer::insertIntoSums(std::size_t index) {
   gramRowSums[index] = sum;
   gramTotal += 2.0 * sum - gram[index][index];
   activity[index] = 1;  // so that a later new example finds this one in the model
+}
+
+// What an earlier user of the place left in the vectors has grown with every learning since, and might outweigh all
+// other entries by now.
+void PcaAnalyzer::forgetEntries(std::size_t index) {
+  for (std::vector<double>& vector : eigenVectors) {
+    if (index < vector.size()) vector[index] = 0.0;
+  }
 }
 
 bool PcaAnalyzer::prepareRemove() {
