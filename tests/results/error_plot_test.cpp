@@ -51,15 +51,19 @@ TEST(ErrorPlotTest, MergesValidPlotsAndNothingElse) {
   EXPECT_EQ(plot->GetBadHistogram()[100], 0.5F);
 }
 
-/// A result that calls itself valid whatever it holds.
-class ValidResult : public SparseResult {
+/// A result that calls itself valid or not, whatever it holds.
+class ProbeResult : public SparseResult {
  public:
-  static ValidResult* Create(Items const& items) {
-    auto* const result = CreateCounted([] { return new ValidResult; });
+  static ProbeResult* Create(Items const& items, bool isValid = true) {
+    auto* const result = CreateCounted([] { return new ProbeResult; });
     result->SetResults(items);
+    result->valid = isValid;
     return result;
   }
-  bool IsValid() const override { return true; }
+  bool IsValid() const override { return valid; }
+
+ private:
+  bool valid = true;
 };
 
 DocumentNode* AddDocument(DocumentNode& parent, unsigned int classId, Result* result = nullptr) {
@@ -84,7 +88,7 @@ TEST(ErrorPlotVisitorTest, FindsTheBinOfAnyNumber) {
   };
   for (auto const& [value, bin] : cases) {
     Ref const root(DocumentNode::Create(3, nullptr));
-    AddDocument(*root, 3, ValidResult::Create({Item(3, value), Item(4, 0.75F)}));
+    AddDocument(*root, 3, ProbeResult::Create({Item(3, value), Item(4, 0.75F)}));
     ErrorPlotVisitor visitor;
     root->Visit(&visitor);
     Curve curve(101);
@@ -95,16 +99,16 @@ TEST(ErrorPlotVisitorTest, FindsTheBinOfAnyNumber) {
 
 TEST(ErrorPlotVisitorTest, PlotsEachClassAtItsFirstNodeWithoutAResult) {
   Ref const root(DocumentNode::Create());                       // class 0 is one like any other
-  AddDocument(*root, 2, ValidResult::Create({Item(2, 0.5F)}));  // comes by before its class has a plot
+  AddDocument(*root, 2, ProbeResult::Create({Item(2, 0.5F)}));  // comes by before its class has a plot
   DocumentNode* const first = AddDocument(*root, 1);
   DocumentNode* const second = AddDocument(*root, 2);
   DocumentNode* const again = AddDocument(*root, 1);
-  AddDocument(*first, 1, ValidResult::Create({Item(2, 0.75F), Item(1, 0.5F)}));
-  AddDocument(*first, 1, SparseResult::Create());   // not valid, but a result
-  AddDocument(*first, 1, ValidResult::Create({}));  // valid, but nothing in it
+  AddDocument(*first, 1, ProbeResult::Create({Item(2, 0.75F), Item(1, 0.5F)}));
+  AddDocument(*first, 1, ProbeResult::Create({Item(1, 0.5F)}, false));
+  AddDocument(*first, 1, ProbeResult::Create({}));  // valid, but nothing in it
   AddDocument(*first, 3, SparseResult::Create());   // has no plot of its class, and gets none
-  AddDocument(*again, 1, ValidResult::Create({Item(1, 1.0F)}));
-  AddDocument(*second, 0, ValidResult::Create({Item(0, 0.5F)}));
+  AddDocument(*again, 1, ProbeResult::Create({Item(1, 1.0F)}));
+  AddDocument(*second, 0, ProbeResult::Create({Item(0, 0.5F)}));
   root->AddChild(ProbeNode::Create("no document"));
 
   ErrorPlotVisitor visitor;
