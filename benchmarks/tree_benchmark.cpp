@@ -1,5 +1,6 @@
 // Building and releasing a tree of documents, against the same objects in a plain vector; from ten thousand to a
-// million documents, to show that the cost grows with their number alone.
+// million documents, to show that the cost grows with their number alone. Walking it by the traverser, against a
+// visitor.
 #include <benchmark/benchmark.h>
 
 #include <vector>
@@ -12,14 +13,19 @@ using ZaM::DocumentNode;
 
 constexpr int documentsPerFolder = 100;
 
+ZaM::Ref<DocumentNode> makeTree(int documents) {
+  ZaM::Ref root(DocumentNode::Create());
+  for (int folder = 0; folder < documents / documentsPerFolder; ++folder) {
+    DocumentNode* const parent = DocumentNode::Create();
+    root->AddChild(parent);
+    for (int i = 1; i < documentsPerFolder; ++i) parent->AddChild(DocumentNode::Create());
+  }
+  return root;
+}
+
 void tree(benchmark::State& state, int documents) {
   for (auto _ : state) {
-    ZaM::Ref root(DocumentNode::Create());
-    for (int folder = 0; folder < documents / documentsPerFolder; ++folder) {
-      DocumentNode* const parent = DocumentNode::Create();
-      root->AddChild(parent);
-      for (int i = 1; i < documentsPerFolder; ++i) parent->AddChild(DocumentNode::Create());
-    }
+    ZaM::Ref const root = makeTree(documents);
     benchmark::DoNotOptimize(root.Get());
   }
   state.SetItemsProcessed(state.iterations() * documents);
@@ -35,11 +41,41 @@ void vector(benchmark::State& state, int documents) {
   state.SetItemsProcessed(state.iterations() * documents);
 }
 
+unsigned int traverse(DocumentNode& root) {
+  unsigned int sum = 0;
+  auto* const documents = ZaM::PreOrderTraverser<DocumentNode>::Create(&root);
+  while (!documents->Done()) sum += documents->Next()->GetClassId();
+  documents->Release();
+  return sum;
+}
+
+struct Summing : ZaM::Visitor {
+  void DoVisit(ZaM::Node* node) override {
+    if (auto const* document = dynamic_cast<DocumentNode*>(node)) sum += document->GetClassId();
+  }
+  unsigned int sum = 0;
+};
+
+unsigned int visit(DocumentNode& root) {
+  Summing summing;
+  root.Visit(&summing);
+  return summing.sum;
+}
+
+void walk(benchmark::State& state, unsigned int (*way)(DocumentNode&)) {
+  constexpr int documents = 1'000'000;
+  ZaM::Ref const root = makeTree(documents);
+  for (auto _ : state) benchmark::DoNotOptimize(way(*root));
+  state.SetItemsProcessed(state.iterations() * documents);
+}
+
 BENCHMARK_CAPTURE(tree, 10000, 10'000)->Name("tree_10000/zam")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(vector, 10000, 10'000)->Name("tree_10000/vector")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(tree, 100000, 100'000)->Name("tree_100000/zam")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(vector, 100000, 100'000)->Name("tree_100000/vector")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(tree, 1000000, 1'000'000)->Name("tree_1000000/zam")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(vector, 1000000, 1'000'000)->Name("tree_1000000/vector")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(walk, zam, traverse)->Name("walk_1000000/zam")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(walk, visitor, visit)->Name("walk_1000000/visitor")->Unit(benchmark::kMillisecond);
 
 }  // namespace
