@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <random>
 
 #include "tests/support/failing_allocation.h"
 #include "tests/support/probe_nodes.h"
@@ -71,22 +70,10 @@ TEST(PreOrderTraverserTest, ListsChildrenWhenTheirParentIsReturned) {
   EXPECT_EQ(Rest(*copy), "adbc");
 }
 
-/// A tree of this many documents, each below one that is chosen by chance.
-DocumentNode* CreateRandomTree(unsigned int documents) {
-  std::mt19937 random(7);
-  std::vector<DocumentNode*> all = {DocumentNode::Create()};
-  while (all.size() < documents) {
-    DocumentNode* const document = DocumentNode::Create();
-    all[random() % all.size()]->AddChild(document);
-    all.push_back(document);
-  }
-  return all.front();
-}
-
-TEST(PreOrderTraverserTest, AgreesWithVisitOnLargeDeepAndWideTrees) {
+TEST(PreOrderTraverserTest, AgreesWithVisitOnWideAndDeepTrees) {
   Ref const wide(DocumentNode::Create());
   for (int i = 1; i < 1'000'000; ++i) wide->AddChild(DocumentNode::Create());
-  for (auto const& root : {Ref(CreateRandomTree(1'000'000)), Ref(CreateDeepTree(100'000)), wide}) {
+  for (auto const& root : {wide, Ref(CreateDeepTree(100'000))}) {
     std::vector<Node*> visited;
     FunctionVisitor visitor([&](Node* node) { visited.push_back(node); });
     root->Visit(&visitor);
