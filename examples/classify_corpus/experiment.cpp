@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "plane.h"
 #include "run_error.h"
 #include "tags.h"
 
@@ -45,6 +46,9 @@ void Experiment::Run(unsigned int fold) {
   for (auto const [file, node] : tree.leaves) {
     auto* const result = dynamic_cast<ZaM::Result*>(node->GetRepresentation(ResultTag()));
     place.findings.Add(place.corpus.NameOf(*file), file->classId, fold, result);
+  }
+  if (place.options.WantsMap() && place.findings.map.points.empty()) {
+    place.clocks.map.Time(tests.size(), [&] { drawOnPlane(training, vocabulary, fold, tree); });
   }
 }
 
@@ -102,6 +106,24 @@ Experiment::TestTree Experiment::createTestTree(std::vector<Document const*> con
   }
   place.progress.Begin("classifying", tests.size());
   return tree;
+}
+
+void Experiment::drawOnPlane(std::vector<Document const*> const& training, Vocabulary const& vocabulary,
+                             unsigned int fold, TestTree const& tree) {
+  std::vector<PlaneExample> examples;
+  examples.reserve(training.size());
+  for (Document const* document : training) {
+    examples.push_back(
+        {Ref(vocabulary.Weigh(document->terms)), document->file->classId, place.corpus.NameOf(*document->file)});
+  }
+  Plane plane(std::move(examples));
+  plane.LearnOrLoad(place.options.model);
+  plane.Project(*tree.root);
+  place.findings.map.fold = fold;
+  place.findings.map.examples = plane.ExampleCount();
+  for (auto const [file, node] : tree.leaves) {
+    if (auto const point = Plane::PointOf(*node)) place.findings.map.points.push_back({file->classId, *point});
+  }
 }
 
 void Experiment::classifyTree(DocumentNode& classes, DocumentNode& documents) {

@@ -49,6 +49,8 @@ class Experiment {
                                               Vocabulary const& vocabulary, unsigned int fold);
   Trainer createTrainer(std::vector<Document const*> const& training, Vocabulary const& vocabulary);
   TestTree createTestTree(std::vector<Document const*> const& tests, Vocabulary const& vocabulary);
+  void drawOnPlane(std::vector<Document const*> const& training, Vocabulary const& vocabulary, unsigned int fold,
+                   TestTree const& tree);
   void classifyTree(ZaM::DocumentNode& classes, ZaM::DocumentNode& documents);
 
   Workplace place;

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "plane.h"
 #include "settings.h"
 
 namespace classify {
@@ -63,6 +64,7 @@ class Findings {
   std::string corpus;                      // its folder, made printable
   std::uint64_t documents = 0;             // in the corpus
   Settings settings;                       // that the documents were classified with
+  DocumentMap map;                         // of the first fold, if one was asked for; no file keeps it
   std::map<unsigned int, FoldSize> folds;  // by number
 
  private:

@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <fstream>
 #include <memory>
 #include <system_error>
 
@@ -42,6 +43,12 @@ std::string FirstLine(std::FILE* file) {
   return "it doesn't say why";
 }
 
+// Where a picture is drawn before it moves to its place.
+fs::path PartOf(fs::path target) {
+  target += ".part";
+  return target;
+}
+
 // The exit status as `waitpid` gives it.
 int RunGnuplot(std::FILE* script, std::FILE* complaints) {
   posix_spawn_file_actions_t files;
@@ -75,9 +82,20 @@ std::string Quoted(std::string_view text) {
   return quoted + '\'';
 }
 
+void CheckPicture(fs::path const& target) {
+  TemporaryFile const nothing = MakeTemporaryFile("");
+  TemporaryFile const complaints = MakeTemporaryFile("");
+  if (RunGnuplot(nothing.get(), complaints.get()) != 0)
+    throw RunError{"can't draw pictures: gnuplot says " + FirstLine(complaints.get())};
+  fs::path const part = PartOf(target);
+  if (!std::ofstream(part))
+    throw RunError{"can't write " + Printable(target.native()) + ": its folder can't be written to"};
+  std::error_code ignored;
+  fs::remove(part, ignored);
+}
+
 void DrawPicture(fs::path const& target, unsigned int width, unsigned int height, std::string const& script) {
-  fs::path part = target;
-  part += ".part";
+  fs::path const part = PartOf(target);
   std::string const frame = "set encoding utf8\nset terminal svg size " + std::to_string(width) + ',' +
                             std::to_string(height) +
                             " dynamic background '#ffffff' font 'DejaVu Sans,Arial,sans-serif' fontscale 1 noenhanced\n"

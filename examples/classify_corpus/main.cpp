@@ -19,9 +19,11 @@
 #include "experiment.h"
 #include "findings.h"
 #include "fold.h"
+#include "gnuplot.h"
 #include "interrupt.h"
 #include "number_text.h"
 #include "options.h"
+#include "plane_map.h"
 #include "report.h"
 #include "result_file.h"
 #include "result_loader.h"
@@ -97,11 +99,13 @@ void Run(Options const& options, Notes& notes) {
   {
     Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
     ResultFile file(options.results);
+    if (options.WantsMap()) CheckPicture(options.map);
     Findings const findings = options.loadResults.empty() ? Classify(options, progress, clocks, notes)
                                                           : Load(options, progress, clocks, notes);
     auto const matrix = clocks.evaluate.Time(findings.Tested().size(), [&] { return Evaluate(findings, options); });
     report = Report(findings, *matrix, clocks);
     file.Write(findings);
+    if (options.WantsMap()) DrawMap(options.map, findings.corpus, findings.map, findings.ClassNames());
   }
   std::cout << report << std::flush;
   if (!std::cout) throw RunError{"can't write the report"};

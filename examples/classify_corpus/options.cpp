@@ -27,6 +27,7 @@ constexpr char footer[] = R"(Examples:
   classify_corpus --load-results mail.xml.gz            evaluate that once more, without classifying
   classify_corpus mail --shard 1/2 --results part1.xml  test on half of them; the other half elsewhere
   classify_corpus --load-results part1.xml part2.xml    evaluate the halves together
+  classify_corpus mail --map mail.svg                   draw the tested documents as points, coloured by class
 
 Texts in a script that the text filter of the library doesn't know, such as Devanagari or Thai, are seen by their other
 words alone, and are rejected if there are none.
@@ -79,6 +80,13 @@ void AddClassifying(CLI::App& app, Options& options) {
          "--no-digits", [&] { options.settings.useDigits = false; }, "Digits separate words")
       ->excludes(digits)
       ->option_text(" ");
+  app.add_option("--map", options.map,
+                 "Draw the tested documents of the first fold, by their principal components, into this SVG file")
+      ->option_text("FILE.svg");
+  app.add_option("--model", options.model,
+                 "Take the plane of the map from this file; if there is none, learn the plane and write the file")
+      ->needs("--map")
+      ->option_text("FILE");
   app.add_option("--max-results", options.settings.maxResults,
                  "Best classes to keep for each document, 3 unless given; 0 keeps all values")
       ->option_text("N");

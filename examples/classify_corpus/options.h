@@ -21,7 +21,11 @@ struct Options {
   double distanceThreshold = 0.0;
   std::filesystem::path results;                   // empty: no such file
   std::vector<std::filesystem::path> loadResults;  // not empty: these instead of classifying
+  std::filesystem::path map;                       // empty: no such picture
+  std::filesystem::path model;                     // of the map; empty: no such file
   bool quiet = false;
+
+  bool WantsMap() const { return !map.empty(); }
 };
 
 /// What the program ends with.

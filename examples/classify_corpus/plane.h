@@ -25,6 +25,19 @@ struct PlanePoint {
   float y;
 };
 
+/// A tested document on the plane.
+struct MapPoint {
+  unsigned int classId;
+  PlanePoint place;
+};
+
+/// What a picture of the plane shows.
+struct DocumentMap {
+  unsigned int fold = 0;     // whose documents these are
+  std::size_t examples = 0;  // how many others the plane was learned from
+  std::vector<MapPoint> points;
+};
+
 /// The two directions in which training documents differ most: their first two principal components.
 ///
 /// So that large classes don't decide alone, it is learned from the same number of documents of each class, as far as

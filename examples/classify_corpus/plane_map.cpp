@@ -155,20 +155,22 @@ std::vector<ClassLayer> LayersOf(std::vector<MapPoint> const& points, std::vecto
 
 }  // namespace
 
-void DrawMap(std::filesystem::path const& target, std::string const& title, std::vector<MapPoint> const& points,
+void DrawMap(std::filesystem::path const& target, std::string const& corpus, DocumentMap const& map,
              std::vector<std::string> const& classNames) {
-  if (points.empty()) throw RunError{"there is nothing to draw a map of: no tested document has a known word"};
-  Axis const x('x', points, &PlanePoint::x);
-  Axis const y('y', points, &PlanePoint::y);
+  if (map.points.empty()) throw RunError{"there is nothing to draw a map of: no tested document has a known word"};
+  Axis const x('x', map.points, &PlanePoint::x);
+  Axis const y('y', map.points, &PlanePoint::y);
   std::string data;
   std::string names;
   std::string plots;
   Labels labels;
-  for (ClassLayer& layer : LayersOf(points, classNames)) {
+  for (ClassLayer& layer : LayersOf(map.points, classNames)) {
     data += layer.Data();
     names += layer.Label(x, y, labels);
     plots += (plots.empty() ? "plot " : ", ") + layer.Plot();
   }
+  std::string const title = corpus + ": " + Grouped(map.points.size()) + " documents of fold " +
+                            std::to_string(map.fold) + " on the plane of " + Grouped(map.examples) + " others";
   DrawPicture(target, layout::width, layout::height, data + Frame(title, x, y) + names + plots);
 }
 

@@ -10,14 +10,9 @@
 
 namespace classify {
 
-struct MapPoint {
-  unsigned int classId;
-  PlanePoint place;
-};
-
 /// Draws the points coloured by class, the name of each class in the middle of its points, and a legend with how many
 /// they are. Throws RunError if there is nothing to draw, or as `DrawPicture` does.
-void DrawMap(std::filesystem::path const& target, std::string const& title, std::vector<MapPoint> const& points,
+void DrawMap(std::filesystem::path const& target, std::string const& corpus, DocumentMap const& map,
              std::vector<std::string> const& classNames);
 
 }  // namespace classify

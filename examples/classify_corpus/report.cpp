@@ -178,7 +178,7 @@ std::string Summary(ZaM::ErrorMatrix const& matrix, std::size_t classes) {
 std::string SpeedTable(StageClocks const& clocks) {
   return "stage     documents  seconds   per second\n" + SpeedLine("load", clocks.load) +
          SpeedLine("read", clocks.read) + SpeedLine("filter", clocks.filter) + SpeedLine("train", clocks.train) +
-         SpeedLine("classify", clocks.classify) + SpeedLine("evaluate", clocks.evaluate);
+         SpeedLine("classify", clocks.classify) + SpeedLine("map", clocks.map) + SpeedLine("evaluate", clocks.evaluate);
 }
 
 }  // namespace classify

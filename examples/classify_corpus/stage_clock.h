@@ -47,6 +47,7 @@ struct StageClocks {
   StageClock filter;
   StageClock train;
   StageClock classify;
+  StageClock map;
   StageClock evaluate;
 };
 

@@ -42,7 +42,8 @@ inline std::vector<std::string> Lines(std::string const& text) {
 inline std::vector<std::string> FiguresOf(std::string const& report) {
   std::vector<std::string> lines = Lines(report);
   std::erase_if(lines, [](std::string const& line) {
-    for (char const* stage : {"load ", "read ", "filter ", "train ", "classify ", "evaluate ", "classify_corpus: "})
+    for (char const* stage :
+         {"load ", "read ", "filter ", "train ", "classify ", "map ", "evaluate ", "classify_corpus: "})
       if (line.starts_with(stage)) return true;
     return false;
   });
