@@ -86,6 +86,8 @@ TEST_F(ClassifyCorpus, GoesOnWithoutWhatItCannotUseAndNamesIt) {
   Put("music/bad\xFF\nname/deep.txt", "violin deep \xF8");
   Put("space/great.txt", std::string((16U << 20) + 1, 'a'));
   Put("fish/nothing.txt", "");
+  Put("fish/cut.page", "<page>river trout");
+  Put("fish/whole.page", "<page><title>river</title><p>trout &amp; salmon</p></page>");
   Put("beside.txt", "stray");
   Put(".hidden/a.txt", "hidden");
   fs::create_directories(fs::path(Corpus()) / "hollow");
@@ -99,8 +101,9 @@ TEST_F(ClassifyCorpus, GoesOnWithoutWhatItCannotUseAndNamesIt) {
   for (char const* note :
        {"not text in UTF-8, left out (3): music/bad\\xFF\\x0Aname/deep.txt, music/not utf8.txt, music/zero.txt",
         "larger than 16 MiB, left out (1): space/great.txt", "class without a document, left out (1): hollow",
-        "beside the class folders, left out (1): beside.txt", "neither file nor folder, left out (3): ",
-        "no word in a script that the filter knows (1): fish/nothing.txt", "38 documents in 3 classes"})
+        "beside the class folders, left out (1): beside.txt",
+        "neither file nor folder, left out (3): ", "no word in a script that the filter knows (1): fish/nothing.txt",
+        "39 documents in 3 classes", "not well-formed XML, left out (1): fish/cut.page"})
     EXPECT_TRUE(Contains(run.output, note)) << note << '\n' << run.output;
   EXPECT_FALSE(Contains(Classify({Corpus(), "--quiet"}).output, "left out"));
 }

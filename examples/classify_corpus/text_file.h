@@ -1,0 +1,21 @@
+// From a file to the text in it.
+#ifndef CLASSIFY_CORPUS_TEXT_FILE_H
+#define CLASSIFY_CORPUS_TEXT_FILE_H
+
+#include <filesystem>
+#include <string>
+
+namespace classify {
+
+/// Why a file isn't used, as a note says it.
+struct UnusableFile {
+  std::string note;
+};
+
+/// The text of a file: of a help page in XML if its name ends in ".page", otherwise all of it, which has to be UTF-8.
+/// Throws UnusableFile for what can't be read, has more than 16 MiB or isn't of its kind.
+std::u16string ReadText(std::filesystem::path const& path);
+
+}  // namespace classify
+
+#endif
