@@ -380,7 +380,7 @@ TEST(XmlTree, ReadsFilesOfEverySizeAndCutAnywhere) {
   }
   std::string const filler(11'000'000, 'x');
   EXPECT_TRUE(read("<a>" + filler + "</a>") == "<a>[" + filler + "]</a>");
-  EXPECT_EQ(read2("<a>" + filler + "</a>"), "malformed");
+  EXPECT_TRUE(read2("<a>" + filler + "</a>") == "<a>[" + filler + "]</a>");
   EXPECT_EQ(read2("<a p='" + filler + "'/>"), "malformed");
 }
 
@@ -614,7 +614,7 @@ TEST(XmlTree, IsNeverSilentlyIncompleteWhereMemoryRunsOut) {
   };
   for (Case const& c : cases) {
     SCOPED_TRACE(&c - cases);
-    EXPECT_GT(test::FailEachAllocation([&] { ReportOutOfMemory(c.operation); }, [] {}), 0u);
+    EXPECT_GT(test::FailEachAllocation(c.operation, [] {}), 0u);
     EXPECT_EQ(c.result(), c.expected);
   }
   ASSERT_TRUE(FailingLibxml2::Install());

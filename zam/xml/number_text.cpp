@@ -7,6 +7,8 @@
 #include <string>
 #include <system_error>
 
+#include "zam/foundation/create_counted.h"
+
 namespace ZaM::detail {
 
 namespace {
@@ -18,7 +20,7 @@ wstring Print(Number value, Format... format) {
   // A sign, the digits of the greatest double, a point and what stands behind it.
   std::array<char, 2 + std::numeric_limits<double>::max_exponent10 + 1 + digitsBehindPoint> text;
   auto const end = std::to_chars(text.data(), text.data() + text.size(), value, format...).ptr;
-  return wstring(text.data(), end);
+  return ReportOutOfMemory([&] { return wstring(text.data(), end); });
 }
 
 template <class Unit>
@@ -146,7 +148,7 @@ std::optional<double> ScanDouble(std::string_view text) {
 }
 std::optional<double> ScanDouble(std::u16string_view text) {
   // Units beyond ASCII end a number, and so does the zero that stands for them here.
-  std::string narrow(text.size(), '\0');
+  std::string narrow = ReportOutOfMemory([&] { return std::string(text.size(), '\0'); });
   std::transform(text.begin(), text.end(), narrow.begin(),
                  [](wchar unit) { return unit < 0x80 ? static_cast<char>(unit) : '\0'; });
   return ScanDecimal(narrow);

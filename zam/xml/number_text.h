@@ -1,4 +1,5 @@
-// Numbers as they stand in XML text. The process's locale has no say: the point is a point.
+// Numbers as they stand in XML text. The process's locale has no say: the point is a point. All throw BaseException
+// with id 5 when memory runs out.
 #ifndef ZAM_XML_NUMBER_TEXT_H
 #define ZAM_XML_NUMBER_TEXT_H
 

@@ -3,6 +3,7 @@
 #include <libxml/SAX2.h>
 
 #include <algorithm>
+#include <limits>
 
 #include "zam/foundation/exceptions.h"
 
@@ -36,6 +37,9 @@ constexpr std::size_t pieceSize = 65536;
 
 /// The first piece is parsed with the second; it is to be enough to tell the encoding from.
 constexpr std::size_t firstPieceSize = 1024;
+
+/// How long a text may have become that goes on: libxml2 counts in int, and doubles its room.
+constexpr int mostText = std::numeric_limits<int>::max() / 4;
 
 /// What stands for the document inside libxml2. No file of this name is opened.
 constexpr char documentName[] = "xdocfile";
@@ -109,6 +113,16 @@ struct PushParser::DocumentHandler {
                           attributes);
   }
 
+  /// libxml2 refuses a text of more than 10,000,000 bytes, but only where it comes in pieces. Documents hold longer
+  /// ones, and no text is larger than what it is read from.
+  static void AddText(void* context, xmlChar const* text, int length) {
+    auto& parser = *static_cast<xmlParserCtxt*>(context);
+    int const options = parser.options;
+    if (parser.nodelen < mostText) parser.options |= XML_PARSE_HUGE;
+    xmlSAX2Characters(context, text, length);
+    parser.options = options;
+  }
+
   static xmlSAXHandler const* Instance() {
     static xmlSAXHandler const instance = [] {
       xmlSAXHandler made = {};
@@ -119,6 +133,8 @@ struct PushParser::DocumentHandler {
       made.getParameterEntity = &FindParameterEntity;
       made.startElementNs = &StartElement;
       made.externalSubset = nullptr;
+      // The same function for both, as libxml2 has it: otherwise it would look for blanks that can be ignored.
+      made.characters = made.ignorableWhitespace = &AddText;
       return made;
     }();
     return &instance;

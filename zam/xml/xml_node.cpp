@@ -278,7 +278,7 @@ XmlNode const* XmlNode::findOnlyChild(wstring const& childName) const {
 
 wstring const& XmlNode::GetSubNodeText(wstring const& childName, wstring const& defaultValue, bool required) const {
   XmlNode const* const child = findOnlyChild(childName);
-  if (!child && required) throw XMLFormatException(9, childName);
+  if (!child && required) throw ReportOutOfMemory([&] { return XMLFormatException(9, childName); });
   if (!child) return defaultValue;
   return child->children.size() == 1 ? child->children.front()->content : emptyText();
 }

@@ -16,7 +16,7 @@ class ZAM_EXPORT XmlProperty {
 
   XmlProperty(XmlProperty const&) = default;
 
-  /// Takes over name and value. Not for a property that a node holds: the node goes on finding it by its former name.
+  /// Takes over name and value. Not for a property that a node holds: the node may go on finding it by its former name.
   XmlProperty& operator=(XmlProperty const&) = default;
 
   /// The two texts.

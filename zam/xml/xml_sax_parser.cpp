@@ -35,6 +35,10 @@ Number ScanValue(unsigned char const* value, Number defaultValue, Scan scan) {
   return number ? static_cast<Number>(*number) : defaultValue;
 }
 
+FileIOException Failure(std::int32_t id, wstring const& filename) {
+  return ReportOutOfMemory([&] { return FileIOException(id, filename); });
+}
+
 }  // namespace
 
 /// One parse. While it lives the parser's stack is that of this parse; afterwards it is again what it was before, which
@@ -46,8 +50,9 @@ class XmlSaxParser::Parse {
     if (utf16 == nullptr) throw BaseException(17);
     ReportOutOfMemory([&] { stack.push_back(callback); });
     parser.ClearCharacterBuffer();
-    stack.swap(parser.callbacks);
     outer = std::exchange(parser.parse, this);
+    if (outer == nullptr) parser.callbacks.clear();  // what was pushed outside of events
+    stack.swap(parser.callbacks);
     parser.encodingHandler = utf16;
     // As everywhere in the process from here on.
     detail::SetKeepBlanks(false);
@@ -150,15 +155,15 @@ XmlSaxParser::~XmlSaxParser() {
 void XmlSaxParser::ParseFile(wstring const& filename, XmlSaxCallback* callback) {
   if (callback == nullptr) throw BaseException(1);
   Parse document(*this, callback);
-  platform::File file = platform::File::OpenForReading(filename);
-  if (!file.IsOpen()) throw FileIOException(2003, filename);
+  platform::File file = ReportOutOfMemory([&] { return platform::File::OpenForReading(filename); });
+  if (!file.IsOpen()) throw Failure(2003, filename);
   detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::read);
 
   std::unique_ptr<char[]> const bytes =
       ReportOutOfMemory([] { return std::make_unique_for_overwrite<char[]>(chunkSize); });
   for (;;) {
     std::optional<std::size_t> const count = stream.Read({bytes.get(), chunkSize});
-    if (!count) throw FileIOException(2004, filename);
+    if (!count) throw Failure(2004, filename);
     if (*count == 0) break;
     document.Feed({bytes.get(), *count});
   }

@@ -75,7 +75,7 @@ XmlTree::XmlTree(wstring const& path) : XmlTree() {
 
 XmlTree::XmlTree(XmlTree const* source) : XmlTree() {
   if (!source) throw BaseException(1);
-  filename = source->filename;
+  SetFilename(source->filename);
   compression = source->compression;
   if (source->root) root = Ref<XmlNode>(XmlNode::Create(source->GetRoot()));
 }
@@ -86,6 +86,11 @@ XmlNode* XmlTree::SetRoot(XmlNode* newRoot) {
   static_cast<void>(root.Detach());
   root = Ref<XmlNode>(newRoot);
   return newRoot;
+}
+
+wstring const& XmlTree::SetFilename(wstring const& path) {
+  ReportOutOfMemory([&] { filename = path; });
+  return filename;
 }
 
 int XmlTree::SetCompression(int level) {
@@ -175,7 +180,7 @@ Ref<XmlNode> XmlTree::readAlone(xmlNode const& node) {
 
 bool XmlTree::Write() const {
   std::string const text = makeText(true);
-  platform::File file = platform::File::CreateForWriting(filename);
+  platform::File file = ReportOutOfMemory([&] { return platform::File::CreateForWriting(filename); });
   if (!file.IsOpen()) throw FileIOException(2002, filename);
   bool isWritten;
   if (compression == 0) {

@@ -35,18 +35,17 @@ namespace ZaM {
 /// | entity references     | substituted                    | as the switch stands: substituted or children of their |
 /// |                       |                                | name and text; of an attribute the first piece is kept |
 /// | white space only      | text where behind a last child | left out by `Read2`; for `ReadBuffer` see below        |
-/// | names                 | any length                     | the first 512 units                                    |
+/// | names                 | up to 50,000 bytes             | the first 512 units; malformed beyond 50,000 bytes     |
 /// | attribute values      | any length                     | the first 1,024 units                                  |
-/// | a single text         | any length                     | malformed beyond 10,000,000 bytes                      |
+/// | levels of elements    | any number                     | malformed beyond 257                                   |
 ///
 /// Two switches of the process, as libxml2 would have them, stay as the last operation set them: `Read` turns entity
 /// substitution on; `Read`, `Read2`, `Write` and `WriteBuffer` turn white space between elements off. `ReadBuffer`
 /// parses under what they are then; at the start they are off and on.
 ///
 /// No document reaches anything outside itself: no external entity, document type or inclusion is opened. On both ways
-/// a document counts as malformed that nests deeper than 256 levels, has more than 4,096 attributes on an element, has
-/// a value or a comment of more than 10,000,000 bytes, or is blown up by its entities. Of compressed files gzip alone
-/// is inflated.
+/// a document counts as malformed that has more than 4,096 attributes on an element, has a start tag or a comment of
+/// more than about 10,000,000 bytes, or is blown up by its entities. Of compressed files gzip alone is inflated.
 ///
 /// Writing replaces what XML can't carry, so that a file can always be read: control characters by a blank, lone
 /// surrogates and U+FFFE and U+FFFF by U+FFFD, what doesn't belong into a name, a colon that doesn't stand
@@ -83,7 +82,7 @@ class ZAM_EXPORT XmlTree final : public XmlSaxCallback {
 
   /// The path that reading and writing use.
   wstring const& GetFilename() const { return filename; }
-  wstring const& SetFilename(wstring const& path) { return filename = path; }
+  wstring const& SetFilename(wstring const& path);
 
   /// 0: plain; 1 to 9: gzip, always at level 9.
   int GetCompression() const { return compression; }

@@ -39,11 +39,6 @@ char* Put(char* out, std::string_view text) {
   return out + text.size();
 }
 
-template <class Number>
-wstring Format(Number value) {
-  return ReportOutOfMemory([value] { return detail::FormatNumber(value); });
-}
-
 /// What the first byte of a sequence says: how many bytes there are, and the uppermost bits.
 struct Lead {
   std::size_t length;
@@ -156,19 +151,19 @@ void ZamXmlOutStream::AddProperty(std::string const& name, bool const& value) {
 }
 
 void ZamXmlOutStream::AddProperty(std::string const& name, std::int32_t const& value) {
-  addValue(name, Format(value));
+  addValue(name, detail::FormatNumber(value));
 }
 
 void ZamXmlOutStream::AddProperty(std::string const& name, std::int64_t const& value) {
-  addValue(name, Format(value));
+  addValue(name, detail::FormatNumber(value));
 }
 
 void ZamXmlOutStream::AddProperty(std::string const& name, unsigned int const& value) {
-  addValue(name, Format(value));
+  addValue(name, detail::FormatNumber(value));
 }
 
 void ZamXmlOutStream::AddProperty(std::string const& name, double const& value) {
-  addValue(name, ReportOutOfMemory([value] { return detail::FormatDouble(value, numberCapacity); }));
+  addValue(name, detail::FormatDouble(value, numberCapacity));
 }
 
 void ZamXmlOutStream::AddProperty(std::string const& name, wchar const* value) {
@@ -247,7 +242,7 @@ void ZamXmlOutStream::addValue(std::string const& name, std::u16string_view valu
 }
 
 void ZamXmlOutStream::addUnsigned(std::string const& name, std::uint64_t value) {
-  addValue(name, Format(value));
+  addValue(name, detail::FormatNumber(value));
 }
 
 void ZamXmlOutStream::beginDocument() {
