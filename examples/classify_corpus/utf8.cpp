@@ -96,7 +96,8 @@ std::string Printable(std::string_view name) {
   while (!name.empty()) {
     auto const [value, length] = FirstOf(name);
     bool const isControl = value < 0x20 || (value >= 0x7F && value < 0xA0);
-    if (length > 0 && !isControl && value != '\\') {
+    bool const isNoCharacter = value == 0xFFFE || value == 0xFFFF;
+    if (length > 0 && !isControl && !isNoCharacter && value != '\\') {
       printable += name.substr(0, length);
       name.remove_prefix(length);
     } else {

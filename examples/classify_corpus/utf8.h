@@ -16,7 +16,8 @@ std::optional<std::u16string> DecodeUtf8(std::string_view bytes);
 /// The text in UTF-8; a surrogate without its partner becomes U+FFFD.
 std::string EncodeUtf8(std::u16string_view text);
 
-/// A name for the terminal: control characters, backslashes and bytes that aren't UTF-8 turn into `\xNN`.
+/// A name for the terminal, and for XML: what these don't show, backslashes and bytes that aren't UTF-8 turn into
+/// `\xNN`, byte by byte.
 std::string Printable(std::string_view name);
 
 /// The number of characters of a `Printable` name, which is its width in most alphabets.

@@ -55,6 +55,7 @@ TEST(Utf8, TakesWhatIsValidAndNothingElse) {
 TEST(Utf8, MakesAnyNamePrintable) {
   EXPECT_EQ(Printable("b\xC3\xA4r"), "b\xC3\xA4r");
   EXPECT_EQ(Printable("a\tb\\\x1B[2J\xFF\xC2\x85"), "a\\x09b\\x5C\\x1B[2J\\xFF\\xC2\\x85");
+  EXPECT_EQ(Printable("\xEF\xBF\xBF"), "\\xEF\\xBF\\xBF");
   EXPECT_EQ(Right("\xC3\xA4", 3), "  \xC3\xA4");
 }
 
