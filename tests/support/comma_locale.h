@@ -12,7 +12,8 @@
 
 namespace ZaM::test {
 
-/// While it lives, the process's locale is de_DE.UTF-8; made for the occasion, so that none has to be installed.
+/// While it lives, the process's locale is de_DE.UTF-8; made for the occasion, so that none has to be installed. It
+/// throws where there is no such locale.
 class CommaLocale {
  public:
   CommaLocale() {
@@ -21,9 +22,10 @@ class CommaLocale {
     if (!isMade || *std::localeconv()->decimal_point != ',') throw std::runtime_error("no locale with a comma");
   }
   CommaLocale(CommaLocale const&) = delete;
-  ~CommaLocale() { std::setlocale(LC_ALL, "C"); }
+  ~CommaLocale() { std::setlocale(LC_ALL, before.c_str()); }
 
  private:
+  std::string before = std::setlocale(LC_ALL, nullptr);
   TemporaryFolder folder;
   ScopedVariable path{"LOCPATH", folder.Path().string()};
 };
