@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
-#include <zlib.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -13,10 +12,10 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/support/failing_allocation.h"
+#include "tests/support/gzip.h"
 #include "tests/support/run_on_stack.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/xml_text.h"
@@ -32,6 +31,7 @@ namespace {
 
 using test::Describe;
 using test::FailureId;
+using test::Gzip;
 using test::TemporaryFolder;
 
 wstring wide(std::filesystem::path const& path) {
@@ -41,15 +41,6 @@ wstring wide(std::filesystem::path const& path) {
 std::string bytesIn(std::filesystem::path const& path) {
   std::ifstream stream(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-std::string gzip(std::string const& text) {
-  TemporaryFolder const folder;
-  std::string const path = folder.Path() / "gzip";
-  gzFile const stream = gzopen(path.c_str(), "wb9");
-  gzwrite(stream, text.data(), static_cast<unsigned int>(text.size()));
-  gzclose(stream);
-  return bytesIn(path);
 }
 
 std::string repeated(std::string const& text, int times) {
@@ -148,7 +139,7 @@ TEST(XmlTree, WritesWhatLibxml2Would) {
   for (int const compression : {1, 9, 9}) {
     tree.SetCompression(compression);
     tree.Write(wide(folder.Path() / "gzip"));
-    EXPECT_EQ(bytesIn(folder.Path() / "gzip"), gzip(text));
+    EXPECT_EQ(bytesIn(folder.Path() / "gzip"), Gzip(text));
   }
   XmlTree other;
   other.SetRoot(XmlNode::Create(u"other"));
@@ -323,12 +314,12 @@ TEST(XmlTree, ReadsByTwoWaysThatDifferWhereTheyAreToldTo) {
     EXPECT_EQ(read(c.text), c.byEvents) << c.text;
     EXPECT_EQ(read2(c.text), c.byModel) << c.text;
     EXPECT_EQ(readBuffer(c.text), c.byModel) << c.text;
-    EXPECT_EQ(read(gzip(c.text)), c.byEvents) << c.text;
-    EXPECT_EQ(read2(gzip(c.text)), c.byModel) << c.text;
+    EXPECT_EQ(read(Gzip(c.text)), c.byEvents) << c.text;
+    EXPECT_EQ(read2(Gzip(c.text)), c.byModel) << c.text;
   }
   EXPECT_EQ(readBuffer(std::string("<a>\0</a>", 8)), "malformed");
   EXPECT_EQ(readBuffer(std::string("<a/>\0", 5)), "malformed");
-  EXPECT_EQ(readBuffer(gzip("<a/>")), "malformed");
+  EXPECT_EQ(readBuffer(Gzip("<a/>")), "malformed");
 }
 
 TEST(XmlTree, ParsesABufferUnderTheSwitchesThatTheProcessWasLastGiven) {
@@ -353,7 +344,7 @@ TEST(XmlTree, ReadsFilesOfEverySizeAndCutAnywhere) {
   XmlTree tree;
   fill(tree, 30);
   std::string const text = tree.WriteBuffer();
-  std::string const compressed = gzip(text);
+  std::string const compressed = Gzip(text);
   std::string const whole = Describe(tree.GetRoot());
   EXPECT_EQ(read(text), whole);
   EXPECT_EQ(read2(text), whole);
@@ -375,7 +366,7 @@ TEST(XmlTree, ReadsFilesOfEverySizeAndCutAnywhere) {
     for (int const more : {-1, 0, 1}) {
       std::string const filler(static_cast<std::size_t>(size + more) - 7, 'x');
       EXPECT_TRUE(read2("<a>" + filler + "</a>") == "<a>[" + filler + "]</a>") << size + more;
-      EXPECT_TRUE(read2(gzip("<a>" + filler + "</a>")) == "<a>[" + filler + "]</a>") << size + more;
+      EXPECT_TRUE(read2(Gzip("<a>" + filler + "</a>")) == "<a>[" + filler + "]</a>") << size + more;
     }
   }
   std::string const filler(11'000'000, 'x');
@@ -387,7 +378,7 @@ TEST(XmlTree, ReadsFilesOfEverySizeAndCutAnywhere) {
 TEST(XmlTree, ReportsCompressedDataThatIsDamaged) {
   XmlTree tree;
   fill(tree, 30);
-  std::string const compressed = gzip(tree.WriteBuffer());
+  std::string const compressed = Gzip(tree.WriteBuffer());
   std::string const whole = Describe(tree.GetRoot());
   for (std::size_t place = 0; place < compressed.size(); ++place) {
     std::string damaged = compressed;
@@ -462,7 +453,7 @@ TEST(XmlTree, OpensNothingThatADocumentNames) {
   for (bool const substitute : {false, true}) {
     for (std::string const& text : doctypes) {
       detail::SetSubstituteEntities(substitute);
-      for (std::string const& result : {read2(text), readBuffer(text), read2(gzip(text)), read(text)}) {
+      for (std::string const& result : {read2(text), readBuffer(text), read2(Gzip(text)), read(text)}) {
         EXPECT_EQ(result.find("stolen"), std::string::npos) << text;
         EXPECT_EQ(result.find(">[secret"), std::string::npos) << text;
       }
@@ -530,29 +521,6 @@ TEST(XmlTree, CopiesWritesAndReleasesTreesThatAreDeeperThanTheStack) {
     EXPECT_TRUE(copy.Read());
     EXPECT_FALSE(copy.Read2());
   });
-}
-
-TEST(XmlTree, UsesSeparateTreesOnSeparateThreads) {
-  TemporaryFolder const folder;
-  std::vector<std::thread> threads;
-  for (int number = 0; number < 4; ++number) {
-    threads.emplace_back([&, number] {
-      wstring const path = wide(folder.Path() / std::to_string(number));
-      for (int i = 0; i < 30; ++i) {
-        XmlTree tree;
-        fill(tree, number + i);
-        std::string const expected = Describe(tree.GetRoot());
-        tree.Write(path);
-        EXPECT_TRUE(tree.Read2());
-        EXPECT_EQ(Describe(tree.GetRoot()), expected);
-        EXPECT_TRUE(tree.ReadBuffer(std::string(tree.WriteBuffer())));
-        EXPECT_EQ(Describe(tree.GetRoot()), expected);
-        EXPECT_TRUE(tree.Read(path));
-        EXPECT_EQ(tree.GetRoot()->ChildCount(), static_cast<unsigned int>(number + i + (number + i > 0 ? 1 : 0)));
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }
 
 /// While one of these lives, allocation number `n` of libxml2 on this thread fails, as long as it gets there. libxml2
