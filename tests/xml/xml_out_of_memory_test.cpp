@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
-#include <memory>
 
 #include "tests/support/failing_allocation.h"
 #include "tests/support/temporary_folder.h"
@@ -14,6 +14,7 @@ TEST(XmlOutOfMemory, EndsInOneExceptionWhereverItStrikes) {
   test::TemporaryFolder const folder;
   wstring const path = std::filesystem::path(folder.Write("a name that needs memory", "<a/>")).u16string();
   wstring const missing = path + u" and is missing";
+  wstring const folderName = folder.Path().u16string();
   wstring const name = u"a name that needs memory";
   Ref<XmlNode> const node(XmlNode::Create(name));
   node->AddProperty(name, u"-1234567890123456.5");
@@ -37,6 +38,15 @@ TEST(XmlOutOfMemory, EndsInOneExceptionWhereverItStrikes) {
         try {
           static_cast<void>(node->GetSubNodeText(missing));
         } catch (XMLFormatException const&) {
+        }
+      },
+      [&] {
+        XmlTree tree;
+        tree.SetRoot(XmlNode::Create(wstring()));
+        tree.SetFilename(folderName);
+        try {
+          tree.Write();
+        } catch (FileIOException const&) {
         }
       },
       [&] {

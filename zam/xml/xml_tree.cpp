@@ -180,17 +180,19 @@ Ref<XmlNode> XmlTree::readAlone(xmlNode const& node) {
 
 bool XmlTree::Write() const {
   std::string const text = makeText(true);
-  platform::File file = ReportOutOfMemory([&] { return platform::File::CreateForWriting(filename); });
-  if (!file.IsOpen()) throw FileIOException(2002, filename);
-  bool isWritten;
-  if (compression == 0) {
-    isWritten = file.Write(text) && file.Close();
-  } else {
-    detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::write);
-    isWritten = stream.Write(text) && stream.Close();
-  }
-  if (!isWritten) throw FileIOException(2001, filename);
-  return true;
+  return ReportOutOfMemory([&] {
+    platform::File file = platform::File::CreateForWriting(filename);
+    if (!file.IsOpen()) throw FileIOException(2002, filename);
+    bool isWritten;
+    if (compression == 0) {
+      isWritten = file.Write(text) && file.Close();
+    } else {
+      detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::write);
+      isWritten = stream.Write(text) && stream.Close();
+    }
+    if (!isWritten) throw FileIOException(2001, filename);
+    return true;
+  });
 }
 
 bool XmlTree::Write(wstring const& path) {
