@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -26,6 +27,15 @@ class TemporaryFolder {
   }
 
   [[nodiscard]] std::filesystem::path const& Path() const { return path; }
+
+  /// The path of what has this name here, as the library takes paths.
+  [[nodiscard]] std::u16string Wide(std::filesystem::path const& name) const { return (path / name).u16string(); }
+
+  /// The bytes of a file; none if there is no such file.
+  [[nodiscard]] std::string Bytes(std::filesystem::path const& name) const {
+    std::ifstream stream(path / name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+  }
 
   /// Writes a file, with the folders that lead to it; returns its full path.
   std::filesystem::path Write(std::filesystem::path const& name, std::string_view bytes) const {
