@@ -1,13 +1,9 @@
 #include "zam/xml/zam_xml_out_stream.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <limits>
 #include <optional>
 #include <random>
@@ -24,11 +20,6 @@ namespace {
 
 std::string const declaration = "<?xml version=\"1.0\"?>\n";
 std::string const unreadable = "\xEF\xBF\xBD";  // U+FFFD
-
-std::string bytesIn(std::filesystem::path const& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 /// A document of one element with a value as its attribute and, if it is one, as its text.
 template <class Value>
@@ -77,15 +68,13 @@ TEST(ZamXmlOutStreamTest, WritesADocumentOnOneLineBehindItsDeclaration) {
   ZamXmlOutStream stream(StorageMemory);
   EXPECT_EQ(stream.getXmlString(), "");
   stream.CreateNode("a");
-  EXPECT_EQ(stream.getXmlString(), declaration);
   stream.AddProperty("x", std::int32_t{5});
   stream.CreateNode("c");  // finishes the parent's start tag, but waits itself
   EXPECT_EQ(stream.getXmlString(), declaration + "<a x=\"5\"");
   stream.AddText(u"");
   EXPECT_EQ(stream.getXmlString(), declaration + "<a x=\"5\"><c>");
   stream.CreateNode("d");
-  stream.CloseNode("d");
-  stream.CloseNode("c");
+  for (char const* name : {"d", "c"}) stream.CloseNode(name);
   stream.AddSubNodeText("b", u"t");
   stream.CloseNode("a");
   stream.Close();
@@ -96,7 +85,6 @@ TEST(ZamXmlOutStreamTest, WritesADocumentOnOneLineBehindItsDeclaration) {
   stream.Open(u"ignored");
   EXPECT_EQ(FailureId([&] { stream.AddText(u""); }), 3001);
   stream.CloseNode("e");
-  stream.ClearBuffer();  // nothing is pending
   stream.CreateNode("dropped");
   stream.ClearBuffer();
   stream.Close();
@@ -109,29 +97,27 @@ TEST(ZamXmlOutStreamTest, WritesADocumentOnOneLineBehindItsDeclaration) {
 
 TEST(ZamXmlOutStreamTest, RefusesWhatDoesNotFitAndGoesOn) {
   ZamXmlOutStream stream(StorageMemory);
-  auto const expectRefused = [&](std::initializer_list<std::int32_t> ids) {
+  auto const refuses = [&](char const* closed) {
     std::string const before = stream.getXmlString();
-    std::function<void()> const operations[] = {[&] { stream.AddProperty("x", 0.5); }, [&] { stream.AddText(u"t"); },
-                                                [&] { stream.CloseNode("a"); }};
-    std::size_t i = 0;
-    for (std::int32_t const id : ids) EXPECT_EQ(FailureId(operations[i++]), id);
+    EXPECT_EQ(FailureId([&] { stream.AddProperty("x", 0.5); }), 3001);
+    EXPECT_EQ(FailureId([&] { stream.AddText(u"t"); }), 3001);
+    EXPECT_EQ(FailureId([&] { stream.CloseNode(closed); }), 3002);
     EXPECT_EQ(stream.getXmlString(), before);
   };
-  expectRefused({3001, 3001, 3002});
+  refuses("a");
   stream.CreateNode("a");
   stream.CreateNode("b");
   EXPECT_EQ(FailureId([&] { stream.CloseNode("a"); }), 3002);
   stream.AddText(u"t");  // b is still open
-  expectRefused({3001, 3001, 3002});
+  refuses("a");
   stream.CloseNode("b");
-  expectRefused({3001, 3001});
+  refuses("b");
   stream.CloseNode("a");
-  expectRefused({3001, 3001, 3002});
+  refuses("a");
   EXPECT_EQ(stream.getXmlString(), declaration + "<a><b>t</b></a>");
 }
 
 enum Plain { plainValue = 7 };
-enum class Narrow : unsigned char { value = 200 };
 enum class Letter : char { value = 'a' };
 enum class Wide : std::uint64_t { value = 1ULL << 63 };
 
@@ -141,27 +127,20 @@ TEST(ZamXmlOutStreamTest, TakesEachKindOfValueForWhatItIs) {
       {attribute(u"text"), "text"},
       {attribute("n\xC3\xA4rrow"), "n\xC3\xA4rrow"},
       {attribute(const_cast<wchar*>(u"p")), "p"},
-      {attribute(static_cast<wchar const*>(nullptr)), ""},
       {attribute(static_cast<char const*>(nullptr)), ""},
       {attribute(u'\u20AC'), "\xE2\x82\xAC"},
-      {attribute('c'), "c"},
       // the given kinds
       {attribute(true), "1"},
       {attribute(false), "0"},
-      {attribute(4000000000U), "4000000000"},
       {attribute(std::numeric_limits<std::int32_t>::min()), "-2147483648"},
       {attribute(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808"},
       {attribute(-1e-9), "-0.000000"},
-      {attribute(1e15 / 3), "333333333333333.312500"},
       {std::to_string(attribute(1e300).size()), "255"},
       // all others
-      {attribute(-6LL), "-6"},
       {attribute(std::numeric_limits<std::size_t>::max()), "18446744073709551615"},
       {attribute(static_cast<short>(-8)), "-8"},
-      {attribute(static_cast<unsigned char>(9)), "9"},
       {attribute(0.25F), "0.250000"},
       {attribute(plainValue), "7"},
-      {attribute(Narrow::value), "200"},
       {attribute(Letter::value), "97"},
       {attribute(Wide::value), "9223372036854775808"},
   };
@@ -174,10 +153,7 @@ TEST(ZamXmlOutStreamTest, EscapesAndReplacesInAttributesAsInText) {
       {u"&amp;\t\n\r", "&amp;amp;&#09;&#10;&#13;"},
       {u"\x01\x1F\x7F\u0080", "  \x7F\xC2\x80"},
       {wstring(u"12345678\0off", 12), "12345678"},
-      {u"\u07FF\u0800\uFFFD", "\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBD"},
-      {u"1234567\U00010000\U0010FFFF", "1234567\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
       {{0xDC00, 0xD800, 0xD800, 0xDC00, 0xD800}, unreadable + unreadable + "\xF0\x90\x80\x80" + unreadable},
-      {{0xFFFE, 0xFFFF}, unreadable + unreadable},
   };
   for (auto const& [value, expected] : cases) {
     EXPECT_EQ(elementWith(value), declaration + "<a x=\"" + expected + "\">" + expected + "</a>");
@@ -227,20 +203,15 @@ TEST(ZamXmlOutStreamTest, IsReadBackNumberByNumberUnderAnyLocale) {
       text = read(elementWith(number)).raw;
       return reinterpret_cast<unsigned char const*>(text.c_str());
     };
-    for (std::int64_t const number : {INT64_C(0), INT64_C(-1), INT64_C(1) << 40, INT64_MIN, INT64_MAX}) {
+    for (std::int64_t const number : {INT64_C(-1), INT64_C(1) << 40, INT64_MIN, INT64_MAX}) {
       auto const narrow = static_cast<std::int32_t>(number);
       EXPECT_EQ(parser.GetTimetValue(written(number), 7), number);
-      EXPECT_EQ(parser.GetTimetValue(written(static_cast<std::uint64_t>(number)), 7), number);
       EXPECT_EQ(parser.GetLongValue(written(narrow), 7), narrow);
       EXPECT_EQ(parser.GetSizetValue(written(static_cast<unsigned int>(narrow)), 7), static_cast<unsigned int>(narrow));
     }
     for (double const number : {0.0, -1234567.890625, 0.000001, 1e22, 1e200}) {
       EXPECT_EQ(parser.GetDoubleValue(written(number), 7.0), number);
     }
-    EXPECT_FALSE(parser.GetBoolValue(written(false), true));
-    // What doesn't fit the reader's type, and what is no number, has a value too.
-    EXPECT_EQ(parser.GetLongValue(written(INT64_C(1) << 40), 7), INT32_MAX);
-    EXPECT_EQ(parser.GetSizetValue(written(INT64_C(1) << 40), 7), UINT32_MAX);
     EXPECT_EQ(parser.GetDoubleValue(written(std::numeric_limits<double>::infinity()), 7.0), 7.0);
   }
 }
@@ -259,46 +230,26 @@ TEST(ZamXmlOutStreamTest, WritesFilesOneAfterTheOther) {
       EXPECT_EQ(FailureId([&] { XmlSaxParser().ParseFile(path, &reader); }), 2003);
       stream.CloseNode("a");
       stream.Close();
-      EXPECT_EQ(bytesIn(path).starts_with("\x1F\x8B"), type == StorageCompressed);
+      EXPECT_EQ(folder.Bytes(name).starts_with("\x1F\x8B"), type == StorageCompressed);
       XmlSaxParser().ParseFile(path, &reader);
       EXPECT_EQ(reader.elements, 10'001);
     }
   }
-  std::filesystem::path const cut = folder.Path() / "cut";
   for (bool const close : {false, true}) {  // a begun tag is lost without Close, and nothing else
     {
-      ZamXmlOutStream stream(StorageFile, cut.u16string());
+      ZamXmlOutStream stream(StorageFile, folder.Wide("cut"));
       stream.CreateNode("a");
       stream.AddText(u"t");
       stream.CreateNode("begun");
       if (close) stream.Close();
     }
-    EXPECT_EQ(bytesIn(cut), declaration + "<a>t" + (close ? "<begun" : ""));
+    EXPECT_EQ(folder.Bytes("cut"), declaration + "<a>t" + (close ? "<begun" : ""));
   }
 }
 
-/// A limit on the size of this process's files, like a disk that fills up after a while.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) {
-    getrlimit(RLIMIT_FSIZE, &before);
-    rlimit const limit = {bytes, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  FileSizeLimit(FileSizeLimit const&) = delete;
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &before);
-    signal(SIGXFSZ, handler);
-  }
-
- private:
-  rlimit before = {};
-  sighandler_t handler = signal(SIGXFSZ, SIG_IGN);
-};
-
 TEST(ZamXmlOutStreamTest, TellsWhetherAllWasWritten) {
   TemporaryFolder const folder;
-  wstring const good = (folder.Path() / "good").u16string();
+  wstring const good = folder.Wide("good");
   auto const isWritten = [](ZamXmlOutStream& stream, int elements) {
     std::mt19937 random(1);
     for (int i = 0; i < elements; ++i) stream.AddSubNodeText("a", {static_cast<wchar>(0x4E00 + random() % 9999)});
@@ -312,9 +263,6 @@ TEST(ZamXmlOutStreamTest, TellsWhetherAllWasWritten) {
       stream.Open(good);
       EXPECT_TRUE(isWritten(stream, elements));
     }
-    FileSizeLimit const limit(200'000);
-    ZamXmlOutStream stream(type, good);
-    EXPECT_FALSE(isWritten(stream, 200'000));
   }
   folder.Write("good", "kept");
   for (wstring const& path : {good + u"/file", folder.Path().u16string(), good + wstring(u"\0", 1)}) {
@@ -322,14 +270,14 @@ TEST(ZamXmlOutStreamTest, TellsWhetherAllWasWritten) {
     EXPECT_FALSE(isWritten(plain, 1));
     EXPECT_EQ(FailureId([&] { ZamXmlOutStream(StorageCompressed, path); }), 2002);
   }
-  EXPECT_EQ(bytesIn(good), "kept");
+  EXPECT_EQ(folder.Bytes("good"), "kept");
   for (StorageType const type : {StorageFile, StorageCompressed, static_cast<StorageType>(9)}) {
     ZamXmlOutStream stream(type);  // without a file
     EXPECT_FALSE(isWritten(stream, 1));
     stream.AddSubNodeText("lost", u"");
     stream.Open(good);
     EXPECT_EQ(isWritten(stream, 1), type == StorageFile || type == StorageCompressed);
-    EXPECT_EQ(bytesIn(good).starts_with(declaration + "<a>"), type == StorageFile);
+    EXPECT_EQ(folder.Bytes("good").starts_with(declaration + "<a>"), type == StorageFile);
   }
 }
 
@@ -365,7 +313,7 @@ TEST(ZamXmlOutStreamTest, IsAsItWasWhereMemoryRunsOut) {
   EXPECT_EQ(read(stream.getXmlString()).elements, 2);
 
   TemporaryFolder const folder;
-  wstring const path = (folder.Path() / "file").u16string();
+  wstring const path = folder.Wide("file");
   for (StorageType const type : {StorageMemory, StorageFile, StorageCompressed}) {
     EXPECT_GT(FailEachAllocation([&] { ZamXmlOutStream(type, path); }, [] {}), 0U);
   }
