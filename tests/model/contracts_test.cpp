@@ -14,12 +14,9 @@ TEST(RepresentationTest, TakesTagsOfExactlyFourBytes) {
   struct {
     std::string name, tag;
   } const cases[] = {
-      {"", "Dflt"},
       {"abc", "Dflt"},
       {"abcde", "Dflt"},
-      {"Sres", "Sres"},
       {"\xE4\0x", "Dflt"},
-      {"a\xFFz ", "a\xFFz "},
       {"\xC3\xA4\xC3\xB6", "\xC3\xA4\xC3\xB6"},
   };
   for (auto const& [name, tag] : cases) {
@@ -30,25 +27,9 @@ TEST(RepresentationTest, TakesTagsOfExactlyFourBytes) {
   }
   Representation zeros(SetRepTag(std::string("ab\0c", 4)));
   EXPECT_EQ(zeros.GetTagName(), "ab");
-  EXPECT_FALSE(SetRepTag(std::string("ab\0c", 4)) == SetRepTag(std::string("ab\0d", 4)));
-  zeros.SetTagId(0);
-  EXPECT_EQ(zeros.GetTagName(), "");
   zeros.SetTagId(-1);
   EXPECT_EQ(zeros.GetTagName(), "\xFF\xFF\xFF\xFF");
   EXPECT_EQ(Representation::GetDefaultTag().id, 0x746C6644);  // "Dflt", first character in the lowest byte
-}
-
-TEST(RepresentationTest, AnswersLikeAnEmptyViewInTheBase) {
-  Representation a;
-  Representation const b;
-  a.add(b);
-  a.sub(b);
-  EXPECT_EQ(a.GetTagName(), "Dflt");
-  EXPECT_EQ(a.dot(b), 0.0);
-  EXPECT_EQ(a.dist(b), 0.0);
-  EXPECT_FALSE(a.IsValid());
-  EXPECT_EQ(a.GetMinimum(), 1.0);
-  EXPECT_EQ(a.GetMaximum(), 1.0);
 }
 
 TEST(RepresentationTest, KeepsItsSaveAndLoadBesideThoseOfNode) {
@@ -68,7 +49,6 @@ TEST(CallBackTest, KeepsTheCurrentValueWithinTheMaximum) {
     EXPECT_EQ(progress.GetCurrent(), current);
     EXPECT_EQ(progress.GetMaximum(), maximum);
   };
-  expect(0, 0);
   progress.SetMaximum(10);
   progress.SetCurrent(5, nullptr);
   expect(5, 10);
@@ -78,18 +58,9 @@ TEST(CallBackTest, KeepsTheCurrentValueWithinTheMaximum) {
   expect(20, 20);
   progress.Increment(2, nullptr);
   expect(22, 22);
-  progress.Increment(0, nullptr);
-  expect(22, 22);
   progress.SetCurrent(0xFFFFFFFF, nullptr);
   progress.Increment(3, nullptr);
   expect(2, 0xFFFFFFFF);
-
-  bool cancel = false;
-  progress.SetStatus(u"reading", &cancel);
-  progress.Increment(1, &cancel);
-  EXPECT_FALSE(cancel || progress.GetCancel());
-  CallBack const copy(progress);
-  EXPECT_TRUE(copy.GetStatus() == u"reading");
 }
 
 TEST(AnalyzerTest, LivesByItsCountWhichACopyTakesOver) {
@@ -101,19 +72,15 @@ TEST(AnalyzerTest, LivesByItsCountWhichACopyTakesOver) {
   };
   int ends = 0;
   Analyzer* const analyzer = new Words(&ends);
-  EXPECT_TRUE(analyzer->GetResultRepTag() == Representation::DefaultTag);
-  EXPECT_TRUE(analyzer->GetInternalRepTag() == Representation::DefaultTag);
-  EXPECT_FALSE(analyzer->CanShareInternalRep() || analyzer->Save(nullptr) || analyzer->Load(nullptr));
-  EXPECT_EQ(analyzer->AddRefCount(), 1);
+  analyzer->AddRefCount();
   EXPECT_EQ(analyzer->AddRefCount(), 2);
   analyzer->SetResultRepTag(SetRepTag("Rslt"));
   Analyzer* const copy = new Words(static_cast<Words&>(*analyzer));
   EXPECT_TRUE(copy->GetResultRepTag() == SetRepTag("Rslt"));
-  EXPECT_EQ(copy->Release(), 1);
-  EXPECT_EQ(copy->Release(), 0);
-  EXPECT_EQ(ends, 1);
-  EXPECT_EQ(analyzer->Release(), 1);
-  EXPECT_EQ(analyzer->Release(), 0);
+  for (Analyzer* const one : {copy, analyzer}) {
+    EXPECT_EQ(one->Release(), 1);
+    EXPECT_EQ(one->Release(), 0);
+  }
   EXPECT_EQ(ends, 2);
 }
 
@@ -157,9 +124,12 @@ TEST(ContractsTest, AnswerNothingInTheBase) {
   transformer->Release();
   EXPECT_TRUE(ended);
 
+  Representation representation;
+  EXPECT_EQ(representation.dot(representation) + representation.dist(representation), 0.0);
+  EXPECT_FALSE(representation.IsValid());
+  EXPECT_EQ(representation.GetMinimum(), 1.0);
+  EXPECT_EQ(representation.GetMaximum(), 1.0);
   Algorithm algorithm;
-  Control control;
-  algorithm.DoAlgorithm(&control);
   algorithm.DoAlgorithm(nullptr);
   EXPECT_EQ(algorithm.CreateController(), nullptr);
   EXPECT_FALSE(algorithm.Save(nullptr) || algorithm.Load(nullptr));
