@@ -392,6 +392,14 @@ TEST(XmlSaxParser, StopsWhereADocumentGrowsBeyondItsLimits) {
       {"<a" + repeated(" p#=''", 4'097) + "></a>", false},
       {"<a" + repeated(" p#=''", 100'000) + "></a>", false},
       {"<!DOCTYPE a [<!ENTITY e '<b" + repeated(" p#=''", 100'000) + "/>'>]><a>&e;</a>", false},
+      {"<!DOCTYPE a [" + repeated("<!ATTLIST a p# CDATA ''>", 100'000) + "]><a></a>", false},
+      {"<!DOCTYPE a [<!ATTLIST a p (t" + repeated("|t#", 9'000) + ") 't'>]><a></a>", true},
+      {"<!DOCTYPE a SYSTEM '" + std::string(400'000, 'y') + "' [<!ATTLIST a p (t" + repeated("|t#", 40'000) +
+           ") 't'>]><a></a>",
+       false},
+      {"<!DOCTYPE a [<!ENTITY % l \"<!ATTLIST a p (t" + repeated("|t#", 4'000) + ") 't'>\">%l;%l;%l;]><a></a>", false},
+      {"<a>" + repeated("<e#/>", 40'000) + "</a>", true},
+      {"<a>" + repeated("<e#/>", 100'000) + "</a>", false},
   };
   for (Case const& c : cases) {
     for (From const source : everySource) {

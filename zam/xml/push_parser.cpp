@@ -26,6 +26,17 @@ constexpr std::size_t costOfNode = 20;
 /// libxml2 compares each declaration of an attribute with all others of the element: so many take it 0.2 s.
 constexpr std::size_t mostAttributeDeclarations = 10'000;
 
+/// The places where a list in the declarations goes on. Where the values of an attribute are listed, libxml2 compares
+/// each with all others: so many take it 0.1 s.
+constexpr std::size_t mostListMarks = 10'000;
+
+/// What a document may declare itself, in bytes. libxml2 parses it as soon as it has all of it.
+constexpr std::size_t mostSubset = 500'000;
+
+/// Different names of elements, attributes and what else is declared. libxml2's table of them, up to 2.11, is of a
+/// limited width: so many take it 0.03 s, ten times as many 4 s.
+constexpr int mostNames = 50'000;
+
 /// References to entities in front of one to a parameter entity. Behind 10,000 libxml2 looks for abuse itself, and up
 /// to 2.9.14 never returns where it finds any.
 constexpr unsigned long mostBeforeParameterEntity = 10'000;
@@ -34,6 +45,9 @@ constexpr unsigned long mostBeforeParameterEntity = 10'000;
 /// it has compared with each other before they can be counted: in the worst case 13,000, which takes it 0.2 s once.
 /// (xml_parser_benchmark: half of this costs 1% more time, a quarter 2%.)
 constexpr std::size_t pieceSize = 65536;
+
+/// What it gets at once in front of the root, so that declarations are seen before they are parsed.
+constexpr std::size_t prologPieceSize = 4096;
 
 /// The first piece is parsed with the second; it is to be enough to tell the encoding from.
 constexpr std::size_t firstPieceSize = 1024;
@@ -85,7 +99,7 @@ struct PushParser::DocumentHandler {
 
   static void DeclareAttribute(void* context, xmlChar const* element, xmlChar const* name, int type, int defaultType,
                                xmlChar const* defaultValue, xmlEnumeration* values) {
-    if (Of(context).AdmitsDeclaration()) {
+    if (Of(context).AdmitsAttributeDeclaration()) {
       xmlSAX2AttributeDecl(context, element, name, type, defaultType, defaultValue, values);
     } else {
       xmlFreeEnumeration(values);
@@ -174,7 +188,8 @@ void PushParser::Begin(std::string_view bytes) {
 
 void PushParser::Feed(std::string_view bytes) {
   while (!bytes.empty() && !isStopped) {
-    std::string_view const piece = bytes.substr(0, context == nullptr ? firstPieceSize : pieceSize);
+    std::size_t const size = context == nullptr ? firstPieceSize : IsInProlog() ? prologPieceSize : pieceSize;
+    std::string_view const piece = bytes.substr(0, size);
     FeedPiece(piece);
     bytes.remove_prefix(piece.size());
   }
@@ -188,7 +203,9 @@ void PushParser::FeedPiece(std::string_view piece) {
     xmlParseChunk(context, piece.data(), static_cast<int>(piece.size()), 0);
   }
   CheckMemory();
+  CheckPendingSubset();
   CheckPendingTag();
+  AdmitsNames();
 }
 
 void PushParser::Finish() {
@@ -214,14 +231,44 @@ void PushParser::CheckMemory() const {
   if (scope.HasRunOutOfMemory()) throw BaseException(5);
 }
 
-void PushParser::CheckPendingTag() {
+/// What libxml2 has decoded and not parsed.
+std::string_view PushParser::Pending() const {
   xmlParserInput const* const input = context->input;
-  if (input == nullptr) return;
-  std::string_view const pending(reinterpret_cast<char const*>(input->cur),
-                                 static_cast<std::size_t>(input->end - input->cur));
+  if (input == nullptr) return {};
+  return {reinterpret_cast<char const*>(input->cur), static_cast<std::size_t>(input->end - input->cur)};
+}
+
+/// Where that begins, among the decoded bytes.
+std::uint64_t PushParser::PendingStart() const {
+  xmlParserInput const* const input = context->input;
+  return input == nullptr ? 0 : input->consumed + static_cast<std::uint64_t>(input->cur - input->base);
+}
+
+bool PushParser::IsInProlog() const {
+  return context->instate < XML_PARSER_START_TAG && context->nameNr == 0;
+}
+
+void PushParser::CheckPendingSubset() {
+  std::string_view const pending = Pending();
+  // libxml2 waits for all of it, at first for the end of the first declaration in it.
+  if (context->instate != XML_PARSER_DTD && !(IsInProlog() && pending.starts_with("<!D"))) return;
+  if (pending.size() > mostSubset) Stop();
+  std::uint64_t const end = PendingStart() + pending.size();
+  std::uint64_t const added = std::min<std::uint64_t>(end - std::min(subsetEnd, end), pending.size());
+  CountListMarks(pending.substr(pending.size() - added));
+  subsetEnd = end;
+}
+
+void PushParser::CountListMarks(std::string_view declarations) {
+  listMarks += static_cast<std::size_t>(std::count(declarations.begin(), declarations.end(), '|'));
+  if (listMarks > mostListMarks) Stop();
+}
+
+void PushParser::CheckPendingTag() {
+  std::string_view const pending = Pending();
   if (pending.size() < leastSuspiciousTag || !IsStartTag(pending)) return;
 
-  std::uint64_t const start = input->consumed + static_cast<std::uint64_t>(input->cur - input->base);
+  std::uint64_t const start = PendingStart();
   if (tagStart != start) tag = {};
   tagStart = start;
   tag.Add(pending.substr(std::min(tag.Scanned(), pending.size())));
@@ -259,7 +306,7 @@ void PushParser::DeclareSubset(xmlChar const* name, xmlChar const* publicId, xml
 
 void PushParser::DeclareEntity(xmlChar const* name, int type, xmlChar const* publicId, xmlChar const* systemId,
                                xmlChar* content) {
-  if (!Admits(content)) return;
+  if (!AdmitsNames() || !Admits(content)) return;
   if (type == XML_EXTERNAL_PARAMETER_ENTITY) {
     // libxml2 would ask for it wherever entities are substituted. What is empty is passed over, and still tells libxml2
     // that there may be declarations which it hasn't seen.
@@ -281,7 +328,9 @@ xmlEntity* PushParser::FindEntity(xmlChar const* name) {
 
 xmlEntity* PushParser::FindParameterEntity(xmlChar const* name) {
   if (context->nbentities > mostBeforeParameterEntity) Stop();
-  return Expand(xmlSAX2GetParameterEntity(context, name));
+  xmlEntity* const entity = xmlSAX2GetParameterEntity(context, name);
+  if (entity != nullptr && entity->content != nullptr) CountListMarks(View(entity->content));
+  return Expand(entity);
 }
 
 /// Counts what a reference to `entity` stands for. Null where the parse may not go on.
@@ -295,8 +344,13 @@ xmlEntity* PushParser::Expand(xmlEntity* entity) {
   return isStopped ? nullptr : entity;
 }
 
-bool PushParser::AdmitsDeclaration() {
+bool PushParser::AdmitsAttributeDeclaration() {
   if (++declaredAttributes > mostAttributeDeclarations) Stop();
+  return AdmitsNames();
+}
+
+bool PushParser::AdmitsNames() {
+  if (xmlDictSize(context->dict) > mostNames) Stop();
   return !isStopped;
 }
 

@@ -46,9 +46,12 @@ class TagScan {
 /// - its elements nest deeper than libxml2 allows: 257 where a document is built, without a limit where events are
 ///   reported;
 /// - one start tag has more than 4,096 attributes: libxml2's time grows with the square of their number;
+/// - what it declares itself takes more than 500,000 bytes or has more than 10,000 `|` in it, those in a parameter
+///   entity again for each reference: libxml2's time for one list grows with the square of its length;
+/// - it has more than 50,000 different names: libxml2's time for them grows with the square of their number, too;
 /// - its references to entities stand for more than 1,000,000 bytes and for more than 5 times what has been fed, each
-///   reference counted with 20 bytes on top, the limits of libxml2 from version 2.11 on; or where a parameter entity is
-///   referred to behind 10,000 references.
+///   reference, and each declaration, counted with 20 bytes on top, the limits of libxml2 from version 2.11 on; or
+///   where a parameter entity is referred to behind 10,000 references.
 /// External entities are passed over without being opened; internal ones are substituted where that is switched on.
 class PushParser {
  public:
@@ -99,9 +102,15 @@ class PushParser {
   void Begin(std::string_view bytes);
   void FeedPiece(std::string_view piece);
   void CheckMemory() const;
+  [[nodiscard]] std::string_view Pending() const;
+  [[nodiscard]] std::uint64_t PendingStart() const;
+  [[nodiscard]] bool IsInProlog() const;
+  void CheckPendingSubset();
+  void CountListMarks(std::string_view declarations);
   void CheckPendingTag();
   bool Admits(xmlChar const* entityContent);
-  bool AdmitsDeclaration();
+  bool AdmitsAttributeDeclaration();
+  bool AdmitsNames();
   bool CountsAttributes(xmlChar const* const* attributes);
   bool AdmitsAttributes(std::size_t count);
   xmlEntity* Expand(xmlEntity* entity);
@@ -114,6 +123,8 @@ class PushParser {
   std::uint64_t fed = 0;
   std::uint64_t expanded = 0;
   std::size_t declaredAttributes = 0;
+  std::uint64_t subsetEnd = 0;  // of the declarations that have been looked at, among the decoded bytes
+  std::size_t listMarks = 0;
   bool isStopped = false;
   TagScan tag;                 // of the start tag that libxml2 waits for the rest of
   std::uint64_t tagStart = 0;  // its place among the decoded bytes

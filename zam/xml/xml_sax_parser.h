@@ -45,9 +45,9 @@ namespace ZaM {
 ///
 /// Malformed documents: nothing is reported. The events up to the place of the fault have been sent, and the operation
 ///   returns; what the callbacks saw tells whether the document was complete. A document also counts as malformed that
-///   has more than 4,096 attributes on one element, or whose references to entities stand for more than 1,000,000 bytes
-///   and for more than 5 times the document. Nothing outside the document is ever opened: external entities are passed
-///   over. Defaults of attributes are, too.
+///   has more than 4,096 attributes on one element, more than 50,000 different names, or 500,000 bytes of declarations;
+///   or whose references to entities stand for more than 1,000,000 bytes and for more than 5 times the document.
+///   Nothing outside the document is ever opened: external entities are passed over. Defaults of attributes are, too.
 ///
 /// Sequence: one parse after the other, each with the same parser or another. A callback may parse another document
 ///           with the parser that it was called by: that parse has a stack of its own, and the outer one goes on with
