@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
-#include <stdexcept>
 
 #include "tests/algorithms/pca_fixture.h"
 #include "tests/support/failing_allocation.h"
@@ -13,15 +12,16 @@
 namespace ZaM::test {
 namespace {
 
-using Activities = std::vector<std::int8_t>;
-
-std::vector<Vector> const scattered = {{7, 1, 0},   {-3, 4, 1}, {2, -5, 2}, {0, 2, -1},
-                                       {-4, -2, 0}, {5, 3, 1},  {1, 1, 4}};
-Vector const none = {-99};
+Matrix const scattered = {{7, 1, 0}, {-3, 4, 1}, {2, -5, 2}, {0, 2, -1}, {-4, -2, 0}, {5, 3, 1}, {1, 1, 4}};
 
 class PcaAnalyzerTest : public PcaFixture {
  protected:
   PcaAnalyzerTest() { control.SetDimension(2); }
+
+  std::int32_t FailureOf(Step step) {
+    SetSteps({step});
+    return FailureId([&] { analyzer.DoAlgorithm(&control); });
+  }
 };
 
 TEST_F(PcaAnalyzerTest, DividesByTheCountThatTheLastStepLeft) {
@@ -36,8 +36,7 @@ TEST_F(PcaAnalyzerTest, DividesByTheCountThatTheLastStepLeft) {
       {{1, 1, 2, 3}, 3, {}, 1},
       {{1, 1, 2, 3}, 9, {}, 0},
       {{1, 1, -56, -56}, 200, {}, 2},
-      {{1, 1, 1, -2, 0}, 1, {insertStep}, 4},  // place 4 is null: counted, not inserted
-      {{1, 1, -3, 7, 0}, 9, {insertStep}, 4},
+      {{1, 1, -3, 7, 0}, 9, {insertStep}, 4},  // place 4 is null: counted, not inserted
       {{1, 1, -2, 0}, 9, {removeStep}, 3},
   };
   control.SetDimension(1);
@@ -48,8 +47,7 @@ TEST_F(PcaAnalyzerTest, DividesByTheCountThatTheLastStepLeft) {
     Run(activities, steps);
     EXPECT_TRUE(Saved().compare(headerSize, 24000, before, headerSize, 24000) == 0);
     // The scale of the stored vectors stays that of 4 examples, which gives 0.70711.
-    Vector const found = Project({1, 0});
-    EXPECT_NEAR(std::abs(found.at(0)), count == 0 ? 99.0 : std::sqrt(0.5) * 4.0 / count, 1e-5) << count;
+    EXPECT_NEAR(std::abs(Project({1, 0})[0]), count == 0 ? 99.0 : std::sqrt(0.5) * 4.0 / count, 1e-5) << count;
   }
   Learn({{2, 0}, {-2, 0}, {0, 1}});  // too few
   EXPECT_EQ(Project({1, 0}), none);
@@ -60,27 +58,22 @@ TEST_F(PcaAnalyzerTest, RunsAnyStepsInTheirOrder) {
   SetPoints(scattered);
   Run({1, 1, 1, 1, 1}, {learnStep});
   PcaAnalyzer const start = analyzer;
-  Step const order[] = {examplesStep, learnStep, insertStep, removeStep, projectStep};
-  for (unsigned int flags = 0; flags < 1U << std::size(order); ++flags) {
-    std::string saved[2];
+  for (unsigned int flags = 0; flags < 1U << std::size(allSteps); ++flags) {
+    std::vector<Step> steps;
+    for (std::size_t i = 0; i < std::size(allSteps); ++i) {
+      if ((flags >> i & 1) != 0) steps.push_back(allSteps[i]);
+    }
     Vector projected[2];
+    std::string saved[2];
     for (std::size_t apart : {0, 1}) {
       analyzer = start;
-      Ref const document = Document({1, 2, 3});
+      Ref const document(Document({1, 2, 3}));
       control.SetSourceNode(document.Get());
-      std::vector<Representation*> pointers;
-      for (auto const& example : examples) pointers.push_back(example.Get());
-      control.SetExampleVector(pointers);
-      control.SetActivityVector({1, -1, 1, 1, 1, 0, 0});
-      std::vector<Step> together;
-      for (std::size_t i = 0; i < std::size(order); ++i) {
-        if ((flags >> i & 1) == 0) continue;
-        together.push_back(order[i]);
-        if (apart) RunSteps({order[i]});
-      }
-      if (!apart) RunSteps(together);
-      saved[apart] = Saved();
+      Offer({1, -1, 1, 1, 1, 0, 0});
+      if (!apart) RunSteps(steps);
+      for (std::size_t i = 0; apart && i < steps.size(); ++i) RunSteps({steps[i]});
       projected[apart] = Coordinates(*document);
+      saved[apart] = Saved();
     }
     EXPECT_TRUE(saved[0] == saved[1]) << flags;
     EXPECT_EQ(projected[0], projected[1]) << flags;
@@ -88,10 +81,11 @@ TEST_F(PcaAnalyzerTest, RunsAnyStepsInTheirOrder) {
   }
 }
 
-TEST_F(PcaAnalyzerTest, TakesSettingsWithLearningOnly) {
+TEST_F(PcaAnalyzerTest, TakesExamplesOutOfTheBlockAndSettingsWithLearningOnly) {
   control.SetMaxExamples(1200);
   control.SetMaxIterations(77);
   Learn(scattered);
+  EXPECT_TRUE(control.GetExampleVector().empty() && control.GetActivityVector().empty());
   control.SetMaxExamples(10);
   control.SetDimension(1);
   control.SetMaxIterations(5);
@@ -107,41 +101,37 @@ TEST_F(PcaAnalyzerTest, TakesSettingsWithLearningOnly) {
     EXPECT_EQ(model.epsilon, learned ? 0.5 : 1e-6);
     EXPECT_EQ(model.hasGram, learned ? 0 : 1);
   }
+  // Vectors of different lengths stay where they are, but what counts is set.
+  std::string const before = Saved();
+  Offer({1, 1});
+  control.SetActivityVector({1});
+  control.SetTargetActivity(9);
+  RunSteps({examplesStep});
+  EXPECT_EQ(control.GetExampleVector().size(), 2U);
+  EXPECT_EQ(control.GetActivityVector().size(), 1U);
+  EXPECT_EQ(Project({1, 2, 3}), none);
+  EXPECT_TRUE(Saved() == before);
 }
 
-TEST_F(PcaAnalyzerTest, TakesTheExamplesOutOfTheBlock) {
-  Learn(fourPoints);
-  EXPECT_TRUE(control.GetExampleVector().empty() && control.GetActivityVector().empty());
-  std::string const before = Saved();
-  control.SetExampleVector({examples[0].Get()});
-  control.SetActivityVector({1, 1});
-  RunSteps({examplesStep});
-  EXPECT_EQ(control.GetExampleVector().size(), 1U);
-  EXPECT_EQ(control.GetActivityVector().size(), 2U);
-  EXPECT_TRUE(Saved() == before);
+TEST_F(PcaAnalyzerTest, PassesOtherBlocksOverAndMakesItsOwn) {
   Control other;
   analyzer.DoAlgorithm(&other);
   analyzer.DoAlgorithm(nullptr);
-
   std::unique_ptr<Control> const created(analyzer.CreateController());
   auto& fresh = dynamic_cast<PcaControl&>(*created);
   EXPECT_FALSE(fresh.GetDoExamples() || fresh.GetDoLearn() || fresh.GetEnableRelearn() || fresh.GetDoProject() ||
                fresh.GetDoInsert() || fresh.GetDoRemove());
-  EXPECT_TRUE(fresh.GetDoBatch());
-  EXPECT_EQ(fresh.GetDimension(), 3U);
-  EXPECT_EQ(fresh.GetMaxIterations(), 1000U);
-  EXPECT_EQ(fresh.GetMaxExamples(), 1000U);
-  EXPECT_EQ(fresh.GetEpsilon(), 1e-6);
+  EXPECT_TRUE(fresh.GetDoBatch() && fresh.GetDimension() == 3 && fresh.GetMaxIterations() == 1000 &&
+              fresh.GetMaxExamples() == 1000 && fresh.GetEpsilon() == 1e-6 && fresh.GetTargetActivity() == 1);
   EXPECT_TRUE(fresh.GetRepresentationTag() == SetRepTag("Dflt") && fresh.GetResultTag() == SetRepTag("Dflt"));
-  for (unsigned int const value : {1U, 200U, 0x17FU}) {
-    if (value != 1) fresh.SetTargetActivity(value);
-    EXPECT_EQ(fresh.GetTargetActivity(), value == 200 ? 0xFFFFFFC8 : value & 0x7F);
-  }
+  fresh.SetTargetActivity(200);
+  EXPECT_EQ(fresh.GetTargetActivity(), 0xFFFFFFC8);
 }
 
 TEST_F(PcaAnalyzerTest, AsksForProductsInAFixedOrder) {
   SetPoints({{0}, {1}, {2}, {3}, {4}, {5}});
-  std::vector<std::pair<double, double>> calls;
+  using Calls = std::vector<std::pair<double, double>>;
+  Calls calls;
   Point::onDot = [&](Point const& left, Point const& right) {
     calls.emplace_back(left.numbers[0], right.numbers[0]);
     return Product(left.numbers, right.numbers);
@@ -151,76 +141,69 @@ TEST_F(PcaAnalyzerTest, AsksForProductsInAFixedOrder) {
   std::srand(5);
   Run({1, 0, -2, 1}, {learnStep});
   EXPECT_EQ(std::rand(), expected);  // the process's generator is left alone
-  EXPECT_EQ(calls, (decltype(calls){{0, 0}, {1, 0}, {1, 1}, {2, 0}, {2, 1}, {2, 2}, {3, 0}, {3, 1}, {3, 2}, {3, 3}}));
+  EXPECT_EQ(calls, (Calls{{0, 0}, {1, 0}, {1, 1}, {2, 0}, {2, 1}, {2, 2}, {3, 0}, {3, 1}, {3, 2}, {3, 3}}));
   calls.clear();
   Run({1, 0, -2, 1, 0}, {insertStep});
-  EXPECT_EQ(calls, (decltype(calls){{4, 0}, {4, 1}, {4, 3}, {4, 4}, {1, 0}, {1, 1}, {1, 3}, {1, 4}}));
+  EXPECT_EQ(calls, (Calls{{4, 0}, {4, 1}, {4, 3}, {4, 4}, {1, 0}, {1, 1}, {1, 3}, {1, 4}}));
   calls.clear();
   Run({1, -1, -2, 2, 1}, {removeStep});
   EXPECT_EQ(calls.size(), 0U);
   Project({9});
-  EXPECT_EQ(calls, (decltype(calls){{9, 0}, {9, 3}, {9, 4}}));
+  EXPECT_EQ(calls, (Calls{{9, 0}, {9, 3}, {9, 4}}));
 }
 
-// The last run of each is the one that doesn't fail any more, and gives what a first attempt gives.
+// The last attempt is the one that doesn't fail any more, and gives what a first one gives.
 TEST_F(PcaAnalyzerTest, StaysWholeWhenAProductOrAnAllocationFails) {
   SetPoints(scattered);
   Run({1, 1, 1, 1, 1}, {learnStep});
   struct {
     Step step;
     Activities activities;
-  } const cases[] = {
-      {learnStep, {1, 1, 1, 1, 1}}, {insertStep, {1, 1, 1, 1, 1, 0, 0}}, {removeStep, {-1, 1, 1, -1, 1, 1, 1}}};
-  for (auto const& [step, activities] : cases) {
-    PcaAnalyzer const start = analyzer;
+    unsigned int products;
+  } const cases[] = {{learnStep, {1, 1, 1, 1, 1}, 15},
+                     {insertStep, {1, 1, 1, 1, 1, 0, 0}, 14},
+                     {removeStep, {-1, 1, 1, -1, 1, 1, 1}, 0}};
+  for (auto const& [step, activities, products] : cases) {
     Run(activities);
-    std::string const before = Saved();
+    PcaAnalyzer const start = analyzer;
+    std::string const before = step == learnStep ? "" : Saved();
     RunSteps({step});
     std::string const after = Saved();
     ASSERT_FALSE(after.empty());
     auto const unchanged = [&] {
-      EXPECT_TRUE(Saved() == (step == learnStep ? "" : before));
+      EXPECT_TRUE(Saved() == before);
       EXPECT_EQ(Project({1, 2, 3}) == none, step == learnStep);
     };
 
     analyzer = start;
-    Run(activities);
-    SetSteps({step});
     EXPECT_GT(FailEachAllocation([&] { analyzer.DoAlgorithm(&control); }, unchanged), 5U);
     EXPECT_TRUE(Saved() == after);
 
     analyzer = start;
-    Run(activities);
-    unsigned int failures = 0;
-    for (bool failed = true; failed;) {
-      Point::onDot = [left = failures](Point const& x, Point const& y) mutable {
-        return left-- != 0 ? Product(x.numbers, y.numbers) : throw std::runtime_error("dot");
-      };
-      try {
-        RunSteps({step});
-        failed = false;
-      } catch (std::runtime_error const&) {
-        ++failures;
-        unchanged();
-      }
+    unsigned int left = 0;
+    auto const fail = [&](Point const& x, Point const& y) {
+      return left-- != 0 ? Product(x.numbers, y.numbers) : throw std::runtime_error("dot");
+    };
+    for (unsigned int done = 0; done < products; ++done) {
+      left = done;
+      Point::onDot = fail;
+      EXPECT_THROW(RunSteps({step}), std::runtime_error);
+      Point::onDot = nullptr;
+      unchanged();
     }
-    Point::onDot = nullptr;
-    EXPECT_EQ(failures, step == learnStep ? 15U : step == insertStep ? 14U : 0U);
+    RunSteps({step});
     EXPECT_TRUE(Saved() == after);
   }
-  PcaAnalyzer const former = analyzer;
+  PcaAnalyzer const other = analyzer;
   std::string const before = Saved();
-  SetPoints(fourPoints);
-  std::vector<Representation*> const pointers = {examples[0].Get(), examples[1].Get()};
-  control.SetExampleVector(pointers);
-  control.SetActivityVector({1, 1});
+  Offer({1, 1});
   SetSteps({examplesStep});
   FailEachAllocation([&] { analyzer.DoAlgorithm(&control); },
                      [&] {
-                       EXPECT_EQ(control.GetExampleVector(), pointers);
+                       EXPECT_EQ(control.GetExampleVector().size(), 2U);
                        EXPECT_TRUE(Saved() == before);
                      });
-  EXPECT_GT(FailEachAllocation([&] { analyzer = former; }, [&] { EXPECT_EQ(Model().exampleCount, 2U); }), 10U);
+  EXPECT_GT(FailEachAllocation([&] { analyzer = other; }, [&] { EXPECT_EQ(Model().exampleCount, 2U); }), 10U);
   EXPECT_TRUE(Saved() == before);
 }
 
@@ -236,26 +219,23 @@ TEST_F(PcaAnalyzerTest, LearnsFromFewOrUnfitExamplesWhatTheyAllow) {
   }
   Point::onDot = nullptr;
 
+  // A null pointer counts as zero, and may stand beside every change.
   Learn({{1, 2}, {0, 0}, {3, 5}, {-2, 7}, {0, 0}, {4, 1}});
   std::string const withZeros = Saved();
   examples[1] = examples[4] = {};
   Run({1, 1, 1, 1, 1, 1}, {learnStep});
   EXPECT_TRUE(Saved() == withZeros);
-  Run({1, 0, 1, 1, -2, -1}, {removeStep});  // null pointers may stand beside every change
+  Run({1, 0, 1, 1, -2, -1}, {removeStep});
   Run({1, 0, 1, 1, 0, 0}, {insertStep});
   EXPECT_EQ(Model().gram[5], (Vector{6, 0, 17, -1, 0, 17}));
 
   // Fewer than four may be left, and an insertion is enough to begin with.
   control.SetEpsilon(0.0);
+  SetPoints(fourPoints);
   for (bool const shrinks : {true, false}) {
     analyzer = PcaAnalyzer();
-    SetPoints(fourPoints);
-    if (shrinks) {
-      Run({1, 1, 1, 1}, {learnStep});
-      Run({1, 1, 1, -1}, {removeStep});
-    } else {
-      Run({0, 0, 0, -2}, {insertStep});
-    }
+    if (shrinks) Run({1, 1, 1, 1}, {learnStep});
+    Run(shrinks ? Activities{1, 1, 1, -1} : Activities{0, 0, 0, -2}, {shrinks ? removeStep : insertStep});
     Vector const values = Model().eigenValues;
     EXPECT_NEAR(values[0], 8.0 / 3.0, 1e-6);
     EXPECT_NEAR(values[1], 2.0 / 9.0, 1e-6);
@@ -270,65 +250,52 @@ TEST_F(PcaAnalyzerTest, RefusesWhatAModelHasNoRoomOrNoNumbersFor) {
   control.SetEnableRelearn(false);
   Learn(fourPoints);
   std::string const withoutGram = Saved();
-  Vector const projected = Project({1, 2});
-  auto const expectRefused = [&](std::int32_t id) {
-    EXPECT_EQ(FailureId([&] { analyzer.DoAlgorithm(&control); }), id);
-    EXPECT_EQ(Project({1, 2}), projected);
-    EXPECT_TRUE(Saved() == withoutGram);
-  };
-  for (unsigned int const huge : {PcaAnalyzer::MostExamples, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
-    SetSteps({learnStep});
-    control.SetDimension(huge);
-    expectRefused(5);
-    control.SetDimension(2);
-    control.SetMaxExamples(huge);
-    if (huge != PcaAnalyzer::MostExamples) expectRefused(5);
-    control.SetMaxExamples(0);
+  for (unsigned int const huge : {PcaAnalyzer::MostExamples + 1, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
+    for (bool const wide : {false, true}) {
+      control.SetDimension(wide ? 2 : huge);
+      control.SetMaxExamples(wide ? huge : 0);
+      EXPECT_EQ(FailureOf(learnStep), 5);
+      EXPECT_TRUE(Saved() == withoutGram);
+    }
   }
   ASSERT_TRUE(Load(withoutGram));
-  for (Step const step : {insertStep, removeStep}) {
-    Run({1, 1, 1, 1});
-    RunSteps({step});  // nothing is marked
-    EXPECT_TRUE(Saved() == withoutGram);
-    Run({1, 1, 1, step == removeStep ? std::int8_t{-1} : std::int8_t{1}, 0});
-    SetSteps({step});
-    EXPECT_EQ(FailureId([&] { analyzer.DoAlgorithm(&control); }), step == removeStep ? 53 : 0);
-    examples.emplace_back(Point::Create({1, 1}));
-    Run({1, 1, 1, 1, 0});
-    SetSteps({insertStep});
-    EXPECT_EQ(FailureId([&] { analyzer.DoAlgorithm(&control); }), 53);
+  examples.emplace_back(Point::Create({1, 1}));
+  struct {
+    Activities activities;
+    std::int32_t onInsert, onRemove;
+  } const cases[] = {{{1, 1, 1, 1}, 0, 0}, {{1, 1, 1, -1}, 0, 53}, {{1, 1, 1, 1, 0}, 53, 0}};
+  for (auto const& [activities, onInsert, onRemove] : cases) {
+    Run(activities);
+    EXPECT_EQ(FailureOf(insertStep), onInsert);
+    EXPECT_EQ(FailureOf(removeStep), onRemove);
     Run({1, 1, 1, 1});
     EXPECT_TRUE(Saved() == withoutGram);
   }
 
-  // More examples than there is room for.
-  SetPoints(std::vector<Vector>(1001, {1, 1}));
-  for (Step const step : {learnStep, insertStep}) {
-    Activities activities(1001, 0);
-    Run(activities);
-    SetSteps({step});
-    EXPECT_EQ(FailureId([&] { analyzer.DoAlgorithm(&control); }), 8);
-    EXPECT_EQ(Saved(), "");
-    // In a projection only active ones need a place.
-    activities.front() = 1;
-    Run(activities);
-    EXPECT_EQ(Project({1, 2}).size(), 2U);
-    activities.back() = 1;
-    Run(activities);
-    EXPECT_EQ(FailureId([&] { Project({1, 2}); }), 8);
-  }
+  // More examples than there is room for; in a projection only active ones need a place.
+  control.SetMaxExamples(0);
+  SetPoints(Matrix(1001, {1, 1}));
+  Activities activities(1001, 0);
+  Run(activities);
+  EXPECT_EQ(FailureOf(learnStep), 8);
+  EXPECT_EQ(FailureOf(insertStep), 8);
+  EXPECT_EQ(Saved(), "");
+  activities.front() = 1;
+  Run(activities);
+  EXPECT_EQ(Project({1, 2}).size(), 2U);
+  activities.back() = 1;
+  Run(activities);
+  EXPECT_EQ(FailureId([&] { Project({1, 2}); }), 8);
 }
 
 TEST_F(PcaAnalyzerTest, ProjectsDocumentsAndPassesContainersOver) {
   Ref const root(DocumentNode::Create());
-  DocumentNode* const invalid = Document({}).Detach();
-  DocumentNode* const inner = Document({1, 0}).Detach();
-  DocumentNode* const last = Document({2, 0}).Detach();
+  DocumentNode* const invalid = Document({});
+  DocumentNode* const inner = Document({1, 0});
+  DocumentNode* const last = Document({2, 0});
   auto* const foreign = ProbeNode::Create("no document");
-  root->AddChild(invalid);
+  for (Node* const child : std::initializer_list<Node*>{invalid, foreign, last}) root->AddChild(child);
   invalid->AddChild(inner);
-  root->AddChild(foreign);
-  root->AddChild(last);
   auto const project = [&](Node* node, bool batch = true) {
     control.SetSourceNode(node);
     control.SetDoBatch(batch);
@@ -337,17 +304,15 @@ TEST_F(PcaAnalyzerTest, ProjectsDocumentsAndPassesContainersOver) {
   control.SetDimension(1);
   project(root.Get());  // without a model
   Learn(fourPoints);
-  project(nullptr);
-  project(foreign);
-  project(root.Get(), false);
-  project(invalid, false);
+  for (Node* const node : std::initializer_list<Node*>{nullptr, foreign}) project(node);
+  for (Node* const node : {root.Get(), invalid}) project(node, false);
   for (DocumentNode* const document : {root.Get(), invalid, inner, last}) EXPECT_EQ(Coordinates(*document), none);
   project(root.Get());
   for (DocumentNode* const document : {root.Get(), invalid}) EXPECT_EQ(Coordinates(*document), none);
   EXPECT_EQ(Coordinates(*inner), Project({1, 0}));
   EXPECT_EQ(Coordinates(*last), Project({2, 0}));
 
-  // An earlier result is replaced. Where the product fails, it stays on this and the later documents.
+  // An earlier result is replaced. Where a product or an allocation fails, it stays on this and the later documents.
   Vector const former = Coordinates(*last);
   Learn({{1, 0}, {3, 0}, {7, 1}, {2, 5}});
   Point::onDot = [](Point const& x, Point const& y) {
@@ -355,22 +320,20 @@ TEST_F(PcaAnalyzerTest, ProjectsDocumentsAndPassesContainersOver) {
   };
   EXPECT_THROW(project(root.Get()), std::runtime_error);
   Point::onDot = nullptr;
-  EXPECT_EQ(Coordinates(*last), former);
   EXPECT_EQ(Coordinates(*inner), Project({1, 0}));
+  EXPECT_EQ(Coordinates(*last), former);
   control.SetSourceNode(last);
-  EXPECT_GT(FailEachAllocation([&] { analyzer.DoAlgorithm(&control); }, [&] { EXPECT_EQ(Coordinates(*last), former); }),
-            2U);
+  auto const stays = [&] { EXPECT_EQ(Coordinates(*last), former); };
+  EXPECT_GT(FailEachAllocation([&] { analyzer.DoAlgorithm(&control); }, stays), 2U);
   EXPECT_EQ(Coordinates(*last), Project({2, 0}));
   EXPECT_EQ(last->GetFeature()->GetFeature()->GetFeature(), nullptr);
 
-  // Under the tag of the documents themselves a result takes their place.
+  // Under the tag of the documents themselves a result takes their place, and is projected the next time.
   control.SetResultTag(Representation::GetDefaultTag());
   for (int times = 0; times < 2; ++times) {
     project(inner);
-    auto const* const result =
-        dynamic_cast<FullResult const*>(inner->GetRepresentation(Representation::GetDefaultTag()));
-    ASSERT_TRUE(result);
-    EXPECT_EQ(result->GetResults().size(), 1U);
+    auto const* const result = dynamic_cast<FullResult*>(inner->GetRepresentation(Representation::GetDefaultTag()));
+    ASSERT_TRUE(result && result->GetResults().size() == 1);
     EXPECT_EQ(result->GetResultType(0), ResultTypeScored);
   }
 }

@@ -1,18 +1,23 @@
-// Examples, documents and the calls that the tests of the principal components share.
+// Examples, documents, stored models and the calls that the tests of the principal components share.
 #ifndef TESTS_ALGORITHMS_PCA_FIXTURE_H
 #define TESTS_ALGORITHMS_PCA_FIXTURE_H
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cstdint>
 #include <numeric>
 #include <sstream>
+#include <stdexcept>
+#include <string>
 
 #include "tests/support/number_vector.h"
-#include "tests/support/pca_model.h"
 
 namespace ZaM::test {
 
 using Vector = std::vector<double>;
+using Matrix = std::vector<Vector>;
+using Activities = std::vector<std::int8_t>;
 
 inline double Product(Vector const& x, Vector const& y) {
   return std::inner_product(x.begin(), x.end(), y.begin(), 0.0);
@@ -36,17 +41,74 @@ class Point : public NumberVector {
   using NumberVector::NumberVector;
 };
 
+/// The numbers of a stored model, as docs/formats.md lists them.
+struct StoredModel {
+  std::uint32_t dimension, maxIterations, maxExamples, exampleCount;
+  std::int32_t hasGram;
+  double gramTotal, epsilon;
+  Vector gramRowSums, eigenValues;
+  Matrix eigenVectors, gram;
+};
+
+inline constexpr std::size_t headerSize = 36;
+
+/// Calls `each` with every number in the order of the file, and `makeRoom` between the header and the rest.
+template <class Model, class Each, class MakeRoom>
+void ForEachNumber(Model& model, Each each, MakeRoom makeRoom) {
+  for (auto* const field : {&model.dimension, &model.maxIterations, &model.maxExamples, &model.exampleCount}) {
+    each(*field);
+  }
+  each(model.hasGram);
+  each(model.gramTotal);
+  each(model.epsilon);
+  makeRoom();
+  for (auto* const row : {&model.gramRowSums, &model.eigenValues}) std::for_each(row->begin(), row->end(), each);
+  for (auto* const rows : {&model.eigenVectors, &model.gram}) {
+    for (auto& row : *rows) std::for_each(row.begin(), row.end(), each);
+  }
+}
+
+inline void SetSizes(StoredModel& model) {
+  model.gramRowSums.resize(model.maxExamples);
+  model.eigenValues.resize(model.dimension + 1);
+  model.eigenVectors.assign(model.dimension + 1, Vector(model.maxExamples));
+  for (std::size_t i = 0; model.hasGram == 1 && i < model.exampleCount; ++i) model.gram.emplace_back(i + 1);
+}
+
+static_assert(std::endian::native == std::endian::little, "as the numbers in the file");
+
+inline std::string ToBytes(StoredModel const& model) {
+  std::string bytes;
+  auto const put = [&](auto const& number) { bytes.append(reinterpret_cast<char const*>(&number), sizeof number); };
+  ForEachNumber(model, put, [] {});
+  return bytes;
+}
+
+/// Throws std::out_of_range if `bytes` are too few.
+inline StoredModel ToModel(std::string const& bytes) {
+  StoredModel model;
+  std::size_t at = 0;
+  auto const take = [&](auto& number) {
+    if (bytes.copy(reinterpret_cast<char*>(&number), sizeof number, at) != sizeof number) throw std::out_of_range("at");
+    at += sizeof number;
+  };
+  ForEachNumber(model, take, [&] { SetSizes(model); });
+  return model;
+}
+
 using Step = void (PcaControl::*)(bool);
 inline constexpr Step examplesStep = &PcaControl::SetDoExamples;
 inline constexpr Step learnStep = &PcaControl::SetDoLearn;
 inline constexpr Step insertStep = &PcaControl::SetDoInsert;
 inline constexpr Step removeStep = &PcaControl::SetDoRemove;
 inline constexpr Step projectStep = &PcaControl::SetDoProject;
+inline constexpr Step allSteps[] = {examplesStep, learnStep, insertStep, removeStep, projectStep};
 
 class PcaFixture : public ::testing::Test {
  protected:
   static inline RepTag const coordinates = SetRepTag("Pcax");
-  static inline std::vector<Vector> const fourPoints = {{2, 0}, {-2, 0}, {0, 1}, {0, -1}};
+  static inline Vector const none = {-99};
+  static inline Matrix const fourPoints = {{2, 0}, {-2, 0}, {0, 1}, {0, -1}};
 
   PcaFixture() {
     control.SetEnableRelearn(true);
@@ -54,35 +116,35 @@ class PcaFixture : public ::testing::Test {
   }
   ~PcaFixture() override { Point::onDot = nullptr; }
 
-  /// Places from `points.size()` on get null pointers.
-  void SetPoints(std::vector<Vector> const& points) {
+  void SetPoints(Matrix const& points) {
     examples.clear();
     for (Vector const& point : points) examples.emplace_back(Point::Create(point));
   }
+  void Learn(Matrix const& points) {
+    SetPoints(points);
+    Run(Activities(points.size(), 1), {learnStep});
+  }
 
-  /// Hands the examples over with these activities, and runs the steps in the same call.
-  void Run(std::vector<std::int8_t> const& activities, std::vector<Step> const& steps = {}) {
+  /// Hands the examples over, as many as there are activities, and runs the steps in the same call.
+  void Run(Activities const& activities, std::vector<Step> steps = {}) {
+    Offer(activities);
+    steps.push_back(examplesStep);
+    RunSteps(steps);
+  }
+  /// Puts the examples into the block. Places behind the last one get null pointers.
+  void Offer(Activities const& activities) {
     std::vector<Representation*> pointers(activities.size());
     for (std::size_t i = 0; i < std::min(pointers.size(), examples.size()); ++i) pointers[i] = examples[i].Get();
     control.SetExampleVector(pointers);
     control.SetActivityVector(activities);
-    std::vector<Step> all = steps;
-    all.push_back(examplesStep);
-    RunSteps(all);
   }
-
   void RunSteps(std::vector<Step> const& steps) {
     SetSteps(steps);
     analyzer.DoAlgorithm(&control);
   }
   void SetSteps(std::vector<Step> const& steps) {
-    for (Step const step : {examplesStep, learnStep, insertStep, removeStep, projectStep}) (control.*step)(false);
+    for (Step const step : allSteps) (control.*step)(false);
     for (Step const step : steps) (control.*step)(true);
-  }
-
-  void Learn(std::vector<Vector> const& points) {
-    SetPoints(points);
-    Run(std::vector<std::int8_t>(points.size(), 1), {learnStep});
   }
 
   /// The model's stored form; empty if it can't be saved.
@@ -97,16 +159,16 @@ class PcaFixture : public ::testing::Test {
     return analyzer.Load(&stream);
   }
 
-  static Ref<DocumentNode> Document(Vector const& numbers) {
-    Ref<DocumentNode> document(DocumentNode::Create());
+  static DocumentNode* Document(Vector const& numbers) {
+    auto* const document = DocumentNode::Create();
     document->AddRepresentation(Point::Create(numbers));
     return document;
   }
 
-  /// The coordinates on a document; {-99} if it has none.
+  /// The coordinates on a document; `none` if there are none.
   static Vector Coordinates(DocumentNode& document) {
     auto const* const result = dynamic_cast<FullResult const*>(document.GetRepresentation(coordinates));
-    if (!result) return {-99};
+    if (!result) return none;
     Vector values;
     for (FullResultItem const& item : result->GetResults()) values.push_back(item.GetValue());
     return values;
@@ -114,7 +176,7 @@ class PcaFixture : public ::testing::Test {
 
   /// The coordinates that a document with this content gets.
   Vector Project(Vector const& numbers) {
-    Ref const document = Document(numbers);
+    Ref const document(Document(numbers));
     PcaControl projection;
     projection.SetDoProject(true);
     projection.SetResultTag(coordinates);
