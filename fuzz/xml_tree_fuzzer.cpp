@@ -1,24 +1,14 @@
 // Any bytes as a document, by both ways of reading. What was read can be written, and what was written can be read.
-#include <unistd.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 
+#include "fuzz/scratch_file.h"
 #include "tests/support/xml_text.h"
 #include "zam/zam.h"
 
 namespace {
-
-/// A file of its own for each process, in memory where there is such a folder.
-std::string const& fileName() {
-  static std::string const name =
-      (access("/dev/shm", W_OK) == 0 ? "/dev/shm/xml_tree_fuzzer." : "/tmp/xml_tree_fuzzer.") +
-      std::to_string(getpid());
-  return name;
-}
 
 void require(bool holds) {
   if (!holds) std::abort();
@@ -33,9 +23,9 @@ void writeAndRead(ZaM::XmlTree const& tree) {
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   std::string const text(reinterpret_cast<char const*>(data), size);
-  std::ofstream(fileName(), std::ios::binary) << text;
+  ScratchFile const file(text);
   ZaM::XmlTree fromFile;
-  fromFile.SetFilename(ZaM::wstring(fileName().begin(), fileName().end()));
+  fromFile.SetFilename(file.Path());
   try {
     fromFile.Read();
     if (fromFile.GetRoot()) writeAndRead(fromFile);
@@ -43,7 +33,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   } catch (ZaM::FileIOException const& failure) {
     require(failure.GetErrorId() == 2004);
   }
-  unlink(fileName().c_str());
 
   ZaM::XmlTree fromBuffer;
   bool const isWellFormed = fromBuffer.ReadBuffer(text);

@@ -1,0 +1,120 @@
+// Any bytes as a series of events: from memory and from a file, with callbacks that take some elements and leave
+// others, parse other documents in between, and throw.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "fuzz/scratch_file.h"
+#include "zam/zam.h"
+
+namespace {
+
+void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+std::string_view view(unsigned char const* text) {
+  return reinterpret_cast<char const*>(text);
+}
+
+/// Notes what it is told, and throws an int instead of its event number `last`.
+class Reader : public ZaM::XmlSaxCallback {
+ public:
+  explicit Reader(std::size_t last = SIZE_MAX) : left(last) {}
+
+  void OnStartDocument(ZaM::XmlSaxParser* parser) override { note(*parser, "^"); }
+  void OnEndDocument(ZaM::XmlSaxParser* parser) override { note(*parser, "$"); }
+
+  void OnStartElement(ZaM::XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override {
+    require(attributes == nullptr || *attributes != nullptr);
+    std::string tag("<");
+    tag += view(name);
+    for (; attributes != nullptr && *attributes != nullptr; attributes += 2) {
+      tag.append(view(attributes[0])).append(view(attributes[1]));
+      readNumbers(*parser, attributes[1]);
+    }
+    note(*parser, tag);
+    // The names decide what happens.
+    switch (*name % 8) {
+      case 0:
+        return;
+      case 1:
+        return parser->PushCallback(nullptr);
+      case 2:
+        parseAnother(*parser);
+        break;
+      case 3:
+        parser->PushCallback(nullptr);
+        break;
+    }
+    parser->PushCallback(this);
+    open.emplace_back(view(name));
+  }
+
+  void OnEndElement(ZaM::XmlSaxParser* parser, unsigned char const* name) override {
+    require(!open.empty() && open.back() == view(name));
+    open.pop_back();
+    note(*parser, ">");
+  }
+
+  std::string log;
+
+ private:
+  void note(ZaM::XmlSaxParser& parser, std::string_view what) {
+    if (left-- == 0) throw 0;
+    unsigned char const* const text = parser.GetCharacterBuffer();
+    log.append(text, text + parser.GetCharacterBufferSize()).append(what);
+    ZaM::wstring wide;
+    parser.ConvertString(text, static_cast<int>(parser.GetCharacterBufferSize()), wide);
+    require(wide.size() <= parser.GetCharacterBufferSize() && wide.empty() == (text == nullptr));
+  }
+
+  static void readNumbers(ZaM::XmlSaxParser const& parser, unsigned char const* value) {
+    bool const isPlain = *value >= '1' && *value <= '9' && value[1] == 0;
+    require(!isPlain || parser.GetLongValue(value, -1) == *value - '0');
+    require(!isPlain || parser.GetSizetValue(value, 0) == parser.GetTimetValue(value, -1));
+    require(!isPlain || parser.GetDoubleValue(value, -1) == *value - '0');
+    require(parser.GetBoolValue(value, true) == (*value != '0'));
+  }
+
+  static void parseAnother(ZaM::XmlSaxParser& parser) {
+    Reader other;
+    parser.ParseMemory("<d>1<e/>2</d>", 13, &other);
+    require(other.log == "^<d1<e>2>$");
+  }
+
+  std::size_t left;
+  std::vector<std::string> open;
+};
+
+void parse(ZaM::XmlSaxParser& parser, std::string_view text, Reader& reader) {
+  parser.ParseMemory(text.data(), static_cast<unsigned int>(text.size()), &reader);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+  std::string_view const text(reinterpret_cast<char const*>(data), size);
+  ZaM::XmlSaxParser parser;
+  Reader fromMemory;
+  parse(parser, text, fromMemory);
+
+  Reader interrupted(size % 16);
+  try {
+    parse(parser, text, interrupted);
+  } catch (int) {
+  }
+  require(fromMemory.log.starts_with(interrupted.log));
+
+  Reader fromFile;
+  try {
+    parser.ParseFile(ScratchFile(text).Path(), &fromFile);
+    require(text.starts_with("\x1f\x8b") || fromFile.log == fromMemory.log);
+  } catch (ZaM::FileIOException const& failure) {
+    require(failure.GetErrorId() == 2004);
+  }
+  return 0;
+}
