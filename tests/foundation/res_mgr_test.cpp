@@ -50,35 +50,21 @@ TEST_F(ResMgrTest, ChoosesTheLanguage) {
       {"de-DE", "", {"de"}, "de", "de"},
       {"zh-Hans-CN", "", {"zh-Hans"}, "en"},
       {"zh-Hans-CN", "", {"zh-Hans", "zh"}, "zh", "zh"},
-      {"any name", "fr_FR", {"any name", "fr"}, "any name", "any name"},
-      {"DE", "", {"de"}, "en"},
       // A variable that is set decides alone.
       {"xx", "de_DE", {"de"}, "en"},
-      {"xx-YY", "de_DE", {"de"}, "en"},
       // No way out of the module's folder.
       {"../out", "de_DE", {"../out", "de"}, "en"},
-      {"../out-DE", "", {"../out"}, "en"},
       {"..", "", {".."}, "en"},
       {"de/sub", "", {"de/sub"}, "en"},
-      {"de\\sub", "", {"de/sub"}, "en"},
       {"de-../x", "", {"de"}, "de", "de"},
       // Longer than the field, and longer than a variable may be.
-      {"a-name-of-15-xx", "", {"a-name-of-15-xx"}, "a-name-of-15-xx", "a-name-of-15-xx"},
       {"a name of 16 xxx", "", {"a name of 16 xxx"}, "a name of 16 xx", "a name of 16 xxx"},
       {"fourteen here " + emoji, "", {"fourteen here " + emoji}, "fourteen here ", "fourteen here " + emoji},
-      {"thirteen here" + emoji, "", {"thirteen here" + emoji}, "thirteen here" + emoji, "thirteen here" + emoji},
       {"de-" + std::string(1020, 'x'), "", {"de"}, "de", "de"},
       {"de-" + std::string(1021, 'x'), "", {"de"}, "en"},
       // The system's language where the variable says nothing.
       {"", "de_DE.UTF-8", {"de"}, "de", "de"},
-      {"", "ca_ES", {"ca"}, "ca", "ca"},
-      {"", "es_ES", {"es"}, "es", "es"},
       {"", "fr_FR", {"fr"}, "fr", "fr"},
-      {"", "it_IT", {"it"}, "it", "it"},
-      {"", "pt_PT", {"pt"}, "pt", "pt"},
-      {"", "en_US", {"en", "de"}, "en", "en"},
-      {"", "", {"en"}, "en", "en"},
-      {"", "fr_FR", {"de"}, "en"},
       {"", "ja_JP", {"ja", "en"}, "en"},
   };
   for (auto const& row : cases) {
@@ -99,13 +85,10 @@ TEST_F(ResMgrTest, ChoosesTheLanguage) {
 TEST_F(ResMgrTest, FindsTheSatelliteByTheModulesFileName) {
   std::pair<wstring, std::string> const cases[] = {
       {u"/app.mod", "de/app.lng"},
-      {u"\\app.mod", "de/app.lng"},
-      {u"/my.app.dll", "de/my.app.lng"},
       {u"/app.so", "de/applng"},
       {u"/sub\\app.mod", "sub/de/app.lng"},
       {u"\\sub/app.mod", "sub/de/app.lng"},
       {u"/ab", "de/lng"},
-      {u"/", "de/lng"},
   };
   for (auto const& [path, satellite] : cases) {
     test::TemporaryFolder const place;
@@ -136,8 +119,6 @@ TEST_F(ResMgrTest, LooksEachTextUpInTheSatelliteAndThenInTheModule) {
   ResMgr const resources = Initialised(&module, "de-AT");
   EXPECT_TRUE(resources.GetString(1, u"a") == u"eingebaut a");
   EXPECT_TRUE(resources.GetString(3) == u"100%");
-  EXPECT_TRUE(resources.GetString(9) == u"Resource string #9 not found!");
-  EXPECT_TRUE(resources.GetResourceHandle()->FindText(1) == u"eingebaut %s");
   EXPECT_TRUE(resources.GetResourceHandle()->GetPath() == folder.Path().u16string() + u"\\de\\app.lng");
 }
 
@@ -145,37 +126,24 @@ TEST_F(ResMgrTest, FormatsWithTheArgumentsBeforeTheFirstNull) {
   ResMgr const resources = Initialised(&module, "");
   std::int32_t const one = 1, two = -2;
   unsigned int const large = 4294967295;
-  EXPECT_TRUE(resources.GetString(1, u"%d") == u"built-in %d");
-  EXPECT_TRUE(resources.GetString(1, nullptr) == u"built-in (null)");
-  EXPECT_TRUE(resources.GetString(5, u"a", u"b", u"c") == u"a b c");
-  EXPECT_TRUE(resources.GetString(5, u"a", u"b") == u"a b %s");
-  EXPECT_TRUE(resources.GetString(5, u"a", nullptr, u"c") == u"a %s %s");
-  EXPECT_TRUE(resources.GetStringL(2, &one, &two, &one) == u"1 of -2, 1");
-  EXPECT_TRUE(resources.GetStringL(2, &one, nullptr, &two) == u"1 of %d, %d");
-  EXPECT_TRUE(resources.GetStringL(2, nullptr, &one, &two) == u"%d of %d, %d");
-  EXPECT_TRUE(resources.GetStringT(2, &large) == u"-1 of %d, %d");
-  EXPECT_TRUE(resources.GetStringUI32(2, &large) == u"-1 of %d, %d");
-  EXPECT_TRUE(resources.GetStringUI32(2, nullptr) == u"%d of %d, %d");
-  EXPECT_TRUE(resources.GetString(3, u"a", u"b", u"c") == u"100%");
-  EXPECT_TRUE(resources.GetString(4) == u"%%");
-  EXPECT_TRUE(resources.GetString(4, u"a") == u"%");
+  std::pair<wstring, wstring> const cases[] = {
+      {resources.GetString(1, u"%d"), u"built-in %d"},
+      {resources.GetString(1, nullptr), u"built-in (null)"},
+      {resources.GetString(5, u"a", u"b", u"c"), u"a b c"},
+      {resources.GetString(5, u"a", nullptr, u"c"), u"a %s %s"},
+      {resources.GetStringL(2, &one, &two, &one), u"1 of -2, 1"},
+      {resources.GetStringL(2, &one, nullptr, &two), u"1 of %d, %d"},
+      {resources.GetStringT(2, &large), u"-1 of %d, %d"},
+      {resources.GetStringUI32(2, nullptr), u"%d of %d, %d"},
+      {resources.GetString(4), u"%%"},
+      {resources.GetString(4, u"a"), u"%"},
+      {resources.GetString(9, u"a", u"b", u"c"), u"Resource string #9 not found!"},
+      {resources.GetStringL(9, &one), u"Resource string #9 not found!"},
+      {resources.GetStringUI32(9, &large), u"Resource string #9 not found!"},
+      {ResMgr().GetString(0xFFFFFFFF), u"Resource string #-1 not found!"},
+  };
+  for (auto const& [actual, expected] : cases) EXPECT_TRUE(actual == expected) << platform::Utf8FromUtf16(actual);
   EXPECT_EQ(resources.GetString(1, wstring(2000, u'x').c_str()).size(), 1023u);
-}
-
-TEST_F(ResMgrTest, AMissingTextReadsTheSameInEveryForm) {
-  std::int32_t const number = 5;
-  unsigned int const other = 5;
-  ResMgr resources;
-  for (wchar const* const language : {u"", u"en"}) {
-    EXPECT_TRUE(resources.GetLanguage() == wstring(language));
-    for (auto const& text :
-         {resources.GetString(7777), resources.GetString(7777, u"a", u"b", u"c"), resources.GetStringL(7777, &number),
-          resources.GetStringT(7777, &other), resources.GetStringUI32(7777, &other)}) {
-      EXPECT_TRUE(text == u"Resource string #7777 not found!");
-    }
-    resources.Init(&module);
-  }
-  EXPECT_TRUE(resources.GetString(0xFFFFFFFF) == u"Resource string #-1 not found!");
 }
 
 TEST_F(ResMgrTest, SatellitesOutliveEveryHandleThatWasGiven) {
@@ -184,8 +152,6 @@ TEST_F(ResMgrTest, SatellitesOutliveEveryHandleThatWasGiven) {
   ResMgr survivor;
   survivor = Initialised(&module, "de");  // from one that is gone then
   EXPECT_TRUE(survivor.GetString(1) == u"German");
-  EXPECT_TRUE(survivor.GetLanguage() == wstring(u"de"));
-
   HINSTANCE const german = survivor.GetResourceHandle();
   test::ScopedVariable const language("Telvo Components Language", "fr");
   survivor.Init(&module, false);
