@@ -73,15 +73,12 @@ TEST_F(CompileTextsTest, RefusesWhatWouldGoWrongLater) {
       {entry("505", "Out of memory", "") + sound, ":4: text 505: stands already in line 1"},
       {entry("505", "Out of Memory", "Speicher"), ":1: text 505: its msgid isn't the built-in text"},
       {entry("0x65", "x", "y"), ":1: text 0x65: its msgctxt must be the number"},
-      {entry("-1", "x", "y"), ":1: text -1: its msgctxt must be the number"},
       {entry("4294967801", "Out of memory", "y"), ": its msgctxt must be the number"},  // 505 modulo 2^32
       {"msgid \"x\"\nmsgstr \"y\"\n", ":1: its msgctxt must be the number"},
 
       // Placeholders that differ in number, kind or order.
       {read("Datei"), ":1: text 402: its placeholders differ"},
       {read("%s %s"), ":1: text 402: its placeholders differ"},
-      {read("%d"), ":1: text 402: its placeholders differ"},
-      {read("%%s"), ":1: text 402: its placeholders differ"},
       {read("zu 100% %s"), ":1: text 402: its placeholders differ"},
       {entry("509", "Error in %s, Function %s: %s (0x%x)", "%x %s %s %s"), ":1: text 509: its placeholders differ"},
       {entry("505", "Out of memory", "voll zu 100%"), ":1: text 505: its placeholders differ"},
@@ -90,13 +87,10 @@ TEST_F(CompileTextsTest, RefusesWhatWouldGoWrongLater) {
       // Files that aren't PO.
       {second + "msgid \"Unknown XML error.\n", ":5: text 601: a string without its closing quote"},
       {second + "msgid \"a\" b\n", ":5: text 601: text behind a string"},
-      {second + "msgid a\n", ":5: text 601: a string in quotes is missing"},
       {second + "msgid \"\\q\"\n", ":5: text 601: unknown escape \"\\q\""},
-      {second + "msgid \"\\", ":5: text 601: a string without its closing quote"},
       {second + "msgid_plural \"a\"\n", ":5: text 601: unknown keyword \"msgid_plural\""},
       {second + "msgstr \"a\"\n", ":5: text 601: msgstr without a msgid"},
       {second + "msgid \"a\"\n", ": text 601: an entry without its msgstr"},
-      {second + "msgctxt \"602\"\n", ":5: text 601: an entry without its msgstr"},
       {second + "msgid \"Gr\xFC\"\n", ":5: text 601: not UTF-8"},
       {second + std::string("msgid \"\0\"\n", 10), ":5: text 601: a string with a zero"},
       {sound + "\n\"lost\"\n", ":5: a string without a keyword"},
