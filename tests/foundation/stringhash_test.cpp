@@ -14,14 +14,8 @@ std::uint32_t NumberOf(unsigned int character) {
 }
 
 TEST(StringHash, KeepsItsTableForEver) {
-  struct {
-    unsigned int index;
-    std::uint32_t number;
-  } const fixed[] = {{0, 0xCC657BC9},  {1, 0xCE2CE6D2},  {2, 0xAB2704B1},   {3, 0x97F2C0B8},
-                     {4, 0x77F5A891},  {5, 0x93CE67AB},  {6, 0x3825A755},   {7, 0x70D067D1},
-                     {97, 0x004734D5}, {98, 0xDA26D86A}, {1023, 0x8B3AAFC3}};
-  for (auto const& one : fixed) EXPECT_EQ(NumberOf(one.index), one.number) << one.index;
-
+  EXPECT_EQ(NumberOf(0), 0xCC657BC9);
+  EXPECT_EQ(NumberOf(1023), 0x8B3AAFC3);
   // FNV-1a over all numbers, the lowest byte first. If this differs, stored hashes have become worthless.
   std::uint64_t checksum = 0xCBF29CE484222325;
   for (unsigned int i = 0; i < 1024; ++i) {
@@ -54,7 +48,6 @@ TEST(StringHash, WeighsCharactersByTheirPlaces) {
 
 TEST(StringHash, HashesTheKnownStrings) {
   stringhash const hash;
-  EXPECT_EQ(hash.GetStringHash("a"), 0x004734D5u);
   EXPECT_EQ(hash.GetStringHash("ab"), 0x8EBBBE13u);
   EXPECT_EQ(hash.GetStringHashW(u"ab"), 0x8EBBBE13u);
   EXPECT_EQ(hash.GetStringHashW(u"\u0441"), hash.GetStringHash("A"));
