@@ -14,22 +14,11 @@ Ref<SparseResult> Make(Items const& items) {
   return result;
 }
 
-TEST(ResultItemTest, BeginsAsAScoredClassAndBecomesOneAgainWithoutAType) {
-  IndexedResult item;
-  EXPECT_EQ(item, Item(0, 0.0F, 2));
-  item.SetResType(ResultTypeFinal);
-  item.Set(4, 0.5F);
-  EXPECT_EQ(item, Item(4, 0.5F, 2));
-  EXPECT_EQ(FullResultItem().GetValue(), 0.0F);
-  EXPECT_EQ(FullResultItem().GetResType(), ResultTypeScored);
-}
-
 TEST(SparseResultTest, KeepsOneEntryPerClassAndGroup) {
   struct {
     Items set;
     Items list;
   } const cases[] = {
-      {{Item(4, 0.5F, 2), Item(4, 0.1F, 1)}, {Item(4, 0.1F, 1)}},
       {{Item(4, 0.5F, 2), Item(4, 0.1F, 0x1002)}, {Item(4, 0.5F, 2), Item(4, 0.1F, 0x1002)}},
       {{Item(4, 0.5F, 2), Item(4, 0.1F, 0x8FF1)}, {Item(4, 0.1F, 0x8FF1)}},  // none of these bits is the group's
       {{Item(9, 0.1F), Item(4, 0.5F, 0x4000), Item(4, 0.6F, 0x2000), Item(9, 0.3F), Item(4, 0.7F, 0x4001)},
