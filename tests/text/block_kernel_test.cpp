@@ -80,12 +80,37 @@ TEST(BlockKernel, Filters16BitTextAsThePlainRulesDo) {
   ExpectPlainStreamsOfRandomTexts<wchar>(2);
 }
 
-TEST(BlockKernel, NeedsNoMoreRoomThanPromised) {
-  std::u16string const text = u"a " + std::u16string(300, u'\u4E00');
-  auto const promised = static_cast<std::int64_t>(4 * text.size()) + 3;
-  ExpectPlainStream(text, {1, true, promised});
-  std::u16string_view const view = text;
-  EXPECT_EQ(test::FilterPlainly(view, {1, true, promised}).bytes, test::FilterPlainly(view, {1, true, 9999}).bytes);
+/// Streams told by hand, for the plain rules too.
+TEST(BlockKernel, FiltersKnownTexts) {
+  struct {
+    std::u16string text;
+    test::Settings settings;
+    std::vector<unsigned char> bytes;
+    std::vector<std::int32_t> positions;
+  } const cases[] = {
+      {u"  ab cd", {1, true, 64}, {0, 26, 27, 0, 28, 29, 0}, {1, 2, 3, 4, 5, 6, 7}},
+      {u"a1 b", {2, true, 64}, {0, 26, 17, 0}, {0, 0, 1, 2}},
+      {u"\u3042\u3043", {1, true, 64}, {0, 26, 37, 36, 0, 26, 37, 37, 0}, {0, 0, 0, 0, 0, 1, 1, 1, 1}},
+      {u"ab\u3042cd", {3, true, 64}, {0, 26, 27, 26, 37, 36, 0}, {0, 0, 1, 2, 2, 2, 2}},
+      {u"\u0640a\u0640", {3, true, 64}, {0, 26, 0}, {0, 1, 2}},
+      {u"\u0640 ", {1, true, 64}, {0, 0}, {0, 1}},
+      {u"x \xD840\xDC00 y",
+       {1, true, 64},
+       {0, 49, 0, 53, 32, 42, 53, 56, 42, 0, 50, 0},
+       {0, 0, 1, 2, 2, 2, 3, 3, 3, 3, 5, 6}},
+      {u"abcdefghij", {1, true, 6}, {0, 26, 27, 28, 29, 0}, {0, 0, 1, 2, 3, 4}},
+      {u"ab\u3042cd", {1, true, 8}, {0, 26, 27, 28, 29, 0}, {0, 0, 1, 3, 4, 5}},
+      {u"ab", {1, true, 0}, {}, {}},
+  };
+  for (auto const& [text, settings, bytes, positions] : cases) {
+    auto const plain = test::FilterPlainly(std::u16string_view(text), settings);
+    EXPECT_EQ(plain.bytes, bytes);
+    EXPECT_EQ(plain.positions, positions);
+    ExpectPlainStream(text, settings);
+  }
+  std::string const narrow = "\xC4\xE0 cdefgh i";
+  EXPECT_EQ(test::FilterPlainly(narrow, {1, true, 9}).bytes, (std::vector<unsigned char>{0, 30, 0}));
+  ExpectPlainStream(narrow, {1, true, 9});
 }
 
 TEST(BlockKernel, FindsWordsOfAnyLengthAtAnyPlaceOfABlock) {
