@@ -331,7 +331,7 @@ TEST(XmlTree, ReportsFilesThatCannotBeUsed) {
     EXPECT_EQ(FailureId([&] { tree.Read(); }), onReading);
     EXPECT_EQ(tree.GetRoot(), nullptr);
     EXPECT_EQ(FailureId([&] { tree.Read2(); }), onReading);
-    EXPECT_EQ(FailureId([&] { XmlTree{path}; }), onReading);
+    EXPECT_EQ(FailureId([&name = path] { XmlTree{name}; }), onReading);
   }
 
   XmlTree rootless;
