@@ -98,7 +98,7 @@ void DrawPicture(fs::path const& target, unsigned int width, unsigned int height
   fs::path const part = PartOf(target);
   std::string const frame = "set encoding utf8\nset terminal svg size " + std::to_string(width) + ',' +
                             std::to_string(height) +
-                            " dynamic background '#ffffff' font 'DejaVu Sans,Arial,sans-serif' fontscale 1 noenhanced\n"
+                            " background '#ffffff' font 'DejaVu Sans,Arial,sans-serif' fontscale 1 noenhanced\n"
                             "set output " +
                             Quoted(part.native()) + '\n';
   TemporaryFile const input = MakeTemporaryFile(frame + script + "\nset output\n");

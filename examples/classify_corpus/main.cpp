@@ -20,6 +20,7 @@
 #include "findings.h"
 #include "fold.h"
 #include "gnuplot.h"
+#include "html_report.h"
 #include "interrupt.h"
 #include "number_text.h"
 #include "options.h"
@@ -99,13 +100,16 @@ void Run(Options const& options, Notes& notes) {
   {
     Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
     ResultFile file(options.results);
-    if (options.WantsMap()) CheckPicture(options.map);
+    HtmlReport const page(options.report);
+    if (!options.map.empty()) CheckPicture(options.map);
     Findings const findings = options.loadResults.empty() ? Classify(options, progress, clocks, notes)
                                                           : Load(options, progress, clocks, notes);
-    auto const matrix = clocks.evaluate.Time(findings.Tested().size(), [&] { return Evaluate(findings, options); });
+    auto const matrix = clocks.evaluate.Time(
+        findings.Tested().size(), [&] { return Evaluate(findings, options.bestThreshold, options.distanceThreshold); });
     report = Report(findings, *matrix, clocks);
     file.Write(findings);
-    if (options.WantsMap()) DrawMap(options.map, findings.corpus, findings.map, findings.ClassNames());
+    page.Write(findings, *matrix, options, clocks);
+    if (!options.map.empty()) DrawMap(options.map, findings.corpus, findings.map, findings.ClassNames());
   }
   std::cout << report << std::flush;
   if (!std::cout) throw RunError{"can't write the report"};

@@ -28,6 +28,7 @@ constexpr char footer[] = R"(Examples:
   classify_corpus mail --shard 1/2 --results part1.xml  test on half of them; the other half elsewhere
   classify_corpus --load-results part1.xml part2.xml    evaluate the halves together
   classify_corpus mail --map mail.svg                   draw the tested documents as points, coloured by class
+  classify_corpus mail --report mail-report             show all of it in mail-report/index.html
 
 Texts in a script that the text filter of the library doesn't know, such as Devanagari or Thai, are seen by their other
 words alone, and are rejected if there are none.
@@ -85,7 +86,6 @@ void AddClassifying(CLI::App& app, Options& options) {
       ->option_text("FILE.svg");
   app.add_option("--model", options.model,
                  "Take the plane of the map from this file; if there is none, learn the plane and write the file")
-      ->needs("--map")
       ->option_text("FILE");
   app.add_option("--max-results", options.settings.maxResults,
                  "Best classes to keep for each document, 3 unless given; 0 keeps all values")
@@ -109,6 +109,8 @@ void AddOutput(CLI::App& app, Options& options) {
                  "Reject documents whose best class is ahead of the second by less")
       ->check(CheckShare)
       ->option_text("X");
+  app.add_option("--report", options.report, "Write a page for a browser, index.html, and its pictures to this folder")
+      ->option_text("FOLDER");
   auto* const results = app.add_option("--results", options.results,
                                        "Keep the results in this XML file; compressed if its name ends in .gz")
                             ->option_text("FILE");
@@ -127,6 +129,8 @@ std::optional<int> ParseOptions(int argc, char const* const* argv, Options& opti
   AddOutput(app, options);
   try {
     app.parse(argc, argv);
+    if (!options.model.empty() && !options.WantsMap())
+      throw CLI::ValidationError("--model", "is for the map of --map or --report");
     if (options.corpus.empty() && options.loadResults.empty()) throw CLI::RequiredError("CORPUS");
   } catch (CLI::ParseError const& error) {
     return app.exit(error) == 0 ? exit_code::done : exit_code::wrongUsage;

@@ -22,10 +22,11 @@ struct Options {
   std::filesystem::path results;                   // empty: no such file
   std::vector<std::filesystem::path> loadResults;  // not empty: these instead of classifying
   std::filesystem::path map;                       // empty: no such picture
+  std::filesystem::path report;                    // a folder; empty: no report
   std::filesystem::path model;                     // of the map; empty: no such file
   bool quiet = false;
 
-  bool WantsMap() const { return !map.empty(); }
+  bool WantsMap() const { return loadResults.empty() && (!map.empty() || !report.empty()); }
 };
 
 /// What the program ends with.

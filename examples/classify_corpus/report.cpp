@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "class_figures.h"
 #include "number_text.h"
 #include "utf8.h"
 
@@ -11,19 +12,6 @@ namespace classify {
 namespace {
 
 using Names = std::vector<std::string>;
-
-struct ClassCounts {
-  double documents;
-  double found;      // of these
-  double wronglyIn;  // documents of other classes
-
-  double F1() const { return 2 * found / (documents + found + wronglyIn); }
-};
-
-ClassCounts CountsOf(ZaM::ErrorMatrix const& matrix, unsigned int id) {
-  return {static_cast<double>(matrix.GetClassCount(id)), static_cast<double>(matrix.GetResult(id, id)),
-          static_cast<double>(matrix.GetClassImported(id))};
-}
 
 std::size_t NameWidth(Names const& names) {
   std::size_t width = 5;
@@ -83,37 +71,6 @@ Names RowLabels(Names const& names) {
   return labels;
 }
 
-struct Confusion {
-  unsigned int count;
-  unsigned int trueClass;
-  unsigned int assignedClass;
-};
-
-std::vector<Confusion> Confusions(ZaM::ErrorMatrix const& matrix, std::size_t classes) {
-  std::vector<Confusion> confusions;
-  for (unsigned int t = 1; t <= classes; ++t) {
-    for (unsigned int a = 1; a <= classes; ++a) {
-      unsigned int const count = t == a ? 0 : matrix.GetResult(t, a);
-      if (count > 0) confusions.push_back({count, t, a});
-    }
-  }
-  std::stable_sort(confusions.begin(), confusions.end(),
-                   [](Confusion const& a, Confusion const& b) { return a.count > b.count; });
-  return confusions;
-}
-
-double MacroF1(ZaM::ErrorMatrix const& matrix, std::size_t classes) {
-  double sum = 0;
-  double counted = 0;
-  for (unsigned int id = 1; id <= classes; ++id) {
-    ClassCounts const counts = CountsOf(matrix, id);
-    if (counts.documents + counts.wronglyIn == 0) continue;
-    sum += counts.F1();
-    ++counted;
-  }
-  return counted > 0 ? sum / counted : 0;
-}
-
 std::string SpeedLine(std::string const& stage, StageClock const& clock) {
   if (clock.Documents() == 0) return "";
   double const seconds = clock.Seconds();
@@ -128,11 +85,11 @@ std::string ClassTable(ZaM::ErrorMatrix const& matrix, Names const& names) {
   std::size_t const width = NameWidth(names);
   std::string text = Left("class", width) + "  documents  precision     recall         F1\n";
   for (unsigned int id = 1; id < names.size(); ++id) {
-    ClassCounts const counts = CountsOf(matrix, id);
+    ClassFigures const figures(matrix, id);
     text += Left(names[id], width) + Right(Grouped(matrix.GetClassCount(id)), 11);
-    text += Right(Percent(counts.found, counts.found + counts.wronglyIn), 11);
-    text += Right(Percent(counts.found, counts.documents), 11);
-    text += Right(Percent(2 * counts.found, counts.documents + counts.found + counts.wronglyIn), 11) + '\n';
+    text += Right(Percent(figures.found, figures.Assigned()), 11);
+    text += Right(Percent(figures.found, figures.documents), 11);
+    text += Right(Percent(2 * figures.found, figures.Involved()), 11) + '\n';
   }
   return text;
 }
@@ -156,15 +113,12 @@ std::string MatrixTable(ZaM::ErrorMatrix const& matrix, Names const& names, std:
 
 std::string WorstConfusions(ZaM::ErrorMatrix const& matrix, Names const& names) {
   constexpr std::size_t shown = 10;
-  std::vector<Confusion> const confusions = Confusions(matrix, names.size() - 1);
-  if (confusions.empty()) return "none\n";
   std::string text;
-  for (std::size_t i = 0; i < std::min(shown, confusions.size()); ++i) {
-    auto const [count, trueClass, assignedClass] = confusions[i];
+  for (auto const& [count, trueClass, assignedClass] : WorstOf(matrix, names.size() - 1, shown)) {
     text += Right(Grouped(count), 7) + "  " + names[trueClass] + " taken for " + names[assignedClass] + "  (" +
             Percent(count, matrix.GetClassCount(trueClass)) + " of " + names[trueClass] + ")\n";
   }
-  return text;
+  return text.empty() ? "none\n" : text;
 }
 
 std::string Summary(ZaM::ErrorMatrix const& matrix, std::size_t classes) {
@@ -176,9 +130,9 @@ std::string Summary(ZaM::ErrorMatrix const& matrix, std::size_t classes) {
 }
 
 std::string SpeedTable(StageClocks const& clocks) {
-  return "stage     documents  seconds   per second\n" + SpeedLine("load", clocks.load) +
-         SpeedLine("read", clocks.read) + SpeedLine("filter", clocks.filter) + SpeedLine("train", clocks.train) +
-         SpeedLine("classify", clocks.classify) + SpeedLine("map", clocks.map) + SpeedLine("evaluate", clocks.evaluate);
+  std::string table = "stage     documents  seconds   per second\n";
+  for (auto const& [stage, clock] : clocks.Stages()) table += SpeedLine(stage, *clock);
+  return table;
 }
 
 }  // namespace classify

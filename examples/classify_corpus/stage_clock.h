@@ -2,8 +2,10 @@
 #ifndef CLASSIFY_CORPUS_STAGE_CLOCK_H
 #define CLASSIFY_CORPUS_STAGE_CLOCK_H
 
+#include <array>
 #include <chrono>
 #include <cstdint>
+#include <utility>
 
 namespace classify {
 
@@ -49,6 +51,17 @@ struct StageClocks {
   StageClock classify;
   StageClock map;
   StageClock evaluate;
+
+  /// In the order of a run, with their names.
+  std::array<std::pair<char const*, StageClock const*>, 7> Stages() const {
+    return {{{"load", &load},
+             {"read", &read},
+             {"filter", &filter},
+             {"train", &train},
+             {"classify", &classify},
+             {"map", &map},
+             {"evaluate", &evaluate}}};
+  }
 };
 
 }  // namespace classify

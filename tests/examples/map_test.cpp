@@ -48,7 +48,7 @@ TEST_F(DocumentMapFile, IsRefusedBeforeTheRunWhereItCannotBeMade) {
     int exitCode;
     char const* message;
   } const cases[] = {{{"--map", "/nowhere/map.svg"}, 1, "can't write /nowhere/map.svg"},
-                     {{"--model", "plane.pca"}, 2, "--model requires --map"}};
+                     {{"--model", "plane.pca"}, 2, "--model: is for the map of --map or --report"}};
   for (auto const& [arguments, exitCode, message] : cases) {
     std::vector<std::string> all{Corpus()};
     all.insert(all.end(), arguments.begin(), arguments.end());
