@@ -40,13 +40,19 @@ TEST(HelpPage, OpensNothingThatAPageRefersTo) {
   ZaM::test::TemporaryFolder const folder;
   std::string const secret = folder.Write("secret", "SECRET").string();
   std::string const dtd = folder.Write("page.dtd", "<!ENTITY fromDtd 'SECRET'>").string();
-  for (std::string const& page :
-       {"<!DOCTYPE page [<!ENTITY e SYSTEM 'file://" + secret + "'>]><page>a&e;b</page>",
-        "<!DOCTYPE page [<!ENTITY % e SYSTEM 'file://" + dtd + "'>%e;]><page>a&fromDtd;b</page>",
-        "<!DOCTYPE page SYSTEM '" + dtd + "'><page>a&fromDtd;b</page>",
-        "<page xmlns:xi='http://www.w3.org/2001/XInclude'>a<xi:include href='" + secret + "' parse='text'/>b</page>"}) {
-    EXPECT_EQ(TextOf(page), "\nab\n") << page;
-    EXPECT_EQ(EncodeUtf8(ReadText(folder.Write("a.page", page))), "\nab\n") << page;
+  struct {
+    std::string page;
+    char const* text;
+  } const cases[] = {
+      {"<!DOCTYPE page [<!ENTITY e SYSTEM 'file://" + secret + "'>]><page>a&e;b</page>", "\nab\n"},
+      {"<!DOCTYPE page [<!ENTITY % e SYSTEM 'file://" + dtd + "'>%e;]><page>a&fromDtd;b</page>", "\nab\n"},
+      {"<!DOCTYPE page SYSTEM '" + dtd + "'><page>a&fromDtd;b</page>", "\nab\n"},
+      {"<page xmlns:xi='http://www.w3.org/2001/XInclude'>a<xi:include href='" + secret + "' parse='text'/>b</page>",
+       "\na\n\nb\n"},
+  };
+  for (auto const& [page, text] : cases) {
+    EXPECT_EQ(TextOf(page), text) << page;
+    EXPECT_EQ(EncodeUtf8(ReadText(folder.Write("a.page", page))), text) << page;
   }
 }
 
