@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+
 #include "tests/support/failing_allocation.h"
 #include "tests/support/result_items.h"
 
@@ -43,6 +46,28 @@ TEST(SparseResultTest, KeepsOneEntryPerClassAndGroup) {
   }
 }
 
+TEST(SparseResultTest, SetsEntriesOfALongListLikeOnesOfAShortList) {
+  std::mt19937 random(5);
+  Ref const result(SparseResult::Create());
+  Items expected;
+  for (int step = 0; step < 5000; ++step) {
+    auto const item =
+        Item(random() % 300, static_cast<float>(random() % 100), static_cast<int>(random() % 4 << 12 | 2));
+    auto const same = std::find_if(expected.begin(), expected.end(), [&](IndexedResult const& entry) {
+      return entry.GetIndex() == item.GetIndex() && entry.GetResType() == item.GetResType();
+    });
+    same == expected.end() ? expected.push_back(item) : static_cast<void>(*same = item);
+    result->SetResultItem(item.GetIndex(), item.GetValue(), item.GetResType());
+    if (step % 1000 == 500) {
+      result->SortResults();
+      expected = result->GetResults();
+    }
+    if (step % 1000 == 700) result->SetResults(expected = Items(expected.begin() + 100, expected.end()));
+  }
+  EXPECT_GT(expected.size(), 300U);
+  EXPECT_TRUE(result->GetResults() == expected);
+}
+
 TEST(SparseResultTest, AnswersForTheFirstEntryOfAClassAndForFinalClassesInOrder) {
   Ref const result = Make({Item(4, 0.5F, 2), Item(7, 0.2F, 3), Item(4, 0.9F, 0x1001), Item(9, 0.1F, 1)});
   EXPECT_EQ(result->GetResult(4), 0.5F);
@@ -56,18 +81,11 @@ TEST(SparseResultTest, AnswersForTheFirstEntryOfAClassAndForFinalClassesInOrder)
 }
 
 TEST(SparseResultTest, SortsWhateverTheValuesAre) {
-  Items items;
-  for (unsigned int i = 0; i < 100; ++i) items.push_back(Item(i, i % 3 == 0 ? notANumber : static_cast<float>(i % 7)));
-  items.push_back(Item(100, -infinite));
-  items.push_back(Item(101, infinite));
-  Ref const result = Make(items);
+  Ref const result = Make(
+      {Item(3, notANumber), Item(7, 1.0F), Item(2, -infinite), Item(1, notANumber), Item(9, infinite), Item(5, 1.0F)});
   result->SortResults();
-  Items const sorted = result->GetResults();
-  ASSERT_EQ(sorted.size(), items.size());
-  EXPECT_EQ(sorted.front(), Item(101, infinite));
-  EXPECT_EQ(sorted[67], Item(100, -infinite));  // behind it only the 34 that are no numbers
-  for (std::size_t i = 1; i < 68; ++i) EXPECT_GE(sorted[i - 1].GetValue(), sorted[i].GetValue());
-  EXPECT_EQ(sorted.back(), Item(99, notANumber));
+  EXPECT_EQ(result->GetResults(), (Items{Item(9, infinite), Item(5, 1.0F), Item(7, 1.0F), Item(2, -infinite),
+                                         Item(1, notANumber), Item(3, notANumber)}));
 }
 
 TEST(SparseResultTest, KeepsItsListWhenMemoryRunsOutOrWhenGivenItself) {

@@ -17,8 +17,12 @@ bool isFinal(IndexedResult const& entry) {
   return IsFinalType(entry.GetResType());
 }
 
-bool isSameGroup(eResultType a, eResultType b) {
-  return ((a ^ b) & ResultTypeGroupMask) == 0;
+std::uint64_t keyOf(unsigned int classId, eResultType type) {
+  return std::uint64_t{classId} << 32U | static_cast<std::uint32_t>(type & ResultTypeGroupMask);
+}
+
+std::uint64_t keyOf(IndexedResult const& entry) {
+  return keyOf(entry.GetIndex(), entry.GetResType());
 }
 
 }  // namespace
@@ -33,6 +37,7 @@ SparseResult& SparseResult::operator=(SparseResult const& other) {
   auto copy = ReportOutOfMemory([&] { return other.results; });
   Result::operator=(other);
   results = std::move(copy);
+  places.clear();
   return *this;
 }
 
@@ -40,6 +45,7 @@ SparseResult::~SparseResult() = default;
 
 void SparseResult::SetResults(std::vector<IndexedResult> const& items) {
   results = ReportOutOfMemory([&] { return std::vector(items); });
+  places.clear();
 }
 
 std::vector<IndexedResult> SparseResult::GetResults() {
@@ -48,6 +54,7 @@ std::vector<IndexedResult> SparseResult::GetResults() {
 
 void SparseResult::SortResults() {
   std::sort(results.begin(), results.end(), detail::ComesBefore);
+  places.clear();
 }
 
 bool SparseResult::IsValid() const {
@@ -69,13 +76,37 @@ eResultType SparseResult::GetResultType(unsigned int classId) const {
 }
 
 void SparseResult::SetResultItem(unsigned int classId, float value, eResultType type) {
-  auto const match = std::find_if(results.begin(), results.end(), [&](IndexedResult const& entry) {
-    return entry.GetIndex() == classId && isSameGroup(entry.GetResType(), type);
+  ReportOutOfMemory([&] {
+    if (IndexedResult* const entry = findInGroup(classId, type)) {
+      entry->Set(classId, value, type);
+    } else {
+      append(classId, value, type);
+    }
   });
-  IndexedResult& entry = match != results.end()
-                             ? *match
-                             : ReportOutOfMemory([this]() -> IndexedResult& { return results.emplace_back(); });
-  entry.Set(classId, value, type);
+}
+
+// A stored result may have any number of entries, and reading it must not take the square of that.
+IndexedResult* SparseResult::findInGroup(unsigned int classId, eResultType type) {
+  constexpr std::size_t shortList = 64;
+  std::uint64_t const key = keyOf(classId, type);
+  if (results.size() <= shortList) {
+    auto const match =
+        std::find_if(results.begin(), results.end(), [key](IndexedResult const& entry) { return keyOf(entry) == key; });
+    return match != results.end() ? &*match : nullptr;
+  }
+  if (places.empty()) {
+    std::unordered_map<std::uint64_t, std::size_t> made;
+    for (std::size_t i = 0; i < results.size(); ++i) made.emplace(keyOf(results[i]), i);
+    places.swap(made);
+  }
+  auto const place = places.find(key);
+  return place != places.end() ? &results[place->second] : nullptr;
+}
+
+void SparseResult::append(unsigned int classId, float value, eResultType type) {
+  if (results.size() == results.capacity()) results.reserve(2 * results.size() + 1);
+  if (!places.empty()) places.emplace(keyOf(classId, type), results.size());
+  results.emplace_back().Set(classId, value, type);
 }
 
 unsigned int SparseResult::GetFinalClassCount() {

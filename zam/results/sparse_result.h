@@ -2,6 +2,9 @@
 #ifndef ZAM_RESULTS_SPARSE_RESULT_H
 #define ZAM_RESULTS_SPARSE_RESULT_H
 
+#include <cstddef>
+#include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 #include "zam/foundation/export.h"
@@ -59,7 +62,7 @@ class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
   eResultType GetResultType(unsigned int classId) const override;
 
   /// Overwrites value and type of the first entry that has this class id and the group bits of `type`; appends a new
-  /// entry if there is none.
+  /// entry if there is none. The time doesn't grow with the list.
   void SetResultItem(unsigned int classId, float value, eResultType type) override;
 
   unsigned int GetFinalClassCount() override;
@@ -89,8 +92,12 @@ class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
 
  private:
   IndexedResult const* find(unsigned int classId) const;
+  IndexedResult* findInGroup(unsigned int classId, eResultType type);
+  void append(unsigned int classId, float value, eResultType type);
 
   std::vector<IndexedResult> results;
+  // Of a long list, the place of the first entry of each class id and group. Empty where it would have to be made anew.
+  std::unordered_map<std::uint64_t, std::size_t> places;
 };
 
 }  // namespace ZaM
