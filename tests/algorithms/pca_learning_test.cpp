@@ -188,6 +188,19 @@ TEST_F(PcaLearningTest, CouplesExamplesOfOneActivityAndKeepsTheStartAtTheOthers)
   }
   EXPECT_EQ(starts.size(), 4U);  // random numbers differ
 
+  // The document's own products are summed up over the active ones.
+  Vector const document = RandomPoint(3);
+  double missing = 0.0;
+  for (std::size_t j = 0; j < 16; ++j) missing += activities[j] > 0 ? 0.0 : Product(document, points[j]) / 16.0;
+  for (std::size_t i = 0; i < 2; ++i) {
+    double expected = 0.0;
+    for (std::size_t j = 0; j < 16; ++j) {
+      double const centredProduct = Product(Difference(document, mean), Difference(points[j], mean));
+      if (activities[j] > 0) expected += (centredProduct + missing) * model.eigenVectors[i][j] / 16.0;
+    }
+    EXPECT_NEAR(Project(document)[i], expected, 1e-5 * std::abs(expected));
+  }
+
   // The start vectors i and n - i are the same, so that five examples of rank 4 give three components.
   control.SetDimension(4);
   Learn(RandomPoints(5, 4));
@@ -245,6 +258,7 @@ TEST_F(PcaLearningTest, IteratesFromTheFormerVectorsUntilTheImagesAreOrthogonal)
 
 TEST_F(PcaLearningTest, InsertsAndRemovesAsIfLearnedAfresh) {
   control.SetMaxIterations(3000);
+  control.SetTargetActivity(7);  // doesn't matter to those who come in
   for (int round = 0; round < 12; ++round) {
     Matrix points = RandomPoints(8, 4);
     Learn(points);
@@ -300,20 +314,22 @@ TEST_F(PcaLearningTest, InsertsAndRemovesAsIfLearnedAfresh) {
 TEST_F(PcaLearningTest, ForgetsWhatAPlaceGrewWhileItWasOutOfUse) {
   // Eigenvalues far below 1 make factors far above 1, with which the entries of an idle place are multiplied each time.
   Matrix const points = RandomPoints(9, 3, 0.01);
-  Learn(points);
-  Activities marks(9, 1);
-  marks[0] = -1;
-  Run(marks, {removeStep});
-  marks[0] = -2;
-  for (int times = 0; times < 200; ++times) {
-    marks[1] = times % 2 == 0 ? -1 : 0;
-    Run(marks, {times % 2 == 0 ? removeStep : insertStep});
+  for (int const changes : {6, 200}) {
+    Learn(points);
+    Activities marks(9, 1);
+    marks[0] = -1;
+    Run(marks, {removeStep});
+    marks[0] = -2;
+    for (int change = 0; change < changes; ++change) {
+      marks[1] = change % 2 == 0 ? -1 : 0;
+      Run(marks, {change % 2 == 0 ? removeStep : insertStep});
+    }
+    ExpectComponentsOf({points.begin() + 1, points.end()});
+    marks[0] = 0;
+    marks[1] = 1;
+    Run(marks, {insertStep});
+    ExpectComponentsOf(points);
   }
-  ExpectComponentsOf({points.begin() + 1, points.end()});
-  marks[0] = 0;
-  marks[1] = 1;
-  Run(marks, {insertStep});
-  ExpectComponentsOf(points);
 }
 
 }  // namespace

@@ -162,8 +162,8 @@ TEST_F(PcaModelTest, AnswersFalseToEveryPartOfAFile) {
 TEST_F(PcaModelTest, IsSafeWithAnyHeader) {
   SetPoints(fourPoints);
   std::string const bytes = ToBytes(SmallModel(1));
-  std::uint32_t const values[] = {0,          1,          2,          3,          4,          5,         6,
-                                  0x0FFFFFFF, 0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFE, 0xFFFFFFFF};
+  std::uint32_t const values[] = {0,       1,          2,          3,          4,          5,          6,
+                                  0x10000, 0x0FFFFFFF, 0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFE, 0xFFFFFFFF};
   for (std::size_t field = 0; field < headerSize / 4; ++field) {
     for (std::uint32_t const value : values) {
       std::string damaged = bytes;
