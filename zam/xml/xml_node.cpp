@@ -11,6 +11,7 @@
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/exceptions.h"
 #include "zam/foundation/ref.h"
+#include "zam/xml/freed_blocks.h"
 #include "zam/xml/list_iterator.h"
 #include "zam/xml/number_text.h"
 #include "zam/xml/xml_sax_parser.h"
@@ -91,10 +92,10 @@ void XmlNode::copyOwnData(XmlNode const& source) {
 }
 
 XmlNode::~XmlNode() {
-  for (XmlNode* child : children) ReleaseOwned(child);
-  children.clear();
-  for (XmlProperty* property : properties) delete property;
-  properties.clear();
+  // Each list is walked once, since the entries of a large one have left the cache at its end.
+  for (; !children.empty(); children.pop_front()) ReleaseOwned(children.front());
+  for (; !properties.empty(); properties.pop_front()) delete properties.front();
+  detail::JoinFreedBlocks();
 }
 
 XmlProperty* XmlNode::GetProperty(wstring const& propertyName) {
