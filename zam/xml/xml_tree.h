@@ -123,7 +123,7 @@ class ZAM_EXPORT XmlTree final : public XmlSaxCallback {
 
  private:
   bool take(_xmlDoc* document);
-  XmlNode* ReadNode(_xmlNode const* node);
+  XmlNode* ReadNode(_xmlNode* node);
   Ref<XmlNode> readAlone(_xmlNode const& node);
 
   std::string makeText(bool isFormatted) const;
