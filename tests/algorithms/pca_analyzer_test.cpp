@@ -65,7 +65,7 @@ TEST_F(PcaAnalyzerTest, RunsAnyStepsInTheirOrder) {
     }
     Vector projected[2];
     std::string saved[2];
-    for (std::size_t apart : {0, 1}) {
+    for (bool const apart : {false, true}) {
       analyzer = start;
       Ref const document(Document({1, 2, 3}));
       control.SetSourceNode(document.Get());
@@ -172,7 +172,7 @@ TEST_F(PcaAnalyzerTest, StaysWholeWhenAProductOrAnAllocationFails) {
     ASSERT_FALSE(after.empty());
     auto const unchanged = [&] {
       EXPECT_TRUE(Saved() == before);
-      EXPECT_EQ(Project({1, 2, 3}) == none, step == learnStep);
+      EXPECT_EQ(Project({1, 2, 3}) == none, before.empty());
     };
 
     analyzer = start;

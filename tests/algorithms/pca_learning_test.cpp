@@ -119,7 +119,7 @@ TEST_F(PcaLearningTest, LearnsAndProjectsFourPointsAroundTheOrigin) {
   control.SetEpsilon(1e-6);
   Learn(fourPoints);
   StoredModel const model = Model();
-  for (std::size_t i : {0, 1}) {
+  for (std::size_t i = 0; i < 2; ++i) {
     EXPECT_NEAR(model.eigenValues[i], i == 0 ? 2.0 : 0.5, 1e-6);
     EXPECT_NEAR(Product(model.eigenVectors[i], model.eigenVectors[i]), i == 0 ? 1.0 : 4.0, 1e-6);
   }

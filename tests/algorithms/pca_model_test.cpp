@@ -127,7 +127,7 @@ TEST_F(PcaModelTest, ProjectsInsertsAndRemovesAfterwards) {
   Run({1, 1, 1, 1}, {learnStep});
   std::string const bytes = Saved();
   std::string results[2];
-  for (std::size_t reloads : {0, 1}) {
+  for (bool const reloads : {false, true}) {
     if (reloads) {
       analyzer = PcaAnalyzer();
       ASSERT_TRUE(Load(bytes));
