@@ -103,10 +103,11 @@ void PcaAnalyzer::allocate() {
 }
 
 void PcaAnalyzer::deallocate() {
-  gramRowSums = {};
-  eigenValues = {};
-  gram = {};
-  eigenVectors = {};
+  // Not `{}`, which would keep the memory.
+  gramRowSums = std::vector<double>();
+  eigenValues = std::vector<double>();
+  gram = std::vector<std::vector<double>>();
+  eigenVectors = std::vector<std::vector<double>>();
 }
 
 void PcaAnalyzer::forgetModel() {
