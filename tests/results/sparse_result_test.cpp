@@ -51,8 +51,8 @@ TEST(SparseResultTest, SetsEntriesOfALongListLikeOnesOfAShortList) {
   Ref const result(SparseResult::Create());
   Items expected;
   for (int step = 0; step < 5000; ++step) {
-    auto const item =
-        Item(random() % 300, static_cast<float>(random() % 100), static_cast<int>(random() % 4 << 12 | 2));
+    auto const item = Item(static_cast<unsigned int>(random() % 300), static_cast<float>(random() % 100),
+                           static_cast<int>(random() % 4 << 12 | 2));
     auto const same = std::find_if(expected.begin(), expected.end(), [&](IndexedResult const& entry) {
       return entry.GetIndex() == item.GetIndex() && entry.GetResType() == item.GetResType();
     });
