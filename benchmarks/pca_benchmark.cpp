@@ -6,7 +6,7 @@
 //
 // How long a learning takes depends on the eigenvalues: the iteration needs the more passes the closer they lie, and
 // its peers don't. So there are two sets of examples: points that a few factors explain, each factor four fifths of
-// what the one before it does; and documents about topics, whose eigenvalues crowd from about the tenth on, as they do
+// what the one before it does; and documents about topics, whose eigenvalues crowd from about the sixth on, as they do
 // for real ones. Counters tell the passes and the error that is left in the eigenvalues.
 #include <benchmark/benchmark.h>
 #include <cblas.h>
@@ -39,7 +39,7 @@ using Eigen::VectorXd;
 class Writer {
  public:
   std::map<std::size_t, double> Write() {
-    auto const topic = Below(topicCount);
+    auto const topic = static_cast<std::size_t>(topicCount * Share() * Share());  // some are more common than others
     std::map<std::size_t, double> words;
     for (auto left = 60 + Below(80); left > 0; --left) {
       auto const rank = static_cast<std::size_t>(std::pow(wordCount, Share())) - 1;
@@ -57,7 +57,7 @@ class Writer {
   static constexpr std::size_t wordCount = 3000;
 
  private:
-  static constexpr std::size_t topicCount = 36;
+  static constexpr double topicCount = 18;
 
   std::size_t Below(std::size_t bound) { return engine() % bound; }
   double Share() { return std::uniform_real_distribution<double>(0, 1)(engine); }
@@ -177,7 +177,7 @@ void MultiplyByEigenSymmetric(Gram const& gram, MatrixXd const& vectors, MatrixX
 /// What a learning found, the greatest eigenvalue first.
 struct Components {
   std::vector<double> eigenvalues;
-  double passes = 0;
+  double passes = 0;  // 0 if there is no such thing
 };
 
 /// A random vector and cosines of rising frequency, as PcaAnalyzer starts from.
@@ -250,7 +250,7 @@ template <class Learn>
 void Learning(benchmark::State& state, Gram const& gram, std::size_t dimension, Learn learn) {
   Components found;
   for (auto _ : state) found = learn(gram, dimension);
-  state.counters["passes"] = found.passes;
+  if (found.passes > 0) state.counters["passes"] = found.passes;
   state.counters["eigenvalue_error"] = GreatestError(found, gram);
 }
 
