@@ -68,28 +68,16 @@ class BayesClassifierTest : public ::testing::Test {
 
 Items const none = {Item(0, 0.0F, 0)};
 
-TEST_F(BayesClassifierTest, ScoresADocumentForEveryClass) {
-  struct {
-    std::vector<Class> classes;
-    unsigned int maxResults;
-    bool normalize;
-    Items expected;
-  } const cases[] = {
-      {{{1, .2}, {2, .7}, {3, .5}}, 2, false, {Item(2, .7F), Item(3, .5F)}},
-      {{{1, .2}, {2, .7}}, 0, false, {Item(0, 0.0F), Item(1, .2F), Item(2, .7F)}},
-      {{{0xFFFFFFFF, .5}, {4'000'000'000, .7}}, 3, false, {Item(4'000'000'000, .7F), Item(0xFFFFFFFF, .5F)}},
-      // Normalising: by the range of the best class alone, without clamping; of equals the earliest is the best.
-      {{{1, 3.0, 1.0, 2.0}, {2, 1.5}}, 3, true, {Item(1, 2.0F), Item(2, .5F)}},
-      {{{1, 2.0, 0.0, 4.0}, {2, 2.0, 0.0, 8.0}}, 3, true, {Item(1, .5F), Item(2, .5F)}},
-      {{{1, 1.0, 0.0, 4.0}, {2, 1.0 + 1e-12, 0.0, 2.0}}, 3, true, {Item(1, .5F), Item(2, .5F)}},  // unequal as doubles
-  };
+TEST_F(BayesClassifierTest, TakesClassIdsOfAnySize) {
   DocumentNode* const document = AddDocument(*documents);
-  for (auto const& [list, maxResults, normalize, expected] : cases) {
-    SetClasses(list);
-    control.SetMaxResults(maxResults);
-    control.SetDoNormalize(normalize);
-    BayesClassifier().DoAlgorithm(&control);
-    EXPECT_EQ(Entries(document), expected);
+  SetClasses({{0xFFFFFFFF, .5}, {4'000'000'000, .7}});
+  Run();
+  EXPECT_EQ(Entries(document), (Items{Item(4'000'000'000, .7F), Item(0xFFFFFFFF, .5F)}));
+  control.SetMaxResults(0);
+  for (unsigned int const id : {FullResult::MaxSlots, 0xFFFFFFFFU}) {
+    SetClasses({{id, .7}});
+    EXPECT_EQ(FailureId([&] { Run(); }), 5);
+    EXPECT_EQ(Entries(document).size(), 2U);
   }
 }
 
@@ -121,8 +109,8 @@ Items ScoresByTheRules(std::vector<Class> const& list, unsigned int maxResults, 
 
 TEST_F(BayesClassifierTest, FollowsTheRulesForAnyClasses) {
   std::mt19937 random(1);
-  double const values[] = {notANumber, -infinite, -1e300, -1.0, -0.0, 0.0,   1e-46,
-                           .1,         .3,        .7,     1.0,  3.0,  1e300, infinite};
+  double const values[] = {notANumber, -infinite, -1e300, -1.0,        -0.0, 0.0,   1e-46,   .1,
+                           .3,         .7,        1.0,    1.0 + 1e-12, 3.0,  1e300, infinite};
   auto const value = [&] { return values[random() % std::size(values)]; };
   DocumentNode* const document = AddDocument(*documents);
   for (int round = 0; round < 3000; ++round) {
@@ -300,16 +288,6 @@ TEST_F(BayesClassifierTest, SurvivesFailedAllocations) {
   EXPECT_EQ(FailEachAllocation([&] { classifier = former; }, hasThree), 4U);
   FailingAllocation const failing(0);
   EXPECT_EQ(classifier.CreateController(), nullptr);
-}
-
-TEST_F(BayesClassifierTest, RefusesFullResultsForHugeClassIds) {
-  DocumentNode* const document = AddDocument(*documents);
-  control.SetMaxResults(0);
-  for (unsigned int const id : {FullResult::MaxSlots, 0xFFFFFFFFU}) {
-    SetClasses({{id, .7}});
-    EXPECT_EQ(FailureId([&] { Run(); }), 5);
-    EXPECT_EQ(Entries(document), none);
-  }
 }
 
 TEST_F(BayesClassifierTest, WalksTreesThatAreDeeperThanTheStack) {
