@@ -81,9 +81,7 @@ TEST(ErrorMatrixTest, CountsAllOrNothingWhenMemoryRunsOut) {
   EXPECT_EQ(other->GetResult(1, 2), 1U);
 }
 
-constexpr unsigned int uncounted = 99;
-
-/// Puts a document of class 1 with these entries through a visitor; gives the class under which it was counted.
+/// Puts a document of class 1 with these entries through a visitor; gives the class under which it was counted, or 10.
 unsigned int Assign(Items const& items, double best, double distance, bool useFinalFlag = false) {
   Ref const document(DocumentNode::Create(1, nullptr));
   auto* const result = SparseResult::Create();
@@ -93,10 +91,9 @@ unsigned int Assign(Items const& items, double best, double distance, bool useFi
   ErrorMatrixVisitor visitor(matrix.Get(), best, distance);
   visitor.SetUseFinalFlag(useFinalFlag);
   document->Visit(&visitor);
-  for (unsigned int id = 0; id < 10; ++id) {
-    if (matrix->GetResult(1, id) == 1) return id;
-  }
-  return uncounted;
+  unsigned int assigned = 0;
+  while (assigned < 10 && matrix->GetResult(1, assigned) == 0) ++assigned;
+  return assigned;
 }
 
 TEST(ErrorMatrixVisitorTest, AssignsOrRejects) {
