@@ -219,7 +219,6 @@ TEST(XmlTree, ReadsByTwoWaysThatDifferWhereTheyAreToldTo) {
       {"<x:a xmlns:x='u' x:p='v'/>", "<x:a xmlns:x='u' x:p='v'/>", "<a p='v'/>"},
       {"<!DOCTYPE a [<!ENTITY e '1<b/>2'>]><a>0&e;3</a>", "<a><b/>[23]</a>", "<a>[01]<b/>[23]</a>"},
       {"<!DOCTYPE a [<!ENTITY e '1'>]><a p='0&e;2'/>", "<a p='012'/>", "<a p='012'/>"},
-      {"\xEF\xBB\xBF<a>\xC3\xA9</a>", "<a>[\\00e9]</a>", "<a>[\\00e9]</a>"},
       {"<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>", "<a>[\\00e9]</a>", "<a>[\\00e9]</a>"},
       {"<a><b>1</b><c>", "<a><b>[1]</b><c/></a>", "malformed"},
       {"<a/><b/>", "<a/>", "malformed"},
@@ -319,13 +318,8 @@ TEST(XmlTree, ReportsFilesThatCannotBeUsed) {
     fill(tree);
     for (int const compression : {0, 9}) {
       tree.SetCompression(compression);
-      try {
-        tree.Write(path);
-        ADD_FAILURE();
-      } catch (FileIOException const& failure) {
-        EXPECT_EQ(failure.GetErrorId(), onWriting);
-        EXPECT_TRUE(failure.GetPathname() == path);
-      }
+      tree.SetFilename(path);
+      EXPECT_EQ(FailureId([&] { tree.Write(); }), onWriting);
     }
     if (onReading == 0) continue;
     EXPECT_EQ(FailureId([&] { tree.Read(); }), onReading);
