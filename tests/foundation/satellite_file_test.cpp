@@ -2,19 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "zam/foundation/messages.h"
 #include "zam/foundation/placeholder.h"
+#include "zam/platform/files.h"
 
 namespace ZaM::detail {
 namespace {
 
 std::string GermanSatellite() {
-  std::ifstream file(ZAM_TEST_LIBRARY_FOLDER "/zam/de/zam.lng", std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  return platform::ReadFile(u"" ZAM_TEST_LIBRARY_FOLDER "/zam/de/zam.lng", satelliteLimit).value_or("");
 }
 
 std::string Little(std::uint64_t value, int bytes) {
