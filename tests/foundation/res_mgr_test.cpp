@@ -84,11 +84,8 @@ TEST_F(ResMgrTest, ChoosesTheLanguage) {
 
 TEST_F(ResMgrTest, FindsTheSatelliteByTheModulesFileName) {
   std::pair<wstring, std::string> const cases[] = {
-      {u"/app.mod", "de/app.lng"},
-      {u"/app.so", "de/applng"},
-      {u"/sub\\app.mod", "sub/de/app.lng"},
-      {u"\\sub/app.mod", "sub/de/app.lng"},
-      {u"/ab", "de/lng"},
+      {u"/app.mod", "de/app.lng"},          {u"/app.so", "de/applng"}, {u"/sub\\app.mod", "sub/de/app.lng"},
+      {u"\\sub/app.mod", "sub/de/app.lng"}, {u"/ab", "de/lng"},
   };
   for (auto const& [path, satellite] : cases) {
     test::TemporaryFolder const place;
