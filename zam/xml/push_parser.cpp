@@ -252,7 +252,7 @@ void PushParser::CheckPendingSubset() {
   std::string_view const pending = Pending();
   // libxml2 waits for all of it, at first for the end of the first declaration in it.
   if (context->instate != XML_PARSER_DTD && !(IsInProlog() && pending.starts_with("<!D"))) return;
-  if (pending.size() > mostSubset) Stop();
+  if (pending.size() > mostSubset) return Stop();  // which frees what is pending
   std::uint64_t const end = PendingStart() + pending.size();
   std::uint64_t const added = std::min<std::uint64_t>(end - std::min(subsetEnd, end), pending.size());
   CountListMarks(pending.substr(pending.size() - added));
