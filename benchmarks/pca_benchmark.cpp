@@ -376,8 +376,8 @@ void RegisterProjections(std::string const& size, std::size_t count, std::size_t
 
 bool const registered = [] {
   openblas_set_num_threads(1);
-  for (std::size_t const count : {200, 1000, 3000}) {
-    for (std::size_t const dimension : {3, 10, 50}) {
+  for (std::size_t const count : {200U, 1000U, 3000U}) {
+    for (std::size_t const dimension : {3U, 10U, 50U}) {
       auto const size = std::to_string(count) + "x" + std::to_string(dimension);
       RegisterPasses(size, count, dimension);
       RegisterLearnings("pca_learning_" + size, Points, count, dimension);

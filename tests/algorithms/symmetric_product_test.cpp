@@ -8,6 +8,9 @@
 #include <numeric>
 #include <random>
 
+#include "tests/support/failing_allocation.h"
+#include "zam/foundation/create_counted.h"
+
 namespace ZaM::detail {
 namespace {
 
@@ -77,7 +80,7 @@ TEST(SymmetricProductTest, EqualsThePlainDoubleLoopAndReadsMembersOnly) {
   };
   for (auto const* const kernel : EveryKernel())
     for (auto const& members : memberLists)
-      for (std::size_t const vectorCount : {0, 1, 3, 4, 5, 8, 11, 21})
+      for (std::size_t const vectorCount : {0U, 1U, 3U, 4U, 5U, 8U, 11U, 21U})
         ExpectPlainProduct(*kernel, members, vectorCount);
 }
 
@@ -93,6 +96,19 @@ TEST(SymmetricProductTest, InnerProductAndSubtractionTakeEveryElementOnce) {
       EXPECT_EQ(y[count], 2.0) << kernel->name;
     }
   }
+}
+
+TEST(SymmetricProductTest, WritesNothingIfMemoryRunsOut) {
+  std::mt19937 engine(7);
+  std::vector<IndexRange> const members = {{0, 3}, {5, 9}};
+  auto const triangle = MakeTriangle(Indices(members), engine);
+  std::vector<double> const vectors(14, 1.0);
+  std::vector<double> products(14, 2.0);
+  auto const multiply = [&] {
+    ReportOutOfMemory([&] { MultiplySymmetric(triangle, members, vectors.data(), products.data(), 2, 7); });
+  };
+  auto const failures = test::FailEachAllocation(multiply, [&] { EXPECT_EQ(products, std::vector<double>(14, 2.0)); });
+  EXPECT_GE(failures, 6U);  // members, rows, moved entries, groups, their vectors and products
 }
 
 }  // namespace

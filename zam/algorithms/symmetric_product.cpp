@@ -137,6 +137,7 @@ void MultiplySymmetric(std::vector<std::vector<double>> const& lowerTriangle, st
                        double const* vectors, double* products, std::size_t vectorCount, std::size_t stride,
                        SymmetricKernel const& kernel) {
   Tiles tiles(lowerTriangle, members);
+  if (tiles.MemberCount() == 0) return;
   Groups groups(kernel, vectorCount, tiles.MemberCount());
   groups.Load(vectors, stride, tiles.MemberCount());
   tiles.AddAllTo(groups);
