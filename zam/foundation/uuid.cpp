@@ -62,7 +62,7 @@ bool parse(std::u16string_view text, Bytes& bytes) {
     }
     std::size_t const value = valueOf(text[i]);
     if (value == digits.size()) return false;
-    bytes[count / 2] = static_cast<std::uint8_t>(bytes[count / 2] << 4 | value);
+    bytes[count / 2] = static_cast<std::uint8_t>(bytes[count / 2] * 16u + value);
     ++count;
   }
   return true;

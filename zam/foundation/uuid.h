@@ -13,10 +13,11 @@ namespace ZaM {
 /// A UUID as a record of 16 bytes without gaps. The first three fields are numbers in the machine's own byte order, so
 /// that on most machines their bytes lie the other way round than the text shows them.
 struct _ZAMGUID {
-  std::uint32_t data1;    // the first 8 digits of the text
-  std::uint16_t data2;    // the next 4
-  std::uint16_t data3;    // the next 4
-  std::uint8_t data4[8];  // the last 16, two for each
+  /// The groups of 8, 4 and 4 digits of the text, and its last 16 digits, two for each byte.
+  std::uint32_t data1;
+  std::uint16_t data2;
+  std::uint16_t data3;
+  std::uint8_t data4[8];
 };
 
 /// Puts a new UUID into `uuid`, which must not be null. It is made of the time and this machine's network address
