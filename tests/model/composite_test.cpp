@@ -70,11 +70,11 @@ TEST(CompositeTest, IsAnEmptyWalkByItself) {
 }
 
 // Deep walks leave a small stack for a list; the large one holds them whole.
-constexpr std::size_t smallStack = std::size_t{256} << 10;
+constexpr std::size_t smallStack = std::size_t{512} << 10;
 constexpr std::size_t largeStack = std::size_t{64} << 20;
 
 TEST(CompositeTest, ReleasesItsIteratorsWhenAVisitorThrows) {
-  for (int const levels : {3, 3000}) {
+  for (int const levels : {3, 6000}) {
     std::vector<Ref<CountingDocument>> path{Ref(CountingDocument::Create())};
     for (int level = 1; level < levels; ++level) {
       Ref const child(CountingDocument::Create());
@@ -97,7 +97,7 @@ void listInPreOrder(Node* node, std::vector<Node*>& list) {
 
 /// Walks over a random tree, mostly of long branches.
 void expectWalks(std::mt19937& random, std::size_t stack) {
-  constexpr std::size_t size = 3000;
+  constexpr std::size_t size = 6000;
   Ref const root(StoredNode::Create('0'));
   std::vector<DocumentNode*> nodes{root.Get()};
   while (nodes.size() < size) {
@@ -156,7 +156,7 @@ TEST(CompositeTest, VisitsAMillionLevels) {
 
 TEST(CompositeTest, FinishesAWalkWithinAWalkBeforeItGoesOn) {
   RunOnStack(smallStack, [] {
-    constexpr int levels = 3000;
+    constexpr int levels = 6000;
     Ref const root(CreateDeepTree(levels));
     int outerVisits = 0;
     int innerVisits = 0;
@@ -182,15 +182,15 @@ TEST(CompositeTest, FinishesAWalkWithinAWalkBeforeItGoesOn) {
 
 TEST(CompositeTest, FailsWithoutALeakWhenADeepWalkFindsNoMemory) {
   RunOnStack(smallStack, [] {
-    Ref const root(CreateDeepTree(3000));
+    Ref const root(CreateDeepTree(6000));
     int visits = 0;
     FunctionVisitor visitor([&](Node*) { ++visits; });
-    for (std::size_t n : {0u, 1u, 2990u, 2999u, 3000u, 3010u, 3020u}) {
+    for (std::size_t n : {0u, 1u, 5990u, 5999u, 6000u, 6010u, 6020u}) {
       FailingAllocation const failing(n);
       visits = 0;
       std::int32_t const id = FailureId([&] { root->Visit(&visitor); });
       // Where an iterator can't be made the walk ends without a word; where its place can't be kept, with a failure.
-      EXPECT_TRUE(visits == 3000 || failing.HasFailed());
+      EXPECT_TRUE(visits == 6000 || failing.HasFailed());
       EXPECT_TRUE(id == 0 || id == 5);
     }
   });
