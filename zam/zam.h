@@ -14,6 +14,7 @@
 #include "zam/foundation/res_mgr.h"
 #include "zam/foundation/stringhash.h"
 #include "zam/foundation/system_identity.h"
+#include "zam/foundation/thread.h"
 #include "zam/foundation/types.h"
 #include "zam/foundation/uuid.h"
 #include "zam/model/algorithm.h"

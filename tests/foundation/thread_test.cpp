@@ -1,0 +1,147 @@
+#include "zam/foundation/thread.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/fsuid.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstring>
+#include <future>
+#include <thread>
+#include <vector>
+
+#include "tests/support/failing_allocation.h"
+
+namespace ZaM {
+namespace {
+
+constexpr std::uint32_t endless = 0xFFFFFFFF;
+
+/// A thread that calls `function`, a callable without arguments, which must outlive it.
+template <class Function>
+void* Start(Function& function, unsigned int stackSize = 0) {
+  auto const call = [](void* argument) -> std::uint32_t {
+    (*static_cast<Function*>(argument))();
+    return 7;
+  };
+  return ZamCreateThread(stackSize, call, &function);
+}
+
+/// Runs `function` on a thread to its end; false if that couldn't be started.
+template <class Function>
+bool RunToEnd(Function function, unsigned int stackSize = 0) {
+  void* const thread = Start(function, stackSize);
+  bool const ended = thread != nullptr && ZamWaitThread(thread, endless);
+  ZamCloseThreadHandle(thread);
+  return ended;
+}
+
+/// Each thread of this program has one: more than a small stack.
+thread_local char ownBytes[100'000];
+
+std::size_t StackSizeOfThisThread() {
+  pthread_attr_t attributes;
+  std::size_t size = 0;
+  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return 0;
+  pthread_attr_getstacksize(&attributes, &size);
+  pthread_attr_destroy(&attributes);
+  return size;
+}
+
+TEST(Threads, AreWaitedForUntilTheyHaveEnded) {
+  std::promise<void> go;
+  auto wait = [future = go.get_future()] { future.wait(); };
+  void* const thread = Start(wait);
+  ASSERT_NE(thread, nullptr);
+  EXPECT_FALSE(ZamWaitThread(thread, 0));
+  EXPECT_FALSE(ZamWaitThread(thread, 1));
+
+  std::atomic<int> answers = 0;
+  std::vector<std::thread> others;
+  // Multiplied by a million in 32 bits, the second one would be over at once.
+  for (std::uint32_t const timeout : {endless, endless - 1, 4'294'968u}) {
+    others.emplace_back([&answers, thread, timeout] { answers += ZamWaitThread(thread, timeout); });
+  }
+  go.set_value();
+  for (std::thread& other : others) other.join();
+  EXPECT_EQ(answers, 3);
+  for (std::uint32_t const timeout : {0u, 1u, endless}) EXPECT_TRUE(ZamWaitThread(thread, timeout)) << "again";
+  ZamCloseThreadHandle(thread);
+  EXPECT_FALSE(ZamWaitThread(nullptr, endless));
+  ZamCloseThreadHandle(nullptr);
+}
+
+TEST(Threads, HaveEndedOnlyWhenTheirOwnVariablesHave) {
+  static bool ended = false;  // plain: ThreadSanitizer looks whether the end is seen in order
+  struct Slow {
+    ~Slow() { ended = true; }
+  };
+  EXPECT_TRUE(RunToEnd([] { static thread_local Slow const slow; }));
+  EXPECT_TRUE(ended);
+  ended = false;
+  EXPECT_TRUE(RunToEnd([] {
+    static thread_local Slow const slow;
+    pthread_exit(nullptr);
+  })) << "in the midst of its function";
+  EXPECT_TRUE(ended);
+}
+
+TEST(Threads, GoOnWhenTheirHandleIsClosed) {
+  std::promise<void> go;
+  std::atomic<bool> done = false;
+  auto work = [&, future = go.get_future()] {
+    future.wait();
+    done = true;
+  };
+  void* const thread = Start(work);
+  ASSERT_NE(thread, nullptr);
+  ZamCloseThreadHandle(thread);
+  go.set_value();
+  while (!done) std::this_thread::yield();
+}
+
+TEST(Threads, TakeStacksOfAnySize) {
+  for (unsigned int const size : {0u, 1u, 4096u, 65'536u, 1'000'001u, 64u << 20}) {
+    std::size_t found = 0;
+    EXPECT_TRUE(RunToEnd(
+        [&found] {
+          std::memset(ownBytes, 1, sizeof ownBytes);
+          found = StackSizeOfThisThread();
+        },
+        size));
+    EXPECT_GE(found, size);
+    EXPECT_GE(found, 65'536u);
+    EXPECT_TRUE(size == 0 || found <= (16u << 20) || size == 64u << 20) << "of " << size << ": " << found;
+  }
+}
+
+TEST(Threads, RunUnderTheIdentityOfTheirCreator) {
+  if (geteuid() != 0) GTEST_SKIP() << "this user can't take another identity";
+  constexpr uid_t other = 4711;
+  constexpr uid_t ask = static_cast<uid_t>(-1);
+  auto const identity = [] { return std::pair(setfsuid(ask), setfsgid(ask)); };
+  std::pair<int, int> found;
+  auto const look = [&] { found = identity(); };
+  std::thread([&] {
+    setfsgid(other + 1);
+    setfsuid(other);
+    EXPECT_TRUE(RunToEnd(look));
+  }).join();
+  EXPECT_EQ(found, std::pair(int{other}, int{other + 1}));
+  EXPECT_TRUE(RunToEnd(look));
+  EXPECT_EQ(found, identity()) << "the process's";
+}
+
+TEST(Threads, LeaveNothingBehindWhereTheyCannotBeStarted) {
+  auto const nothing = [] {};
+  for (std::size_t n = 0;; ++n) {
+    test::FailingAllocation const failing(n);
+    bool const ran = RunToEnd(nothing);
+    EXPECT_EQ(ran, !failing.HasFailed()) << n;
+    if (!failing.HasFailed()) break;
+  }
+}
+
+}  // namespace
+}  // namespace ZaM

@@ -1,0 +1,35 @@
+// Threads that run under the identity of whoever starts them.
+#ifndef ZAM_FOUNDATION_THREAD_H
+#define ZAM_FOUNDATION_THREAD_H
+
+#include <cstdint>
+
+#include "zam/foundation/export.h"
+
+namespace ZaM {
+
+/// Starts a thread that calls `start(argument)`; the result of that is the thread's exit code. Null if the thread can't
+/// be started.
+///
+///     void* const thread = ZamCreateThread(0, &work, &job);
+///     if (thread == nullptr) return false;
+///     ZamWaitThread(thread, 0xFFFFFFFF);
+///     ZamCloseThreadHandle(thread);
+///
+/// `stackSize` is in bytes; 0 is the usual size. Small stacks get at least 64 KiB. The new thread takes over the
+/// identity of the calling thread, under which files are opened for it, even if the process has another one. An
+/// exception that leaves `start` ends the program. The caller owns the handle and gives it to ZamCloseThreadHandle.
+[[nodiscard]] ZAM_EXPORT void* ZamCreateThread(unsigned int stackSize, std::uint32_t (*start)(void*), void* argument);
+
+/// Waits until the thread has ended, for at most `timeout` milliseconds; 0 only looks, 0xFFFFFFFF waits without a
+/// limit. True if the thread has ended, however often this is asked; false on a timeout, and for null. Any number of
+/// threads may wait. What the thread did happens before the return of true.
+ZAM_EXPORT bool ZamWaitThread(void* handle, std::uint32_t timeout);
+
+/// Gives the handle up. A thread that runs goes on, and frees what it holds when it ends. No other thread may be
+/// waiting with the handle; null does nothing.
+ZAM_EXPORT void ZamCloseThreadHandle(void* handle);
+
+}  // namespace ZaM
+
+#endif
