@@ -1,0 +1,148 @@
+#include "zam/foundation/strings.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <iterator>
+#include <string_view>
+#include <utility>
+
+#include "zam/platform/case_mapping.h"
+#include "zam/platform/unicode.h"
+
+namespace ZaM {
+
+namespace {
+
+/// The part of a text that searches see.
+std::u16string_view terminated(std::u16string_view text) {
+  return text.substr(0, text.find(u'\0'));
+}
+
+void mapCase(wchar* text, std::size_t length, wchar (*map)(wchar)) {
+  std::transform(text, text + length, text, map);
+}
+
+wstring withCase(wstring text, wchar (*map)(wchar)) {
+  mapCase(text.data(), terminated(text).size(), map);
+  return text;
+}
+
+int mapCaseInBuffer(wchar* text, unsigned int size, wchar (*map)(wchar)) {
+  if (!text) return EINVAL;
+  wchar* const end = text + size;
+  wchar* const terminator = std::find(text, end, u'\0');
+  if (terminator == end) return EINVAL;
+  mapCase(text, static_cast<std::size_t>(terminator - text), map);
+  return 0;
+}
+
+}  // namespace
+
+wstring Replace(wstring const& text, wstring const& search, wstring const& replacement) {
+  auto const searched = terminated(text);
+  auto const wanted = terminated(search);
+  if (wanted.empty()) return text;
+  wstring result;
+  std::size_t done = 0;
+  for (std::size_t found; (found = searched.find(wanted, done)) != searched.npos; done = found + wanted.size()) {
+    result.append(text, done, found - done).append(replacement);
+  }
+  return result.append(text, done);
+}
+
+wstring DeleteStr(wstring const& text, wstring const& characters) {
+  auto const deleted = terminated(characters);
+  wstring result;
+  std::copy_if(text.begin(), text.end(), std::back_inserter(result),
+               [&](wchar unit) { return deleted.find(unit) == deleted.npos; });
+  return result;
+}
+
+bool Split(wstring const& text, wstring const& separator, wstring& left, wstring& right) {
+  auto const sought = terminated(separator);
+  auto const found = terminated(text).find(sought);
+  if (found == wstring::npos) return false;
+  wstring before(text, 0, found);
+  wstring behind(text, found + sought.size());
+  left = std::move(before);
+  right = std::move(behind);
+  return true;
+}
+
+void SplitLocatorName(wstring name, wstring& first, wstring& second) {
+  wstring behind;
+  auto const dot = terminated(name).find(u'.');
+  if (dot != wstring::npos && dot != 0) {
+    behind.assign(name, dot + 1);
+    name.resize(dot);
+  }
+  first = std::move(name);
+  second = std::move(behind);
+}
+
+std::int32_t GetNumCount(wstring text) {
+  return static_cast<std::int32_t>(
+      std::count_if(text.begin(), text.end(), [](wchar unit) { return unit >= u'0' && unit <= u'9'; }));
+}
+
+bool IsSeparator(wchar character, wstring const& separators) {
+  bool const isIdeograph = character >= 0x4E00 && character <= 0x9FA5;
+  return isIdeograph || terminated(separators).find(character) != wstring::npos;
+}
+
+bool ConvertA2W(std::string const& text, wstring& result) {
+  return ConvertA2W(text.c_str(), result);
+}
+
+bool ConvertA2W(char const* text, wstring& result) {
+  if (!text) return false;
+  result = platform::Utf16FromUtf8(text);
+  return true;
+}
+
+bool ConvertW2A(wstring const& text, char* result, std::int32_t size) {
+  if (!result || size <= 0) return false;
+  std::string const bytes = platform::Utf8FromUtf16(text);
+  if (bytes.size() >= static_cast<std::size_t>(size)) return false;
+  *std::copy(bytes.begin(), bytes.end(), result) = '\0';
+  return true;
+}
+
+bool ConvertW2A(wstring const& text, std::string& result) {
+  result = platform::Utf8FromUtf16(text);
+  return true;
+}
+
+wstring ZamStrToLower(wstring const& text) {
+  return withCase(text, ZamToLower);
+}
+
+wstring ZamStrToUpper(wstring const& text) {
+  return withCase(text, ZamToUpper);
+}
+
+int ZamChrToLower(wchar* text, unsigned int size) {
+  return mapCaseInBuffer(text, size, ZamToLower);
+}
+
+int ZamChrToUpper(wchar* text, unsigned int size) {
+  return mapCaseInBuffer(text, size, ZamToUpper);
+}
+
+wchar ZamToLower(wchar character) {
+  return platform::LowerCase(character);
+}
+
+wchar ZamToUpper(wchar character) {
+  return platform::UpperCase(character);
+}
+
+int ZamStrICmp(wchar const* a, wchar const* b) {
+  for (;; ++a, ++b) {
+    int const difference = ZamToLower(*a) - ZamToLower(*b);
+    if (difference != 0 || *a == 0) return difference;
+  }
+}
+
+}  // namespace ZaM
