@@ -9,6 +9,7 @@
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/exceptions.h"
 #include "zam/foundation/export.h"
+#include "zam/foundation/lock_file.h"
 #include "zam/foundation/module.h"
 #include "zam/foundation/ref.h"
 #include "zam/foundation/res_mgr.h"

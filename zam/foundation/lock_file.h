@@ -1,0 +1,42 @@
+// A lock between processes and threads in the form of a file.
+#ifndef ZAM_FOUNDATION_LOCK_FILE_H
+#define ZAM_FOUNDATION_LOCK_FILE_H
+
+#include "zam/foundation/export.h"
+#include "zam/foundation/types.h"
+
+// Both may be called on any thread at any time.
+namespace ZaM {
+
+/// Takes the lock at `path`: makes a file there that exists as long as the lock is held. Returns its handle, which
+/// belongs to the caller and goes to ZamLockfileRelease, or -1 (not null) if the lock couldn't be taken.
+///
+///     void* const lock = ZamLockfileCreate(u"/var/lib/mailsort/index.lock", 100, 50);
+///     if (lock == reinterpret_cast<void*>(-1)) return false;
+///     rewriteIndex();
+///     ZamLockfileRelease(lock);
+///
+/// Makes up to `retries` + 1 attempts, as long as somebody holds the lock or access to what stands at `path` is denied;
+/// any other failure ends it at once. Between one attempt and the next it sleeps `waitTime` milliseconds (below 0: not
+/// at all). Nobody queues: whoever tries at the right moment gets the lock.
+///
+/// At most one holds the lock, among all threads of all processes that use it through this library; who holds it can't
+/// take it once more. Forked children and programs started by the holder don't have it. A file that stands at `path`
+/// already and isn't held is no obstacle: it is emptied, and vanishes with the lock. A link, a folder, a pipe, a device
+/// or a file without the owner's write permission is never touched, and the lock can't be taken there.
+///
+/// The file and the lock also go when the holder dies, by whatever signal, or becomes another program. On this system a
+/// small process, a guard for each lock, sees to that; waiting for children doesn't see it. It shares the memory of the
+/// holder until one of them writes to it, so that taking and releasing a lock cost what a fork costs, which grows with
+/// the memory in use. When holder and guard are killed together, as by a container's end, the file stays, without the
+/// lock. Whoever deletes or renames the file while it is held lets somebody else take the lock. On a file system
+/// without locks it can't be taken.
+[[nodiscard]] ZAM_EXPORT void* ZamLockfileCreate(wstring const& path, int waitTime, int retries);
+
+/// Gives the lock back: when it returns, the file has gone. In a process that was forked by the holder it only frees
+/// the copy of the handle. -1 and null do nothing.
+ZAM_EXPORT void ZamLockfileRelease(void* handle);
+
+}  // namespace ZaM
+
+#endif
