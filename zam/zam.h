@@ -13,6 +13,7 @@
 #include "zam/foundation/module.h"
 #include "zam/foundation/ref.h"
 #include "zam/foundation/res_mgr.h"
+#include "zam/foundation/sort.h"
 #include "zam/foundation/stream_helper.h"
 #include "zam/foundation/stringhash.h"
 #include "zam/foundation/strings.h"
