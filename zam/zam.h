@@ -12,6 +12,7 @@
 #include "zam/foundation/lock_file.h"
 #include "zam/foundation/module.h"
 #include "zam/foundation/ref.h"
+#include "zam/foundation/regex.h"
 #include "zam/foundation/res_mgr.h"
 #include "zam/foundation/sort.h"
 #include "zam/foundation/stream_helper.h"

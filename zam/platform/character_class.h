@@ -1,0 +1,33 @@
+// What kind of character a single 16-bit unit is, the same in every process and under every locale.
+#ifndef ZAM_PLATFORM_CHARACTER_CLASS_H
+#define ZAM_PLATFORM_CHARACTER_CLASS_H
+
+#include <cstdint>
+
+namespace ZaM::platform {
+
+/// Sets of characters, as bits that may be combined.
+enum CharacterClass : std::uint32_t {
+  alphaClass = 1u << 0,       // letters
+  digitClass = 1u << 1,       // decimal digits of all scripts
+  underscoreClass = 1u << 2,  // U+005F alone
+  lowerClass = 1u << 3,
+  upperClass = 1u << 4,
+  punctClass = 1u << 5,  // punctuation and symbols
+  cntrlClass = 1u << 6,
+  graphClass = 1u << 7,            // whatever leaves a mark
+  horizontalSpaceClass = 1u << 8,  // blanks and tabulators
+  verticalSpaceClass = 1u << 9,    // whatever ends a line
+  hexDigitClass = 1u << 10,        // 0 to 9, A to F and a to f
+  beyondLatin1Class = 1u << 11,    // units from U+0100
+};
+
+/// All classes that `unit` belongs to, by its general category in Unicode. Surrogates are in no class but the last one.
+[[nodiscard]] std::uint32_t ClassesOf(char16_t unit);
+
+/// The letter without its accents, or `unit` itself.
+[[nodiscard]] char16_t BaseLetter(char16_t unit);
+
+}  // namespace ZaM::platform
+
+#endif
