@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <string>
 #include <utility>
 
 #include "zam/platform/files.h"
@@ -30,34 +29,25 @@ bool IsOfType(int descriptor, mode_t type) {
   return fstat(descriptor, &status) == 0 && (status.st_mode & S_IFMT) == type;
 }
 
-/// False where another's lock is in the way; true also on file systems that have no locks.
-bool Lock(int descriptor, int kind) {
+}  // namespace
+
+bool TryLock(int descriptor, int kind) {
   return Retry([&] { return flock(descriptor, kind | LOCK_NB); }) == 0 || errno != EWOULDBLOCK;
 }
 
-/// The native path, empty for one that the system would read as another: it ends at a zero.
-std::string OpenablePath(std::u16string_view path) {
-  std::string native = NativePath(path);
-  if (native.find('\0') != std::string::npos) native.clear();
-  return native;
-}
-
-/// Makes a file that nobody can open before it is locked: it gets its name last. -1 where there is a file of this name
-/// already, or where the file system has no files without a name.
-int CreateLocked(std::string const& path) {
+int CreateLocked(std::string const& path, unsigned int permissions) {
   std::size_t const separator = path.rfind('/');
   std::string const folder = separator == std::string::npos ? "." : path.substr(0, separator + 1);
-  int const descriptor = open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, readableAndWritable);
+  int const descriptor = open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, permissions);
   if (descriptor < 0) return -1;
   std::string const unnamed = "/proc/self/fd/" + std::to_string(descriptor);
-  if (Lock(descriptor, LOCK_EX) && linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+  if (TryLock(descriptor, LOCK_EX) &&
+      linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) {
     return descriptor;
   }
   close(descriptor);
   return -1;
 }
-
-}  // namespace
 
 File& File::operator=(File&& other) noexcept {
   if (this == &other) return *this;
@@ -70,19 +60,19 @@ File File::OpenForReading(std::u16string_view path) {
   std::string const native = OpenablePath(path);
   File file(Retry([&] { return open(native.c_str(), O_RDONLY | O_CLOEXEC); }));
   if (!file.IsOpen() || IsOfType(file.descriptor, S_IFDIR)) return {};
-  if (IsOfType(file.descriptor, S_IFREG) && !Lock(file.descriptor, LOCK_SH)) return {};
+  if (IsOfType(file.descriptor, S_IFREG) && !TryLock(file.descriptor, LOCK_SH)) return {};
   return file;
 }
 
 File File::CreateForWriting(std::u16string_view path) {
   std::string const native = OpenablePath(path);
-  File created(CreateLocked(native));
+  File created(CreateLocked(native, readableAndWritable));
   if (created.IsOpen()) return created;
 
   // The lock comes before the truncation, so that nobody loses what they are reading.
   File file(Retry([&] { return open(native.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, readableAndWritable); }));
   if (!file.IsOpen() || !IsOfType(file.descriptor, S_IFREG)) return file;
-  if (!Lock(file.descriptor, LOCK_EX) || Retry([&] { return ftruncate(file.descriptor, 0); }) != 0) return {};
+  if (!TryLock(file.descriptor, LOCK_EX) || Retry([&] { return ftruncate(file.descriptor, 0); }) != 0) return {};
   return file;
 }
 

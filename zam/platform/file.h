@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace ZaM::platform {
@@ -57,6 +58,15 @@ class File {
 
   int descriptor = -1;
 };
+
+/// Takes a lock (LOCK_SH or LOCK_EX) without waiting. False where another's lock is in the way; true also on file
+/// systems that have no locks.
+[[nodiscard]] bool TryLock(int descriptor, int kind);
+
+/// Makes a file for writing that nobody can open before it is locked: it gets its name last. `permissions` are cut by
+/// the process's mask. The caller closes the descriptor; -1 where there is something of this name already, or where the
+/// file system has no files without a name.
+[[nodiscard]] int CreateLocked(std::string const& nativePath, unsigned int permissions);
 
 }  // namespace ZaM::platform
 

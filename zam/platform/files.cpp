@@ -7,26 +7,31 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <memory>
 
+#include "zam/platform/descriptor.h"
 #include "zam/platform/unicode.h"
 
 namespace ZaM::platform {
 
 namespace {
 
-class Descriptor {
- public:
-  explicit Descriptor(int openFile) : number(openFile) {}
-  Descriptor(Descriptor const&) = delete;
-  Descriptor& operator=(Descriptor const&) = delete;
-  ~Descriptor() {
-    if (number >= 0) close(number);
-  }
+constexpr char16_t escape = 0xDC00;  // plus a byte
 
-  int const number;
-};
+bool IsEscape(char16_t unit) {
+  return unit == escape + '\\' || (unit >= escape + 0x80 && unit <= escape + 0xFF);
+}
+
+/// The place of the first escape, which no surrogate before it takes for its other half.
+std::size_t FindEscape(std::u16string_view path) {
+  for (std::size_t n = 0; n < path.size(); ++n) {
+    bool const halfOfAPair = n > 0 && path[n - 1] >= 0xD800 && path[n - 1] < 0xDC00;
+    if (IsEscape(path[n]) && !halfOfAPair) return n;
+  }
+  return path.size();
+}
 
 std::optional<std::string> ReadAll(int descriptor, std::size_t limit) {
   std::string bytes;
@@ -44,21 +49,45 @@ std::optional<std::string> ReadAll(int descriptor, std::size_t limit) {
 }  // namespace
 
 std::string NativePath(std::u16string_view path) {
-  std::string bytes = Utf8FromUtf16(path);
-  std::replace(bytes.begin(), bytes.end(), '\\', '/');
-  return bytes;
+  std::string bytes;
+  for (;;) {
+    std::size_t const end = FindEscape(path);
+    std::string text = Utf8FromUtf16(path.substr(0, end));
+    std::replace(text.begin(), text.end(), '\\', '/');
+    bytes += text;
+    if (end == path.size()) return bytes;
+    bytes += static_cast<char>(path[end] - escape);
+    path.remove_prefix(end + 1);
+  }
+}
+
+std::string OpenablePath(std::u16string_view path) {
+  if (path.size() >= PATH_MAX) return {};  // no unit becomes less than a byte
+  std::string native = NativePath(path);
+  if (native.find('\0') != std::string::npos) native.clear();
+  return native;
+}
+
+std::u16string WidePath(std::string_view bytes) {
+  std::u16string units = Utf16FromUtf8(bytes);
+  if (Utf8FromUtf16(units) != bytes) {
+    units.clear();
+    for (char const byte : bytes) {
+      auto const value = static_cast<unsigned char>(byte);
+      units += static_cast<char16_t>(value < 0x80 ? value : escape + value);
+    }
+  }
+  std::replace(units.begin(), units.end(), u'\\', static_cast<char16_t>(escape + '\\'));
+  return units;
 }
 
 std::optional<std::string> ReadFile(std::u16string_view path, std::size_t limit) {
-  std::string const native = NativePath(path);
-  // The system would open what stands before the zero.
-  if (native.find('\0') != std::string::npos) return std::nullopt;
-
+  std::string const native = OpenablePath(path);
   // Without O_NONBLOCK a pipe under this name would wait for its other end.
   Descriptor const file(open(native.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status = {};
-  if (file.number < 0 || fstat(file.number, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  return ReadAll(file.number, limit);
+  if (!file.IsOpen() || fstat(file.Number(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return ReadAll(file.Number(), limit);
 }
 
 std::u16string FolderOfThisLibrary() {
@@ -68,7 +97,7 @@ std::u16string FolderOfThisLibrary() {
   std::unique_ptr<char, decltype(&std::free)> const path(realpath(info.dli_fname, nullptr), &std::free);
   if (path == nullptr) return {};
   std::string_view const whole = path.get();
-  return Utf16FromUtf8(whole.substr(0, whole.rfind('/')));
+  return WidePath(whole.substr(0, whole.rfind('/')));
 }
 
 }  // namespace ZaM::platform

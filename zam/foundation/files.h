@@ -1,0 +1,61 @@
+// Files and folders: what there is, and making, copying, moving and deleting it.
+#ifndef ZAM_FOUNDATION_FILES_H
+#define ZAM_FOUNDATION_FILES_H
+
+#include <cstdint>
+
+#include "zam/foundation/export.h"
+#include "zam/foundation/types.h"
+
+namespace ZaM {
+
+// Paths are UTF-16 with `\` or `/` between their parts. No function throws or tells why it failed; where memory runs
+// out, it failed. A file is read-only where its owner has no write permission, whoever asks, and hidden where its name
+// begins with a dot. Symbolic links are followed unless something else is said. Functions hold no state; two of them on
+// one tree at once race as the system lets them.
+
+/// Whether there is such an entry, and it is no folder, or is one.
+ZAM_EXPORT bool ZamFileExists(wstring const& path) noexcept;
+ZAM_EXPORT bool ZamFolderExists(wstring const& path) noexcept;
+
+/// The time of the last modification in seconds since 1970, its low 32 bits; 0 if the entry can't be read.
+ZAM_EXPORT std::int32_t ZamGetFileTime(wstring const& path) noexcept;
+
+/// Whether `a` was modified in a later second than `b`. True if `b` can't be read, else false if `a` can't.
+ZAM_EXPORT bool FileIsNewerByDate(wstring const& a, wstring const& b) noexcept;
+
+/// Makes a folder with all folders that are missing above it. True also if it exists already or `path` is empty; a
+/// separator at the end makes no difference. Folders that were made before a failure stay.
+ZAM_EXPORT bool CreateFolder(wstring path) noexcept;
+
+/// Copies a regular file, with its time of modification; the copy is writable. A target that exists is overwritten,
+/// also a read-only one, unless `failIfExists` says otherwise. Copying a file onto itself fails and changes nothing.
+ZAM_EXPORT bool ZamCopyFile(wstring const& source, wstring const& target, bool failIfExists) noexcept;
+
+/// Deletes a file, also a read-only one, or a symbolic link itself; false for a folder.
+ZAM_EXPORT bool ZamDeleteFile(wstring const& path) noexcept;
+
+/// Moves a file or a folder; false if `target` exists. To another file system only regular files are moved.
+ZAM_EXPORT bool ZamMoveFile(wstring const& source, wstring const& target) noexcept;
+
+/// Removes an empty folder. 0 on success, -1 on failure: no `bool`.
+ZAM_EXPORT int ZamRmDir(wstring const& path) noexcept;
+
+/// Copies what `pattern` (see ZamFindFirst) matches in folder `source`, with subfolders that it matches too; hidden
+/// files and folders stay behind. A missing `target` is made if `createTarget` says so, else nothing is copied.
+///
+/// Files that exist are overwritten if `overwrite` says so, except read-only ones. Copies are writable. True if nothing
+/// failed, also if nothing matched; one failure doesn't keep the others from being copied. Folders that a link makes
+/// part of themselves, and a target that lies inside the source, are passed over without a failure.
+ZAM_EXPORT bool CopyFiles(wstring source, wstring target, wstring pattern, bool createTarget, bool overwrite) noexcept;
+
+/// Deletes a folder with all it holds, hidden and read-only files too. The first failure ends it with false; what was
+/// deleted until then stays deleted.
+///
+/// Symbolic links are deleted and never followed, also where `path` is one. Whoever changes the tree meanwhile can't
+/// lead the deletion out of it. A tree may be of any depth.
+ZAM_EXPORT bool ZamDelTree(wstring const& path) noexcept;
+
+}  // namespace ZaM
+
+#endif

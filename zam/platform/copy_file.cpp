@@ -1,0 +1,80 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "zam/platform/descriptor.h"
+#include "zam/platform/entries.h"
+#include "zam/platform/file.h"
+#include "zam/platform/files.h"
+
+namespace ZaM::platform {
+
+namespace {
+
+/// Opens a file that is there, and locks it. O_NONBLOCK, since a pipe of this name would wait for its other end.
+Descriptor OpenRegular(std::string const& path, int access, int lock, struct stat& status) {
+  Descriptor file(open(path.c_str(), access | O_NONBLOCK | O_CLOEXEC));
+  bool const usable =
+      file.IsOpen() && fstat(file.Number(), &status) == 0 && S_ISREG(status.st_mode) && TryLock(file.Number(), lock);
+  return usable ? std::move(file) : Descriptor();
+}
+
+Descriptor CreateNew(std::string const& path, mode_t permissions) {
+  Descriptor file(CreateLocked(path, permissions));
+  if (file.IsOpen() || errno == EEXIST) return file;
+  file = Descriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions));
+  if (file.IsOpen() && !TryLock(file.Number(), LOCK_EX)) return Descriptor();
+  return file;
+}
+
+/// A file that is there, emptied; none if it may not be overwritten by what `source` is.
+Descriptor OpenToOverwrite(std::string const& path, struct stat const& source) {
+  struct stat status = {};
+  Descriptor file = OpenRegular(path, O_WRONLY, LOCK_EX, status);
+  bool const isSource = status.st_dev == source.st_dev && status.st_ino == source.st_ino;
+  bool const isReadOnly = (status.st_mode & S_IWUSR) == 0;
+  if (!file.IsOpen() || isSource || isReadOnly || ftruncate(file.Number(), 0) != 0) return Descriptor();
+  return file;
+}
+
+bool CopyBytes(int source, int target) {
+  std::vector<char> buffer(1 << 17);
+  for (;;) {
+    ssize_t const count = read(source, buffer.data(), buffer.size());
+    if (count == 0) return true;
+    if (count < 0 && errno != EINTR) return false;
+    for (ssize_t written = 0; written < count;) {
+      ssize_t const step = write(target, buffer.data() + written, static_cast<std::size_t>(count - written));
+      if (step < 0 && errno != EINTR) return false;
+      if (step > 0) written += step;
+    }
+  }
+}
+
+}  // namespace
+
+bool CopyFile(std::u16string_view source, std::u16string_view target, bool failIfExists) {
+  struct stat status = {};
+  Descriptor const from = OpenRegular(OpenablePath(source), O_RDONLY, LOCK_SH, status);
+  if (!from.IsOpen()) return false;
+
+  std::string const path = OpenablePath(target);
+  Descriptor to = CreateNew(path, status.st_mode & 0777);
+  bool const isNew = to.IsOpen();
+  if (!isNew && !failIfExists) to = OpenToOverwrite(path, status);
+  if (!to.IsOpen()) return false;
+
+  // Network file systems report at a close what they couldn't write.
+  bool const copied = CopyBytes(from.Number(), to.Number()) && close(fcntl(to.Number(), F_DUPFD_CLOEXEC, 0)) == 0;
+  timespec const times[] = {status.st_atim, status.st_mtim};
+  if (copied) futimens(to.Number(), times);  // a copy without its time is a copy too
+  if (!copied && isNew) unlink(path.c_str());
+  return copied;
+}
+
+}  // namespace ZaM::platform
