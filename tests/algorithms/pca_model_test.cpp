@@ -44,10 +44,8 @@ class PcaModelTest : public PcaFixture {
   void RunEveryStep() {
     PcaAnalyzer const loaded = analyzer;
     for (Step const step : {projectStep, insertStep, removeStep, learnStep}) {
-      for (std::vector<std::int8_t> const& activities :
-           {std::vector<std::int8_t>{1, -1, 0, 1}, {0, 1, 1, 1, 1, -1, 2}}) {
+      for (Activities const& activities : {Activities{1, -1, 0, 1}, {0, 1, 1, 1, 1, -1, 2}}) {
         analyzer = loaded;
-        FailureId([&] { Project({1, 2}); });
         FailureId([&] { Run(activities, {step}); });
         FailureId([&] { Project({1, 2}); });
         Saved();
@@ -64,27 +62,14 @@ TEST_F(PcaModelTest, WritesEveryFieldInItsPlace) {
   Learn({{1}, {2}, {3}, {4}, {0}});
   std::string const bytes = Saved();
   ASSERT_EQ(bytes.size(), 36U + 8000 + 16 + 16000 + 4 * 5 * 6);
+  // 1, 258, 1000, 5, 1; 100, 2^-40; 10, 20, 30, 40
   EXPECT_EQ(bytes.substr(0, 68),
-            "\1\0\0\0"s
-            "\2\1\0\0"s
-            "\xE8\3\0\0"s
-            "\5\0\0\0"s
-            "\1\0\0\0"s  // 1, 258, 1000, 5, 1
-            "\0\0\0\0\0\0\x59\x40"s
-            "\0\0\0\0\0\0\x70\x3D"s  // 100, 2^-40
-            "\0\0\0\0\0\0\x24\x40"s
-            "\0\0\0\0\0\0\x34\x40"s
-            "\0\0\0\0\0\0\x3E\x40"s    // 10, 20, 30
-            "\0\0\0\0\0\0\x44\x40"s);  // 40
+            "\1\0\0\0\2\1\0\0\xE8\3\0\0\5\0\0\0\1\0\0\0\0\0\0\0\0\0\x59\x40\0\0\0\0\0\0\x70\x3D"
+            "\0\0\0\0\0\0\x24\x40\0\0\0\0\0\0\x34\x40\0\0\0\0\0\0\x3E\x40\0\0\0\0\0\0\x44\x40"s);
   StoredModel const model = ToModel(bytes);
   EXPECT_NEAR(model.eigenValues[0], 2.0, 1e-6);
   EXPECT_NEAR(Product(model.eigenVectors[0], model.eigenVectors[0]), std::sqrt(5.0) / 2.0, 1e-6);
   EXPECT_EQ(model.gram, (Matrix{{1}, {2, 4}, {3, 6, 9}, {4, 8, 12, 16}, {0, 0, 0, 0, 0}}));
-
-  control.SetDimension(3);
-  control.SetEnableRelearn(false);
-  Learn({{1}, {2}, {3}, {4}});
-  EXPECT_EQ(Saved().size(), 40068U);
 }
 
 TEST_F(PcaModelTest, ReadsWhatItWroteBitByBit) {
@@ -96,11 +81,7 @@ TEST_F(PcaModelTest, ReadsWhatItWroteBitByBit) {
     analyzer = PcaAnalyzer();
     std::istringstream stream(bytes + "tail");
     ASSERT_TRUE(analyzer.Load(&stream));
-    std::string rest;
-    EXPECT_TRUE(stream >> rest && rest == "tail") << "not directly behind the model";
-    std::istringstream exact(bytes);
-    EXPECT_TRUE(analyzer.Load(&exact) && exact.good());
-
+    EXPECT_EQ(stream.tellg(), static_cast<std::streamoff>(bytes.size()));
     Run({1, 1, 1, 1});
     EXPECT_TRUE(Saved() == ToBytes(model));
     analyzer = PcaAnalyzer();
@@ -110,33 +91,6 @@ TEST_F(PcaModelTest, ReadsWhatItWroteBitByBit) {
     model.gram.clear();
     EXPECT_TRUE(Saved() == ToBytes(model));
   }
-  // The former number of examples divides until examples are supplied: 4 of 8.
-  control.SetDimension(1);
-  Learn(fourPoints);
-  StoredModel grown = Model();
-  grown.exampleCount = 8;
-  grown.hasGram = 0;
-  grown.gram.clear();
-  Vector const before = Project({1, 0});
-  ASSERT_TRUE(Load(ToBytes(grown)));
-  EXPECT_FLOAT_EQ(static_cast<float>(Project({1, 0})[0]), static_cast<float>(before[0] / 2.0));
-}
-
-TEST_F(PcaModelTest, ProjectsInsertsAndRemovesAfterwards) {
-  SetPoints({{1, 2}, {3, -4}, {5, 0}, {-2, 1}, {2, 2}, {0, 7}});
-  Run({1, 1, 1, 1}, {learnStep});
-  std::string const bytes = Saved();
-  std::string results[2];
-  for (bool const reloads : {false, true}) {
-    if (reloads) {
-      analyzer = PcaAnalyzer();
-      ASSERT_TRUE(Load(bytes));
-    }
-    Run({1, 1, 1, 1, 0, 0}, {insertStep});
-    Run({1, -1, 1, 1, 1, 1}, {removeStep});
-    results[reloads] = Saved();
-  }
-  EXPECT_TRUE(results[0] == results[1]);
 }
 
 TEST_F(PcaModelTest, AnswersFalseToEveryPartOfAFile) {
@@ -194,7 +148,7 @@ TEST_F(PcaModelTest, ReportsStreamsAndMemoryThatFail) {
   EXPECT_FALSE(analyzer.Load(&stream) || analyzer.Save(&stream) || analyzer.Load(nullptr) || analyzer.Save(nullptr));
   EXPECT_TRUE(Saved() == bytes);
 
-  struct FullBuffer : std::streambuf {
+  struct : std::streambuf {
   } full;
   for (bool const throws : {false, true}) {
     std::ostream writing(&full);
