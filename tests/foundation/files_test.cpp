@@ -217,6 +217,7 @@ TEST_F(FilesTest, DeletesATreeThatIsDeeperThanAPathMayBe) {
 
 TEST_F(FilesTest, ASwappedFolderLeadsNoDeletionOutOfItsTree) {
   for (int n = 0; n < 20; ++n) folder.Write("out/sub/" + std::to_string(n), "");
+  fs::create_directory(P("sub"));  // where the way up from a folder that was moved away would look for it
   std::atomic<bool> stop = false;
   std::thread swapping([&] {
     std::error_code ignored;
@@ -229,11 +230,12 @@ TEST_F(FilesTest, ASwappedFolderLeadsNoDeletionOutOfItsTree) {
   });
   for (int n = 0; n < 300; ++n) {
     std::error_code ignored;
-    fs::create_directories(P("t/sub/deep"), ignored);
+    for (char const* const name : {"t/sub/a", "t/sub/b", "t/sub/c"}) fs::create_directories(P(name), ignored);
     ZamDelTree(W("t"));
   }
   stop = true;
   swapping.join();
+  EXPECT_TRUE(Exists("sub"));
   for (int n = 0; n < 20; ++n) EXPECT_TRUE(Exists("out/sub/" + std::to_string(n)));
 }
 
