@@ -78,7 +78,7 @@ TEST(PreOrderTraverserTest, AgreesWithVisitOnWideAndDeepTrees) {
     FunctionVisitor visitor([&](Node* node) { visited.push_back(node); });
     root->Visit(&visitor);
     std::vector<Node*> traversed;
-    RunOnStack(64 * 1024, [&] {
+    RunOnStack(256 * 1024, [&] {
       auto const traverser = Traverse(root.Get());
       while (!traverser->Done()) traversed.push_back(traverser->Next());
     });

@@ -6,10 +6,12 @@
 
 #include <cstddef>
 #include <functional>
+#include <stdexcept>
 
 namespace ZaM::test {
 
-/// Runs `function`, which must not throw, on a stack of `bytes` bytes, and waits for its end.
+/// Runs `function`, which must not throw, on a stack of `bytes` bytes, and waits for its end. The program's thread-local
+/// variables lie on it too; throws if they leave no room.
 inline void RunOnStack(std::size_t bytes, std::function<void()> function) {
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
@@ -19,8 +21,10 @@ inline void RunOnStack(std::size_t bytes, std::function<void()> function) {
     (*static_cast<std::function<void()>*>(called))();
     return nullptr;
   };
-  if (pthread_create(&thread, &attributes, run, &function) == 0) pthread_join(thread, nullptr);
+  bool const started = pthread_create(&thread, &attributes, run, &function) == 0;
   pthread_attr_destroy(&attributes);
+  if (!started) throw std::runtime_error("no thread with a stack of this size");
+  pthread_join(thread, nullptr);
 }
 
 }  // namespace ZaM::test
