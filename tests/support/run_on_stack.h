@@ -10,8 +10,8 @@
 
 namespace ZaM::test {
 
-/// Runs `function`, which must not throw, on a stack of `bytes` bytes, and waits for its end. The program's thread-local
-/// variables lie on it too; throws if they leave no room.
+/// Runs `function`, which must not throw, on a stack of `bytes` bytes, and waits for its end. The program's
+/// thread-local variables lie on it too; throws if they leave no room.
 inline void RunOnStack(std::size_t bytes, std::function<void()> function) {
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);

@@ -20,14 +20,15 @@ ZAM_EXPORT wstring GetPureFileName(wstring const& path) noexcept;
 /// difference.
 ZAM_EXPORT bool CheckFolder(wstring const& path, wstring const& folder) noexcept;
 
-/// Writes the way from folder `from` to folder `to`, such as `..\..\x` or `.\x`; `.` if they are the same. Empty if
-/// they have no folder in common, and if it takes more than 259 units. Case doesn't matter. `result` has room for 260
-/// units with the terminator; null is fine and gets nothing. Always true.
+/// Writes the way from folder `from` to folder `to`, with backslashes: two dots for each step up, or one dot and the
+/// names of the steps down; one dot if they are the same. Empty if they have no folder in common, and if it takes more
+/// than 259 units. Case doesn't matter. `result` has room for 260 units with the terminator; null is fine and gets
+/// nothing. Always true.
 ZAM_EXPORT bool ZamPathRelativePathTo(wchar* result, wstring from, wstring to) noexcept;
 
-/// Writes the folder that both paths have in common, as `a` spells it. It ends in `\` only where it is a root: `\` or
-/// `C:\`. Empty if there is none, and if it takes more than 259 units. Case doesn't matter. `result` has room for 260
-/// units with the terminator; null is fine and gets nothing. Always true.
+/// Writes the folder that both paths have in common, as `a` spells it. It ends in a backslash only where it is a root,
+/// with or without a drive. Empty if there is none, and if it takes more than 259 units. Case doesn't matter. `result`
+/// has room for 260 units with the terminator; null is fine and gets nothing. Always true.
 ZAM_EXPORT bool ZamPathCommonPrefix(wstring const& a, wstring const& b, wchar* result) noexcept;
 
 }  // namespace ZaM
