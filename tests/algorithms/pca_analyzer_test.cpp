@@ -264,7 +264,7 @@ TEST_F(PcaAnalyzerTest, RefusesWhatAModelHasNoRoomOrNoNumbersFor) {
   EXPECT_EQ(FailureOf(learnStep), 8);
   EXPECT_EQ(FailureOf(insertStep), 8);
   EXPECT_EQ(Saved(), "");
-  for (std::size_t const active : {0, 1000}) {
+  for (std::size_t const active : {0U, 1000U}) {
     activities[active] = 1;
     Run(activities);
     EXPECT_EQ(FailureId([&] { Project({1, 2}); }), active == 0 ? 0 : 8);

@@ -2,6 +2,7 @@
 #ifndef TESTS_SUPPORT_RUN_ON_STACK_H
 #define TESTS_SUPPORT_RUN_ON_STACK_H
 
+#include <link.h>
 #include <pthread.h>
 
 #include <cstddef>
@@ -10,12 +11,25 @@
 
 namespace ZaM::test {
 
-/// Runs `function`, which must not throw, on a stack of `bytes` bytes, and waits for its end. The program's
-/// thread-local variables lie on it too; throws if they leave no room.
+/// How much of each thread's stack the thread-local variables of the program and its libraries take.
+inline std::size_t ThreadLocalBytes() {
+  std::size_t bytes = 0;
+  auto const add = [](dl_phdr_info* object, std::size_t, void* sum) {
+    for (int i = 0; i < object->dlpi_phnum; ++i) {
+      if (object->dlpi_phdr[i].p_type == PT_TLS) *static_cast<std::size_t*>(sum) += object->dlpi_phdr[i].p_memsz;
+    }
+    return 0;
+  };
+  dl_iterate_phdr(add, &bytes);
+  return bytes;
+}
+
+/// Runs `function`, which must not throw, on a stack of `bytes` bytes for itself, and waits for its end.
 inline void RunOnStack(std::size_t bytes, std::function<void()> function) {
+  constexpr std::size_t page = 4096;
   pthread_attr_t attributes;
   pthread_attr_init(&attributes);
-  pthread_attr_setstacksize(&attributes, bytes);
+  pthread_attr_setstacksize(&attributes, (bytes + ThreadLocalBytes() + page - 1) / page * page);
   pthread_t thread;
   auto const run = [](void* called) -> void* {
     (*static_cast<std::function<void()>*>(called))();

@@ -130,7 +130,7 @@ TEST(XmlSaxParser, PutsOneCallbackOnTheStackForEachElement) {
     std::string log;
     Recorder inner("i", log);
     Recorder outer("o", log);
-    outer.push = [&](auto*, std::string const& element) {
+    outer.push = [&, pushed = pushed](auto*, std::string const& element) {
       if (element != "x") return parser.PushCallback(&outer);
       for (char const who : std::string_view(pushed)) {
         // So often that the stack moves in memory while its top is called.
