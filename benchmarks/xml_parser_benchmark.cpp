@@ -147,13 +147,16 @@ void registerAll() {
   auto const add = [](std::string const& name, auto function) {
     benchmark::RegisterBenchmark(name.c_str(), function)->Unit(benchmark::kMillisecond);
   };
-  for (auto const& [name, isGzip, copies] : families) {
+  for (Family const& family : families) {
+    bool const isGzip = family.isGzip;
+    int const copies = family.copies;
     if (copies == 0 && !std::filesystem::exists(fileTypes)) continue;
-    add(std::string(name) + "/zam", [=](benchmark::State& state) { zam(state, isGzip, copies); });
-    add(std::string(name) + "/libxml2_push", [=](benchmark::State& state) { libxml2_push(state, isGzip, copies); });
+    add(std::string(family.name) + "/zam", [=](benchmark::State& state) { zam(state, isGzip, copies); });
+    add(std::string(family.name) + "/libxml2_push",
+        [=](benchmark::State& state) { libxml2_push(state, isGzip, copies); });
   }
   add("xml_parse_buffer/zam", [](benchmark::State& state) { zam(state, false, 1); });
-  for (unsigned int const kibibytes : {1, 4, 16, 64, 256, 1024}) {
+  for (unsigned int const kibibytes : {1U, 4U, 16U, 64U, 256U, 1024U}) {
     add("xml_parse_buffer/libxml2_push_" + std::to_string(kibibytes) + "_KiB",
         [=](benchmark::State& state) { libxml2_push(state, false, 1, kibibytes * 1024); });
   }
