@@ -4,6 +4,7 @@
 #include <tuple>
 #include <utility>
 
+#include "fold.h"
 #include "stored_result.h"
 #include "tags.h"
 
@@ -46,6 +47,13 @@ FoldSize Findings::Total() const {
     total.tested += size.tested;
   }
   return total;
+}
+
+std::string Findings::FoldNames() const {
+  if (folds.size() == FoldCount) return "each fold in turn";
+  std::string names;
+  for (auto const& [number, size] : folds) names += (names.empty() ? "fold " : " and fold ") + std::to_string(number);
+  return names;
 }
 
 }  // namespace classify

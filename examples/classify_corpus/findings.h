@@ -61,6 +61,9 @@ class Findings {
   /// Sums over the folds that were tested.
   FoldSize Total() const;
 
+  /// The folds that were tested, in words: "fold 0 and fold 3", or "each fold in turn" for all of them.
+  std::string FoldNames() const;
+
   std::string corpus;                      // its folder, made printable
   std::uint64_t documents = 0;             // in the corpus
   Settings settings;                       // that the documents were classified with

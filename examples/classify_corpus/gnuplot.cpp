@@ -11,6 +11,7 @@
 #include <memory>
 #include <system_error>
 
+#include "part_path.h"
 #include "run_error.h"
 #include "utf8.h"
 
@@ -41,12 +42,6 @@ std::string FirstLine(std::FILE* file) {
     if (!text.empty() && text.find_first_not_of(" ^") != std::string::npos) return Printable(text);
   }
   return "it doesn't say why";
-}
-
-// Where a picture is drawn before it moves to its place.
-fs::path PartOf(fs::path target) {
-  target += ".part";
-  return target;
 }
 
 // The exit status as `waitpid` gives it.

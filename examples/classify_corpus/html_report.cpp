@@ -7,7 +7,6 @@
 
 #include "class_figures.h"
 #include "evaluation.h"
-#include "fold.h"
 #include "gnuplot.h"
 #include "html_text.h"
 #include "number_text.h"
@@ -40,14 +39,6 @@ std::string Section(std::string const& id, std::string const& heading, std::stri
   return "<section id=\"" + id + "\">\n<h2>" + heading + "</h2>\n" + paragraph + content + "</section>\n";
 }
 
-std::string FoldNames(Findings const& findings) {
-  if (findings.folds.size() == FoldCount) return "each of the five folds in turn";
-  std::string names;
-  for (auto const& [number, size] : findings.folds)
-    names += (names.empty() ? "fold " : " and fold ") + std::to_string(number);
-  return names;
-}
-
 std::string Setup(Findings const& findings, Options const& options) {
   FoldSize const total = findings.Total();
   Settings const& settings = findings.settings;
@@ -56,7 +47,7 @@ std::string Setup(Findings const& findings, Options const& options) {
       {"Corpus", Escaped(findings.corpus)},
       {"Documents", Grouped(findings.documents) + " in " + Grouped(findings.ClassCount()) + " classes"},
       {"Tested",
-       Grouped(findings.Tested().size()) + " of " + Grouped(total.tested) + " documents of " + FoldNames(findings)},
+       Grouped(findings.Tested().size()) + " of " + Grouped(total.tested) + " documents of " + findings.FoldNames()},
       {"Learned from", Grouped(total.learned) + " documents of the other folds"},
       {"Words", "of " + std::to_string(settings.minWordLength) + " or more characters; " +
                     (settings.useDigits ? "digits are parts of them" : "digits separate them")},

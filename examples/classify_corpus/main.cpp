@@ -41,20 +41,12 @@ std::size_t TerminalWidth() {
   return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
 }
 
-std::string FoldNames(Findings const& findings) {
-  if (findings.folds.size() == FoldCount) return "each fold in turn";
-  std::string names;
-  for (auto const& [number, size] : findings.folds)
-    names += (names.empty() ? "fold " : " and fold ") + std::to_string(number);
-  return names;
-}
-
 std::string Heading(Findings const& findings) {
   FoldSize const total = findings.Total();
   std::size_t const tested = findings.Tested().size();
   std::string const share = tested == total.tested ? "" : " of " + Grouped(total.tested);
   return findings.corpus + ": " + Grouped(findings.documents) + " documents in " + Grouped(findings.ClassCount()) +
-         " classes\ntested on " + FoldNames(findings) + ": " + Grouped(tested) + share + " documents, learned from " +
+         " classes\ntested on " + findings.FoldNames() + ": " + Grouped(tested) + share + " documents, learned from " +
          Grouped(total.learned) + "\n";
 }
 

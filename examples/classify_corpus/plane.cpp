@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "part_path.h"
 #include "run_error.h"
 #include "tags.h"
 #include "utf8.h"
@@ -32,16 +33,18 @@ Fingerprint Bytes(std::uint64_t number) {
 // FNV-1a over 64 bits, with its authors' constants.
 class Hash {
  public:
-  void Add(std::uint64_t number) {
-    for (char const byte : Bytes(number)) value = (value ^ static_cast<unsigned char>(byte)) * 0x100000001B3U;
-  }
+  void Add(std::uint64_t number) { addBytes(Bytes(number)); }
   void Add(std::string const& text) {
-    for (char const byte : text) value = (value ^ static_cast<unsigned char>(byte)) * 0x100000001B3U;
+    addBytes(text);
     Add(text.size());
   }
   std::uint64_t Value() const { return value; }
 
  private:
+  void addBytes(auto const& bytes) {
+    for (char const byte : bytes) value = (value ^ static_cast<unsigned char>(byte)) * 0x100000001B3U;
+  }
+
   std::uint64_t value = 0xCBF29CE484222325U;
 };
 
@@ -93,8 +96,7 @@ void Plane::load(fs::path const& model) {
 }
 
 void Plane::save(fs::path const& model) {
-  fs::path part = model;
-  part += ".part";
+  fs::path const part = PartOf(model);
   std::ofstream file(part, std::ios::binary);
   Fingerprint const bytes = Bytes(fingerprint());
   bool written = analyzer.Save(&file);

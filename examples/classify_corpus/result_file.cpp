@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "library_path.h"
+#include "part_path.h"
 #include "result_form.h"
 #include "run_error.h"
 #include "utf8.h"
@@ -71,8 +72,7 @@ ResultFile::ResultFile(fs::path path) : target(std::move(path)) {
   std::error_code unknown;
   fs::file_status const there = fs::status(target, unknown);
   if (fs::exists(there) && !fs::is_regular_file(there)) fail("it is there, and no file");
-  fs::path place = target;
-  place += ".part";
+  fs::path place = PartOf(target);
   if (!LibraryPath(place)) fail("its name isn't UTF-8, or has a backslash");
   if (!std::ofstream(place, std::ios::app)) fail("its folder can't be written to");
   part = std::move(place);
