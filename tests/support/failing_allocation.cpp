@@ -1,26 +1,65 @@
 #include "tests/support/failing_allocation.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <new>
 
+// What the C library, or the sanitizer in front of it, does for a program that has no allocator of its own.
+#ifdef __has_feature
+#define ZAM_HAS_SANITIZER (__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
+#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ZAM_HAS_SANITIZER 1
+#else
+#define ZAM_HAS_SANITIZER 0
+#endif
+#if ZAM_HAS_SANITIZER
+#define ZAM_ALLOCATOR(name) __interceptor_##name
+#else
+#define ZAM_ALLOCATOR(name) __libc_##name
+#endif
+extern "C" {
+void* ZAM_ALLOCATOR(malloc)(std::size_t size);
+void* ZAM_ALLOCATOR(calloc)(std::size_t count, std::size_t size);
+void* ZAM_ALLOCATOR(realloc)(void* memory, std::size_t size);
+}
+
 namespace {
 
-// Negative when nothing is to fail. It stays at `failed` from the failure to the end of the FailingAllocation.
-constexpr std::ptrdiff_t off = -1;
-constexpr std::ptrdiff_t failed = -2;
-thread_local constinit std::ptrdiff_t allocationsLeft = off;
+using ZaM::test::Allocations;
+using ZaM::test::Failures;
+
+struct Injection {
+  bool isOn = false;
+  bool hasFailed = false;
+  std::size_t left = 0;  // until the one that fails
+  Failures failures = Failures::once;
+  Allocations allocations = Allocations::ofNew;
+};
+thread_local constinit Injection injection;
 thread_local constinit std::size_t allocatedBytes = 0;
+thread_local constinit std::ptrdiff_t liveBlocks = 0;
+
+bool isToFail() {
+  if (!injection.isOn) return false;
+  if (injection.hasFailed) return injection.failures == Failures::fromThenOn;
+  injection.hasFailed = injection.left == 0;
+  if (!injection.hasFailed) --injection.left;
+  return injection.hasFailed;
+}
+
+bool isToFailInC() {
+  if (injection.allocations != Allocations::all || !isToFail()) return false;
+  errno = ENOMEM;
+  return true;
+}
 
 void* allocate(std::size_t size, std::size_t alignment = __STDCPP_DEFAULT_NEW_ALIGNMENT__) noexcept {
   allocatedBytes += size;
-  if (allocationsLeft == 0) {
-    allocationsLeft = failed;
-    return nullptr;
-  }
-  if (allocationsLeft > 0) --allocationsLeft;
+  if (isToFail()) return nullptr;
+  ++liveBlocks;
   std::size_t const least = std::max<std::size_t>(size, 1);
-  if (alignment <= __STDCPP_DEFAULT_NEW_ALIGNMENT__) return std::malloc(least);
+  if (alignment <= __STDCPP_DEFAULT_NEW_ALIGNMENT__) return ZAM_ALLOCATOR(malloc)(least);
   return std::aligned_alloc(alignment, (least + alignment - 1) / alignment * alignment);
 }
 
@@ -30,9 +69,25 @@ void* allocateOrThrow(std::size_t size, std::align_val_t alignment = {}) {
   throw std::bad_alloc();
 }
 
+void release(void* memory) noexcept {
+  if (memory != nullptr) --liveBlocks;
+  std::free(memory);
+}
+
 }  // namespace
 
-// The whole program's.
+// The whole program's, with the shared objects that it uses.
+extern "C" {
+void* malloc(std::size_t size) noexcept {
+  return isToFailInC() ? nullptr : ZAM_ALLOCATOR(malloc)(size);
+}
+void* calloc(std::size_t count, std::size_t size) noexcept {
+  return isToFailInC() ? nullptr : ZAM_ALLOCATOR(calloc)(count, size);
+}
+void* realloc(void* memory, std::size_t size) noexcept {
+  return isToFailInC() ? nullptr : ZAM_ALLOCATOR(realloc)(memory, size);
+}
+}
 void* operator new(std::size_t size) {
   return allocateOrThrow(size);
 }
@@ -52,52 +107,60 @@ void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
   return allocate(size);
 }
 void operator delete(void* memory) noexcept {
-  std::free(memory);
+  release(memory);
 }
 void operator delete[](void* memory) noexcept {
-  std::free(memory);
+  release(memory);
 }
 void operator delete(void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
+  release(memory);
 }
 void operator delete[](void* memory, std::size_t /*size*/) noexcept {
-  std::free(memory);
+  release(memory);
 }
 void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept {
-  std::free(memory);
+  release(memory);
 }
 void operator delete[](void* memory, std::align_val_t /*alignment*/) noexcept {
-  std::free(memory);
+  release(memory);
 }
 void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
-  std::free(memory);
+  release(memory);
 }
 void operator delete[](void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
-  std::free(memory);
+  release(memory);
 }
 void operator delete(void* memory, std::nothrow_t const&) noexcept {
-  std::free(memory);
+  release(memory);
 }
 void operator delete[](void* memory, std::nothrow_t const&) noexcept {
-  std::free(memory);
+  release(memory);
 }
 
 namespace ZaM::test {
 
-FailingAllocation::FailingAllocation(std::size_t n) {
-  allocationsLeft = static_cast<std::ptrdiff_t>(n);
+FailingAllocation::FailingAllocation(std::size_t n, Failures failures, Allocations allocations) {
+  injection = {true, false, n, failures, allocations};
 }
 
 FailingAllocation::~FailingAllocation() {
-  allocationsLeft = off;
+  injection.isOn = false;
+}
+
+void FailingAllocation::Stop() {
+  injection.isOn = false;
 }
 
 bool FailingAllocation::HasFailed() const {
-  return allocationsLeft == failed;
+  return injection.hasFailed;
 }
 
 std::size_t AllocatedBytes() {
   return allocatedBytes;
+}
+
+std::ptrdiff_t LiveBlocks() {
+  return liveBlocks;
 }
 
 }  // namespace ZaM::test
