@@ -4,8 +4,10 @@
 #include <cstddef>
 #include <new>
 
+#include "zam/foundation/format_text.h"
 #include "zam/foundation/library_texts.h"
 #include "zam/foundation/messages.h"
+#include "zam/platform/error_text.h"
 
 namespace ZaM {
 
@@ -18,6 +20,7 @@ constexpr std::size_t ordinaryCapacity = 1024;
 constexpr std::size_t shortCapacity = 128;
 constexpr std::size_t collectionCapacity = 256;
 constexpr std::size_t canceledNumberCapacity = 256;
+constexpr std::size_t systemCallCapacity = 512;
 
 ResMgr const& Texts() {
   return detail::LibraryTexts::Get();
@@ -204,6 +207,15 @@ const wstring CollectionException::GetErrorDescription() const {
 
 const wstring XmlException::GetErrorDescription() const {
   return OrNothing([&]() -> wstring { return Cut(Raw(XmlMessage(GetErrorId())), shortCapacity); });
+}
+
+const wstring WinOperationException::GetErrorDescription() const {
+  if (GetErrorId() != 100) return BaseException::GetErrorDescription();
+  return OrNothing([&]() -> wstring {
+    wstring const reason = platform::ErrorText(systemError);
+    detail::FormatArgument const arguments[] = {Detail().c_str(), systemError, reason.c_str()};
+    return detail::FormatText(Raw(Message::SystemCallFailed), arguments, systemCallCapacity);
+  });
 }
 
 }  // namespace ZaM

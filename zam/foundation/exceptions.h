@@ -12,6 +12,8 @@
 // that was chosen when the library was loaded (see ResMgr). A number has its meaning only together with the class that
 // carries it: 25 is one case in BaseException and another in FileIOException, and BaseException(20) doesn't say that
 // anything was cancelled. A number without a case of its own gets its class's sentence for unknown numbers.
+//
+// StructuredException, which a fault of the processor becomes, has a header of its own.
 #ifndef ZAM_FOUNDATION_EXCEPTIONS_H
 #define ZAM_FOUNDATION_EXCEPTIONS_H
 
@@ -49,6 +51,10 @@ class ZAM_EXPORT BaseException {
 
   /// The number, which decides on the sentence.
   [[nodiscard]] std::int32_t GetErrorId() const { return errorId; }
+
+ protected:
+  /// The message that the exception was made with, for sentences of derived classes.
+  [[nodiscard]] wstring const& Detail() const { return text; }
 
  private:
   std::int32_t errorId;
@@ -161,6 +167,27 @@ class ZAM_EXPORT XmlException : public BaseException {
   XmlException(std::int32_t id, wstring const& message) : BaseException(id, message) {}
 
   [[nodiscard]] const wstring GetErrorDescription() const override;
+};
+
+/// A call of the operating system that failed.
+///
+///     if (mkdir(path) != 0) throw WinOperationException(100, u"mkdir", errno);
+///
+/// Number 100; any other has the sentence of BaseException, with the operation as its detail.
+class ZAM_EXPORT WinOperationException : public BaseException {
+ public:
+  /// `operation` names the call, and `errorCode` is the system's number for what went wrong, such as `errno`.
+  explicit WinOperationException(std::int32_t id) : BaseException(id) {}
+  WinOperationException(std::int32_t id, wstring const& operation) : BaseException(id, operation) {}
+  WinOperationException(std::int32_t id, wstring const& operation, std::uint32_t errorCode)
+      : BaseException(id, operation), systemError(errorCode) {}
+
+  /// Names the operation and the code, and adds the system's own text in the language of the calling thread's locale;
+  /// nothing for a code that the system doesn't know. Cut to 511 units.
+  [[nodiscard]] const wstring GetErrorDescription() const override;
+
+ private:
+  std::uint32_t systemError = 0;
 };
 
 }  // namespace ZaM

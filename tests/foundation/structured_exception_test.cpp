@@ -1,0 +1,232 @@
+#include "zam/foundation/structured_exception.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cfenv>
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <functional>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "tests/support/run_on_stack.h"
+
+#if defined(__clang__) || !defined(__x86_64__)
+#define SKIP_WITHOUT_FAULTS() GTEST_SKIP() << "the compiler can't throw from an instruction that isn't a call"
+#elif defined(__SANITIZE_THREAD__)
+#define SKIP_WITHOUT_FAULTS() GTEST_SKIP() << "ThreadSanitizer's own signal handler can't be left by an exception"
+#else
+#define SKIP_WITHOUT_FAULTS() static_cast<void>(0)
+#endif
+
+namespace ZaM {
+namespace {
+
+// The sanitizers would find these faults before the processor does.
+#define FAULTY __attribute__((noinline, no_sanitize("address", "undefined")))
+
+/// The code of the fault that `operation` ends in; 0 if it ends in none. What it has made is destroyed on the way.
+template <class Operation>
+FAULTY std::uint32_t CodeOf(Operation operation) {
+  try {
+    operation();
+    return 0;
+  } catch (StructuredException const& fault) {
+    return fault.GetExceptionCode();
+  }
+}
+
+FAULTY int ReadFrom(std::uintptr_t address) {
+  return *reinterpret_cast<int volatile*>(address);
+}
+/// `value`, of which the compiler can't know what it is.
+template <class Value>
+Value Unknown(Value value) {
+  Value volatile hidden = value;
+  return hidden;
+}
+
+FAULTY int Divide(int dividend, int divisor) {
+  return Unknown(dividend) / Unknown(divisor);
+}
+FAULTY double Divide(double dividend, double divisor) {
+  return Unknown(dividend) / Unknown(divisor);
+}
+FAULTY double Multiply(double a, double b) {
+  return Unknown(a) * Unknown(b);
+}
+FAULTY void Call(std::uintptr_t address) {
+  reinterpret_cast<void (*)()>(address)();
+}
+
+FAULTY void ReadBehindTheEndOfAFile() {
+  char name[] = "/tmp/zam-fault-XXXXXX";
+  int const file = mkstemp(name);
+  unlink(name);
+  void* const mapped = mmap(nullptr, 4096, PROT_READ, MAP_SHARED, file, 0);
+  close(file);
+  ReadFrom(reinterpret_cast<std::uintptr_t>(mapped));
+}
+
+#if defined(__x86_64__)
+FAULTY void ReadMisaligned() {
+  alignas(4) char volatile bytes[8] = {};
+  asm volatile(
+      "pushf\n orl $0x40000, (%%rsp)\n popf\n"
+      "movl 1(%0), %%eax\n"
+      "pushf\n andl $~0x40000, (%%rsp)\n popf\n"
+      :
+      : "r"(bytes)
+      : "eax", "memory", "cc");
+}
+FAULTY void Trace() {
+  asm volatile("pushf\n orl $0x100, (%%rsp)\n popf\n nop\n nop\n" : : : "memory", "cc");
+}
+FAULTY void Break() {
+  asm volatile("int3");
+}
+FAULTY void BeIllegal() {
+  asm volatile("ud2");
+}
+FAULTY void Halt() {
+  asm volatile("hlt");
+}
+FAULTY double WithTrap(unsigned exceptions, double a, double b, double (*calculate)(double, double)) {
+  __builtin_ia32_ldmxcsr(__builtin_ia32_stmxcsr() & ~(exceptions << 7));
+  return calculate(a, b);
+}
+#endif
+
+TEST(StructuredExceptions, GiveEachFaultItsCode) {
+  SKIP_WITHOUT_FAULTS();
+#if defined(__x86_64__)
+  double const tiny = 5e-324;
+  auto const divide = [](double a, double b) { return Divide(a, b); };
+  auto const multiply = [](double a, double b) { return Multiply(a, b); };
+  struct Case {
+    char const* name;
+    std::uint32_t code;
+    std::function<void()> fault;
+  };
+  Case const cases[] = {
+      {"none", 0, [] {}},
+      {"misaligned", 0x80000002, ReadMisaligned},
+      {"breakpoint", 0x80000003, Break},
+      {"trace", 0x80000004, Trace},
+      {"low address", 0xC0000005, [] { ReadFrom(16); }},
+      {"address that none can have", 0xC0000005, [] { ReadFrom(std::uintptr_t{1} << 63); }},
+      {"call to nowhere", 0xC0000005, [] { Call(0); }},
+      {"call into data", 0xC0000005,
+       [] {
+         int data = 0;
+         Call(reinterpret_cast<std::uintptr_t>(&data));
+       }},
+      {"shortened file", 0xC0000006, ReadBehindTheEndOfAFile},
+      {"illegal", 0xC000001D, BeIllegal},
+      {"denormal", 0xC000008D, [&] { WithTrap(FE_INVALID << 1, tiny, 1, multiply); }},
+      {"float by zero", 0xC000008E, [&] { WithTrap(FE_DIVBYZERO, 1, 0, divide); }},
+      {"inexact", 0xC000008F, [&] { WithTrap(FE_INEXACT, 1, 3, divide); }},
+      {"invalid", 0xC0000090, [&] { WithTrap(FE_INVALID, 0, 0, divide); }},
+      {"overflow", 0xC0000091, [&] { WithTrap(FE_OVERFLOW, 1e300, 1e300, multiply); }},
+      {"underflow", 0xC0000093, [&] { WithTrap(FE_UNDERFLOW, 1e-300, 1e-300, multiply); }},
+      {"by zero", 0xC0000094, [] { Divide(1, 0); }},
+      {"privileged", 0xC0000096, Halt},
+  };
+  std::thread([&] {
+    StructuredException::Enable();
+    for (Case const& one : cases) {
+      std::fenv_t modes;
+      std::fegetenv(&modes);
+      bool isDestroyed = false;
+      struct AtEnd {
+        bool& done;
+        ~AtEnd() { done = true; }
+      };
+      // Twice: a handler must leave nothing behind that hides the next fault.
+      for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(CodeOf([&] {
+                    AtEnd const atEnd{isDestroyed};
+                    one.fault();
+                  }),
+                  one.code)
+            << one.name;
+      }
+      EXPECT_TRUE(isDestroyed) << one.name;
+      std::fesetenv(&modes);
+    }
+  }).join();
+#endif
+}
+
+TEST(StructuredExceptions, KeepTheirSentenceAndTheModesOfTheThread) {
+  SKIP_WITHOUT_FAULTS();
+  std::optional<StructuredException> kept;
+  std::thread([&] {
+    StructuredException::Enable();
+    std::fesetround(FE_UPWARD);
+    try {
+      ReadFrom(24);
+    } catch (BaseException const& fault) {
+      kept = dynamic_cast<StructuredException const&>(fault);
+      EXPECT_EQ(kept->GetExceptionPointers()->record->address, reinterpret_cast<void*>(24));
+      EXPECT_EQ(CodeOf([] { Divide(1, 0); }), 0xC0000094u) << "inside of a handler";
+    }
+    EXPECT_EQ(std::fegetround(), FE_UPWARD);
+    std::fesetround(FE_TONEAREST);
+  }).join();
+  EXPECT_EQ(kept->GetErrorId(), 17);
+  EXPECT_EQ(kept->GetErrorDescription(),
+            u"StructuredException. The thread tried to read from or write to a virtual address for which it does not "
+            u"have the appropriate access.");
+}
+
+FAULTY int Recurse(int depth) {
+  char volatile frame[100] = {};
+  frame[0] = static_cast<char>(depth);
+  if (Unknown(depth) < 0) return 0;
+  return Recurse(depth + 1) + frame[0];
+}
+
+/// Needs its destructors run, and these need stack.
+FAULTY int RecurseWithStrings(int depth, int& alive) {
+  struct Counted {
+    explicit Counted(int& number) : count(++number) {}
+    ~Counted() {
+      char volatile frame[2000] = {};
+      count -= 1 + frame[0];
+    }
+    int& count;
+  };
+  if (Unknown(depth) < 0) return 0;
+  Counted const counted(alive);
+  std::string const text(static_cast<std::size_t>(100 + depth % 5000), 'x');
+  return RecurseWithStrings(depth + 1, alive) + text[0];
+}
+
+TEST(StructuredExceptions, ComeFromTheEndOfTheStackAndLeaveRoomForDestructors) {
+  SKIP_WITHOUT_FAULTS();
+  auto const overflow = [] {
+    StructuredException::Enable();
+    for (int i = 0; i < 3; ++i) {
+      int alive = 0;
+      EXPECT_EQ(CodeOf([&] { RecurseWithStrings(0, alive); }), 0xC00000FDu);
+      EXPECT_EQ(alive, 0);
+      EXPECT_EQ(CodeOf([] { Recurse(0); }), 0xC00000FDu);
+    }
+  };
+  for (std::size_t const size : {1u << 20, 3u << 20}) test::RunOnStack(size, overflow);
+  overflow();
+  // Here there is no reserve.
+  test::RunOnStack(128 * 1024, [] {
+    StructuredException::Enable();
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(CodeOf([] { Recurse(0); }), 0xC00000FDu);
+  });
+}
+
+}  // namespace
+}  // namespace ZaM

@@ -1,0 +1,110 @@
+// Faults of the processor and the system, such as a bad address or a division by zero, as exceptions.
+//
+//   StructuredException::Enable();                     // once on each thread that is to see them
+//   try {
+//     RunPlugin(document);
+//   } catch (StructuredException const& fault) {
+//     Show(fault.GetErrorDescription());               // "StructuredException. The thread tried to read from …"
+//   }
+//
+// The code that may fault has to be compiled for it: with CMake, the program links zam::faults; otherwise it passes
+// -fnon-call-exceptions to GCC, without which an instruction that isn't a call is taken for one that can't throw, and
+// the process ends in std::terminate. Clang has no such option: there a fault reaches handlers and destructors of the
+// calling functions alone, where the compiler couldn't see that the called one never throws.
+//
+// A fault often means that something has been overwritten. Whoever catches one should save what is dear to the user and
+// end, rather than go on as if nothing had happened.
+#ifndef ZAM_FOUNDATION_STRUCTURED_EXCEPTION_H
+#define ZAM_FOUNDATION_STRUCTURED_EXCEPTION_H
+
+#include <cstdint>
+
+#include "zam/foundation/exceptions.h"
+#include "zam/foundation/export.h"
+#include "zam/foundation/types.h"
+
+namespace ZaM {
+
+/// What is known of a fault.
+struct _EXCEPTION_RECORD {
+  std::uint32_t code;       // see StructuredException
+  void const* instruction;  // where it struck
+  void const* address;      // what the instruction wanted to reach; for other faults, the system's choice
+};
+
+/// A fault, as the system hands it over.
+struct _EXCEPTION_POINTERS {
+  _EXCEPTION_RECORD const* record;
+  void const* context;  // the registers at the fault: a ucontext_t
+};
+
+/// A fault of the thread that catches it. Number 17.
+///
+/// What becomes one, with its code:
+///
+///     0x80000002  misaligned access, where the processor minds
+///     0x80000003  breakpoint
+///     0x80000004  trace trap
+///     0xC0000005  address without access
+///     0xC0000006  page that couldn't be loaded, such as of a mapped file that has become shorter
+///     0xC000001D  illegal instruction
+///     0xC000008C  array bounds, where the processor minds
+///     0xC000008D  floating point, with its traps switched on: denormal operand
+///     0xC000008E                                              division by zero
+///     0xC000008F                                              inexact result
+///     0xC0000090                                              invalid operation
+///     0xC0000091                                              overflow
+///     0xC0000092                                              stack of the x87 unit
+///     0xC0000093                                              underflow
+///     0xC0000094  integer division by zero, or with a quotient that is out of range
+///     0xC0000095  integer overflow, where the processor minds
+///     0xC0000096  privileged instruction
+///     0xC00000FD  stack overflow
+///
+/// What doesn't: signals that come from other processes or from `raise`, and faults inside of the heap's own functions
+/// or while another fault is on its way to its handler. These go where they would have gone without Enable. A fault in
+/// a function that mustn't throw, such as a destructor, ends in std::terminate, as any exception there does.
+///
+/// Behind the handler the thread goes on as behind any exception, floating point modes included, but with alignment
+/// checks off, should they have been on.
+class ZAM_EXPORT StructuredException : public BaseException {
+ public:
+  StructuredException(StructuredException const&) = default;
+  StructuredException& operator=(StructuredException const&) = default;
+  ~StructuredException() override;
+
+  /// From now on the calling thread's faults are thrown as StructuredException; other threads are left as they were.
+  /// There is no way back. Calling it again changes nothing.
+  ///
+  /// The first call in a process installs handlers for SIGSEGV, SIGBUS, SIGILL, SIGFPE and SIGTRAP, which pass on what
+  /// isn't meant for them to the handlers that were there before. A program that installs its own for one of these
+  /// later takes the signal away from the library. Each thread gets an alternative stack of 64 KiB for signals, if it
+  /// has none of that size, and of its own stack up to 256 KiB (a 32nd part; none of less than 512 KiB) are kept for
+  /// the destructors that run when the rest is used up.
+  ///
+  /// Throws BaseException with id 5, and changes nothing, if there is no memory for this.
+  static void Enable();
+
+  /// "StructuredException. " and the sentence for the code, in English. Never cut.
+  [[nodiscard]] const wstring GetErrorDescription() const override;
+
+  /// The code of the fault. Like the sentence, good for as long as this object or a copy of it is.
+  [[nodiscard]] std::uint32_t GetExceptionCode() const { return code; }
+
+  /// What the system handed over. To be read only inside of the handler that caught the exception, and before another
+  /// fault of this thread.
+  [[nodiscard]] _EXCEPTION_POINTERS const* GetExceptionPointers() const { return exceptionPointers; }
+
+ private:
+  explicit StructuredException(_EXCEPTION_POINTERS* pointers);
+
+  /// Throws what `pointers` tell of. `code` isn't used.
+  [[noreturn]] static void TranslateSEtoCE(unsigned int code, _EXCEPTION_POINTERS* pointers);
+
+  _EXCEPTION_POINTERS* exceptionPointers;  // not owned
+  std::uint32_t code;                      // a copy, for copies of this object that outlive the handler
+};
+
+}  // namespace ZaM
+
+#endif

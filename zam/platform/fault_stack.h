@@ -1,0 +1,56 @@
+// The stack on which faults are dealt with, and the room that cleaning up behind a stack overflow needs.
+#ifndef ZAM_PLATFORM_FAULT_STACK_H
+#define ZAM_PLATFORM_FAULT_STACK_H
+
+#include <csignal>
+#include <cstdint>
+
+namespace ZaM::platform {
+
+/// What a thread needs to survive the end of its stack. Plain data, since a signal handler reads it.
+///
+/// An overflow must not strike at the true end: the destructors that run while the exception passes need stack as well.
+/// So the last part of the stack, its reserve, is locked at first. An overflow meets the lock, which is opened for what
+/// follows, and closed again when the exception is gone.
+///
+///     low          closedEnd      reserveEnd                      top
+///     | locked     | opened       | free for all            | in use
+///
+/// Sequence: ProvideFaultStack WithdrawFaultStack, on the same thread.
+struct FaultStack {
+  std::uintptr_t low = 0;         // of the thread's stack, behind its guard pages; 0 where that isn't known
+  std::uintptr_t closedEnd = 0;   // from `low` to here nothing can be touched
+  std::uintptr_t reserveEnd = 0;  // equal to `low` where the stack is too small for a reserve
+  void* mapping = nullptr;        // of our own alternative stack; null if the thread had one that is large enough
+  stack_t alternative = {};       // that signal handlers run on
+  stack_t before = {};            // what our own took the place of
+};
+
+/// Gives this thread an alternative stack for signals and a reserve. Returns false, and changes nothing, if memory runs
+/// out.
+[[nodiscard]] bool ProvideFaultStack(FaultStack& stack) noexcept;
+
+/// Takes both back.
+void WithdrawFaultStack(FaultStack& stack) noexcept;
+
+/// Whether `address` lies in the alternative stack.
+[[nodiscard]] bool IsOnAlternativeStack(FaultStack const& stack, std::uintptr_t address) noexcept;
+
+/// Whether access to `address`, with the stack filled down to `stackPointer`, failed because the stack has come to its
+/// end.
+[[nodiscard]] bool IsStackOverflow(FaultStack const& stack, std::uintptr_t address,
+                                   std::uintptr_t stackPointer) noexcept;
+
+/// Opens the whole reserve. Returns whether there is one that was locked.
+bool OpenReserve(FaultStack& stack) noexcept;
+
+/// Opens a page of the reserve below `address`, so that the instruction that met the lock can go on. Returns false if
+/// what is left has to be kept for cleaning up.
+[[nodiscard]] bool OpenReserveAt(FaultStack& stack, std::uintptr_t address) noexcept;
+
+/// Locks the reserve, unless the stack is still filled down to it.
+void CloseReserve(FaultStack& stack) noexcept;
+
+}  // namespace ZaM::platform
+
+#endif
