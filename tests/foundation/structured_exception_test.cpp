@@ -228,5 +228,73 @@ TEST(StructuredExceptions, ComeFromTheEndOfTheStackAndLeaveRoomForDestructors) {
   });
 }
 
+void ExitWithSignal(int number) {
+  _exit(number);
+}
+void ExitWithCode(int number, siginfo_t* signal, void*) {
+  _exit(100 + number + (signal->si_code > 0 ? 0 : 1));
+}
+
+/// Installs a handler as a program would, and asks for exceptions on another thread.
+void EnableBeside(int number, struct sigaction action) {
+  sigaction(number, &action, nullptr);
+  std::thread([] { StructuredException::Enable(); }).join();
+}
+
+TEST(StructuredExceptionsDeathTest, LeaveOtherThreadsAndSignalsToTheProgram) {
+  SKIP_WITHOUT_FAULTS();
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // each in a process of its own
+  struct sigaction withSignal = {};
+  withSignal.sa_handler = ExitWithSignal;
+  struct sigaction withCode = {};
+  withCode.sa_sigaction = ExitWithCode;
+  withCode.sa_flags = SA_SIGINFO;
+  struct sigaction ignoring = {};
+  ignoring.sa_handler = SIG_IGN;
+  struct sigaction byDefault = {};
+  byDefault.sa_handler = SIG_DFL;
+  using testing::ExitedWithCode;
+  using testing::KilledBySignal;
+  EXPECT_EXIT((EnableBeside(SIGSEGV, withSignal), ReadFrom(16)), ExitedWithCode(SIGSEGV), "");
+  EXPECT_EXIT((EnableBeside(SIGFPE, withCode), Divide(1, 0)), ExitedWithCode(100 + SIGFPE), "");
+  EXPECT_EXIT((EnableBeside(SIGILL, byDefault), BeIllegal()), KilledBySignal(SIGILL), "");
+  EXPECT_EXIT((EnableBeside(SIGTRAP, byDefault), Break()), KilledBySignal(SIGTRAP), "");
+  EXPECT_EXIT((EnableBeside(SIGSEGV, ignoring), ReadFrom(16)), KilledBySignal(SIGSEGV), "");
+  EXPECT_EXIT((EnableBeside(SIGSEGV, ignoring), raise(SIGSEGV), _exit(0)), ExitedWithCode(0), "");
+  EXPECT_EXIT((EnableBeside(SIGBUS, byDefault), raise(SIGBUS)), KilledBySignal(SIGBUS), "");
+  // On a thread that did ask, what another process sends.
+  EXPECT_EXIT((EnableBeside(SIGSEGV, withCode), StructuredException::Enable(), raise(SIGSEGV)),
+              ExitedWithCode(100 + SIGSEGV + 1), "");
+  // A handler for one time only.
+  EXPECT_EXIT(
+      {
+        static int volatile calls = 0;
+        struct sigaction once = {};
+        once.sa_handler = [](int) { calls = calls + 1; };
+        once.sa_flags = static_cast<int>(SA_RESETHAND);
+        EnableBeside(SIGBUS, once);
+        raise(SIGBUS);
+        if (calls == 1) raise(SIGBUS);
+      },
+      KilledBySignal(SIGBUS), "");
+#if !defined(__SANITIZE_ADDRESS__)
+  // To throw out of the heap's functions would leave them locked.
+  EXPECT_EXIT(
+      (EnableBeside(SIGSEGV, byDefault), StructuredException::Enable(), free(Unknown(reinterpret_cast<void*>(16)))),
+      KilledBySignal(SIGSEGV), "");
+#endif
+}
+
+TEST(StructuredExceptions, GiveTheStackOfAThreadBackWhole) {
+  SKIP_WITHOUT_FAULTS();
+  constexpr std::size_t size = 2u << 20;
+  test::RunOnStack(size, [] { StructuredException::Enable(); });
+  // The same stack, as a rule.
+  test::RunOnStack(size, [] {
+    char volatile used[size - (16 << 10)];
+    for (std::size_t i = sizeof used; i > 1024; i -= 1024) used[i - 1] = 0;
+  });
+}
+
 }  // namespace
 }  // namespace ZaM
