@@ -10,7 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/failing_allocation.h"
 #include "zam/foundation/library_texts.h"
 #include "zam/foundation/messages.h"
 #include "zam/platform/unicode.h"
@@ -119,16 +118,6 @@ TEST(LibraryTexts, HoldTheTextsThatOnlyProgramsAskFor) {
     EXPECT_TRUE(detail::LibraryModule()->FindText(missing).empty()) << missing;
   }
   EXPECT_TRUE(detail::LibraryModule()->GetPath().ends_with(u"/zam/zam.mod"));
-}
-
-TEST(Exceptions, GiveAnEmptySentenceWhereThereIsNoMemoryForOne) {
-  FileIOException const failure(2003, u"a path that doesn't fit into a string without an allocation");
-  for (std::size_t n = 0;; ++n) {
-    test::FailingAllocation const failing(n);
-    bool const empty = failure.GetErrorDescription().empty();
-    EXPECT_EQ(empty, failing.HasFailed());
-    if (!failing.HasFailed()) break;
-  }
 }
 
 }  // namespace

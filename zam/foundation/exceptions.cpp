@@ -136,13 +136,26 @@ wstring OrNothing(Make make) {
 
 }  // namespace
 
+detail::SharedText::SharedText(wstring const& given) try
+    : text(given.empty() ? nullptr : std::make_shared<wstring const>(given)) {
+} catch (std::bad_alloc const&) {
+  throw BaseException(5);
+}
+
+wstring const& detail::SharedText::Get() const noexcept {
+  // Never destroyed: a program's last static objects may still ask.
+  alignas(wstring) static std::byte storage[sizeof(wstring)];
+  static wstring const& nothing = *new (storage) wstring;
+  return text ? *text : nothing;
+}
+
 BaseException::~BaseException() = default;
 
 const wstring BaseException::GetErrorDescription() const {
   return OrNothing([&]() -> wstring {
     // The program's own words about what it doesn't support: neither formatted nor cut.
-    if (errorId == 25 && !text.empty()) return text;
-    return Cut(BaseSentence(errorId, text), ordinaryCapacity);
+    if (errorId == 25 && !Detail().empty()) return Detail();
+    return Cut(BaseSentence(errorId, Detail()), ordinaryCapacity);
   });
 }
 
@@ -159,7 +172,7 @@ const wstring XMLFormatException::GetErrorDescription() const {
     Message const message = id == 9    ? Message::XmlFormatUpdate
                             : id == 10 ? Message::XmlSavedByNewerVersion
                                        : Message::XmlFormat;
-    return Cut(With(message, node), shortCapacity);
+    return Cut(With(message, node.Get()), shortCapacity);
   });
 }
 
@@ -167,17 +180,17 @@ const wstring FileIOException::GetErrorDescription() const {
   return OrNothing([&]() -> wstring {
     switch (GetErrorId()) {
       case 2001:
-        return With(Message::FileWrite, path);
+        return With(Message::FileWrite, GetPathname());
       case 2002:
-        return With(Message::FileCreate, path);
+        return With(Message::FileCreate, GetPathname());
       case 2003:
-        return With(Message::FileOpen, path);
+        return With(Message::FileOpen, GetPathname());
       case 2004:
-        return With(Message::FileRead, path, Message::UnnamedFileRead);
+        return With(Message::FileRead, GetPathname(), Message::UnnamedFileRead);
       case 25:
-        return With(Message::FileFormat, path);
+        return With(Message::FileFormat, GetPathname());
       default:
-        return u"FileIOException " + Decimal(GetErrorId()) + u", Filename: " + path;
+        return u"FileIOException " + Decimal(GetErrorId()) + u", Filename: " + GetPathname();
     }
   });
 }
@@ -198,7 +211,7 @@ const wstring CollectionException::GetErrorDescription() const {
       case 1002:
         return Cut(With(Message::ItemIdNotFound, wrongId), collectionCapacity);
       case 1003:
-        return Cut(With(Message::ItemNameNotFound, wrongName), collectionCapacity);
+        return Cut(With(Message::ItemNameNotFound, wrongName.Get()), collectionCapacity);
       default:
         return Cut(With(Message::CollectionNumber, GetErrorId()), collectionCapacity);
     }

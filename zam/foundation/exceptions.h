@@ -13,18 +13,38 @@
 // carries it: 25 is one case in BaseException and another in FileIOException, and BaseException(20) doesn't say that
 // anything was cancelled. A number without a case of its own gets its class's sentence for unknown numbers.
 //
+// Copying an exception never fails: copies share their texts. Where there is no memory for the text of a new exception,
+// its constructor throws BaseException with id 5, which then is what a `throw` throws.
+//
 // StructuredException, which a fault of the processor becomes, has a header of its own.
 #ifndef ZAM_FOUNDATION_EXCEPTIONS_H
 #define ZAM_FOUNDATION_EXCEPTIONS_H
 
 #include <cstdint>
+#include <memory>
 #include <string>
-#include <utility>
 
 #include "zam/foundation/export.h"
 #include "zam/foundation/types.h"
 
 namespace ZaM {
+
+namespace detail {
+
+/// A text that an exception carries.
+class ZAM_EXPORT SharedText {
+ public:
+  SharedText() = default;
+  /// Throws BaseException with id 5 when memory runs out.
+  explicit SharedText(wstring const& given);
+
+  [[nodiscard]] wstring const& Get() const noexcept;
+
+ private:
+  std::shared_ptr<wstring const> text;  // null where it is empty
+};
+
+}  // namespace detail
 
 /// The root of the family, and the failures that need no more than a message.
 ///
@@ -54,11 +74,11 @@ class ZAM_EXPORT BaseException {
 
  protected:
   /// The message that the exception was made with, for sentences of derived classes.
-  [[nodiscard]] wstring const& Detail() const { return text; }
+  [[nodiscard]] wstring const& Detail() const { return text.Get(); }
 
  private:
   std::int32_t errorId;
-  wstring text;  // empty without one
+  detail::SharedText text;  // empty without one
 };
 
 /// An index beyond the elements it should name. Number 8; others give "ZaM exception number …".
@@ -93,7 +113,7 @@ class ZAM_EXPORT XMLFormatException : public BaseException {
   [[nodiscard]] const wstring GetErrorDescription() const override;
 
  private:
-  wstring node;
+  detail::SharedText node;
 };
 
 /// A file that couldn't be used.
@@ -110,10 +130,10 @@ class ZAM_EXPORT FileIOException : public BaseException {
   [[nodiscard]] const wstring GetErrorDescription() const override;
 
   /// The path, empty without one. Valid as long as the exception.
-  [[nodiscard]] wstring const& GetPathname() const { return path; }
+  [[nodiscard]] wstring const& GetPathname() const { return path.Get(); }
 
  private:
-  wstring path;
+  detail::SharedText path;
 };
 
 /// The user's wish to stop, as an application's call-back reported it.
@@ -141,7 +161,7 @@ class ZAM_EXPORT CollectionException : public BaseException {
   CollectionException(std::int32_t id, std::int32_t itemId) : BaseException(id), wrongId(itemId) {}
 
   /// Number 1003: no item with this name.
-  CollectionException(std::int32_t id, wstring itemName) : BaseException(id), wrongName(std::move(itemName)) {}
+  CollectionException(std::int32_t id, wstring itemName) : BaseException(id), wrongName(itemName) {}
 
   /// Names the index and the greatest one allowed, the id or the name. Cut to 255 units.
   [[nodiscard]] const wstring GetErrorDescription() const override;
@@ -151,7 +171,7 @@ class ZAM_EXPORT CollectionException : public BaseException {
   std::int32_t wrongIndex = 0;
   std::int32_t itemCount = 0;
   std::int32_t wrongId = 0;
-  wstring wrongName;
+  detail::SharedText wrongName;
 };
 
 /// An operation on an XML stream that its state doesn't allow.

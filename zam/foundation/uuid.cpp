@@ -75,11 +75,11 @@ void ZaMUuidCreate(_ZAMGUID* uuid) {
 }
 
 void ZaMUuidFromString(wstring const& text, _ZAMGUID* uuid) {
-  static_cast<void>(text.at(0));
   Bytes bytes = {};
-  if (!parse(text, bytes)) {
-    ReportOutOfMemory([] { throw BaseException(1, u"Invalid UUID passed to ZaMUuidFromString"); });
-  }
+  ReportOutOfMemory([&] {  // for the texts of the exceptions
+    static_cast<void>(text.at(0));
+    if (!parse(text, bytes)) throw BaseException(1, u"Invalid UUID passed to ZaMUuidFromString");
+  });
   *uuid = recordOf(bytes);
 }
 

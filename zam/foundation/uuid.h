@@ -30,8 +30,8 @@ ZAM_EXPORT void ZaMUuidCreate(_ZAMGUID* uuid);
 ///
 ///     f81d4fae-7dec-11d0-a765-00a0c91e6bf6
 ///
-/// Throws std::out_of_range for an empty text, and BaseException with id 1 for any other that isn't of this form;
-/// `uuid` is untouched then.
+/// Throws std::out_of_range for an empty text, and BaseException with id 1 for any other that isn't of this form, or
+/// with id 5 where there is no memory for that; `uuid` is untouched then.
 ZAM_EXPORT void ZaMUuidFromString(wstring const& text, _ZAMGUID* uuid);
 
 /// The text form with digits in lower case; `uuid` must not be null. Throws BaseException with id 5 when memory runs
