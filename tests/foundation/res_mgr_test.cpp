@@ -159,19 +159,22 @@ TEST_F(ResMgrTest, SatellitesOutliveEveryHandleThatWasGiven) {
 TEST_F(ResMgrTest, WithoutMemoryTheBuiltInTextsRemain) {
   AddSatellite("de", u"German");
   test::ScopedVariable const language("Telvo Components Language", "de-DE");
-  int failures = 0;
-  for (bool failed = true; failed; ++failures) {
-    ResMgr resources;
-    {
-      test::FailingAllocation const failing(static_cast<std::size_t>(failures));
-      resources.Init(&module);
-      failed = failing.HasFailed();
-    }
-    bool const german = resources.GetLanguage() == wstring(u"de");
-    EXPECT_TRUE(resources.GetString(1) == (german ? u"German" : u"built-in %s"));
-    EXPECT_TRUE(german || failed);
-  }
-  EXPECT_GT(failures, 5);
+  std::optional<ResMgr> resources;
+  auto const initialise = [&] { resources.emplace().Init(&module); };
+  auto const isGermanOrBuiltIn = [&] {
+    bool const german = resources->GetLanguage() == wstring(u"de");
+    EXPECT_TRUE(resources->GetString(1) == (german ? u"German" : u"built-in %s"));
+    resources.reset();
+  };
+  EXPECT_GT(test::FailEachAllocation(initialise, isGermanOrBuiltIn, {.ids = {0}, .mayKeepMemory = true}), 5U);
+  ASSERT_EQ(resources->GetString(1), u"German");
+
+  // A handle is never left without its owner.
+  ResMgr assigned;
+  assigned.Init(&module);
+  HINSTANCE const former = assigned.GetResourceHandle();
+  test::FailEachAllocation([&] { assigned = *resources; }, [&] { EXPECT_EQ(assigned.GetResourceHandle(), former); },
+                           {.ids = {test::badAlloc}});
 }
 
 }  // namespace

@@ -26,11 +26,6 @@ struct BayesClassifier::Work {
   std::vector<float> scoresByClass;  // one per class id up to the greatest, if full results are wanted
 };
 
-// Copied before anything is changed: the lists must never differ in length.
-BayesClassifier& BayesClassifier::operator=(BayesClassifier const& other) {
-  return *this = ReportOutOfMemory([&] { return BayesClassifier(other); });
-}
-
 BayesClassifier::~BayesClassifier() = default;
 
 void BayesClassifier::DoAlgorithm(Control* control) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "zam/algorithms/bayes_control.h"
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
 #include "zam/foundation/ref.h"
 #include "zam/model/algorithm.h"
@@ -55,7 +56,7 @@ class ZAM_EXPORT BayesClassifier : public Algorithm {
   BayesClassifier(BayesClassifier const&) = default;
   BayesClassifier(BayesClassifier&&) = default;
   /// Member by member; changes nothing when memory runs out.
-  BayesClassifier& operator=(BayesClassifier const& other);
+  BayesClassifier& operator=(BayesClassifier const& other) { return *this = BayesClassifier(other); }
   BayesClassifier& operator=(BayesClassifier&&) = default;
   ~BayesClassifier() override;
 
@@ -76,6 +77,8 @@ class ZAM_EXPORT BayesClassifier : public Algorithm {
   bool Load(std::basic_istream<char>* stream) override;
 
  private:
+  template <class Entry>
+  using List = detail::Reporting<std::vector<Entry>>;
   struct Work;
 
   void learn(BayesControl const& control);
@@ -99,12 +102,12 @@ class ZAM_EXPORT BayesClassifier : public Algorithm {
   bool doBatch = true;
   bool doNormalize = false;
   unsigned int maxResults = 3;
-  unsigned int maxClassId = 1;                        // the greatest ever seen: outlives the list of classes
-  std::vector<Representation*> classRepresentations;  // not owned
-  std::vector<unsigned int> classIds;                 // parallel to classRepresentations
-  CallBack* callBack = nullptr;                       // not owned
-  std::vector<unsigned int> scoredIds;                // the class ids above 0, ascending, each once
-  std::vector<std::size_t> scoreIndices;              // parallel to classIds: the place in scoredIds; unused for id 0
+  unsigned int maxClassId = 1;                 // the greatest ever seen: outlives the list of classes
+  List<Representation*> classRepresentations;  // not owned
+  List<unsigned int> classIds;                 // parallel to classRepresentations
+  CallBack* callBack = nullptr;                // not owned
+  List<unsigned int> scoredIds;                // the class ids above 0, ascending, each once
+  List<std::size_t> scoreIndices;              // parallel to classIds: the place in scoredIds; unused for id 0
 };
 
 }  // namespace ZaM

@@ -24,11 +24,6 @@ std::int32_t toIndex(std::size_t number) {
 
 }  // namespace
 
-// Copied before anything is changed: the vectors must fit each other.
-PcaAnalyzer& PcaAnalyzer::operator=(PcaAnalyzer const& other) {
-  return *this = ReportOutOfMemory([&] { return PcaAnalyzer(other); });
-}
-
 PcaAnalyzer::~PcaAnalyzer() {
   deallocate();
 }

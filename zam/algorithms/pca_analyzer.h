@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "zam/algorithms/pca_control.h"
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
 #include "zam/model/algorithm.h"
 #include "zam/model/representation.h"
@@ -74,7 +75,7 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
   PcaAnalyzer(PcaAnalyzer const&) = default;
   PcaAnalyzer(PcaAnalyzer&&) = default;
   /// Member by member; changes nothing when memory runs out.
-  PcaAnalyzer& operator=(PcaAnalyzer const& other);
+  PcaAnalyzer& operator=(PcaAnalyzer const& other) { return *this = PcaAnalyzer(other); }
   PcaAnalyzer& operator=(PcaAnalyzer&&) = default;
   ~PcaAnalyzer() override;
 
@@ -101,6 +102,8 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
   bool Load(std::basic_istream<char>* stream) override;
 
  private:
+  template <class Entry>
+  using List = detail::Reporting<std::vector<Entry>>;
   struct Sums;
   class Projection;
 
@@ -156,12 +159,12 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
   unsigned int exampleCount = 0;  // the divisor of all centring; 0 if there is no model
   double gramTotal = 0.0;
   double epsilon = 1e-6;
-  std::vector<std::int8_t> activity;              // one per example
-  std::vector<double> gramRowSums;                // maxExamples entries once allocated
-  std::vector<double> eigenValues;                // dimension + 1 entries once allocated
-  std::vector<std::vector<double>> gram;          // a lower triangle; empty rows where nothing was computed
-  std::vector<std::vector<double>> eigenVectors;  // dimension + 1 rows of maxExamples entries, or empty ones
-  std::vector<Representation*> examples;          // not owned
+  List<std::int8_t> activity;              // one per example
+  List<double> gramRowSums;                // maxExamples entries once allocated
+  List<double> eigenValues;                // dimension + 1 entries once allocated
+  List<std::vector<double>> gram;          // a lower triangle; empty rows where nothing was computed
+  List<std::vector<double>> eigenVectors;  // dimension + 1 rows of maxExamples entries, or empty ones
+  List<Representation*> examples;          // not owned
   RepTag representationTag = Representation::GetDefaultTag();
   RepTag resultTag = Representation::GetDefaultTag();
 };

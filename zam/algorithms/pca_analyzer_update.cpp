@@ -78,7 +78,7 @@ void PcaAnalyzer::checkChange(bool removing) const {
   }
   if (!marked) return;
   checkCapacity(maxExamples);
-  if (!complete) throw BaseException(53, u"Gram matrix of the examples");
+  if (!complete) ReportOutOfMemory([] { throw BaseException(53, u"Gram matrix of the examples"); });
 }
 
 bool PcaAnalyzer::prepareInsert() {

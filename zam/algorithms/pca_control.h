@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
 #include "zam/model/algorithm.h"
 #include "zam/model/representation.h"
@@ -25,11 +26,14 @@ class Node;
 ///
 /// Owning: examples and source node are plain pointers, which copies share. The examples have to live as long as an
 /// analyzer that has taken them may use them; the source node, during the run.
+/// Errors: BaseException with id 5 when memory runs out for a vector, or for those of a copy; nothing is changed then.
 class ZAM_EXPORT PcaControl : public Control {
  public:
   PcaControl() = default;
   PcaControl(PcaControl const&) = default;
-  PcaControl& operator=(PcaControl const&) = default;
+  PcaControl(PcaControl&&) = default;
+  PcaControl& operator=(PcaControl const& other) { return *this = PcaControl(other); }
+  PcaControl& operator=(PcaControl&&) = default;
   ~PcaControl() override;
 
   /// Whether the analyzer takes over the example and the activity vector. Both are empty afterwards if it did, which it
@@ -122,8 +126,8 @@ class ZAM_EXPORT PcaControl : public Control {
   double epsilon = 1e-6;
   RepTag representationTag = Representation::GetDefaultTag();
   RepTag resultTag = Representation::GetDefaultTag();
-  std::vector<Representation*> exampleVector;  // not owned
-  std::vector<std::int8_t> activityVector;
+  detail::Reporting<std::vector<Representation*>> exampleVector;  // not owned
+  detail::Reporting<std::vector<std::int8_t>> activityVector;
   Node* sourceNode = nullptr;  // not owned
 };
 

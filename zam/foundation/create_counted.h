@@ -35,6 +35,27 @@ auto CreateCounted(Make make) {
   return object;
 }
 
+namespace detail {
+
+/// A container as a field of a class that can be copied. A copy for which there is no memory ends in BaseException with
+/// id 5, so that the class needs no copy constructor of its own for that; a failed assignment changes nothing.
+template <class Container>
+class Reporting : public Container {
+ public:
+  using Container::Container;
+  Reporting() = default;
+  /// Copies.
+  Reporting(Container const& other) : Container(ReportOutOfMemory([&] { return Container(other); })) {}
+  /// Takes over.
+  Reporting(Container&& other) noexcept : Container(std::move(other)) {}
+  Reporting(Reporting const& other) : Reporting(static_cast<Container const&>(other)) {}
+  Reporting(Reporting&&) noexcept = default;
+  Reporting& operator=(Reporting const& other) { return *this = Reporting(other); }
+  Reporting& operator=(Reporting&&) noexcept = default;
+  ~Reporting() = default;
+};
+
+}  // namespace detail
 }  // namespace ZaM
 
 #endif

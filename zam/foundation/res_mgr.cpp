@@ -57,6 +57,15 @@ wstring Format(std::u16string_view text, Arguments const& arguments) {
 
 }  // namespace
 
+// The satellites first, since their copy alone may fail: a handle is never without its owner.
+ResMgr& ResMgr::operator=(ResMgr const& other) {
+  satellites = std::vector(other.satellites);
+  moduleHandle = other.moduleHandle;
+  satelliteHandle = other.satelliteHandle;
+  std::ranges::copy(other.language, language);
+  return *this;
+}
+
 void ResMgr::Init(HINSTANCE module) {
   Init(module, true);
 }

@@ -46,7 +46,8 @@ class ZAM_EXPORT ResMgr {
  public:
   ResMgr() = default;
   ResMgr(ResMgr const&) = default;
-  ResMgr& operator=(ResMgr const&) = default;
+  /// Changes nothing when memory runs out.
+  ResMgr& operator=(ResMgr const& other);
   ~ResMgr() = default;
 
   /// The same as `Init(module, true)`.

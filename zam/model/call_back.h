@@ -2,6 +2,7 @@
 #ifndef ZAM_MODEL_CALL_BACK_H
 #define ZAM_MODEL_CALL_BACK_H
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
 #include "zam/foundation/types.h"
 
@@ -17,11 +18,16 @@ namespace ZaM {
 /// value down.
 ///
 /// Threads: called on the thread of the algorithm; there is no lock.
+/// Errors:  BaseException with id 5 when memory runs out for the status, or for that of a copy; nothing is changed
+/// then.
 class ZAM_EXPORT CallBack {
  public:
   CallBack() = default;
   CallBack(CallBack const&) = default;
-  CallBack& operator=(CallBack const&) = default;
+  CallBack(CallBack&&) = default;
+  /// Changes nothing when memory runs out.
+  CallBack& operator=(CallBack const& other) { return *this = CallBack(other); }
+  CallBack& operator=(CallBack&&) = default;
   virtual ~CallBack();
 
   /// Moves the current value, and the maximum with it where it is exceeded.
@@ -50,7 +56,7 @@ class ZAM_EXPORT CallBack {
  private:
   unsigned int current = 0;  // never above maximum
   unsigned int maximum = 0;
-  wstring status;
+  detail::Reporting<wstring> status;
 };
 
 }  // namespace ZaM

@@ -36,6 +36,15 @@ DocumentNode* DocumentNode::Create(unsigned int classId, DocumentNode* parent) {
   return CreateCounted([=] { return new DocumentNode(classId, parent); });
 }
 
+// The children first, since their copy alone may fail.
+DocumentNode& DocumentNode::operator=(DocumentNode const& other) {
+  children = other.children;
+  Composite::operator=(other);
+  classId = other.classId;
+  parentDocument = other.parentDocument;
+  return *this;
+}
+
 DocumentNode::~DocumentNode() {
   // What runs while a child ends may still add and remove children here.
   while (!children.empty()) {

@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
 #include "zam/model/composite.h"
 #include "zam/model/representation.h"
@@ -34,7 +35,7 @@ class ZAM_EXPORT DocumentNode : public Composite {
   static DocumentNode* Create(unsigned int classId, DocumentNode* parent);
 
   DocumentNode(DocumentNode const&) = default;
-  DocumentNode& operator=(DocumentNode const&) = default;
+  DocumentNode& operator=(DocumentNode const& other);
 
   /// Appends `child`, and makes this node its parent if it is a DocumentNode. The caller's reference passes to this
   /// node. A child that is added twice is released twice.
@@ -79,9 +80,9 @@ class ZAM_EXPORT DocumentNode : public Composite {
   ~DocumentNode() override;
 
  private:
-  unsigned int classId = 0;                // 0: no class
-  DocumentNode* parentDocument = nullptr;  // not owned
-  std::vector<Node*> children;             // one reference to each is ours
+  unsigned int classId = 0;                        // 0: no class
+  DocumentNode* parentDocument = nullptr;          // not owned
+  detail::Reporting<std::vector<Node*>> children;  // one reference to each is ours
 };
 
 }  // namespace ZaM

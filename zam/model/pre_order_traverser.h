@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
 #include "zam/model/document_node.h"
 
@@ -52,7 +53,7 @@ class ZAM_EXPORT PreOrderTraverser<DocumentNode> {
   ~PreOrderTraverser() = default;
 
  private:
-  std::vector<DocumentNode*> waiting;  // documents still to be given, the next one last
+  detail::Reporting<std::vector<DocumentNode*>> waiting;  // documents still to be given, the next one last
 };
 
 }  // namespace ZaM

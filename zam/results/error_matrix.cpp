@@ -33,9 +33,7 @@ ErrorMatrix::ErrorMatrix(unsigned int classes)
 
 // Copied before anything is changed: the totals must never differ in their number of classes.
 ErrorMatrix& ErrorMatrix::operator=(ErrorMatrix const& other) {
-  auto copies = ReportOutOfMemory([&] {
-    return std::tuple(other.classCount, other.classImported, other.classExported, other.diagonal, other.offDiagonal);
-  });
+  std::tuple copies(other.classCount, other.classImported, other.classExported, other.diagonal, other.offDiagonal);
   Node::operator=(other);
   Representation::operator=(other);
   correct = other.correct;

@@ -6,6 +6,7 @@
 #include <map>
 #include <vector>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
 #include "zam/model/node.h"
 #include "zam/model/representation.h"
@@ -80,6 +81,8 @@ class ZAM_EXPORT ErrorMatrix : public Node, public Representation {
   ~ErrorMatrix() override;
 
  private:
+  using Totals = detail::Reporting<std::vector<unsigned int>>;
+
   bool holds(unsigned int trueClass, unsigned int assignedClass) const;
   std::uint64_t key(unsigned int trueClass, unsigned int assignedClass) const;
   void countCell(unsigned int trueClass, unsigned int assignedClass);
@@ -88,12 +91,12 @@ class ZAM_EXPORT ErrorMatrix : public Node, public Representation {
   unsigned int incorrect = 0;
   unsigned int rejected = 0;
   unsigned int docCount = 0;
-  std::vector<unsigned int> classCount;     // per true class
-  std::vector<unsigned int> classImported;  // per assigned class
-  std::vector<unsigned int> classExported;  // per true class
-  std::vector<unsigned int> diagonal;
+  Totals classCount;     // per true class
+  Totals classImported;  // per assigned class
+  Totals classExported;  // per true class
+  Totals diagonal;
   // The other cells by their key. With 32 bits, as the ids have, cells would share keys above 65,536 classes.
-  std::map<std::uint64_t, unsigned int> offDiagonal;
+  detail::Reporting<std::map<std::uint64_t, unsigned int>> offDiagonal;
 };
 
 }  // namespace ZaM

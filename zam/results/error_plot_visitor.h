@@ -4,6 +4,7 @@
 
 #include <map>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
 #include "zam/model/representation.h"
 #include "zam/model/visitor.h"
@@ -44,7 +45,10 @@ class ZAM_EXPORT ErrorPlotVisitor : public Visitor {
   /// Looks for results under the tag of `SparseResult`, and knows no plots.
   ErrorPlotVisitor();
   ErrorPlotVisitor(ErrorPlotVisitor const&) = default;
-  ErrorPlotVisitor& operator=(ErrorPlotVisitor const&) = default;
+  ErrorPlotVisitor(ErrorPlotVisitor&&) = default;
+  /// Changes nothing when memory runs out.
+  ErrorPlotVisitor& operator=(ErrorPlotVisitor const& other) { return *this = ErrorPlotVisitor(other); }
+  ErrorPlotVisitor& operator=(ErrorPlotVisitor&&) = default;
   ~ErrorPlotVisitor() override;
 
   /// Takes `node` in if it is a DocumentNode.
@@ -61,7 +65,7 @@ class ZAM_EXPORT ErrorPlotVisitor : public Visitor {
   void attachPlot(DocumentNode& carrier);
 
   RepTag resultTag;
-  std::map<unsigned int, ErrorPlot*> plots;  // by class id; none of the references is ours
+  detail::Reporting<std::map<unsigned int, ErrorPlot*>> plots;  // by class id; none of the references is ours
 };
 
 }  // namespace ZaM

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
 #include "zam/model/representation.h"
 #include "zam/results/external_rep_factory.h"
@@ -22,7 +23,8 @@ namespace ZaM {
 ///           the registry is empty and stays usable, so that static objects that end later may still look for a
 ///           factory or remove theirs; one that is added so late is never released.
 /// Threads:  no lock. Factories are added and removed from one thread, while no other one looks for any.
-/// Errors:   looking for what isn't there gives null, and removing it does nothing.
+/// Errors:   looking for what isn't there gives null, and removing it does nothing. BaseException with id 5 when memory
+///           runs out, with nothing changed.
 ///
 /// Copying is possible, but a copy would release the same factories once more when it ends.
 class ZAM_EXPORT ExternalRepFactoryPlatform {
@@ -38,8 +40,7 @@ class ZAM_EXPORT ExternalRepFactoryPlatform {
   /// Adds a factory, unless one with its tag is there: then `factory` is released at once, so that it must not be used
   /// any more. That is so for a factory that is added a second time, too: it loses a reference and stays listed. Null
   /// is passed over. Returns the number of factories.
-  /// What the factories throw passes through. Throws BaseException with id 5 when memory runs out; `factory` then
-  /// still belongs to the caller.
+  /// What the factories throw passes through. When memory runs out `factory` still belongs to the caller.
   unsigned int AddFactory(ExternalRepFactory* factory);
 
   /// The number of factories.
@@ -67,7 +68,7 @@ class ZAM_EXPORT ExternalRepFactoryPlatform {
   void remove(Matches matches) noexcept;
   void releaseAll() noexcept;
 
-  std::vector<ExternalRepFactory*> factories;  // in the order of their adding; never null
+  detail::Reporting<std::vector<ExternalRepFactory*>> factories;  // in the order of their adding; never null
 };
 
 }  // namespace ZaM

@@ -32,7 +32,7 @@ FullResult* FullResult::Create() {
 }
 
 FullResult& FullResult::operator=(FullResult const& other) {
-  auto copies = ReportOutOfMemory([&] { return std::pair(other.results, other.bestResults); });
+  std::pair copies(other.results, other.bestResults);
   Result::operator=(other);
   std::tie(results, bestResults) = std::move(copies);
   return *this;

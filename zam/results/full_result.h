@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
 #include "zam/results/result.h"
 #include "zam/xml/xml_sax_callback.h"
@@ -100,8 +101,9 @@ class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
  private:
   void replaceSlots(std::vector<FullResultItem> items);
 
-  std::vector<FullResultItem> results;     // slot i belongs to class id i; at most MaxSlots
-  std::vector<IndexedResult> bestResults;  // the answer of GetBestResults; empty when there is none to keep
+  detail::Reporting<std::vector<FullResultItem>> results;  // slot i belongs to class id i; at most MaxSlots
+  detail::Reporting<std::vector<IndexedResult>>
+      bestResults;  // the answer of GetBestResults; empty when there is none to keep
 };
 
 }  // namespace ZaM

@@ -1,7 +1,6 @@
 #include "zam/results/sparse_result.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/ref.h"
@@ -34,9 +33,8 @@ SparseResult* SparseResult::Create() {
 }
 
 SparseResult& SparseResult::operator=(SparseResult const& other) {
-  auto copy = ReportOutOfMemory([&] { return other.results; });
+  results = other.results;  // first, since this alone may fail
   Result::operator=(other);
-  results = std::move(copy);
   places.clear();
   return *this;
 }
@@ -44,7 +42,7 @@ SparseResult& SparseResult::operator=(SparseResult const& other) {
 SparseResult::~SparseResult() = default;
 
 void SparseResult::SetResults(std::vector<IndexedResult> const& items) {
-  results = ReportOutOfMemory([&] { return std::vector(items); });
+  results = items;
   places.clear();
 }
 

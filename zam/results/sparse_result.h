@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
 #include "zam/results/result.h"
 #include "zam/xml/xml_sax_callback.h"
@@ -95,9 +96,9 @@ class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
   IndexedResult* findInGroup(unsigned int classId, eResultType type);
   void append(unsigned int classId, float value, eResultType type);
 
-  std::vector<IndexedResult> results;
+  detail::Reporting<std::vector<IndexedResult>> results;
   // Of a long list, the place of the first entry of each class id and group. Empty where it would have to be made anew.
-  std::unordered_map<std::uint64_t, std::size_t> places;
+  detail::Reporting<std::unordered_map<std::uint64_t, std::size_t>> places;
 };
 
 }  // namespace ZaM
