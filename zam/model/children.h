@@ -15,12 +15,12 @@ namespace ZaM {
 ///     for (Node* child : Children(*document)) …
 ///
 /// There is one walk in it: `begin` starts it anew. It owns the iterator that it takes from `CreateIterator`, and is
-/// empty where that gives null. Children must not be added or removed during the walk; a null among them is delivered
-/// as it stands.
+/// empty for a class without one; where memory runs out it throws BaseException with id 5. Children must not be added
+/// or removed during the walk; a null among them is delivered as it stands.
 class Children {
  public:
   /// Takes an iterator from `parent`, which has to outlive the range.
-  explicit Children(Composite& parent) : walk(parent.CreateIterator()) {}
+  explicit Children(Composite& parent) : walk(detail::CreateWalk(parent)) {}
 
   /// The place of a walk; at the end when it equals `std::default_sentinel`.
   class Place {

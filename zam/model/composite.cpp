@@ -6,6 +6,7 @@
 
 #include "zam/foundation/create_counted.h"
 #include "zam/model/iterator.h"
+#include "zam/model/iterator_memory.h"
 #include "zam/model/visitor.h"
 #include "zam/platform/stack.h"
 
@@ -112,7 +113,7 @@ class NestingGuard {
 /// what DeepWalk::Over has answered for the composite.
 template <class Ask>
 bool walkChildren(Composite& composite, DeepWalk* deepWalk, Task const& task, Ask const& ask) {
-  IteratorHandle children(composite.CreateIterator());
+  IteratorHandle children(detail::CreateWalk(composite));
   if (!children) return true;
   if (deepWalk) {
     deepWalk->Add(std::move(children));
@@ -129,6 +130,15 @@ bool walkChildren(Composite& composite, DeepWalk* deepWalk, Task const& task, As
 }
 
 }  // namespace
+
+thread_local constinit bool detail::iteratorLacksMemory = false;
+
+Iterator* detail::CreateWalk(Composite& composite) {
+  iteratorLacksMemory = false;
+  Iterator* const walk = composite.CreateIterator();
+  if (!walk && iteratorLacksMemory) throw BaseException(5);
+  return walk;
+}
 
 Composite::~Composite() = default;
 

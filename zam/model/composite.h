@@ -28,12 +28,13 @@ class ZAM_EXPORT Composite : public Node {
   Composite* GetComposite() override;
 
   /// Calls `visitor->DoVisit(this)`, and only then lists the children and calls `Visit` on each: children that the
-  /// visitor adds here are visited too. Without an iterator the walk ends there.
-  /// Exceptions of the visitor pass through; throws BaseException with id 5 if a very deep walk finds no memory.
+  /// visitor adds here are visited too. A class without an iterator ends the walk there.
+  /// Exceptions of the visitor pass through; throws BaseException with id 5 if there is no memory for one of the
+  /// library's iterators, or for a very deep walk.
   void Visit(Visitor* visitor) override;
 
   /// Calls `Save` on each child up to the first that answers false, and returns whether all answered true. Writes
-  /// nothing of the composite itself. True without an iterator. Exceptions as for `Visit`.
+  /// nothing of the composite itself. True for a class without an iterator. Exceptions as for `Visit`.
   bool Save(std::basic_ostream<char>* stream) override;
 
   /// The same walk with `Load`: a tree is loaded into a tree of the same shape that exists already.
@@ -56,6 +57,13 @@ class ZAM_EXPORT Composite : public Node {
   ~Composite() override;
 };
 
+namespace detail {
+
+/// What `composite.CreateIterator()` gives. Throws BaseException with id 5 if that is null because there is no memory
+/// for an iterator of the library.
+[[nodiscard]] ZAM_EXPORT Iterator* CreateWalk(Composite& composite);
+
+}  // namespace detail
 }  // namespace ZaM
 
 #endif

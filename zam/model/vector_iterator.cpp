@@ -2,10 +2,12 @@
 
 #include <new>
 
+#include "zam/model/iterator_memory.h"
+
 namespace ZaM {
 
 VectorIterator* VectorIterator::Create(std::vector<Node*>& nodes) {
-  return new (std::nothrow) VectorIterator(nodes);
+  return detail::Noted(new (std::nothrow) VectorIterator(nodes));
 }
 
 }  // namespace ZaM

@@ -2,12 +2,13 @@
 
 #include <new>
 
+#include "zam/model/iterator_memory.h"
 #include "zam/xml/xml_node.h"
 
 namespace ZaM {
 
 ListIterator* ListIterator::Create(std::list<XmlNode*>& nodes) {
-  return new (std::nothrow) ListIterator(nodes);
+  return detail::Noted(new (std::nothrow) ListIterator(nodes));
 }
 
 ListIterator::~ListIterator() = default;
