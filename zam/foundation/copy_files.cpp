@@ -48,7 +48,9 @@ class TreeCopy {
   }
 
   bool Enter(wstring const& source, wstring const& target, bool createTarget) {
-    if (!ZamFolderExists(target) && (!createTarget || !CreateFolder(target))) return false;
+    auto const status = platform::StatusOf(target);
+    bool const exists = status && status->isFolder;
+    if (!exists && (!createTarget || !CreateFolder(target))) return false;
     Level level{source + u'\\', target + u'\\', {}, {}, {}};
     level.sourceIdentity = IdentityOf(level.source);
     level.targetIdentity = IdentityOf(level.target);
@@ -70,9 +72,9 @@ class TreeCopy {
     wstring const source = level.source + entry.name;
     wstring const target = level.target + entry.name;
     if (entry.isFolder) return IsEntered(source) || Enter(source, target, true);
-    bool const copied = platform::CopyFile(source, target, !overwrite);
+    if (platform::CopyFile(source, target, {.failIfExists = !overwrite, .makeWritable = true})) return true;
     if (entry.isReadOnly) platform::MakeWritable(target);
-    return copied;
+    return false;
   }
 
   wstring const pattern;

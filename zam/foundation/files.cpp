@@ -76,9 +76,7 @@ bool CreateFolder(wstring path) noexcept {
 bool ZamCopyFile(wstring const& source, wstring const& target, bool failIfExists) noexcept {
   return detail::ResultOr(false, [&] {
     if (!failIfExists && IsReadOnly(target)) platform::MakeWritable(target);
-    bool const copied = platform::CopyFile(source, target, failIfExists);
-    if (copied && IsReadOnly(target)) platform::MakeWritable(target);
-    return copied;
+    return platform::CopyFile(source, target, {.failIfExists = failIfExists, .makeWritable = true});
   });
 }
 

@@ -42,8 +42,7 @@ Descriptor OpenToOverwrite(std::string const& path, struct stat const& source) {
   return file;
 }
 
-bool CopyBytes(int source, int target) {
-  std::vector<char> buffer(1 << 17);
+bool CopyBytes(int source, int target, std::vector<char>& buffer) {
   for (;;) {
     ssize_t const count = read(source, buffer.data(), buffer.size());
     if (count == 0) return true;
@@ -58,7 +57,8 @@ bool CopyBytes(int source, int target) {
 
 }  // namespace
 
-bool CopyFile(std::u16string_view source, std::u16string_view target, bool failIfExists) {
+bool CopyFile(std::u16string_view source, std::u16string_view target, CopyRules rules) {
+  std::vector<char> buffer(1 << 17);  // before the target is touched
   struct stat status = {};
   Descriptor const from = OpenRegular(OpenablePath(source), O_RDONLY, LOCK_SH, status);
   if (!from.IsOpen()) return false;
@@ -66,13 +66,17 @@ bool CopyFile(std::u16string_view source, std::u16string_view target, bool failI
   std::string const path = OpenablePath(target);
   Descriptor to = CreateNew(path, status.st_mode & 0777);
   bool const isNew = to.IsOpen();
-  if (!isNew && !failIfExists) to = OpenToOverwrite(path, status);
+  if (!isNew && !rules.failIfExists) to = OpenToOverwrite(path, status);
   if (!to.IsOpen()) return false;
 
   // Network file systems report at a close what they couldn't write.
-  bool const copied = CopyBytes(from.Number(), to.Number()) && close(fcntl(to.Number(), F_DUPFD_CLOEXEC, 0)) == 0;
+  bool const copied =
+      CopyBytes(from.Number(), to.Number(), buffer) && close(fcntl(to.Number(), F_DUPFD_CLOEXEC, 0)) == 0;
   timespec const times[] = {status.st_atim, status.st_mtim};
   if (copied) futimens(to.Number(), times);  // a copy without its time is a copy too
+  if (copied && rules.makeWritable && fstat(to.Number(), &status) == 0) {
+    fchmod(to.Number(), (status.st_mode & 07777) | S_IWUSR);
+  }
   if (!copied && isNew) unlink(path.c_str());
   return copied;
 }

@@ -27,6 +27,9 @@ class Descriptor {
   /// -1 for none; still owned by this object.
   [[nodiscard]] int Number() const { return number; }
 
+  /// Gives it up: the caller closes it.
+  [[nodiscard]] int Detach() { return std::exchange(number, -1); }
+
  private:
   int number = -1;
 };

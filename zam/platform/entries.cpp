@@ -63,7 +63,9 @@ bool Move(std::u16string_view source, std::u16string_view target) {
   std::string const to = OpenablePath(target);
   if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
   if (errno == EINVAL || errno == ENOSYS) return MoveInSteps(from, to);
-  if (errno != EXDEV || !IsOfType(from, S_IFREG) || !CopyFile(source, target, true)) return false;
+  if (errno != EXDEV || !IsOfType(from, S_IFREG) ||
+      !CopyFile(source, target, {.failIfExists = true, .makeWritable = false}))
+    return false;
   if (unlink(from.c_str()) == 0) return true;
   unlink(to.c_str());
   return false;

@@ -31,11 +31,17 @@ bool RemoveFile(std::u16string_view path);
 /// Moves a file or a folder; false if there is something named `target`. Files can be moved to another file system.
 bool Move(std::u16string_view source, std::u16string_view target);
 
+struct CopyRules {
+  bool failIfExists;
+  bool makeWritable;  // the copy, for its owner
+};
+
 /// Copies content, permissions and time of modification of a regular file. False, with the target as it was, if the
 /// target exists and `failIfExists` is set, if it is read-only (no write permission for the owner, whoever asks), if it
 /// is the source itself, no regular file, or in use by another reader or writer of the library. A new file that can't
-/// be completed is removed; an existing one keeps its permissions, and is left incomplete where writing fails.
-bool CopyFile(std::u16string_view source, std::u16string_view target, bool failIfExists);
+/// be completed is removed; an existing one keeps its permissions, and is left incomplete where writing fails. Throws
+/// std::bad_alloc with nothing changed.
+bool CopyFile(std::u16string_view source, std::u16string_view target, CopyRules rules);
 
 }  // namespace ZaM::platform
 

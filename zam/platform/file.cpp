@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "zam/platform/descriptor.h"
 #include "zam/platform/files.h"
 
 namespace ZaM::platform {
@@ -38,15 +39,12 @@ bool TryLock(int descriptor, int kind) {
 int CreateLocked(std::string const& path, unsigned int permissions) {
   std::size_t const separator = path.rfind('/');
   std::string const folder = separator == std::string::npos ? "." : path.substr(0, separator + 1);
-  int const descriptor = open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, permissions);
-  if (descriptor < 0) return -1;
-  std::string const unnamed = "/proc/self/fd/" + std::to_string(descriptor);
-  if (TryLock(descriptor, LOCK_EX) &&
-      linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) {
-    return descriptor;
-  }
-  close(descriptor);
-  return -1;
+  Descriptor file(open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, permissions));
+  if (!file.IsOpen()) return -1;
+  std::string const unnamed = "/proc/self/fd/" + std::to_string(file.Number());
+  bool const named = TryLock(file.Number(), LOCK_EX) &&
+                     linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+  return named ? file.Detach() : -1;
 }
 
 File& File::operator=(File&& other) noexcept {

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <memory>
+#include <new>
 
 #include "zam/platform/case_mapping.h"
 #include "zam/platform/descriptor.h"
@@ -84,7 +85,9 @@ std::optional<std::vector<std::string>> NamesInFolder(int folder) {
   int const second = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   std::unique_ptr<DIR, int (*)(DIR*)> const stream(second < 0 ? nullptr : fdopendir(second), &closedir);
   if (stream == nullptr) {
+    bool const lacksMemory = errno == ENOMEM;
     Descriptor const unused(second);
+    if (lacksMemory) throw std::bad_alloc();
     return std::nullopt;
   }
   std::vector<std::string> names;
