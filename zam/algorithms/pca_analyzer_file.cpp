@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <exception>
 #include <istream>
 #include <ostream>
 
@@ -46,8 +47,8 @@ void writeDoubles(std::ostream& stream, double const* numbers, std::size_t count
 std::size_t readBytes(std::istream& stream, char* bytes, std::size_t count) {
   try {
     stream.read(bytes, static_cast<std::streamsize>(count));
-  } catch (std::ios_base::failure const&) {
-    // The stream isn't good any more, which is all there is to report.
+  } catch (std::exception const&) {
+    // The stream isn't good any more, which is all there is to report: it passes on what its buffer throws.
   }
   return static_cast<std::size_t>(stream.gcount());
 }
@@ -101,7 +102,7 @@ bool PcaAnalyzer::Save(std::basic_ostream<char>* stream) try {
     for (std::size_t i = 0; i < examples.size(); ++i) saveGramRow(*stream, i);
   }
   return stream->good();
-} catch (std::ios_base::failure const&) {
+} catch (std::exception const&) {
   return false;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstddef>
+#include <exception>
 #include <istream>
 #include <limits>
 #include <ostream>
@@ -34,8 +35,8 @@ template <class Stream, class Use>
 void Checked(Stream* s, std::int32_t failure, Use use) {
   try {
     use();
-  } catch (std::ios_base::failure const&) {
-    throw ZaM::FileIOException(failure);
+  } catch (std::exception const&) {
+    if (!s->fail()) throw;  // a stream that was told to throw lets pass what its buffer throws
   }
   if (s->fail()) throw ZaM::FileIOException(failure);
 }
