@@ -11,8 +11,6 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/failing_allocation.h"
-
 namespace ZaM {
 namespace {
 
@@ -131,16 +129,6 @@ TEST(Threads, RunUnderTheIdentityOfTheirCreator) {
   EXPECT_EQ(found, std::pair(int{other}, int{other + 1}));
   EXPECT_TRUE(RunToEnd(look));
   EXPECT_EQ(found, identity()) << "the process's";
-}
-
-TEST(Threads, LeaveNothingBehindWhereTheyCannotBeStarted) {
-  auto const nothing = [] {};
-  for (std::size_t n = 0;; ++n) {
-    test::FailingAllocation const failing(n);
-    bool const ran = RunToEnd(nothing);
-    EXPECT_EQ(ran, !failing.HasFailed()) << n;
-    if (!failing.HasFailed()) break;
-  }
 }
 
 }  // namespace

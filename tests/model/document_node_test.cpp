@@ -4,7 +4,6 @@
 
 #include <type_traits>
 
-#include "tests/support/failing_allocation.h"
 #include "tests/support/probe_nodes.h"
 
 namespace ZaM::test {
@@ -86,19 +85,6 @@ TEST(DocumentNodeTest, RemovesTheChildWithTheId) {
     EXPECT_EQ(root->ChildCount(), 2u);
     EXPECT_TRUE(std::equal(children.begin(), children.end(), Children(*root).begin()));
   }
-}
-
-TEST(DocumentNodeTest, StaysAsItWasWhenThereIsNoMemoryForAChild) {
-  Ref const root(DocumentNode::Create());
-  Ref const child(DocumentNode::Create());
-  std::size_t const failures = FailEachAllocation([&] { root->AddChild(Ref(child).Detach()); },
-                                                  [&] {
-                                                    EXPECT_EQ(root->ChildCount(), 0u);
-                                                    EXPECT_EQ(child->GetParentDocument(), nullptr);
-                                                    child->Release();  // the reference stayed with the caller
-                                                  });
-  EXPECT_EQ(failures, 1u);
-  EXPECT_EQ(root->ChildCount(), 1u);
 }
 
 TEST(DocumentNodeTest, ReleasesEveryChildOnceAndToleratesANullAmongThem) {

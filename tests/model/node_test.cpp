@@ -115,6 +115,24 @@ TEST(NodeTest, EndsWhatADestructorReleasesForItselfAtOnceAtAnyDepth) {
   EXPECT_EQ(ends.size(), 2u * (levels - 1));
 }
 
+TEST(NodeTest, EndsEachOnceWhereThereIsNoMemoryToPutAnEndingOff) {
+  constexpr int levels = 3000;
+  int ended = 0;
+  RunOnStack(std::size_t{256} << 10, [&] {
+    DocumentNode* tree = nullptr;
+    for (int level = 0; level < levels; ++level) {
+      auto* const parent = ProbeDocument::Create("");
+      parent->onEnd = [&] { ++ended; };
+      parent->AddChild(tree);
+      tree = parent;
+    }
+    FailingAllocation const failing(0);
+    tree->Release();
+    EXPECT_TRUE(failing.HasFailed());
+  });
+  EXPECT_EQ(ended, levels);
+}
+
 TEST(NodeTest, LetsWhatEndsChangeTheNodeThatOwnedIt) {
   Log ends;
   auto* const root = ProbeDocument::Create("root", &ends);

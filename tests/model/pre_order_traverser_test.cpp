@@ -4,7 +4,6 @@
 
 #include <memory>
 
-#include "tests/support/failing_allocation.h"
 #include "tests/support/probe_nodes.h"
 #include "tests/support/run_on_stack.h"
 
@@ -84,14 +83,6 @@ TEST(PreOrderTraverserTest, AgreesWithVisitOnWideAndDeepTrees) {
     });
     EXPECT_TRUE(traversed == visited);
   }
-}
-
-TEST(PreOrderTraverserTest, StaysWhereItIsWhenMemoryRunsOut) {
-  Ref const root(Folder::Create("r", {ProbeDocument::Create("a"), ProbeDocument::Create("b")}));
-  EXPECT_EQ(FailEachAllocation([&] { Traverse(root.Get()); }, [] {}), 2U);
-  auto const traverser = Traverse(root.Get());
-  EXPECT_GT(FailEachAllocation([&] { EXPECT_EQ(traverser->Next(), root.Get()); }, [] {}), 1U);
-  EXPECT_EQ(Rest(*traverser), "ab");
 }
 
 }  // namespace

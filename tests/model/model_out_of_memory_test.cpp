@@ -1,0 +1,102 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <sstream>
+
+#include "tests/support/memory_cases.h"
+#include "tests/support/probe_nodes.h"
+#include "tests/support/run_on_stack.h"
+#include "zam/zam.h"
+
+namespace ZaM::test {
+namespace {
+
+struct Release {
+  template <class Walk>
+  void operator()(Walk* walk) const {
+    walk->Release();
+  }
+};
+using Traverser = PreOrderTraverser<DocumentNode>;
+using TraverserHandle = std::unique_ptr<Traverser, Release>;
+
+void Describe(DocumentNode& node, std::ostream& out) {
+  out << node.GetClassId() << ' ' << node.GetParentDocument() << ' ' << node.GetFeature() << '\n';
+  for (Node* const child : Children(node)) out << child << ' ' << child->AddRefCount() + child->Release() << '\n';
+}
+
+/// For operations that give null where there is no memory.
+template <class Object>
+Object* Demand(Object* object) {
+  return object ? object : throw BaseException(5);
+}
+
+TEST(ModelOutOfMemory, LeavesNothingHalfDone) {
+  Ref<DocumentNode> const child(DocumentNode::Create());
+  Ref<DocumentNode> const root(DocumentNode::Create(2, nullptr));
+  Ref<DocumentNode> const other(DocumentNode::Create(1, child.Get()));
+  for (int i = 0; i < 5; ++i) other->AddChild(DocumentNode::Create());
+  Ref<DocumentNode> const assigned(DocumentNode::Create());
+  auto const referToChildrenOnceMore = [&] {  // a shallow copy takes no references
+    for (VectorIterator each = other->GetVectorIterator(); !each.Done(); each.Next()) each.Current()->AddRefCount();
+  };
+  FunctionVisitor visitor([](Node*) {});
+  std::vector<Node*> nodes;
+  TraverserHandle const walk(Traverser::Create(root.Get()));
+  TraverserHandle const longWalk(Traverser::Create(other.Get()));
+  longWalk->Next();
+  CallBack progress;
+  CallBack otherProgress;
+  otherProgress.SetMaximum(7);
+  otherProgress.SetStatus(wstring(50, u'o'), nullptr);
+  wstring const status(100, u's');
+
+  auto const describe = [&] {
+    std::ostringstream text;
+    for (auto const& node : {child, root, other, assigned}) Describe(*node, text);
+    TraverserHandle const rest(Traverser::Create(nullptr));
+    *rest = *walk;
+    while (!rest->Done()) text << rest->Next() << '\n';
+    text << progress.GetMaximum() << ' ' << progress.GetStatus().size();
+    return text.str();
+  };
+  ExpectAllOrNothing({{"create", [&] { Ref(DocumentNode::Create(1, root.Get())); }},
+                      {"add a child",
+                       [&] {
+                         root->AddChild(child.Get());
+                         child->AddRefCount();
+                       }},
+                      {"copy",
+                       [&] {
+                         Ref const copy(ReportOutOfMemory([&] { return new DocumentNode(*other); }));
+                         referToChildrenOnceMore();
+                       }},
+                      {"assign",
+                       [&] {
+                         *assigned = *other;
+                         referToChildrenOnceMore();
+                       }},
+                      {"iterator", [&] { Release()(Demand(root->CreateIterator())); }},
+                      {"iterator over an array", [&] { Release()(Demand(VectorIterator::Create(nodes))); }},
+                      {"range", [&] { EXPECT_EQ(*Children(*root).begin(), child.Get()); }},
+                      {"visit", [&] { root->Visit(&visitor); }},
+                      {"save", [&] { EXPECT_TRUE(root->Save(nullptr)); }},
+                      {"load", [&] { EXPECT_TRUE(root->Load(nullptr)); }},
+                      {"start a walk", [&] { TraverserHandle(Traverser::Create(other.Get())); }},
+                      {"next", [&] { walk->Next(); }},
+                      {"copy a walk", [&] { ReportOutOfMemory([&] { TraverserHandle(new Traverser(*longWalk)); }); }},
+                      {"assign a walk", [&] { *walk = *longWalk; }},
+                      {"status", [&] { progress.SetStatus(status, nullptr); }},
+                      {"copy progress", [&] { CallBack const copy(otherProgress); }},
+                      {"assign progress", [&] { progress = otherProgress; }}},
+                     describe);
+
+  // What takes apart needs no memory.
+  unsigned int const id = child->GetId();
+  Ref<Node> removed;
+  EXPECT_EQ(FailEachAllocation([&] { removed = Ref(root->RemoveChild(id)); }, [] {}), 0U);
+  EXPECT_EQ(removed, child);
+}
+
+}  // namespace
+}  // namespace ZaM::test
