@@ -65,6 +65,9 @@ struct _EXCEPTION_POINTERS {
 /// or while another fault is on its way to its handler. These go where they would have gone without Enable. A fault in
 /// a function that mustn't throw, such as a destructor, ends in std::terminate, as any exception there does.
 ///
+/// A stack overflow may strike anywhere, such as inside of the heap's functions or in the middle of what can't throw.
+/// The thread then goes on, on stack that is kept for this, until it comes to an instruction that may throw.
+///
 /// Behind the handler the thread goes on as behind any exception, floating point modes included, but with alignment
 /// checks off, should they have been on.
 class ZAM_EXPORT StructuredException : public BaseException {

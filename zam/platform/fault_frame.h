@@ -3,31 +3,42 @@
 #define ZAM_PLATFORM_FAULT_FRAME_H
 
 #include <ucontext.h>
+#include <unwind.h>
 
 #include <cstdint>
 
 namespace ZaM::platform {
 
-/// The registers that the handling of faults looks at.
+/// The registers that the handling of faults needs.
 [[nodiscard]] std::uintptr_t InstructionPointer(ucontext_t const& context) noexcept;
+void SetInstructionPointer(ucontext_t& context, std::uintptr_t address) noexcept;
 [[nodiscard]] std::uintptr_t StackPointer(ucontext_t const& context) noexcept;
+
+/// Has the thread stop behind each instruction with a trace trap, or not.
+void SetSingleStep(ucontext_t& context, bool isOn) noexcept;
 
 /// To be called first in a signal handler: lets its own code access memory at any address.
 void AllowMisalignment() noexcept;
 
-/// A call of the heap's own functions that a fault struck in. What they have locked and half changed would stay so if
-/// they were left by an exception.
-struct HeapCall {
-  bool isThere = false;
-  /// Where the call will find the place to return to; null unless it is one of `operator new`, which may throw.
-  std::uintptr_t* returnAddress = nullptr;
-};
-[[nodiscard]] HeapCall HeapCallAt(ucontext_t const& context) noexcept;
-
-/// Lets a call of `operator new` come to its end, after which `throwFailure` is called in the place of what follows it.
-/// The new block is freed. `throwFailure` has to throw, and has to be called before the next call of this function on
-/// this thread.
-void ThrowBehind(HeapCall const& call, void (*throwFailure)()) noexcept;
+/// Calls `visit(frame, isExact)` for the function that faulted and those that called it, from the inside outwards,
+/// until it returns false; to be called in the signal handler. `isExact` says that the frame's place is that of an
+/// instruction, not the one behind a call.
+template <class Visit>
+void VisitFrames(ucontext_t const& context, Visit visit) {
+  struct Walk {
+    std::uintptr_t fault;
+    bool isBeyondHandler;
+    Visit& visit;
+  } walk = {InstructionPointer(context), false, visit};
+  auto const step = [](_Unwind_Context* frame, void* data) {
+    Walk& at = *static_cast<Walk*>(data);
+    int isExact = 0;
+    std::uintptr_t const instruction = _Unwind_GetIPInfo(frame, &isExact);
+    at.isBeyondHandler = at.isBeyondHandler || (isExact != 0 && instruction == at.fault);
+    return !at.isBeyondHandler || at.visit(frame, isExact != 0) ? _URC_NO_REASON : _URC_END_OF_STACK;
+  };
+  _Unwind_Backtrace(step, &walk);
+}
 
 /// Makes an exception that is thrown from the signal handler find its way, and the code behind it the same modes of
 /// floating point:

@@ -64,22 +64,15 @@ void ExtendTo(std::uintptr_t low) noexcept {
 
 void SetReserve(FaultStack& stack) noexcept {
   Bounds const bounds = StackBounds();
-  stack.low = stack.closedEnd = stack.reserveEnd = bounds.low;
+  stack.low = stack.reserveEnd = bounds.low;
   std::uintptr_t const here = Number(static_cast<char*>(__builtin_frame_address(0)));
   std::uintptr_t const size = bounds.top - bounds.low;
   std::uintptr_t const reserve = std::min(size / stackPerReserve, mostReserve) / PageSize() * PageSize();
   bool const isOwn = bounds.low < here && here < bounds.top;
   if (!isOwn || reserve < leastReserve || size >= mostStack || here - bounds.low < 2 * reserve) return;
   if (getpid() == gettid()) ExtendTo(bounds.low);
-  if (mprotect(Pointer(bounds.low), reserve, PROT_NONE) == 0) stack.closedEnd = stack.reserveEnd = bounds.low + reserve;
-}
-
-/// Moves the border between the locked and the opened part of the reserve.
-void Lock(FaultStack& stack, std::uintptr_t closedEnd) noexcept {
-  std::uintptr_t const first = std::min(closedEnd, stack.closedEnd);
-  std::uintptr_t const end = std::max(closedEnd, stack.closedEnd);
-  int const protection = closedEnd > stack.closedEnd ? PROT_NONE : PROT_READ | PROT_WRITE;
-  if (first != end && mprotect(Pointer(first), end - first, protection) == 0) stack.closedEnd = closedEnd;
+  stack.isLocked = mprotect(Pointer(bounds.low), reserve, PROT_NONE) == 0;
+  if (stack.isLocked) stack.reserveEnd += reserve;
 }
 
 }  // namespace
@@ -130,29 +123,23 @@ bool IsStackOverflow(FaultStack const& stack, std::uintptr_t address, std::uintp
   if (stack.low == 0) return false;
   // A frame that is larger than this may step over the end of the stack unseen in any case.
   constexpr std::uintptr_t mostFrame = 64 * 1024;
-  bool const isAtEnd = address + mostFrame >= stack.low && address < stack.closedEnd + PageSize();
+  bool const isAtEnd =
+      address + mostFrame >= stack.low && address < (stack.isLocked ? stack.reserveEnd : stack.low) + PageSize();
   return isAtEnd && address + mostFrame >= stackPointer;
 }
 
 bool OpenReserve(FaultStack& stack) noexcept {
-  bool const wasLocked = stack.closedEnd != stack.low;
-  Lock(stack, stack.low);
-  return wasLocked && stack.closedEnd == stack.low;
+  if (!stack.isLocked) return false;
+  stack.isLocked = mprotect(Pointer(stack.low), stack.reserveEnd - stack.low, PROT_READ | PROT_WRITE) != 0;
+  return !stack.isLocked;
 }
 
-bool OpenReserveAt(FaultStack& stack, std::uintptr_t address) noexcept {
-  std::uintptr_t const page = PageSize();
-  std::uintptr_t const kept = stack.low + (stack.reserveEnd - stack.low) / 2;
-  std::uintptr_t const closedEnd = address / page * page;
-  if (address >= stack.closedEnd || closedEnd < kept + page) return false;
-  Lock(stack, closedEnd - page);
-  return stack.closedEnd < closedEnd;
-}
-
-void CloseReserve(FaultStack& stack) noexcept {
+void LockReserve(FaultStack& stack) noexcept {
   std::uintptr_t const here = Number(static_cast<char*>(__builtin_frame_address(0)));
   bool const isFree = here > stack.reserveEnd + PageSize() && !IsOnAlternativeStack(stack, here);
-  if (stack.closedEnd != stack.reserveEnd && isFree) Lock(stack, stack.reserveEnd);
+  bool const isThere = stack.reserveEnd != stack.low && !stack.isLocked;
+  if (!isFree || !isThere) return;
+  stack.isLocked = mprotect(Pointer(stack.low), stack.reserveEnd - stack.low, PROT_NONE) == 0;
 }
 
 }  // namespace ZaM::platform

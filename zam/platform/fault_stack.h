@@ -13,14 +13,14 @@ namespace ZaM::platform {
 /// So the last part of the stack, its reserve, is locked at first. An overflow meets the lock, which is opened for what
 /// follows, and closed again when the exception is gone.
 ///
-///     low          closedEnd      reserveEnd                      top
-///     | locked     | opened       | free for all            | in use
+///     low         reserveEnd                      top
+///     | reserve   | free for all         | in use |
 ///
 /// Sequence: ProvideFaultStack WithdrawFaultStack, on the same thread.
 struct FaultStack {
   std::uintptr_t low = 0;         // of the thread's stack, behind its guard pages; 0 where that isn't known
-  std::uintptr_t closedEnd = 0;   // from `low` to here nothing can be touched
   std::uintptr_t reserveEnd = 0;  // equal to `low` where the stack is too small for a reserve
+  bool isLocked = false;          // the reserve
   void* mapping = nullptr;        // of our own alternative stack; null if the thread had one that is large enough
   stack_t alternative = {};       // that signal handlers run on
   stack_t before = {};            // what our own took the place of
@@ -41,15 +41,11 @@ void WithdrawFaultStack(FaultStack& stack) noexcept;
 [[nodiscard]] bool IsStackOverflow(FaultStack const& stack, std::uintptr_t address,
                                    std::uintptr_t stackPointer) noexcept;
 
-/// Opens the whole reserve. Returns whether there is one that was locked.
+/// Opens the reserve. Returns whether there is one that was locked.
 bool OpenReserve(FaultStack& stack) noexcept;
 
-/// Opens a page of the reserve below `address`, so that the instruction that met the lock can go on. Returns false if
-/// what is left has to be kept for cleaning up.
-[[nodiscard]] bool OpenReserveAt(FaultStack& stack, std::uintptr_t address) noexcept;
-
-/// Locks the reserve, unless the stack is still filled down to it.
-void CloseReserve(FaultStack& stack) noexcept;
+/// Locks the reserve, unless the calling thread stands on it.
+void LockReserve(FaultStack& stack) noexcept;
 
 }  // namespace ZaM::platform
 

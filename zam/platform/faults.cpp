@@ -7,7 +7,9 @@
 #include <csignal>
 #include <cstddef>
 #include <optional>
+#include <utility>
 
+#include "zam/platform/fault_calls.h"
 #include "zam/platform/fault_code.h"
 #include "zam/platform/fault_frame.h"
 #include "zam/platform/fault_stack.h"
@@ -16,9 +18,18 @@ namespace ZaM::platform {
 
 namespace {
 
+/// A stack overflow that has been met at a place that no exception may come from.
+struct DelayedOverflow {
+  bool isThere = false;
+  void* instruction = nullptr;
+  void* address = nullptr;
+  int steps = 0;  // single instructions that have been run since then
+};
+
 struct ThreadFaults {
   FaultTranslator translate = nullptr;  // null on a thread that didn't ask
   FaultStack stack;
+  DelayedOverflow delayed;
 };
 
 // Threads that never asked come here too, from inside of a fault: the first access mustn't allocate.
@@ -78,43 +89,58 @@ void PassOn(int number, siginfo_t* signal, void* context) {
   }
 }
 
-[[gnu::tls_model("initial-exec")]] thread_local constinit std::uintptr_t addressOfOverflow = 0;
-
-void ThrowOverflow() {
-  thisThread.translate(static_cast<std::uint32_t>(FaultCode::StackOverflow), nullptr,
-                       reinterpret_cast<void*>(addressOfOverflow), nullptr);
+void Throw(FaultCode code, void* instruction, void* address, ucontext_t& context) {
+  bool const isBadCall = code == FaultCode::AccessViolation && instruction == address;
+  PrepareToThrow(context, isBadCall, code == FaultCode::Breakpoint);
+  thisThread.translate(static_cast<std::uint32_t>(code), instruction, address, &context);
 }
 
-/// Lets a call that has come to the end of the stack have some of the reserve. Behind `operator new`, the overflow is
-/// thrown; another function's caller may not expect that, so that it goes on until it overflows the next time. Returns
-/// false if the reserve doesn't serve.
-bool GoOnWithHeapCall(HeapCall const& call, std::uintptr_t address) {
-  FaultStack& stack = thisThread.stack;
-  if (call.returnAddress == nullptr || !OpenReserve(stack)) return OpenReserveAt(stack, address);
-  addressOfOverflow = address;
-  ThrowBehind(call, ThrowOverflow);
-  return true;
+/// Brings a thread that has overflown its stack, and now goes on in the reserve, nearer to a place that an exception
+/// may come from, and throws when it is there. What is in the way are calls, which are waited for, and instructions of
+/// a function between such places, which are run one by one. Returns false if it gives up.
+bool GoOn(ucontext_t& context) {
+  constexpr int mostSteps = 100'000;
+  DelayedOverflow& delayed = thisThread.delayed;
+  FaultedCalls const calls = CallsAt(context);
+  bool const isWaiting = calls.returnAddress != nullptr;
+  delayed.isThere = !calls.mayThrow && !calls.isHopeless && (isWaiting || ++delayed.steps < mostSteps);
+  SetSingleStep(context, delayed.isThere && !isWaiting);
+  if (calls.mayThrow) Throw(FaultCode::StackOverflow, delayed.instruction, delayed.address, context);
+  if (delayed.isThere && isWaiting) AwaitReturn(calls.returnAddress);
+  return delayed.isThere;
 }
 
-/// Throws what this fault is to become. Returns if it isn't to become anything: true if its instruction can simply be
-/// run again, false if it has to be passed on.
+/// Whether this is what GoOn has waited for. If it isn't, another fault came first, and the overflow is forgotten.
+bool IsNextStep(FaultCode code, ucontext_t& context) {
+  bool const hasReturned = TakeAwaitedReturn(context);
+  bool const wasThere = std::exchange(thisThread.delayed.isThere, false);
+  if (wasThere) SetSingleStep(context, false);
+  return hasReturned || (wasThere && code == FaultCode::SingleStep);
+}
+
+/// Throws what this fault is to become. Returns if it isn't to become anything: true if the thread can simply go on,
+/// false if the signal has to be passed on.
 bool Translate(siginfo_t const& signal, ucontext_t& context) {
   std::optional<FaultCode> code = FaultCodeOf(signal, context);
   FaultStack& stack = thisThread.stack;
   std::uintptr_t const stackPointer = StackPointer(context);
   // A fault while another one is being dealt with.
   if (!code || thisThread.translate == nullptr || IsOnAlternativeStack(stack, stackPointer)) return false;
-
-  auto const address = reinterpret_cast<std::uintptr_t>(signal.si_addr);
-  bool const isBadAddress = *code == FaultCode::AccessViolation && address == InstructionPointer(context);
-  if (signal.si_signo == SIGSEGV && IsStackOverflow(stack, address, stackPointer)) code = FaultCode::StackOverflow;
-  HeapCall const heapCall = isBadAddress ? HeapCall() : HeapCallAt(context);
-  if (heapCall.isThere) return *code == FaultCode::StackOverflow && GoOnWithHeapCall(heapCall, address);
-  if (*code == FaultCode::StackOverflow) OpenReserve(stack);
+  if (IsNextStep(*code, context)) {
+    GoOn(context);
+    return true;
+  }
 
   auto* const instruction = reinterpret_cast<void*>(InstructionPointer(context));
-  PrepareToThrow(context, isBadAddress, *code == FaultCode::Breakpoint);
-  thisThread.translate(static_cast<std::uint32_t>(*code), instruction, signal.si_addr, &context);
+  auto const address = reinterpret_cast<std::uintptr_t>(signal.si_addr);
+  if (signal.si_signo == SIGSEGV && IsStackOverflow(stack, address, stackPointer)) {
+    code = FaultCode::StackOverflow;
+    thisThread.delayed = {true, instruction, signal.si_addr, 0};
+    if (OpenReserve(stack) && GoOn(context)) return true;
+  }
+  bool const isBadCall = instruction == signal.si_addr;
+  if (!isBadCall && CallsAt(context).isInHeapFunction) return false;
+  Throw(*code, instruction, signal.si_addr, context);
   return false;
 }
 
@@ -167,7 +193,7 @@ bool TranslateFaults(FaultTranslator translate) {
 }
 
 void RestoreStackReserve() noexcept {
-  if (thisThread.translate != nullptr) CloseReserve(thisThread.stack);
+  if (thisThread.translate != nullptr) LockReserve(thisThread.stack);
 }
 
 }  // namespace ZaM::platform

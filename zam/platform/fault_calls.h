@@ -1,0 +1,36 @@
+// The calls that a fault struck in: whether and where an exception may leave them.
+#ifndef ZAM_PLATFORM_FAULT_CALLS_H
+#define ZAM_PLATFORM_FAULT_CALLS_H
+
+#include <ucontext.h>
+
+#include <cstdint>
+
+namespace ZaM::platform {
+
+struct FaultedCalls {
+  /// The heap's own functions are at work. What they have locked and half changed would stay so.
+  bool isInHeapFunction = false;
+  /// No function on the way forbids an exception: none is at a place where, as far as its compiler knows, nothing can
+  /// throw, and none is of the heap.
+  bool mayThrow = true;
+  /// Otherwise, of the call behind whose return the outermost of those functions may allow it again: where it will find
+  /// the place to return to. Null where there is no such call.
+  std::uintptr_t* returnAddress = nullptr;
+  /// So many calls forbid an exception that it can't be hoped for.
+  bool isHopeless = false;
+};
+
+/// Looks at the functions around the fault, not at all up to the handler.
+[[nodiscard]] FaultedCalls CallsAt(ucontext_t const& context) noexcept;
+
+/// Makes the return of a call a fault, which TakeAwaitedReturn recognises. One at a time on each thread.
+void AwaitReturn(std::uintptr_t* returnAddress) noexcept;
+
+/// Whether this fault is the return that is waited for. If so, makes it go where it would have gone; its caller notices
+/// nothing. If not, another fault came first, and the return isn't waited for any more.
+[[nodiscard]] bool TakeAwaitedReturn(ucontext_t& context) noexcept;
+
+}  // namespace ZaM::platform
+
+#endif
