@@ -27,15 +27,20 @@ namespace ZaM {
 
 /// What is known of a fault.
 struct _EXCEPTION_RECORD {
-  std::uint32_t code;       // see StructuredException
-  void const* instruction;  // where it struck
-  void const* address;      // what the instruction wanted to reach; for other faults, the system's choice
+  /// One of the codes of StructuredException.
+  std::uint32_t code;
+  /// Where it struck.
+  void const* instruction;
+  /// What the instruction wanted to reach; for other faults, the system's choice.
+  void const* address;
 };
 
 /// A fault, as the system hands it over.
 struct _EXCEPTION_POINTERS {
+  /// What is known of it.
   _EXCEPTION_RECORD const* record;
-  void const* context;  // the registers at the fault: a ucontext_t
+  /// The registers at the fault: a ucontext_t.
+  void const* context;
 };
 
 /// A fault of the thread that catches it. Number 17.
@@ -72,6 +77,7 @@ struct _EXCEPTION_POINTERS {
 /// checks off, should they have been on.
 class ZAM_EXPORT StructuredException : public BaseException {
  public:
+  /// A copy has its own code and the same pointers.
   StructuredException(StructuredException const&) = default;
   StructuredException& operator=(StructuredException const&) = default;
   ~StructuredException() override;
