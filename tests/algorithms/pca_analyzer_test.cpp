@@ -186,6 +186,8 @@ TEST_F(PcaAnalyzerTest, StaysWholeWhenAProductOrAnAllocationFails) {
   Offer({1, 1});
   SetSteps({examplesStep});
   auto const unchanged = [&] { EXPECT_TRUE(control.GetExampleVector().size() == 2 && Saved() == before); };
+  PcaControl copy;
+  EXPECT_EQ(FailEachAllocation([&] { copy = control; }, [&] { EXPECT_TRUE(copy.GetExampleVector().empty()); }), 2U);
   FailEachAllocation([&] { analyzer.DoAlgorithm(&control); }, unchanged);
   EXPECT_GT(FailEachAllocation([&] { analyzer = other; }, [&] { EXPECT_EQ(Model().exampleCount, 2U); }), 10U);
   EXPECT_TRUE(Saved() == before);
@@ -255,6 +257,13 @@ TEST_F(PcaAnalyzerTest, RefusesWhatAModelHasNoRoomOrNoNumbersFor) {
     Run({1, 1, 1, 1});
     EXPECT_TRUE(Saved() == withoutGram);
   }
+
+  Run({1, 1, 1, 1, 0});
+  SetSteps({insertStep});
+  FailingAllocation failing(0);  // without memory to tell what is missing
+  std::int32_t const id = FailureId([&] { analyzer.DoAlgorithm(&control); });
+  failing.Stop();
+  EXPECT_EQ(id, 5);
 
   // More examples than there is room for; in a projection only active ones need a place.
   control.SetMaxExamples(0);

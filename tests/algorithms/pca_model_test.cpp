@@ -156,6 +156,13 @@ TEST_F(PcaModelTest, ReportsStreamsAndMemoryThatFail) {
     EXPECT_NO_THROW(EXPECT_FALSE(analyzer.Save(&writing)));
   }
 
+  auto const save = [&] {
+    std::ostringstream writing;
+    writing.exceptions(std::ios::badbit);
+    if (!analyzer.Save(&writing)) throw BaseException(2001);
+  };
+  EXPECT_GT(FailEachAllocation(save, [] {}, {.ids = {2001}}), 0U);
+
   std::istringstream reading(bytes);
   auto const load = [&] {
     reading.clear();

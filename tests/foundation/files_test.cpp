@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -11,6 +12,8 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/failing_allocation.h"
+#include "tests/support/scoped_variable.h"
 #include "tests/support/temporary_folder.h"
 #include "zam/foundation/file_search.h"
 
@@ -147,6 +150,36 @@ TEST_F(FilesTest, MovesWithoutReplacingAndDeletesWhatIsReadOnly) {
   SetMode("b", 0444);
   EXPECT_TRUE(ZamDeleteFile(W("b")));
   EXPECT_FALSE(ZamDeleteFile(W("b")) || ZamDeleteFile(W("moved")));
+}
+
+TEST_F(FilesTest, MovesFilesAloneToAnotherFileSystem) {
+  struct stat here = {}, there = {};
+  bool const isOther = stat(folder.Path().c_str(), &here) == 0 && stat("/dev/shm", &there) == 0 &&
+                       here.st_dev != there.st_dev && access("/dev/shm", W_OK) == 0;
+  if (!isOther) GTEST_SKIP() << "/dev/shm is no other file system, or not for this user";
+  test::ScopedVariable const place("TMPDIR", "/dev/shm");
+  test::TemporaryFolder const other;
+  folder.Write("file", std::string(300'000, 'f'));
+  SetMode("file", 0440);
+  timespec const times[] = {{0, 0}, {1'000'000, 0}};
+  utimensat(AT_FDCWD, P("file").c_str(), times, 0);
+  folder.Write("folder/file", "");
+  fs::create_symlink("file", P("link"));
+  other.Write("taken", "taken");
+
+  for (char const* const name : {"folder", "link", "missing"}) EXPECT_FALSE(ZamMoveFile(W(name), other.Wide("new")));
+  EXPECT_FALSE(ZamMoveFile(W("file"), other.Wide("taken")) || fs::exists(other.Path() / "new"));
+  EXPECT_TRUE(Exists("folder/file") && Exists("link") && Exists("file") && other.Bytes("taken") == "taken");
+  wstring const source = W("file"), target = other.Wide("moved");
+  auto const move = [&] {
+    if (!ZamMoveFile(source, target)) throw BaseException(1);
+  };
+  auto const isUnmoved = [&] { EXPECT_TRUE(Exists("file") && !fs::exists(other.Path() / "moved")); };
+  EXPECT_GT(test::FailEachAllocation(move, isUnmoved, {.ids = {1}}), 3U);
+  EXPECT_FALSE(Exists("file"));
+  EXPECT_EQ(other.Bytes("moved"), std::string(300'000, 'f'));
+  EXPECT_EQ(ZamGetFileTime(target), 1'000'000);
+  EXPECT_EQ(fs::status(other.Path() / "moved").permissions(), fs::perms(0440));
 }
 
 TEST_F(FilesTest, CopiesTreesButNothingHiddenAndGoesOnBehindFailures) {

@@ -4,6 +4,8 @@
 #include <sched.h>
 #include <signal.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -24,6 +26,7 @@
 #include <vector>
 
 #include "tests/support/temporary_folder.h"
+#include "zam/foundation/thread.h"
 
 namespace ZaM {
 namespace {
@@ -103,6 +106,25 @@ TEST_F(LockFileTest, IsAFileForAsLongAsOneHoldsIt) {
 
   ZamLockfileRelease(invalid);
   ZamLockfileRelease(nullptr);
+}
+
+TEST_F(LockFileTest, IsntTakenNorAThreadStartedWhereTheSystemGivesNoMoreOfThem) {
+  fs::permissions(folder.Path(), fs::perms::all);
+  auto const start = [](void*) -> std::uint32_t { return 0; };
+  Process limited([&](Process&) {
+    // The limit isn't for the administrator.
+    if (getuid() == 0 && (setuid(65534) != 0 || prctl(PR_SET_DUMPABLE, 1) != 0)) return 2;
+    rlimit before = {};
+    if (getrlimit(RLIMIT_NPROC, &before) != 0) return 2;
+    rlimit const none = {0, before.rlim_max};
+    if (setrlimit(RLIMIT_NPROC, &none) != 0) return 2;
+    bool const refused = Take(3) == invalid && !Exists() && ZamCreateThread(0, start, nullptr) == nullptr;
+    setrlimit(RLIMIT_NPROC, &before);
+    return refused && CanBeTaken() ? 0 : 1;
+  });
+  int const exitCode = limited.ExitCode();
+  if (exitCode == 2) GTEST_SKIP() << "no limit can be set";
+  EXPECT_EQ(exitCode, 0);
 }
 
 TEST_F(LockFileTest, IsntTakenWhereSomethingElseStands) {

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "tests/support/failing_allocation.h"
 #include "tests/support/probe_nodes.h"
 #include "tests/support/result_items.h"
 
@@ -32,7 +31,6 @@ TEST(ErrorPlotTest, GivesTheShareOfAllDocumentsFromEachBinUp) {
   plot->IncrGood(100);  // thirds are rounded each, and again at their sum
   auto const third = static_cast<float>(1.0 / 3);
   EXPECT_EQ(plot->GetGoodHistogram()[30], third + third);
-  EXPECT_EQ(FailEachAllocation([&] { plot->GetBadHistogram(); }, [] {}), 1U);
 }
 
 TEST(ErrorPlotTest, MergesValidPlotsAndNothingElse) {
@@ -131,14 +129,6 @@ TEST(ErrorPlotVisitorTest, PlotsEachClassAtItsFirstNodeWithoutAResult) {
   root->Visit(&other);
   Ref const former(first->RemoveRepresentation(ErrorPlot::GetDefaultTag()));
   EXPECT_TRUE(former == plot && PlotOf(*first) && !PlotOf(*first)->IsValid());
-}
-
-TEST(ErrorPlotVisitorTest, AttachesAllOrNothingWhenMemoryRunsOut) {
-  Ref const node(DocumentNode::Create(1, nullptr));
-  ErrorPlotVisitor visitor;
-  auto const visit = [&] { visitor.DoVisit(node.Get()); };
-  EXPECT_EQ(FailEachAllocation(visit, [&] { EXPECT_EQ(node->FeatureCount(), 0U); }), 2U);
-  EXPECT_TRUE(PlotOf(*node));
 }
 
 }  // namespace

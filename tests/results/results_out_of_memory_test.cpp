@@ -43,8 +43,6 @@ Ref<Kind> ShallowCopy(Kind const& original) {
   return Ref<Kind>(ReportOutOfMemory([&] { return new Kind(original); }));
 }
 
-Outcomes const withC{.allocations = Allocations::all};
-
 TEST(ResultsOutOfMemory, LeavesSparseResultsAsTheyWere) {
   Ref<SparseResult> const result(SparseResult::Create());
   Ref<SparseResult> const other(SparseResult::Create());
@@ -61,8 +59,8 @@ TEST(ResultsOutOfMemory, LeavesSparseResultsAsTheyWere) {
        {"set the list", [&] { other->SetResults(items); }},
        {"get the list", [&] { EXPECT_EQ(other->GetResults().size(), 3U); }},
        {"clone", [&] { Ref(result->Clone()); }},
-       {"save", [&] { Save(*result); }, withC},
-       {"load", [&] { Read<SparseResult>(document); }, withC}},
+       {"save", [&] { Save(*result); }},
+       {"load", [&] { Read<SparseResult>(document); }}},
       [&] { return std::pair(Ref(result)->GetResults(), other->GetResults()); });
 }
 
@@ -86,8 +84,8 @@ TEST(ResultsOutOfMemory, LeavesFullResultsAsTheyWere) {
                       {"set slots", [&] { other->SetResults(items); }},
                       {"get the slots", [&] { EXPECT_EQ(other->GetResults().size(), 9U); }},
                       {"clone", [&] { Ref(result->Clone()); }},
-                      {"save", [&] { Save(*Ref(result->Clone())); }, withC},
-                      {"load", [&] { Read<FullResult>(document); }, withC}},
+                      {"save", [&] { Save(*Ref(result->Clone())); }},
+                      {"load", [&] { Read<FullResult>(document); }}},
                      [&] {
                        return std::tuple(Slots(*result), result->GetBestResults(1), Slots(*other),
                                          other->IsValid() ? other->GetBestResults(1) : Items());

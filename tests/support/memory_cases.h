@@ -23,7 +23,9 @@ void ExpectAllOrNothing(std::vector<MemoryCase> const& cases, State state) {
     SCOPED_TRACE(each.name);
     auto const before = state();
     auto const run = [&each] { each.operation(); };  // a copy of the function would need memory
-    EXPECT_GT(FailEachAllocation(run, [&] { EXPECT_EQ(state(), before); }, each.outcomes), 0U);
+    EXPECT_GT(FailEachAllocation(
+                  run, [&] { EXPECT_EQ(state(), before); }, each.outcomes),
+              0U);
   }
 }
 
