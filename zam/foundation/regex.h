@@ -21,7 +21,8 @@ class ZAM_EXPORT _Match {
 
   /// The following record; null in the last one.
   _Match* next = nullptr;
-  /// Where the match starts and how long it is, in 16-bit units from the start of the text; -1 in the last record.
+  /// Where the match starts and how long it is, in 16-bit units from the start of the text; -1 in the last record. A
+  /// `\K` in a lookahead moves the start behind the end, and the length is negative then.
   std::int32_t position;
   std::int32_t length;
   /// True for a match, false in the last record.

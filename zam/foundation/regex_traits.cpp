@@ -24,21 +24,22 @@ struct NamedClass {
   std::uint32_t classes;
 };
 
-constexpr std::uint32_t spaceClass = platform::horizontalSpaceClass | platform::verticalSpaceClass;
+constexpr std::uint32_t horizontalSpaceClass = platform::blankClass | platform::tabulatorClass;
+constexpr std::uint32_t spaceClass = horizontalSpaceClass | platform::verticalSpaceClass;
 constexpr std::uint32_t wordClass = platform::alphaClass | platform::digitClass | platform::underscoreClass;
 
 constexpr NamedClass namedClasses[] = {
     {u"alnum", platform::alphaClass | platform::digitClass},
     {u"alpha", platform::alphaClass},
-    {u"blank", platform::horizontalSpaceClass},
+    {u"blank", horizontalSpaceClass},
     {u"cntrl", platform::cntrlClass},
     {u"d", platform::digitClass},
     {u"digit", platform::digitClass},
     {u"graph", platform::graphClass},
-    {u"h", platform::horizontalSpaceClass},
+    {u"h", horizontalSpaceClass},
     {u"l", platform::lowerClass},
     {u"lower", platform::lowerClass},
-    {u"print", platform::graphClass | platform::horizontalSpaceClass},
+    {u"print", platform::graphClass | platform::blankClass},
     {u"punct", platform::punctClass},
     {u"s", spaceClass},
     {u"space", spaceClass},

@@ -31,8 +31,8 @@ struct Parts {
 /// pointers as a rule, in no order that the processor could guess (sort_benchmark).
 constexpr Index lead = 12;
 
-/// The caller's array with the caller's order. Passed by value: a comparison can't change it, which lets the compiler
-/// keep it in registers.
+/// The caller's array with the caller's order. Copied for each scan: a comparison can't change the copy, which lets the
+/// compiler keep it in registers.
 struct Elements {
   void const** array;
   void const* context;
@@ -71,7 +71,8 @@ Parts GatherParked(Elements elements, Range range, Index middle, Index p, Index 
 
 /// Splits around the last element into what is lower, what is equal and what is higher, after Bentley and McIlroy,
 /// "Engineering a Sort Function" (1993): equal elements that a scan meets are parked at the end it came from.
-Parts SplitByLast(Elements elements, Range range) {
+[[gnu::noinline]] Parts SplitByLast(Elements const& all, Range range) {
+  Elements const elements = all;
   auto const [l, r] = range;
   void const** const array = elements.array;
   void const* const pivot = array[r];
@@ -83,19 +84,22 @@ Parts SplitByLast(Elements elements, Range range) {
     ++i;
     while (i < r && elements.IsBelow(i, pivot, r)) ++i;
     --j;
-    while (elements.IsAbove(j, pivot, l) && --j != l) {
+    while (elements.IsAbove(j, pivot, l) && --j > l) {
     }
     if (i >= j) break;
     elements.Swap(i, j);
     if (elements.Compare(array[i], pivot) == 0) elements.Swap(++p, i);
     if (elements.Compare(array[j], pivot) == 0) elements.Swap(--q, j);
   }
+  // From `q` on all equal the pivot: no scan goes on from there unless comparisons contradict each other.
+  i = std::min(i, q);
   elements.Swap(i, r);
   return GatherParked(elements, range, i, p, q);
 }
 
 /// Splits around the middle element. Its final place belongs to the left part.
-Parts SplitByMiddle(Elements elements, Range range) {
+[[gnu::noinline]] Parts SplitByMiddle(Elements const& all, Range range) {
+  Elements const elements = all;
   auto const [l, r] = range;
   void const** const array = elements.array;
   elements.Swap(l, (l + r) >> 1);
@@ -115,9 +119,10 @@ Parts SplitByMiddle(Elements elements, Range range) {
 }
 
 /// Splits until all ranges are short, the left part always before the right one. Only where both parts are worth a
-/// split does it nest, so that sorted arrays, which `SplitByLast` peels one by one, take no stack.
-template <Parts (*split)(Elements, Range)>
-void SortCoarsely(Elements elements, Range range) {
+/// split does it nest, so that sorted arrays, which `SplitByLast` peels one by one, take no stack. The attributes and
+/// the reference keep what nests small: 80 bytes, where inlining would make it some hundreds.
+template <Parts (*split)(Elements const&, Range)>
+[[gnu::noinline]] void SortCoarsely(Elements const& elements, Range range) {
   while (!range.IsShort()) {
     auto const [left, right] = split(elements, range);
     if (right.IsShort()) {

@@ -18,7 +18,7 @@ namespace ZaM {
 ///     q3sort(documents, count, &lengths, ByLength);
 ///
 /// The same two elements have to compare the same way each time, and the comparison must not change the array. A
-/// comparison that throws leaves all elements in the array, in some order.
+/// comparison that throws or contradicts itself leaves all elements in the array, in some order.
 using Comparison = int (*)(void const* left, void const* right, void const* context);
 
 // Which sort? `q3sort` where many elements are equal, unless they come sorted already; `q3sortb` otherwise; `insort`
@@ -45,7 +45,7 @@ ZAM_EXPORT void q3sortb(void const** array, std::int32_t count, void const* cont
 /// the run's right place. `Q3sort` splits a range in three around its last element, `Q3sortb` in two around its middle
 /// one. Ranges of 16 elements and less stay as they are.
 ///
-/// Uses less than 200 bytes of stack for every 18 elements at the very worst; as good as nothing for sorted arrays.
+/// Uses less than 100 bytes of stack for every 16 elements at the very worst; as good as nothing for sorted arrays.
 ZAM_EXPORT void Q3sort(void const** array, std::int32_t first, std::int32_t last, void const* context,
                        Comparison compare);
 ZAM_EXPORT void Q3sortb(void const** array, std::int32_t first, std::int32_t last, void const* context,

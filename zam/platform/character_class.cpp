@@ -17,7 +17,7 @@ std::uint32_t classesOfCategory(std::uint32_t category) {
   if (category & U_GC_ND_MASK) classes |= digitClass;
   if (category & (U_GC_P_MASK | U_GC_S_MASK)) classes |= punctClass;
   if (category & U_GC_CC_MASK) classes |= cntrlClass;
-  if (category & U_GC_ZS_MASK) classes |= horizontalSpaceClass;
+  if (category & U_GC_ZS_MASK) classes |= blankClass;
   if (category & (U_GC_ZL_MASK | U_GC_ZP_MASK)) classes |= verticalSpaceClass;
   if (!(category & (U_GC_CC_MASK | U_GC_CS_MASK | U_GC_CN_MASK | U_GC_Z_MASK))) classes |= graphClass;
   return classes;
@@ -26,7 +26,7 @@ std::uint32_t classesOfCategory(std::uint32_t category) {
 /// What single units are beside their category.
 std::uint32_t classesOfUnit(char16_t unit) {
   if (unit >= 0x100) return beyondLatin1Class;
-  if (unit == u'\t') return horizontalSpaceClass;
+  if (unit == u'\t') return tabulatorClass;
   if ((unit >= u'\n' && unit <= u'\r') || unit == 0x85) return verticalSpaceClass;
   if (unit == u'_') return underscoreClass;
   bool const isHexDigit =

@@ -15,11 +15,12 @@ enum CharacterClass : std::uint32_t {
   upperClass = 1u << 4,
   punctClass = 1u << 5,  // punctuation and symbols
   cntrlClass = 1u << 6,
-  graphClass = 1u << 7,            // whatever leaves a mark
-  horizontalSpaceClass = 1u << 8,  // blanks and tabulators
-  verticalSpaceClass = 1u << 9,    // whatever ends a line
-  hexDigitClass = 1u << 10,        // 0 to 9, A to F and a to f
-  beyondLatin1Class = 1u << 11,    // units from U+0100
+  graphClass = 1u << 7,           // whatever leaves a mark
+  blankClass = 1u << 8,           // spaces of any width
+  tabulatorClass = 1u << 9,       // U+0009 alone
+  verticalSpaceClass = 1u << 10,  // whatever ends a line
+  hexDigitClass = 1u << 11,       // 0 to 9, A to F and a to f
+  beyondLatin1Class = 1u << 12,   // units from U+0100
 };
 
 /// All classes that `unit` belongs to, by its general category in Unicode. Surrogates are in no class but the last one.
