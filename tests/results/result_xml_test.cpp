@@ -4,6 +4,7 @@
 #include <random>
 #include <string>
 
+#include "tests/support/failing_allocation.h"
 #include "tests/support/result_items.h"
 #include "zam/zam.h"
 
@@ -75,6 +76,15 @@ TEST(ResultXmlTest, WritesTheEntriesThatSixDigitsShow) {
   EXPECT_EQ(readNew<SparseResult>(element)->GetResults(),
             (Items{Item(7, 0.912346F, 1), Item(3, 0.25F, 2), Item(0xFFFFFFFF, 0.0F, 0x1002), Item(6, 0.0F, -1)}));
   EXPECT_EQ(saved(*sparse({})), "<Res ClsCount=\"0\"></Res>");
+}
+
+TEST(ResultXmlTest, ReportsThatMemoryRanOut) {
+  Ref const result = sparse({Item(7, 0.5F, 1), Item(3, 0.25F)});
+  std::string const element = saved(*result);
+  Outcomes const outcomes{.ids = {5, badAlloc}};  // the second where it is this program's own strings
+  EXPECT_GT(FailEachAllocation([&] { saved(*result); }, [] {}, outcomes), 5U);
+  EXPECT_GT(FailEachAllocation([&] { readNew<SparseResult>(element); }, [] {}, outcomes), 5U);
+  EXPECT_GT(FailEachAllocation([&] { readNew<FullResult>(element); }, [] {}, outcomes), 5U);
 }
 
 TEST(ResultXmlTest, WritesTheCandidatesOfAFullResultBestFirst) {
