@@ -196,7 +196,7 @@ FAULTY int Recurse(int depth) {
 
 /// Needs its destructors run, and these need stack. Comes to the end mostly inside of functions that can't throw, of
 /// the heap among them.
-FAULTY int RecurseWithStrings(int depth, int& alive) {
+FAULTY void RecurseWithStrings(int depth, int& alive) {
   struct Counted {
     explicit Counted(int& number) : count(++number) {}
     ~Counted() {
@@ -205,12 +205,13 @@ FAULTY int RecurseWithStrings(int depth, int& alive) {
     }
     int& count;
   };
-  if (Unknown(depth) < 0) return 0;
+  if (Unknown(depth) < 0) return;
   Counted const counted(alive);
   char number[32];
   std::snprintf(number, sizeof number, "%f", depth * 0.5);
   std::string const text(static_cast<std::size_t>(100 + depth % 5000), 'x');
-  return RecurseWithStrings(depth + 1, alive) + text[0] + number[0];
+  RecurseWithStrings(depth + 1, alive);
+  Unknown(text[0] + number[0]);
 }
 
 TEST(StructuredExceptions, ComeFromTheEndOfTheStackAndLeaveRoomForDestructors) {
