@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "zam/platform/descriptor.h"
 #include "zam/platform/entries.h"
 #include "zam/platform/file.h"
 #include "zam/platform/files.h"
@@ -17,28 +16,28 @@ namespace ZaM::platform {
 namespace {
 
 /// Opens a file that is there, and locks it. O_NONBLOCK, since a pipe of this name would wait for its other end.
-Descriptor OpenRegular(std::string const& path, int access, int lock, struct stat& status) {
-  Descriptor file(open(path.c_str(), access | O_NONBLOCK | O_CLOEXEC));
-  bool const usable =
-      file.IsOpen() && fstat(file.Number(), &status) == 0 && S_ISREG(status.st_mode) && TryLock(file.Number(), lock);
-  return usable ? std::move(file) : Descriptor();
+File OpenRegular(std::string const& path, int access, int lock, struct stat& status) {
+  File file(open(path.c_str(), access | O_NONBLOCK | O_CLOEXEC));
+  bool const usable = file.IsOpen() && fstat(file.Descriptor(), &status) == 0 && S_ISREG(status.st_mode) &&
+                      TryLock(file.Descriptor(), lock);
+  return usable ? std::move(file) : File();
 }
 
-Descriptor CreateNew(std::string const& path, mode_t permissions) {
-  Descriptor file(CreateLocked(path, permissions));
+File CreateNew(std::string const& path, mode_t permissions) {
+  File file(CreateLocked(path, permissions));
   if (file.IsOpen() || errno == EEXIST) return file;
-  file = Descriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions));
-  if (file.IsOpen() && !TryLock(file.Number(), LOCK_EX)) return Descriptor();
+  file = File(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions));
+  if (file.IsOpen() && !TryLock(file.Descriptor(), LOCK_EX)) return {};
   return file;
 }
 
 /// A file that is there, emptied; none if it may not be overwritten by what `source` is.
-Descriptor OpenToOverwrite(std::string const& path, struct stat const& source) {
+File OpenToOverwrite(std::string const& path, struct stat const& source) {
   struct stat status = {};
-  Descriptor file = OpenRegular(path, O_WRONLY, LOCK_EX, status);
+  File file = OpenRegular(path, O_WRONLY, LOCK_EX, status);
   bool const isSource = status.st_dev == source.st_dev && status.st_ino == source.st_ino;
   bool const isReadOnly = (status.st_mode & S_IWUSR) == 0;
-  if (!file.IsOpen() || isSource || isReadOnly || ftruncate(file.Number(), 0) != 0) return Descriptor();
+  if (!file.IsOpen() || isSource || isReadOnly || ftruncate(file.Descriptor(), 0) != 0) return {};
   return file;
 }
 
@@ -60,22 +59,22 @@ bool CopyBytes(int source, int target, std::vector<char>& buffer) {
 bool CopyFile(std::u16string_view source, std::u16string_view target, CopyRules rules) {
   std::vector<char> buffer(1 << 17);  // before the target is touched
   struct stat status = {};
-  Descriptor const from = OpenRegular(OpenablePath(source), O_RDONLY, LOCK_SH, status);
+  File const from = OpenRegular(OpenablePath(source), O_RDONLY, LOCK_SH, status);
   if (!from.IsOpen()) return false;
 
   std::string const path = OpenablePath(target);
-  Descriptor to = CreateNew(path, status.st_mode & 0777);
+  File to = CreateNew(path, status.st_mode & 0777);
   bool const isNew = to.IsOpen();
   if (!isNew && !rules.failIfExists) to = OpenToOverwrite(path, status);
   if (!to.IsOpen()) return false;
 
   // Network file systems report at a close what they couldn't write.
   bool const copied =
-      CopyBytes(from.Number(), to.Number(), buffer) && close(fcntl(to.Number(), F_DUPFD_CLOEXEC, 0)) == 0;
+      CopyBytes(from.Descriptor(), to.Descriptor(), buffer) && close(fcntl(to.Descriptor(), F_DUPFD_CLOEXEC, 0)) == 0;
   timespec const times[] = {status.st_atim, status.st_mtim};
-  if (copied) futimens(to.Number(), times);  // a copy without its time is a copy too
-  if (copied && rules.makeWritable && fstat(to.Number(), &status) == 0) {
-    fchmod(to.Number(), (status.st_mode & 07777) | S_IWUSR);
+  if (copied) futimens(to.Descriptor(), times);  // a copy without its time is a copy too
+  if (copied && rules.makeWritable && fstat(to.Descriptor(), &status) == 0) {
+    fchmod(to.Descriptor(), (status.st_mode & 07777) | S_IWUSR);
   }
   if (!copied && isNew) unlink(path.c_str());
   return copied;

@@ -101,12 +101,18 @@ bool File::Write(std::string_view bytes) {
 }
 
 bool File::Close() {
+  if (descriptor < 0) return true;
+  // Closing alone would leave the lock to children that were forked meanwhile, for as long as they have the file. What
+  // couldn't be written is asked for before, since unlocking writes too, and a network file system tells only once.
+  int const second = Duplicate().Detach();
+  bool const written = second < 0 || close(second) == 0;
+  flock(descriptor, LOCK_UN);
   // Not repeated after a signal: the number is free by then, and may be another's.
-  return descriptor < 0 || close(Detach()) == 0;
+  return close(Detach()) == 0 && written;
 }
 
-int File::Detach() {
-  return std::exchange(descriptor, -1);
+File File::Duplicate() const {
+  return File(fcntl(descriptor, F_DUPFD_CLOEXEC, 0));
 }
 
 }  // namespace ZaM::platform

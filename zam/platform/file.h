@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace ZaM::platform {
 
@@ -21,6 +22,8 @@ class File {
  public:
   /// No file.
   File() = default;
+  /// Takes an open file over.
+  explicit File(int openFile) : descriptor(openFile) {}
   File(File&& other) noexcept : descriptor(other.Detach()) {}
   File& operator=(File&& other) noexcept;
   ~File() { Close(); }
@@ -50,12 +53,15 @@ class File {
   /// The system's number of the open file, or -1; still owned by this object.
   [[nodiscard]] int Descriptor() const { return descriptor; }
 
-  /// Hands the number over to the caller, who closes it; this object is left without a file. The lock stays until then.
-  int Detach();
+  /// The same open file once more, with the same lock: that goes when the first of both is closed. No file where the
+  /// system gives none.
+  [[nodiscard]] File Duplicate() const;
+
+  /// Hands the number over to the caller, who closes it; this object is left without a file. Closed in that way, the
+  /// file may stay locked by a child that was forked meanwhile.
+  int Detach() { return std::exchange(descriptor, -1); }
 
  private:
-  explicit File(int openFile) : descriptor(openFile) {}
-
   int descriptor = -1;
 };
 

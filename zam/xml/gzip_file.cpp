@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "zam/foundation/exceptions.h"
 
@@ -27,10 +28,11 @@ void GzipFile::Closer::operator()(gzFile_s* opened) const {
   gzclose(opened);
 }
 
-GzipFile::GzipFile(platform::File file, Mode mode)
-    : stream(gzdopen(file.Descriptor(), mode == Mode::read ? "rb" : "wb9")) {
+GzipFile::GzipFile(platform::File openFile, Mode mode) : file(std::move(openFile)) {
+  platform::File second = file.Duplicate();
+  if (second.IsOpen()) stream.reset(gzdopen(second.Descriptor(), mode == Mode::read ? "rb" : "wb9"));
   if (stream == nullptr) throw BaseException(5);
-  file.Detach();
+  second.Detach();
   gzbuffer(stream.get(), inputSize);
 }
 
@@ -65,7 +67,8 @@ bool GzipFile::Write(std::string_view bytes) {
 }
 
 bool GzipFile::Close() {
-  return stream == nullptr || gzclose(stream.release()) == Z_OK;
+  bool const complete = stream == nullptr || gzclose(stream.release()) == Z_OK;
+  return file.Close() && complete;
 }
 
 }  // namespace ZaM::detail

@@ -25,8 +25,8 @@ class GzipFile {
  public:
   enum class Mode { read, write };
 
-  /// Takes `file`, which is open, over; closes it where this throws.
-  GzipFile(platform::File file, Mode mode);
+  /// Takes `openFile`, which is open, over; closes it where this throws.
+  GzipFile(platform::File openFile, Mode mode);
 
   /// Reads up to the size of `bytes`; less only at the end, and in front of a place where the file can't be read or
   /// holds damaged data, which the next call reports by nothing. 0 at the end. A stream that breaks off ends like a
@@ -48,7 +48,8 @@ class GzipFile {
     void operator()(gzFile_s* stream) const;
   };
 
-  std::unique_ptr<gzFile_s, Closer> stream;  // null after Close
+  platform::File file;                       // outlives the stream, and lets the lock go
+  std::unique_ptr<gzFile_s, Closer> stream;  // null after Close; closes a number of its own
 };
 
 }  // namespace ZaM::detail
