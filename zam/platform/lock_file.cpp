@@ -1,20 +1,17 @@
 #include "zam/platform/lock_file.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <climits>
 
 #include "zam/platform/files.h"
 
@@ -47,16 +44,23 @@ int StartQuietly(int (*run)(void*), void* argument) {
 }
 
 /// Closes all descriptors but these.
-void KeepOnly(std::array<int, 4> kept) {
+void KeepOnly(std::array<int, 3> kept) {
   std::sort(kept.begin(), kept.end());
-  unsigned int next = 0;
+  int next = 0;
   for (int const number : kept) {
-    if (number < 0) continue;
-    unsigned int const here = static_cast<unsigned int>(number);
-    if (here > next) close_range(next, here - 1, 0);
-    next = here + 1;
+    for (; next < number; ++next) close(next);
+    next = number + 1;
   }
-  close_range(next, UINT_MAX, 0);
+  closefrom(next);
+}
+
+/// 0 once the lock on the whole of an open file is taken that a process has for itself: its children don't inherit it,
+/// and it goes when the process closes the file, becomes another program, or ends. `command` is F_SETLK or F_SETLKW.
+int TakeForThisProcess(int number, int command) {
+  struct flock whole = {};
+  whole.l_type = F_WRLCK;
+  whole.l_whence = SEEK_SET;
+  return ErrorOf([&] { return fcntl(number, command, &whole); });
 }
 
 /// Keeps signals away from the calling thread, and from what is started by it.
@@ -76,12 +80,6 @@ class WithoutSignals {
 
 }  // namespace
 
-struct LockFile::GuardStart {
-  LockFile const* lock;
-  int line;     // the guard's end
-  int process;  // the holder, -1 where the system can't show it
-};
-
 LockAttempt LockFile::Take(std::u16string_view path) {
   std::string const native = NativePath(path);
   if (native.find('\0') != std::string::npos) return {nullptr, false};  // the system would read another path
@@ -91,10 +89,10 @@ LockAttempt LockFile::Take(std::u16string_view path) {
   if (!folder.IsOpen()) return {nullptr, MayBeRepeated(errno)};
 
   std::unique_ptr<LockFile> lock(new LockFile(std::move(folder), native.substr(nameBegin)));
-  int error = lock->TakeNamed(0);
+  int error = lock->TakeNamed();
   if (error == ENOENT) error = lock->TakeNew();
   // Not all file systems have files without a name, and the way from one to a name leads through /proc.
-  if (error == EOPNOTSUPP || error == ENOENT) error = lock->TakeNamed(O_CREAT | O_EXCL);
+  if (error == EOPNOTSUPP || error == ENOENT) error = lock->TakeNewUnderItsName();
   if (error != 0) return {nullptr, MayBeRepeated(error)};
   return {std::move(lock), false};
 }
@@ -103,44 +101,55 @@ LockFile::LockFile(Descriptor openFolder, std::string fileName)
     : folder(std::move(openFolder)), name(std::move(fileName)), holder(getpid()) {}
 
 LockFile::~LockFile() {
-  if (getpid() == holder) DismissGuard();
+  if (getpid() != holder) return;
+  DismissGuard();
+  Unlock();
 }
 
-/// Takes the file that stands under the name, or with O_CREAT | O_EXCL, one that it makes.
-int LockFile::TakeNamed(int flags) {
-  // Neither a link's target nor a pipe's other end is waited for or touched.
-  constexpr int always = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-  int number = -1;
-  int error =
-      ErrorOf([&] { return number = openat(folder.Number(), name.c_str(), flags | always, readableAndWritable); });
-  if (error != 0) return error;
-  file = Descriptor(number);
-
+/// Takes the file that stands under the name.
+int LockFile::TakeNamed() {
   struct stat status = {};
-  if (fstat(number, &status) != 0) return errno;
+  if (fstatat(folder.Number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return errno;
   if (!S_ISREG(status.st_mode) || (status.st_mode & S_IWUSR) == 0) return EACCES;
-  if ((error = LockOpenFile()) != 0) return error;
+  // Something else may have come up meanwhile: neither a link's target nor a pipe's other end is waited for.
+  int error = Open(name.c_str(), O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+  if (error == 0) error = LockOpenFile();
+  if (error != 0) return error;
   // Between opening and locking, who held the lock may have let the file vanish: what is locked now is nobody's.
   if (!HasItsName()) return EWOULDBLOCK;
-  if ((error = ErrorOf([&] { return ftruncate(number, 0); })) != 0) return error;
-  error = StartGuard();
-  if (error != 0 && flags != 0) Vanish();
-  return error;
+  error = ErrorOf([this] { return ftruncate(file.Number(), 0); });
+  return error != 0 ? error : StartGuard();
 }
 
 /// Takes a new file, which gets its name when all is ready.
 int LockFile::TakeNew() {
-  int number = -1;
-  int error = ErrorOf(
-      [&] { return number = openat(folder.Number(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, readableAndWritable); });
+  int error = Open(".", O_TMPFILE);
+  if (error == 0) error = LockOpenFile();
+  if (error == 0) error = StartGuard();
   if (error != 0) return error;
-  file = Descriptor(number);
-
-  if ((error = LockOpenFile()) != 0) return error;
-  if ((error = StartGuard()) != 0) return error;
-  std::string const unnamed = "/proc/self/fd/" + std::to_string(number);
+  std::string const unnamed = "/proc/self/fd/" + std::to_string(file.Number());
   error = ErrorOf([&] { return linkat(AT_FDCWD, unnamed.c_str(), folder.Number(), name.c_str(), AT_SYMLINK_FOLLOW); });
   if (error != 0) DismissGuard();
+  return error;
+}
+
+/// Takes a new file that others can see before all is ready.
+int LockFile::TakeNewUnderItsName() {
+  int error = Open(name.c_str(), O_CREAT | O_EXCL);
+  if (error != 0) return error;
+  error = LockOpenFile();
+  // Somebody else got at it first, and may have let it vanish already.
+  if (error == EWOULDBLOCK || !HasItsName()) return EWOULDBLOCK;
+  if (error == 0) error = StartGuard();
+  if (error != 0) Vanish();
+  return error;
+}
+
+int LockFile::Open(char const* path, int flags) {
+  int number = -1;
+  int const error = ErrorOf(
+      [&] { return number = openat(folder.Number(), path, flags | O_WRONLY | O_CLOEXEC, readableAndWritable); });
+  file = Descriptor(number);
   return error;
 }
 
@@ -149,37 +158,31 @@ int LockFile::LockOpenFile() const {
 }
 
 int LockFile::StartGuard() {
-  int ends[2];
-  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return errno;
-  guardLine = Descriptor(ends[0]);
-  Descriptor const otherEnd(ends[1]);
-  // Forked children keep the line from hanging up, so the guard looks at the process as well. Systems that can't show a
-  // process in this way give -1, which is passed over.
-  Descriptor const process(static_cast<int>(syscall(SYS_pidfd_open, holder, 0)));
-
-  GuardStart start = {this, otherEnd.Number(), process.Number()};
+  hold = Descriptor(memfd_create("zam-lock-hold", MFD_CLOEXEC));
+  if (!hold.IsOpen()) return errno;
+  if (int const error = TakeForThisProcess(hold.Number(), F_SETLK); error != 0) return error;
   WithoutSignals const withoutSignals;
-  guard = StartQuietly(&RunGuard, &start);
-  return guard > 0 ? 0 : errno;
+  guard = StartQuietly(&RunGuard, this);
+  if (guard < 0) return errno;
+  setpgid(guard, guard);  // what kills the holder's group must leave the guard alone
+  return 0;
 }
 
 /// The life of the guard. It is a copy of a process that may have more threads: only plain system calls are safe here.
-int LockFile::RunGuard(void* start) {
-  auto const& [lock, line, process] = *static_cast<GuardStart*>(start);
-  KeepOnly({lock->folder.Number(), lock->file.Number(), line, process});
-  setsid();  // signals for the holder's group or terminal aren't for the guard
+int LockFile::RunGuard(void* heldLock) {
+  auto const& lock = *static_cast<LockFile const*>(heldLock);
+  KeepOnly({lock.folder.Number(), lock.file.Number(), lock.hold.Number()});
+  static_cast<void>(!chdir("/"));  // the holder's current folder may be on a disk that is to be taken out
   prctl(PR_SET_NAME, "zam-lock-guard");
-  pollfd ends[] = {{line, POLLIN, 0}, {process, POLLIN, 0}};
-  while (poll(ends, 2, -1) < 0) {
-  }
-  lock->Vanish();
+  // Where it can't wait, it can't guard either, as if it had been killed.
+  if (TakeForThisProcess(lock.hold.Number(), F_SETLKW) == 0) lock.Vanish();
   return 0;
 }
 
 /// Waits until the guard has done its work. With a guard the lock is ours, without one it is not.
 void LockFile::DismissGuard() {
   if (guard <= 0) return;
-  shutdown(guardLine.Number(), SHUT_RDWR);  // unlike closing, also where forked children have this end too
+  hold = Descriptor();
   ErrorOf([this] { return waitpid(guard, nullptr, __WALL); });
   guard = -1;
   Vanish();  // finds nothing left to do, unless somebody has killed the guard
@@ -193,10 +196,16 @@ bool LockFile::HasItsName() const {
          opened.st_ino == named.st_ino;
 }
 
-/// Takes away the name, then the lock; so whoever gets the lock sees that the file has gone. The lock is taken from all
-/// who have the open file, forked children too. A second time it does nothing.
+/// Takes away the name, then the lock; so whoever gets the lock sees that the file has gone. A second time it does
+/// nothing.
 void LockFile::Vanish() const {
   if (HasItsName()) unlinkat(folder.Number(), name.c_str(), 0);
+  Unlock();
+}
+
+/// Takes the lock from all who have the open file. Closing it would leave the lock to children that were forked
+/// meanwhile.
+void LockFile::Unlock() const {
   flock(file.Number(), LOCK_UN);
 }
 

@@ -37,23 +37,25 @@ class LockFile {
   LockFile(Descriptor openFolder, std::string fileName);
 
   // Each gives 0 or the system's error number.
-  int TakeNamed(int flags);
+  int TakeNamed();
   int TakeNew();
+  int TakeNewUnderItsName();
+  int Open(char const* path, int flags);
   int LockOpenFile() const;
   int StartGuard();
 
+  static int RunGuard(void* heldLock);
   void DismissGuard();
   [[nodiscard]] bool HasItsName() const;
   void Vanish() const;
-  struct GuardStart;
-  static int RunGuard(void* start);
+  void Unlock() const;
 
   Descriptor folder;
   std::string const name;  // within the folder
   Descriptor file;
-  Descriptor guardLine;  // the guard waits for its other end to hang up
-  int guard = -1;        // its process id; -1 without one
-  int const holder;      // the process that may let go
+  Descriptor hold;   // a file of the memory; the guard waits for a lock on it that the holder has for itself
+  int guard = -1;    // its process id; -1 without one
+  int const holder;  // the process that may let go
 };
 
 /// What came of one attempt.
