@@ -71,18 +71,33 @@ TEST(Threads, AreWaitedForUntilTheyHaveEnded) {
 }
 
 TEST(Threads, HaveEndedOnlyWhenTheirOwnVariablesHave) {
-  static bool ended = false;  // plain: ThreadSanitizer looks whether the end is seen in order
+  static std::promise<void> begins;
+  static std::promise<void> go;
+  static bool ended;  // plain: ThreadSanitizer looks whether the end is seen in order
   struct Slow {
-    ~Slow() { ended = true; }
+    ~Slow() {
+      begins.set_value();
+      go.get_future().wait();
+      ended = true;
+    }
   };
-  EXPECT_TRUE(RunToEnd([] { static thread_local Slow const slow; }));
-  EXPECT_TRUE(ended);
-  ended = false;
-  EXPECT_TRUE(RunToEnd([] {
-    static thread_local Slow const slow;
-    pthread_exit(nullptr);
-  })) << "in the midst of its function";
-  EXPECT_TRUE(ended);
+  for (bool const inTheMidst : {false, true}) {
+    begins = {};
+    go = {};
+    ended = false;
+    auto work = [inTheMidst] {
+      static thread_local Slow const slow;
+      if (inTheMidst) pthread_exit(nullptr);
+    };
+    void* const thread = Start(work);
+    ASSERT_NE(thread, nullptr);
+    begins.get_future().wait();
+    EXPECT_FALSE(ZamWaitThread(thread, 0));
+    go.set_value();
+    EXPECT_TRUE(ZamWaitThread(thread, endless));
+    EXPECT_TRUE(ended);
+    ZamCloseThreadHandle(thread);
+  }
 }
 
 TEST(Threads, GoOnWhenTheirHandleIsClosed) {

@@ -18,7 +18,7 @@ struct Thread::Progress {
   void* argument;
   std::mutex lock;
   std::condition_variable changed;
-  bool finished = false;  // guarded by `lock`; what then remains are the destructors of the thread's own variables
+  bool finished = false;  // guarded by `lock`; nothing but the system's part of the end remains then
 };
 
 namespace {
@@ -72,17 +72,19 @@ std::unique_ptr<Thread> Thread::Create(std::size_t stackSize, Start start, void*
 }
 
 void* Thread::Run(void* record) {
-  std::unique_ptr<std::shared_ptr<Progress>> const shared(static_cast<std::shared_ptr<Progress>*>(record));
-  // In a destructor, since a thread may also end in the midst of its function.
+  // In the destructor of a variable of the thread's own, since a thread may also end in the midst of its function. The
+  // first one is destroyed last: the others may wait for somebody who asks meanwhile whether the thread has ended.
   struct Finish {
     ~Finish() {
-      std::lock_guard const guard(progress.lock);
-      progress.finished = true;
-      progress.changed.notify_all();
+      std::lock_guard const guard(progress->lock);
+      progress->finished = true;
+      progress->changed.notify_all();
     }
-    Progress& progress;
-  } const finish{**shared};
-  return reinterpret_cast<void*>(std::uintptr_t{finish.progress.start(finish.progress.argument)});
+    std::shared_ptr<Progress> progress;
+  };
+  std::unique_ptr<std::shared_ptr<Progress>> const shared(static_cast<std::shared_ptr<Progress>*>(record));
+  static thread_local Finish const finish{std::move(*shared)};
+  return reinterpret_cast<void*>(std::uintptr_t{finish.progress->start(finish.progress->argument)});
 }
 
 bool Thread::Wait(std::optional<std::chrono::milliseconds> timeout) {
