@@ -21,8 +21,8 @@ struct _ZAMGUID {
 };
 
 /// Puts a new UUID into `uuid`, which must not be null. It is made of the time and this machine's network address
-/// (version 1), or of a random number where there is no such address. While the
-/// clock isn't set back, one that is made later has a later time in it.
+/// (version 1), or of a random number where there is no such address. While the clock isn't set back, one that is made
+/// later has a later time in it. A forked process has another clock sequence than its parent.
 ZAM_EXPORT void ZaMUuidCreate(_ZAMGUID* uuid);
 
 /// Reads the text form: 36 characters, hexadecimal digits of either case in groups of 8, 4, 4, 4 and 12 with `-`

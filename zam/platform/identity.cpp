@@ -47,8 +47,14 @@ std::array<std::uint8_t, 16> NewUuid() {
     uuid_generate_time(uuid.data());
     std::uint64_t const now = Microseconds(uuid);
     bool const served = now <= before && now + 1 >= before;
-    if (!served && latest.compare_exchange_strong(before, now)) return uuid;
+    if (!served && latest.compare_exchange_strong(before, now)) break;
   }
+  // A forked child goes on from the state of its parent, and would come to the same numbers. So each process has a
+  // clock sequence of its own: the generator's, changed by the number of the process.
+  int const process = getpid();
+  uuid[8] = static_cast<std::uint8_t>(uuid[8] ^ (process >> 8 & 0x3F));  // the variant is in the other two bits
+  uuid[9] = static_cast<std::uint8_t>(uuid[9] ^ (process & 0xFF));
+  return uuid;
 }
 
 }  // namespace ZaM::platform

@@ -18,7 +18,7 @@ namespace ZaM::platform {
 [[nodiscard]] std::int32_t ProcessorCount();
 
 /// The 16 bytes of a new time-based UUID (version 1) as RFC 4122 orders them. No two calls in this process give the
-/// same, on whatever thread.
+/// same, on whatever thread. A forked process has another clock sequence than its parent.
 [[nodiscard]] std::array<std::uint8_t, 16> NewUuid();
 
 }  // namespace ZaM::platform
