@@ -34,7 +34,7 @@ bool MakeFolders(std::u16string_view path) {
 
 bool IsReadOnly(wstring const& path) {
   auto const status = platform::StatusOf(path);
-  return status && !status->isWritable;
+  return status && !status->isFolder && !status->isWritable;
 }
 
 }  // namespace

@@ -29,7 +29,7 @@ ZAM_EXPORT bool FileIsNewerByDate(wstring const& a, wstring const& b) noexcept;
 ZAM_EXPORT bool CreateFolder(wstring path) noexcept;
 
 /// Copies a regular file, with its time of modification; the copy is writable. A target that exists is overwritten,
-/// also a read-only one, unless `failIfExists` says otherwise. Copying a file onto itself fails and changes nothing.
+/// also a read-only one, unless `failIfExists` says otherwise. Copying a file onto itself fails and leaves its content.
 ZAM_EXPORT bool ZamCopyFile(wstring const& source, wstring const& target, bool failIfExists) noexcept;
 
 /// Deletes a file, also a read-only one, or a symbolic link itself; false for a folder.
