@@ -48,7 +48,7 @@ inline constexpr std::int32_t badAlloc = -1;
 
 /// The id of the BaseException in which `operation` ends; 0 if it ends in none.
 template <class Operation>
-std::int32_t FailureId(Operation operation) {
+std::int32_t FailureId(Operation&& operation) {
   try {
     operation();
     return 0;
@@ -80,16 +80,16 @@ std::size_t FailEachAllocation(Operation operation, Check check, Outcomes const&
       FailingAllocation failing(n, failures, outcomes.allocations);
       std::int32_t const id = FailureId(operation);
       failing.Stop();
-      auto const where = [&] {
-        return "with allocation " + std::to_string(n) + (failures == Failures::once ? "" : " and all later ones");
-      };
+      std::ptrdiff_t const left = LiveBlocks() - blocks;
+      testing::ScopedTrace const trace(
+          __FILE__, __LINE__,
+          "with allocation " + std::to_string(n) + (failures == Failures::once ? "" : " and all later ones"));
       if (!failing.HasFailed()) {
-        EXPECT_EQ(id, 0) << where() << " not reached";
+        EXPECT_EQ(id, 0) << "though it isn't reached";
         return n;
       }
-      EXPECT_EQ(std::count(outcomes.ids.begin(), outcomes.ids.end(), id), 1) << where() << " failing: " << id;
-      std::ptrdiff_t const left = LiveBlocks() - blocks;
-      EXPECT_TRUE(left <= 0 || outcomes.mayKeepMemory) << where() << " failing leaves " << left << " blocks";
+      EXPECT_EQ(std::count(outcomes.ids.begin(), outcomes.ids.end(), id), 1) << "for id " << id;
+      EXPECT_TRUE(left <= 0 || outcomes.mayKeepMemory) << left << " blocks are left";
       if constexpr (std::is_invocable_v<Check, std::int32_t>) {
         check(id);
       } else {

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,9 +16,6 @@
 #include "tests/support/xml_text.h"
 #include "zam/platform/file.h"
 #include "zam/xml/xml_library.h"
-
-/// The leak checker's, where there is one.
-extern "C" [[gnu::weak]] void __lsan_ignore_object(void* block);
 
 namespace ZaM {
 namespace {
@@ -421,86 +417,6 @@ TEST(XmlTree, CopiesWritesAndReleasesTreesThatAreDeeperThanTheStack) {
     EXPECT_TRUE(copy.Read());
     EXPECT_FALSE(copy.Read2());
   });
-}
-
-/// While one of these lives, allocation number `n` of libxml2 on this thread fails, as long as it gets there. libxml2
-/// itself loses a block then in some places: the leak checker is told to overlook what libxml2 allocates here.
-class FailingLibxml2 {
- public:
-  explicit FailingLibxml2(int n) { countdown = n; }
-  FailingLibxml2(FailingLibxml2 const&) = delete;
-  ~FailingLibxml2() { countdown = -1; }
-  static bool HasFailed() { return countdown == -1; }
-
-  static bool Install() { return xmlMemSetup(std::free, &allocate, &reallocate, &duplicate) == 0; }
-
- private:
-  static bool fails() { return countdown >= 0 && countdown-- == 0; }
-  static void* allocate(std::size_t size) { return fails() ? nullptr : overlooked(std::malloc(size)); }
-  static void* reallocate(void* block, std::size_t size) {
-    return fails() ? nullptr : overlooked(std::realloc(block, size));
-  }
-  static char* duplicate(char const* text) { return fails() ? nullptr : overlooked(strdup(text)); }
-
-  template <class T>
-  static T* overlooked(T* block) {
-    if (__lsan_ignore_object != nullptr) __lsan_ignore_object(block);
-    return block;
-  }
-
-  static thread_local int countdown;
-};
-thread_local int FailingLibxml2::countdown = -1;
-
-TEST(XmlTree, IsNeverSilentlyIncompleteWhereMemoryRunsOut) {
-  TemporaryFolder const folder;
-  XmlTree tree;
-  fill(tree);
-  tree.SetCompression(0);
-  std::string const text = tree.WriteBuffer();
-  wstring const readPath = folder.Write("read", text).u16string();
-  wstring const writePath = folder.Wide("write");
-  tree.Write(writePath);
-  std::string const written = folder.Bytes("write");
-  std::string const whole = Describe(tree.GetRoot());
-
-  XmlTree other;
-  std::optional<XmlTree> copy;
-  auto const otherTree = [&] { return Describe(other.GetRoot()); };
-  struct {
-    std::function<void()> operation;
-    std::function<std::string()> result;
-    std::string expected;
-  } const cases[] = {
-      {[&] { other.ReadBuffer(text); }, otherTree, whole},
-      {[&] { other.SetFilename(readPath), other.Read2(); }, otherTree, whole},
-      {[&] { other.Read(readPath); }, otherTree, whole},
-      {[&] { tree.WriteBuffer(); }, [&] { return tree.WriteBuffer(); }, text},
-      {[&] { tree.Write(writePath); }, [&] { return folder.Bytes("write"); }, written},
-      {[&] { copy.emplace(&tree); }, [&] { return Describe(copy->GetRoot()); }, whole},
-  };
-  for (auto const& c : cases) {
-    SCOPED_TRACE(&c - cases);
-    EXPECT_GT(test::FailEachAllocation(c.operation, [] {}, {.mayKeepMemory = true}), 0u);
-    EXPECT_EQ(c.result(), c.expected);
-  }
-  ASSERT_TRUE(FailingLibxml2::Install());
-  for (auto const& c : cases) {
-    SCOPED_TRACE(&c - cases);
-    bool goesOn = true;
-    for (int n = 0; goesOn; ++n) {
-      std::int32_t id;
-      {
-        FailingLibxml2 const failing(n);
-        id = FailureId(c.operation);
-        goesOn = FailingLibxml2::HasFailed();
-      }
-      EXPECT_TRUE(id == 0 || (goesOn && id == 5)) << n << " " << id;
-      if (id == 0) {
-        EXPECT_EQ(c.result(), c.expected) << n;
-      }
-    }
-  }
 }
 
 }  // namespace

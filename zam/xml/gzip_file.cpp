@@ -22,6 +22,12 @@ constexpr std::size_t blockSize = 2 * inputSize;
 /// What is written in one call, whose result is an int.
 constexpr std::size_t mostAtOnce = std::numeric_limits<int>::max();
 
+bool isOutOfMemory(gzFile_s* stream) {
+  int error = Z_OK;
+  gzerror(stream, &error);
+  return error == Z_MEM_ERROR;
+}
+
 }  // namespace
 
 void GzipFile::Closer::operator()(gzFile_s* opened) const {
@@ -34,6 +40,8 @@ GzipFile::GzipFile(platform::File openFile, Mode mode) : file(std::move(openFile
   if (stream == nullptr) throw BaseException(5);
   second.Detach();
   gzbuffer(stream.get(), inputSize);
+  // With nothing to compress yet this only takes the memory that all further writing needs.
+  if (mode == Mode::write && gzflush(stream.get(), Z_NO_FLUSH) == Z_MEM_ERROR) throw BaseException(5);
 }
 
 std::optional<std::size_t> GzipFile::Read(std::span<char> bytes) {
@@ -45,6 +53,7 @@ std::optional<std::size_t> GzipFile::Read(std::span<char> bytes) {
     int const count = gzread(stream.get(), bytes.data() + total, wanted);
     // A read that fails may have delivered what lies in front of the damage, without saying how much.
     total += static_cast<std::size_t>(count >= 0 ? count : gztell(stream.get()) - position);
+    if (count < 0 && isOutOfMemory(stream.get())) throw BaseException(5);
     if (count < 0 && total == 0) return std::nullopt;
     if (count <= 0) break;
   }

@@ -20,7 +20,8 @@ namespace ZaM::detail {
 ///          first at once; other bytes behind a stream are ignored, as `gzip -d` does. Any other file is passed on as
 ///          it is, compressed in another way or not.
 /// Writing: one gzip stream at level 9. A full disk may show as late as in Close.
-/// Errors:  BaseException with id 5 from the constructors; the operations report by their results.
+/// Errors:  BaseException with id 5 where memory runs out, in the constructor and in Read; all else is reported by the
+///          results.
 class GzipFile {
  public:
   enum class Mode { read, write };

@@ -315,6 +315,11 @@ void PushParser::DeclareEntity(xmlChar const* name, int type, xmlChar const* pub
   } else {
     xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
   }
+  // It forgets an entity that it has no memory for, and its references would be nothing.
+  bool const isParameter = type == XML_INTERNAL_PARAMETER_ENTITY || type == XML_EXTERNAL_PARAMETER_ENTITY;
+  xmlEntity const* const kept =
+      isParameter ? xmlGetParameterEntity(context->myDoc, name) : xmlGetDocEntity(context->myDoc, name);
+  if (kept == nullptr) scope.RunOutOfMemory();
 }
 
 void PushParser::DeclareUnparsedEntity(xmlChar const* name, xmlChar const* publicId, xmlChar const* systemId,

@@ -1,10 +1,16 @@
 #include "zam/xml/xml_library.h"
 
+#include <libxml/globals.h>
 #include <libxml/parser.h>
+#include <libxml/threads.h>
 
 #include <atomic>
+#include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
+
+#include "zam/foundation/exceptions.h"
 
 namespace ZaM::detail {
 
@@ -50,19 +56,44 @@ class Gate {
   std::atomic<xmlExternalEntityLoader> host = nullptr;
 };
 
+/// While the library is loaded, since libxml2 would lack for good what it gets no memory for when it starts.
+[[maybe_unused]] Gate const& gateAtLoad = Gate::Instance();
+
+/// libxml2 has settings for each thread, and goes on without looking where it gets no memory for them.
+void MakeThreadSettings() {
+#if LIBXML_VERSION >= 21200
+  if (xmlCheckThreadLocalStorage() != 0) throw BaseException(5);
+#else
+  thread_local constinit bool areMade = false;
+  if (areMade) return;
+  if (xmlIsMainThread() == 0) {
+    // Asked for first, since it reports that there are none through these settings, and so without an end.
+    void* const volatile room = std::malloc(sizeof(xmlGlobalState));  // volatile, or compilers leave both calls out
+    std::free(room);
+    if (room == nullptr || xmlGetGlobalState() == nullptr) throw BaseException(5);
+  }
+  areMade = true;
+#endif
+}
+
 }  // namespace
 
 XmlScope::XmlScope() {
   Gate::Instance().Close();
+  MakeThreadSettings();
   hostFunction = xmlStructuredError;
   hostContext = xmlStructuredErrorContext;
   // The type of the record differs between versions of libxml2.
   xmlSetStructuredErrorFunc(this, [](void* scope, auto* error) {
     // A text that is longer than a document may hold comes under the same number.
     bool const isTooLong = error->message != nullptr && std::strstr(error->message, "huge") != nullptr;
-    if (error->code == XML_ERR_NO_MEMORY && !isTooLong) static_cast<XmlScope*>(scope)->isOutOfMemory = true;
+    // An encoding for whose tables there is no memory counts as unknown.
+    bool const lacksTables = error->code == XML_ERR_UNSUPPORTED_ENCODING && errno == ENOMEM;
+    if ((error->code == XML_ERR_NO_MEMORY && !isTooLong) || lacksTables)
+      static_cast<XmlScope*>(scope)->RunOutOfMemory();
   });
   ++scopesOnThisThread;
+  errno = 0;
 }
 
 XmlScope::~XmlScope() {

@@ -17,6 +17,7 @@ namespace ZaM::detail {
 /// tables belong to the whole process, another thread or the host may be at work in them, and they don't grow.
 class XmlScope {
  public:
+  /// Throws BaseException with id 5 where there is no memory for libxml2's settings of this thread.
   XmlScope();
   XmlScope(XmlScope const&) = delete;
   XmlScope& operator=(XmlScope const&) = delete;
@@ -24,6 +25,9 @@ class XmlScope {
 
   /// Whether an allocation of libxml2 has failed: what it made since is incomplete, even where it looks complete.
   [[nodiscard]] bool HasRunOutOfMemory() const { return isOutOfMemory; }
+
+  /// For a failure that libxml2 doesn't report.
+  void RunOutOfMemory() { isOutOfMemory = true; }
 
  private:
   xmlStructuredErrorFunc hostFunction;  // what reports go to outside of the scope

@@ -8,23 +8,24 @@
 namespace ZaM {
 
 /// A name and a value. The properties of a node belong to it; its `AddProperty` makes them, under names that are unique
-/// within the node. The typed values of `XmlNode` are texts here too.
+/// within the node. The typed values of `XmlNode` are texts here too. Where memory runs out, BaseException with id 5 is
+/// thrown and the property is as it was.
 class ZAM_EXPORT XmlProperty {
  public:
   /// Any texts; what a document can hold is checked when it is written.
-  XmlProperty(wstring const& propertyName, wstring const& propertyValue) : name(propertyName), value(propertyValue) {}
+  XmlProperty(wstring const& propertyName, wstring const& propertyValue);
 
-  XmlProperty(XmlProperty const&) = default;
+  XmlProperty(XmlProperty const& other);
 
   /// Takes over name and value. Not for a property that a node holds: the node may go on finding it by its former name.
-  XmlProperty& operator=(XmlProperty const&) = default;
+  XmlProperty& operator=(XmlProperty const& other);
 
   /// The two texts.
   wstring const& GetName() const { return name; }
   wstring const& GetValue() const { return value; }
 
   /// Stores `newValue` and returns a reference to what is stored.
-  wstring const& SetValue(wstring const& newValue) { return value = newValue; }
+  wstring const& SetValue(wstring const& newValue);
 
  private:
   wstring name;

@@ -106,7 +106,7 @@ class ZAM_EXPORT XmlTree final : public XmlSaxCallback {
   bool ReadBuffer(std::string const& text);
 
   /// Stores the tree in the file, indented. Returns true. The text is made before the file is opened. A file that
-  /// couldn't be written whole (2001) is left with what it got.
+  /// couldn't be written whole (2001), or that memory ran out for once it was open, is left with what it got.
   /// Throws BaseException with id 27 if there is no root; the file is untouched then.
   bool Write() const;
   bool Write(wstring const& path);

@@ -2,6 +2,7 @@
 
 #include <libxml/encoding.h>
 
+#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <utility>
@@ -201,16 +202,21 @@ void ZamXmlOutStream::AddSubNodeText(std::string const& name, wstring const& tex
 
 void ZamXmlOutStream::OpenFile(wstring const& filename, bool compressed) {
   ReportOutOfMemory([&] {
-    platform::File file = platform::File::CreateForWriting(filename);
-    if (!compressed) {
-      fileStream = std::make_unique<std::ofstream>();
-      if (file.IsOpen()) fileStream->open(platform::NativePath(filename), std::ios_base::out);
-      fileLock = std::make_unique<platform::File>(std::move(file));
-    } else if (file.IsOpen()) {
+    if (compressed) {
+      platform::File file = platform::File::CreateForWriting(filename);
+      if (!file.IsOpen()) throw FileIOException(2002, filename);
       compressedFile = std::make_unique<detail::GzipFile>(std::move(file), detail::GzipFile::Mode::write);
-    } else {
-      throw FileIOException(2002, filename);
+      return;
     }
+    auto plain = std::make_unique<std::ofstream>();
+    auto lock = std::make_unique<platform::File>();
+    std::string const path = platform::NativePath(filename);
+    *lock = platform::File::CreateForWriting(filename);
+    errno = 0;
+    if (lock->IsOpen()) plain->open(path, std::ios_base::out);
+    if (lock->IsOpen() && plain->fail() && errno == ENOMEM) throw BaseException(5);
+    fileStream = std::move(plain);
+    fileLock = std::move(lock);
   });
 }
 

@@ -63,7 +63,8 @@ enum StorageType : std::int32_t {
 /// Memory:   a working area of six bytes per unit of the longest value so far, and the text itself in memory mode.
 /// Threads:  one thread at a time.
 /// Errors:   XmlException 3001, 3002 and 3003 as told below; FileIOException 2002 for a gzip file that can't be
-///           created; BaseException 5 when memory runs out. The stream is then as if nothing had been called.
+///           created; BaseException 5 when memory runs out. The stream is then as if nothing had been called; a file
+///           that was to be opened may be empty.
 ///           A plain file that can't be opened, and a write that fails, raise nothing: `IsWritten` tells.
 class ZAM_EXPORT ZamXmlOutStream {
  public:
