@@ -30,6 +30,7 @@ ZAM_EXPORT bool CreateFolder(wstring path) noexcept;
 
 /// Copies a regular file, with its time of modification; the copy is writable. A target that exists is overwritten,
 /// also a read-only one, unless `failIfExists` says otherwise. Copying a file onto itself fails and leaves its content.
+/// Where a copy breaks off, a new target goes, and one that was there is left with what it got.
 ZAM_EXPORT bool ZamCopyFile(wstring const& source, wstring const& target, bool failIfExists) noexcept;
 
 /// Deletes a file, also a read-only one, or a symbolic link itself; false for a folder.

@@ -44,7 +44,8 @@ class File {
   /// reading fails.
   [[nodiscard]] std::optional<std::size_t> Read(std::span<char> bytes);
 
-  /// Writes all of `bytes`; false where not all could be written.
+  /// Writes all of `bytes`; false where not all could be written. Beyond a limit on the size of files the system ends a
+  /// process that doesn't ignore SIGXFSZ.
   [[nodiscard]] bool Write(std::string_view bytes);
 
   /// Closes the file, if there is one; false where the system reports what it couldn't write before.
