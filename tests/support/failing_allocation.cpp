@@ -6,14 +6,7 @@
 #include <new>
 
 // What the C library, or the sanitizer in front of it, does for a program that has no allocator of its own.
-#ifdef __has_feature
-#define ZAM_HAS_SANITIZER (__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define ZAM_HAS_SANITIZER 1
-#else
-#define ZAM_HAS_SANITIZER 0
-#endif
-#if ZAM_HAS_SANITIZER
+#ifdef ZAM_SANITIZER_ALLOCATES
 #define ZAM_ALLOCATOR(name) __interceptor_##name
 #else
 #define ZAM_ALLOCATOR(name) __libc_##name
@@ -48,8 +41,6 @@ bool isToFail() {
   if (!injection.hasFailed) --injection.left;
   return injection.hasFailed;
 }
-
-// No lambdas and no locals in what the operators of C go through: a sanitizer that isn't ready yet calls them.
 
 bool isOnForC() {
   return injection.isOn && injection.allocations == Allocations::all;
