@@ -32,6 +32,7 @@ class ZAM_EXPORT PcaControl : public Control {
   PcaControl() = default;
   PcaControl(PcaControl const&) = default;
   PcaControl(PcaControl&&) = default;
+  /// Changes nothing when memory runs out.
   PcaControl& operator=(PcaControl const& other) { return *this = PcaControl(other); }
   PcaControl& operator=(PcaControl&&) = default;
   ~PcaControl() override;

@@ -35,6 +35,7 @@ class ZAM_EXPORT DocumentNode : public Composite {
   static DocumentNode* Create(unsigned int classId, DocumentNode* parent);
 
   DocumentNode(DocumentNode const&) = default;
+  /// Changes nothing when memory runs out.
   DocumentNode& operator=(DocumentNode const& other);
 
   /// Appends `child`, and makes this node its parent if it is a DocumentNode. The caller's reference passes to this
