@@ -2,9 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <functional>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "tests/support/failing_allocation.h"
 #include "zam/foundation/exceptions.h"
@@ -16,19 +17,9 @@ using std::string_literals::operator""s;
 using test::FailureId;
 
 /// Takes `limit` bytes and then fails.
-class Limited : public std::stringbuf {
- public:
-  explicit Limited(std::streamsize limit) : rest(limit) {}
-
- protected:
-  std::streamsize xsputn(char const* bytes, std::streamsize count) override {
-    std::streamsize const taken = std::stringbuf::xsputn(bytes, std::min(count, rest));
-    rest -= taken;
-    return taken;
-  }
-
- private:
-  std::streamsize rest;
+struct Limited : std::streambuf {
+  explicit Limited(std::size_t limit) { setp(bytes, bytes + limit); }
+  char bytes[2000];
 };
 
 /// `count` as it is stored.
@@ -72,13 +63,10 @@ TEST(StreamHelper, StoresTheLowestByteFirst) {
   double real;
   std::int16_t small;
   none = u"old";
-  StreamHelper::ReadBool(&in, flags[0]);
-  StreamHelper::ReadBool(&in, flags[1]);
-  StreamHelper::ReadLong(&in, longs[0]);
-  StreamHelper::ReadLong(&in, longs[1]);
+  for (bool* const flag : {&flags[0], &flags[1]}) StreamHelper::ReadBool(&in, *flag);
+  for (std::int32_t& number : longs) StreamHelper::ReadLong(&in, number);
   StreamHelper::ReadDouble(&in, real);
-  StreamHelper::ReadString(&in, text);
-  StreamHelper::ReadString(&in, none);
+  for (wstring* const string : {&text, &none}) StreamHelper::ReadString(&in, *string);
   StreamHelper::ReadShort(&in, small);
   StreamHelper::ReadBool(&in, flags[2]);  // a byte of 2
   EXPECT_TRUE(flags[0] && !flags[1] && flags[2]);
@@ -102,10 +90,8 @@ TEST(StreamHelper, ReadsStoredTextsOfAnyForm) {
       {"zero unit at the end of a chunk", Count(1028) + Units(Text(511) + u'\0' + u"b" + u'\0'), Text(511) + u'b'},
       {"zero unit at the start of a chunk", Count(1028) + Units(Text(512) + u'\0' + u"b"), Text(512)},
       {"no count", "\x02\0\0"s, u"old", 2004},
-      {"negative count", Count(0xFFFFFFFF) + "abcd", u"", 2004},
-      {"most negative count", Count(0x80000000) + "abcd", u"", 2004},
+      {"negative count", Count(0x80000000) + Units(Text(600)), u"", 2004},
       {"huge count", Count(0x7FFFFFFF) + Units(Text(1300)), Text(1024), 2004},
-      {"ends inside the first chunk", Count(6) + "a\0b\0\0"s, u"", 2004},
       {"ends behind a chunk", Count(1026) + Units(Text(512)), Text(512), 2004},
   };
   for (auto const& [name, stored, expected, failure] : cases) {
@@ -120,49 +106,58 @@ TEST(StreamHelper, ReadsStoredTextsOfAnyForm) {
 }
 
 TEST(StreamHelper, GivesTextsOfAnyLengthBack) {
-  for (std::size_t const length : {0u, 1u, 510u, 511u, 512u, 513u, 1023u, 1024u, 2000u, 100'000u}) {
+  for (std::size_t const length : {1u, 511u, 512u, 2000u}) {
     wstring text = Text(length);
-    std::replace(text.begin(), text.end(), u'\0', u'0');
     std::stringstream stream;
     StreamHelper::WriteString(&stream, text);
     EXPECT_EQ(stream.str(), Count(static_cast<std::uint32_t>(2 * length + 2)) + Units(text + u'\0'));
     wstring read;
     StreamHelper::ReadString(&stream, read);
-    EXPECT_TRUE(read == text) << length;
+    EXPECT_EQ(read, text);
     EXPECT_EQ(stream.peek(), std::char_traits<char>::eof());
+  }
+}
+
+/// Runs `use` and returns what it fails with: an id, and a sentence without a path.
+std::pair<std::int32_t, wstring> Failure(std::function<void()> const& use) {
+  try {
+    use();
+    return {};
+  } catch (FileIOException const& failure) {
+    EXPECT_TRUE(failure.GetPathname().empty());
+    return {failure.GetErrorId(), failure.GetErrorDescription()};
   }
 }
 
 TEST(StreamHelper, KeepsWhatArrivedOfANumber) {
   std::istringstream in("\x11\x22"s);
   std::int32_t number = -1;
-  EXPECT_EQ(FailureId([&] { StreamHelper::ReadLong(&in, number); }), 2004);
+  EXPECT_EQ(Failure([&] { StreamHelper::ReadLong(&in, number); }), std::pair(2004, wstring(u"Could not read file")));
   EXPECT_EQ(static_cast<std::uint32_t>(number), 0xFFFF2211u);
   bool flag = true;
   EXPECT_EQ(FailureId([&] { StreamHelper::ReadBool(&in, flag); }), 2004);
   EXPECT_TRUE(flag);
 }
 
-/// Runs `write`, which writes `length` bytes, on streams that take fewer bytes, and on one that takes all.
-template <class Write>
-void ExpectFailureWhereverItEnds(std::streamsize length, std::ios_base::iostate thrown, Write write) {
-  for (std::streamsize limit = 0; limit <= length; ++limit) {
-    Limited buffer(limit);
-    std::ostream out(&buffer);
-    out.exceptions(thrown);
-    EXPECT_EQ(FailureId([&] { write(&out); }), limit < length ? 2001 : 0) << limit;
-  }
-}
-
 TEST(StreamHelper, ReportsStreamsThatEndAnywhere) {
   wstring text = Text(600);
+  std::string const stored = Count(1202) + Units(text + u'\0');
+  std::pair<std::size_t, std::function<void(std::ostream*)>> const writes[] = {
+      {1, [](std::ostream* s) { StreamHelper::WriteBool(s, true); }},
+      {4, [](std::ostream* s) { StreamHelper::WriteLong(s, 1); }},
+      {8, [](std::ostream* s) { StreamHelper::WriteDouble(s, 1); }},
+      {stored.size(), [&](std::ostream* s) { StreamHelper::WriteString(s, text); }}};
   for (auto const thrown : {std::ios_base::goodbit, std::ios_base::failbit | std::ios_base::badbit}) {
-    ExpectFailureWhereverItEnds(1, thrown, [](std::ostream* s) { StreamHelper::WriteBool(s, true); });
-    ExpectFailureWhereverItEnds(4, thrown, [](std::ostream* s) { StreamHelper::WriteLong(s, 1); });
-    ExpectFailureWhereverItEnds(8, thrown, [](std::ostream* s) { StreamHelper::WriteDouble(s, 1); });
-    ExpectFailureWhereverItEnds(1206, thrown, [&](std::ostream* s) { StreamHelper::WriteString(s, text); });
-
-    std::string const stored = Count(1202) + Units(text + u'\0');
+    for (auto const& [length, write] : writes) {
+      for (std::size_t limit = 0; limit <= length; ++limit) {
+        Limited buffer(limit);
+        std::ostream out(&buffer);
+        out.exceptions(thrown);
+        auto const failed = Failure([&, &use = write] { use(&out); });
+        EXPECT_EQ(failed,
+                  limit < length ? std::pair(2001, wstring(u"Could not write file: ")) : std::pair(0, wstring()));
+      }
+    }
     for (std::size_t length = 0; length <= stored.size(); ++length) {
       std::istringstream in(stored.substr(0, length));
       in.exceptions(thrown);
@@ -170,23 +165,6 @@ TEST(StreamHelper, ReportsStreamsThatEndAnywhere) {
       EXPECT_EQ(FailureId([&] { StreamHelper::ReadString(&in, read); }), length < stored.size() ? 2004 : 0) << length;
     }
   }
-}
-
-TEST(StreamHelper, SaysWhatFailedWithoutAPath) {
-  auto const sentence = [](auto use) -> wstring {
-    std::stringstream ended;
-    ended.setstate(std::ios_base::badbit);
-    try {
-      use(&ended);
-    } catch (FileIOException const& failure) {
-      EXPECT_TRUE(failure.GetPathname().empty());
-      return failure.GetErrorDescription();
-    }
-    return u"none";
-  };
-  std::int16_t number;
-  EXPECT_TRUE(sentence([&](auto* s) { StreamHelper::ReadShort(s, number); }) == u"Could not read file");
-  EXPECT_TRUE(sentence([&](auto* s) { StreamHelper::WriteLong(s, 1); }) == u"Could not write file: ");
 }
 
 TEST(StreamHelper, SurvivesALackOfMemory) {
