@@ -15,6 +15,7 @@ class ZAM_EXPORT XmlProperty {
   /// Any texts; what a document can hold is checked when it is written.
   XmlProperty(wstring const& propertyName, wstring const& propertyValue);
 
+  /// Another property of that name and value, which no node has yet.
   XmlProperty(XmlProperty const& other);
 
   /// Takes over name and value. Not for a property that a node holds: the node may go on finding it by its former name.
