@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <thread>
 #include <vector>
@@ -58,6 +59,27 @@ TEST_F(FilesTest, FindsWhatThePatternMatchesWithTheFoldersOwnEntriesFirst) {
   EXPECT_TRUE(Found("a*b*") == std::vector<wstring>{u"ab"});
   EXPECT_TRUE(Found("?") == std::vector<wstring>{u"."});
   for (char const* const none : {"a", "ab?", "missing/*", "ab/*", ""}) EXPECT_TRUE(Found(none).empty()) << none;
+}
+
+/// Ends the process with 0 if the search can be used up to the end of static objects that were there before it.
+struct LateSearch {
+  int handle = -1;
+  ~LateSearch() {
+    _wfinddata64i32_t entry;
+    if (handle == -1) return;
+    bool const found = ZamFindNext(handle, &entry);
+    ZamFindClose(handle);
+    _exit(found ? 0 : 1);
+  }
+} lateSearch;
+
+TEST_F(FilesTest, SearchesWhileStaticObjectsEnd) {
+  auto const searchAndEnd = [this] {
+    _wfinddata64i32_t entry;
+    lateSearch.handle = ZamFindFirst(W("*"), &entry);
+    std::exit(2);
+  };
+  EXPECT_EXIT(searchAndEnd(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(FilesTest, TellsTheAttributesOfAnEntryWhoeverAsks) {
@@ -137,6 +159,9 @@ TEST_F(FilesTest, CopiesAFileAndLeavesItWritable) {
   ASSERT_EQ(mkfifo(P("pipe").c_str(), 0600), 0);
   for (char const* const bad : {"pipe", "missing", "."}) EXPECT_FALSE(ZamCopyFile(W(bad), W("x"), false)) << bad;
   EXPECT_FALSE(Exists("x"));
+  fs::create_directory(P("protected"));
+  SetMode("protected", 0555);
+  EXPECT_FALSE(ZamCopyFile(W("source"), W("protected"), false) || IsWritable("protected"));
 }
 
 TEST_F(FilesTest, MovesWithoutReplacingAndDeletesWhatIsReadOnly) {

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -26,7 +27,9 @@ struct Search {
 class SearchTable {
  public:
   static SearchTable& Get() {
-    static SearchTable table;
+    // Never destroyed: a program's last static objects may still search.
+    alignas(SearchTable) static std::byte storage[sizeof(SearchTable)];
+    static SearchTable& table = *new (storage) SearchTable;
     return table;
   }
 
