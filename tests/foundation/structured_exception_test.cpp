@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -10,7 +11,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
+#include <exception>
 #include <functional>
+#include <iterator>
+#include <limits>
 #include <optional>
 #include <string>
 #include <thread>
@@ -165,6 +170,56 @@ TEST(StructuredExceptions, GiveEachFaultItsCode) {
 #endif
 }
 
+#if defined(__x86_64__)
+long long divisors[2];
+
+// A division whose quotient is out of range by -1, with the divisor in rdi and behind rsi, and the dividend in rdx:rax.
+#define DIVISION(prepare, divide, low, high)                                                            \
+  {                                                                                                     \
+    divide, [](long long divisor) __attribute__((no_sanitize("address", "undefined"))) {                \
+      divisors[0] = divisors[1] = divisor;                                                              \
+      asm volatile(prepare "\n" divide                                                                  \
+                   : "+D"(divisor)                                                                      \
+                   : "S"(divisors), "a"(static_cast<long long>(low)), "d"(static_cast<long long>(high)) \
+                   : "rbx", "rcx", "r8", "r12", "r13", "r15", "memory", "cc");                          \
+    }                                                                                                   \
+  }
+#endif
+
+TEST(StructuredExceptions, TellAQuotientThatIsOutOfRangeFromADivisorOfZero) {
+  SKIP_WITHOUT_FAULTS();
+#if defined(__x86_64__)
+  constexpr long long lowest = std::numeric_limits<long long>::min();
+  struct Case {
+    char const* division;
+    void (*divide)(long long);
+  };
+  Case const cases[] = {
+      DIVISION("", "idivl %%edi", 0x80000000, -1),
+      DIVISION("", "idivq %%rdi", lowest, -1),
+      DIVISION("", "idivw %%di", 0x8000, -1),
+      DIVISION("", "idivb %%dil", 0x8000, 0),
+      DIVISION("movq %%rdi, %%r12", "idivq %%r12", lowest, -1),
+      DIVISION("movq %%rdi, %%rbx\n movb $1, %%bh", "idivb %%bl", 0x8000, 0),
+      DIVISION("movq %%rdi, %%rbx\n shlq $8, %%rbx", "idivb %%bh", 0x8000, 0),
+      DIVISION("", "idivl (%%rsi)", 0x80000000, -1),
+      DIVISION("movq %%rsi, %%r12", "idivl (%%r12)", 0x80000000, -1),
+      DIVISION("leaq 16(%%rsi), %%r8", "idivq -8(%%r8)", lowest, -1),
+      DIVISION("leaq -400(%%rsi), %%r13", "idivw 400(%%r13)", 0x8000, -1),
+      DIVISION("movq $1, %%rcx", "idivl (%%rsi,%%rcx,8)", 0x80000000, -1),
+      DIVISION("movq $1, %%r12\n movq %%rsi, %%r13", "idivb -4(%%r13,%%r12,4)", 0x8000, 0),
+      DIVISION("movq %%rsi, %%r15\n shrq $3, %%r15", "idivl 0(,%%r15,8)", 0x80000000, -1),
+  };
+  std::thread([&] {
+    StructuredException::Enable();
+    for (Case const& one : cases) {
+      EXPECT_EQ(CodeOf([&] { one.divide(-1); }), 0xC0000095u) << one.division;
+      EXPECT_EQ(CodeOf([&] { one.divide(0); }), 0xC0000094u) << one.division;
+    }
+  }).join();
+#endif
+}
+
 TEST(StructuredExceptions, KeepTheirSentenceAndTheModesOfTheThread) {
   SKIP_WITHOUT_FAULTS();
   std::optional<StructuredException> kept;
@@ -214,6 +269,77 @@ FAULTY void RecurseWithStrings(int depth, int& alive) {
   Unknown(text[0] + number[0]);
 }
 
+/// Catches what comes from the end of the stack there, once, and fills what is left.
+FAULTY int RecurseInHandler(int depth, int& alive, bool& wasCaught) {
+  try {
+    return Unknown(&RecurseInHandler)(depth + 1, alive, wasCaught) + 1;
+  } catch (StructuredException const&) {
+    if (wasCaught) throw;
+    wasCaught = true;
+  }
+  RecurseWithStrings(depth, alive);
+  return 0;
+}
+
+FAULTY int RecurseWithThrows(int depth) {
+  try {
+    throw depth;
+  } catch (int) {
+  }
+  return Unknown(&RecurseWithThrows)(depth + 1) + 1;
+}
+FAULTY int RecurseWithSignals(int depth) {
+  raise(SIGURG);
+  return Unknown(&RecurseWithSignals)(depth + 1) + 1;
+}
+FAULTY int RecurseWithLocks(int depth) {
+  std::time_t const time = depth;
+  std::tm parts = {};
+  return localtime_r(&time, &parts)->tm_sec + Unknown(&RecurseWithLocks)(depth + 1);
+}
+FAULTY int RecurseThroughSort(int depth) {
+  int numbers[] = {3, 1, 2};
+  auto const compare = [](void const* a, void const*) { return RecurseThroughSort(*static_cast<int const*>(a)); };
+  std::qsort(numbers, std::size(numbers), sizeof numbers[0], compare);
+  return numbers[0] + depth;
+}
+FAULTY void TakeMuch(int bytes) {
+  auto* const frame = static_cast<char volatile*>(__builtin_alloca(static_cast<std::size_t>(bytes)));
+  frame[0] = 0;
+  frame[bytes - 1] = 0;
+}
+
+TEST(StructuredExceptions, ComeFromTheEndOfTheStackWhateverHasComeThere) {
+  SKIP_WITHOUT_FAULTS();
+  struct sigaction ignoring = {};
+  ignoring.sa_handler = [](int) {};
+  sigaction(SIGURG, &ignoring, nullptr);
+  for (int offset = 0; offset < 4096; offset += 304) {
+    test::RunOnStack(1u << 20, [&] {
+      StructuredException::Enable();
+      static_cast<char volatile*>(__builtin_alloca(static_cast<std::size_t>(offset + 1)))[0] = 0;
+      int alive = 0;
+      bool wasCaught = false;
+      std::function<void()> const overflows[] = {
+          [&] { RecurseInHandler(0, alive, wasCaught); },
+          [] { RecurseWithThrows(0); },
+          [] { RecurseWithSignals(0); },
+          [] { RecurseWithLocks(0); },
+          [] { RecurseThroughSort(0); },
+          [] { TakeMuch(16 << 20); },
+      };
+      for (auto const& overflow : overflows) {
+        EXPECT_EQ(CodeOf([&] { overflow(); }), 0xC00000FDu) << offset << ", " << &overflow - overflows;
+      }
+      EXPECT_EQ(alive, 0);
+      EXPECT_EQ(std::uncaught_exceptions(), 0);
+      std::time_t const time = 0;
+      std::tm parts = {};
+      EXPECT_NE(localtime_r(&time, &parts), nullptr) << "not locked";
+    });
+  }
+}
+
 TEST(StructuredExceptions, ComeFromTheEndOfTheStackAndLeaveRoomForDestructors) {
   SKIP_WITHOUT_FAULTS();
   auto const overflow = [] {
@@ -227,6 +353,16 @@ TEST(StructuredExceptions, ComeFromTheEndOfTheStackAndLeaveRoomForDestructors) {
   };
   for (std::size_t const size : {1u << 20, 3u << 20}) test::RunOnStack(size, overflow);
   overflow();
+  // The system would disarm this stack, and nothing arm it again.
+  test::RunOnStack(1u << 20, [&] {
+    static char disarmed[128 * 1024];
+    stack_t own = {};
+    own.ss_sp = disarmed;
+    own.ss_size = sizeof disarmed;
+    own.ss_flags = static_cast<int>(1u << 31);
+    ASSERT_EQ(sigaltstack(&own, nullptr), 0);
+    overflow();
+  });
   // Here there is no reserve.
   test::RunOnStack(128 * 1024, [] {
     StructuredException::Enable();
@@ -294,7 +430,13 @@ TEST(StructuredExceptionsDeathTest, LeaveOtherThreadsAndSignalsToTheProgram) {
 TEST(StructuredExceptions, GiveTheStackOfAThreadBackWhole) {
   SKIP_WITHOUT_FAULTS();
   constexpr std::size_t size = 2u << 20;
-  test::RunOnStack(size, [] { StructuredException::Enable(); });
+  pthread_key_t late;
+  pthread_key_create(&late, [](void*) { StructuredException::Enable(); });
+  test::RunOnStack(size, [&] {
+    StructuredException::Enable();
+    pthread_setspecific(late, &late);
+  });
+  pthread_key_delete(late);
   // The same stack, as a rule.
   test::RunOnStack(size, [] {
     char volatile used[size - (16 << 10)];

@@ -8,9 +8,9 @@ namespace ZaM {
 
 namespace {
 
-// What is known of this thread's latest fault.
-thread_local constinit _EXCEPTION_RECORD latestRecord = {};
-thread_local constinit _EXCEPTION_POINTERS latestPointers = {};
+// What is known of this thread's latest fault. The first access mustn't allocate, since a signal handler makes it.
+[[gnu::tls_model("initial-exec")]] thread_local constinit _EXCEPTION_RECORD latestRecord = {};
+[[gnu::tls_model("initial-exec")]] thread_local constinit _EXCEPTION_POINTERS latestPointers = {};
 
 wchar const* SentenceOf(std::uint32_t code) {
   switch (code) {
@@ -86,7 +86,6 @@ void StructuredException::Enable() {
     latestPointers = {&latestRecord, context};
     TranslateSEtoCE(fault, &latestPointers);
   };
-  latestPointers = {};  // the first access of a thread may allocate, which a signal handler mustn't
   if (!platform::TranslateFaults(translate)) throw BaseException(5);
 }
 

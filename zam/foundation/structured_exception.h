@@ -12,6 +12,11 @@
 // the process ends in std::terminate. Clang has no such option: there a fault reaches handlers and destructors of the
 // calling functions alone, where the compiler couldn't see that the called one never throws.
 //
+// Even so no function can be left where it calls one that is declared never to throw, as those of the C library are:
+// where a bad address reaches memcpy or strlen, the process ends in std::terminate if the function that called it has
+// something to destroy or to catch itself. The same goes for the library's own functions, which aren't compiled for
+// faults: check what is handed to them.
+//
 // A fault often means that something has been overwritten. Whoever catches one should save what is dear to the user and
 // end, rather than go on as if nothing had happened.
 #ifndef ZAM_FOUNDATION_STRUCTURED_EXCEPTION_H
@@ -39,7 +44,7 @@ struct _EXCEPTION_RECORD {
 struct _EXCEPTION_POINTERS {
   /// What is known of it.
   _EXCEPTION_RECORD const* record;
-  /// The registers at the fault: a ucontext_t.
+  /// The registers, a ucontext_t: those of the fault, or of the place in a calling function where the exception began.
   void const* context;
 };
 
@@ -61,17 +66,21 @@ struct _EXCEPTION_POINTERS {
 ///     0xC0000091                                              overflow
 ///     0xC0000092                                              stack of the x87 unit
 ///     0xC0000093                                              underflow
-///     0xC0000094  integer division by zero, or with a quotient that is out of range
-///     0xC0000095  integer overflow, where the processor minds
+///     0xC0000094  integer division by zero
+///     0xC0000095  integer division with a quotient that is out of range; other overflow, where the processor minds
 ///     0xC0000096  privileged instruction
 ///     0xC00000FD  stack overflow
 ///
-/// What doesn't: signals that come from other processes or from `raise`, and faults inside of the heap's own functions
-/// or while another fault is on its way to its handler. These go where they would have gone without Enable. A fault in
-/// a function that mustn't throw, such as a destructor, ends in std::terminate, as any exception there does.
+/// What doesn't: signals that come from other processes or from `raise`, and faults inside of the heap's own functions,
+/// while another fault is on its way to its handler, or in a handler of the program's that runs on the alternative
+/// stack. These go where they would have gone without Enable. A fault in a function that mustn't throw, such as a
+/// destructor, ends in std::terminate, as any exception there does.
 ///
-/// A stack overflow may strike anywhere, such as inside of the heap's functions or in the middle of what can't throw.
-/// The thread then goes on, on stack that is kept for this, until it comes to an instruction that may throw.
+/// A stack overflow may strike anywhere, such as inside of the C library, which may hold locks, or in the middle of
+/// what can't throw. The thread then goes on, on stack that is kept for this, until it comes to an instruction that may
+/// throw. Where handlers swallow the exception time and again, as those of iostream do, and the recursion goes on, that
+/// stack comes to its end, and with it the process. On a stack other than the thread's own, such as that of a
+/// coroutine library, an overflow may have the code 0xC0000005.
 ///
 /// Behind the handler the thread goes on as behind any exception, floating point modes included, but with alignment
 /// checks off, should they have been on.
@@ -83,13 +92,14 @@ class ZAM_EXPORT StructuredException : public BaseException {
   ~StructuredException() override;
 
   /// From now on the calling thread's faults are thrown as StructuredException; other threads are left as they were.
-  /// There is no way back. Calling it again changes nothing.
+  /// There is no way back. Calling it again makes ready for the next stack overflow while the exception of the last one
+  /// is still kept, as in a std::future; the end of an exception does so otherwise.
   ///
   /// The first call in a process installs handlers for SIGSEGV, SIGBUS, SIGILL, SIGFPE and SIGTRAP, which pass on what
-  /// isn't meant for them to the handlers that were there before. A program that installs its own for one of these
-  /// later takes the signal away from the library. Each thread gets an alternative stack of 64 KiB for signals, if it
-  /// has none of that size, and of its own stack up to 256 KiB (a 32nd part; none of less than 512 KiB) are kept for
-  /// the destructors that run when the rest is used up.
+  /// isn't meant for them to the handlers that were there before, and keeps the library loaded. A program that installs
+  /// its own for one of these later takes the signal away from the library. Each thread gets an alternative stack of 64
+  /// KiB for signals, if it has none of that size, and of its own stack up to 256 KiB (a 32nd part; none of less than
+  /// 512 KiB) are kept for the destructors that run when the rest is used up.
   ///
   /// Throws BaseException with id 5, and changes nothing, if there is no memory for this.
   static void Enable();
@@ -101,7 +111,7 @@ class ZAM_EXPORT StructuredException : public BaseException {
   [[nodiscard]] std::uint32_t GetExceptionCode() const { return code; }
 
   /// What the system handed over. To be read only inside of the handler that caught the exception, and before another
-  /// fault of this thread.
+  /// fault of this thread; the registers also before another signal of it.
   [[nodiscard]] _EXCEPTION_POINTERS const* GetExceptionPointers() const { return exceptionPointers; }
 
  private:

@@ -1,5 +1,8 @@
 #include "zam/platform/fault_calls.h"
 
+#include <cxxabi.h>
+#include <dlfcn.h>
+#include <gnu/libc-version.h>
 #include <unwind.h>
 
 #include <algorithm>
@@ -37,12 +40,35 @@ bool IsOfHeap(std::uintptr_t function) {
   return std::find(std::begin(functions), std::end(functions), function) != std::end(functions);
 }
 
+/// Addresses of a loaded file.
+struct LoadedFile {
+  std::uintptr_t begin = 0;
+  std::uintptr_t end = 0;
+
+  [[nodiscard]] bool Contains(std::uintptr_t address) const { return address - begin < end - begin; }
+};
+constinit LoadedFile cLibrary, loader;
+
+/// Empty if this code is in the same file, as in a program that is linked statically.
+LoadedFile FileWith(std::uintptr_t address) {
+  dl_find_object found = {};
+  if (_dl_find_object(reinterpret_cast<void*>(address), &found) != 0) return {};
+  LoadedFile const file = {reinterpret_cast<std::uintptr_t>(found.dlfo_map_start),
+                           reinterpret_cast<std::uintptr_t>(found.dlfo_map_end)};
+  return file.Contains(AddressOf(&FindCLibrary)) ? LoadedFile() : file;
+}
+
+bool IsThrow(std::uintptr_t function) {
+  return function == AddressOf(&abi::__cxa_throw) || function == AddressOf(&abi::__cxa_rethrow) ||
+         function == AddressOf(&_Unwind_Resume);
+}
+
 // What AwaitReturn has changed, and what is to come of it.
 struct AwaitedReturn {
   std::uintptr_t* place = nullptr;  // null if none is waited for
   std::uintptr_t address = 0;       // that was there
 };
-thread_local constinit AwaitedReturn awaited;
+[[gnu::tls_model("initial-exec")]] thread_local constinit AwaitedReturn awaited;
 
 }  // namespace
 
@@ -86,6 +112,43 @@ std::uintptr_t AddressOfAwaitedReturn() {
 
 #endif
 
+namespace {
+
+bool IsOfSystem(std::uintptr_t function) {
+  return cLibrary.Contains(function) || loader.Contains(function);
+}
+
+/// Whether the fault struck inside of the C library or the loader, where they may hold locks. Sorting and searching
+/// hold none, and call functions that don't return if it was these that used the stack up.
+bool IsInSystem(ucontext_t const& context) noexcept {
+  bool isInside = false;
+  bool callsBack = false;
+  VisitFrames(context, [&](_Unwind_Context* frame, bool) {
+    std::uintptr_t const function = _Unwind_GetRegionStart(frame);
+    if (!IsOfSystem(function)) return false;
+    isInside = true;
+    callsBack = function == AddressOf(&qsort) || function == AddressOf(&qsort_r) || function == AddressOf(&bsearch);
+    return !callsBack;
+  });
+  return isInside && !callsBack;
+}
+
+}  // namespace
+
+void FindCLibrary() noexcept {
+  cLibrary = FileWith(AddressOf(&gnu_get_libc_version));
+  loader = FileWith(AddressOf(&_dl_find_object));
+}
+
+void ForgetThrow() noexcept {
+  struct Globals {  // as the C++ ABI for Itanium has it
+    void* caughtExceptions;
+    unsigned int uncaughtExceptions;
+  };
+  auto& globals = *reinterpret_cast<Globals*>(abi::__cxa_get_globals());
+  if (globals.uncaughtExceptions > 0) --globals.uncaughtExceptions;
+}
+
 FaultedCalls CallsAt(ucontext_t const& context) noexcept {
   // Deeper than what libraries put between a program's function and the fault. A function that forbids exceptions in
   // the outer part is taken for one of a recursion.
@@ -93,7 +156,8 @@ FaultedCalls CallsAt(ucontext_t const& context) noexcept {
   constexpr int mostForbiddenDepth = 48;
   FaultedCalls calls;
   int depth = 0;
-  bool isInsideOfHeap = false;  // the function before this one
+  bool isInSystem = IsInSystem(context);  // with this function as well
+  bool isInsideOfBusy = false;
   VisitFrames(context, [&](_Unwind_Context* frame, bool isExact) {
     std::uintptr_t const function = _Unwind_GetRegionStart(frame);
     std::uintptr_t const offset = _Unwind_GetIP(frame) - function;
@@ -101,10 +165,13 @@ FaultedCalls CallsAt(ucontext_t const& context) noexcept {
     bool const isBeingEntered = isExact && table.IsBeforeAll(offset);
     bool const isForbidden = !isBeingEntered && !table.LetsThrow(isExact ? offset : offset - 1);
     bool const isOfHeap = IsOfHeap(function);
-    if (isInsideOfHeap || isForbidden) calls.returnAddress = isExact ? nullptr : ReturnAddressOf(frame);
-    if (isForbidden || isOfHeap) calls.mayThrow = false;
+    isInSystem = isInSystem && IsOfSystem(function);
+    bool const isBusy = isOfHeap || isInSystem;
+    if (isInsideOfBusy || isForbidden) calls.returnAddress = isExact ? nullptr : ReturnAddressOf(frame);
+    if (isForbidden || isBusy) calls.mayThrow = false;
     if (isOfHeap) calls.isInHeapFunction = true;
-    isInsideOfHeap = isOfHeap;
+    if (IsThrow(function)) calls.isInThrow = true;
+    isInsideOfBusy = isBusy;
     calls.isHopeless = isForbidden && depth > mostForbiddenDepth;
     return ++depth < mostDepth && !calls.isHopeless;
   });

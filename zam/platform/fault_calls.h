@@ -11,8 +11,10 @@ namespace ZaM::platform {
 struct FaultedCalls {
   /// The heap's own functions are at work. What they have locked and half changed would stay so.
   bool isInHeapFunction = false;
+  /// An exception has been thrown and not come to its handler yet.
+  bool isInThrow = false;
   /// No function on the way forbids an exception: none is at a place where, as far as its compiler knows, nothing can
-  /// throw, and none is of the heap.
+  /// throw, none is of the heap, and what faulted isn't the C library or the loader, which may hold locks.
   bool mayThrow = true;
   /// Otherwise, of the call behind whose return the outermost of those functions may allow it again: where it will find
   /// the place to return to. Null where there is no such call.
@@ -20,6 +22,13 @@ struct FaultedCalls {
   /// So many calls forbid an exception that it can't be hoped for.
   bool isHopeless = false;
 };
+
+/// To be called before CallsAt, and not in a signal handler.
+void FindCLibrary() noexcept;
+
+/// Makes an exception that another one takes the place of, before it has come to its handler, count no more in
+/// std::uncaught_exceptions.
+void ForgetThrow() noexcept;
 
 /// Looks at the functions around the fault, not at all up to the handler.
 [[nodiscard]] FaultedCalls CallsAt(ucontext_t const& context) noexcept;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <iterator>
 
 namespace ZaM::platform {
@@ -36,6 +37,78 @@ constexpr unsigned char privileged[] = {0xF4, 0xFA, 0xFB, 0x6C, 0x6D, 0x6E, 0x6F
 // Behind 0x0F: clts, invd, wbinvd; moves of control and debug registers; wrmsr, rdmsr, rdpmc.
 constexpr unsigned char privilegedOfTwoBytes[] = {0x06, 0x08, 0x09, 0x20, 0x21, 0x22, 0x23, 0x30, 0x32, 0x33};
 
+constexpr int registersByNumber[] = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RSP, REG_RBP, REG_RSI, REG_RDI,
+                                     REG_R8,  REG_R9,  REG_R10, REG_R11, REG_R12, REG_R13, REG_R14, REG_R15};
+
+template <class Number>
+Number Load(std::uintptr_t address) {
+  Number number;
+  std::memcpy(&number, reinterpret_cast<void const*>(address), sizeof number);
+  return number;
+}
+
+/// An instruction with an operand in a register or in memory, behind its first byte.
+struct Operand {
+  ucontext_t const& context;
+  unsigned prefix;    // 0x4W, where W & 2 and W & 1 extend the numbers of the registers; 0 without one
+  std::uintptr_t at;  // of the byte that says where the operand is
+
+  [[nodiscard]] unsigned Form() const { return Load<unsigned char>(at); }
+  [[nodiscard]] bool IsRegister() const { return Form() >> 6 == 3; }
+
+  [[nodiscard]] std::uintptr_t Register(unsigned number, unsigned extension) const {
+    unsigned const extended = number | ((prefix & extension) != 0 ? 8u : 0u);
+    return static_cast<std::uintptr_t>(context.uc_mcontext.gregs[registersByNumber[extended]]);
+  }
+
+  /// Where in memory it is. Counts on no further bytes behind it.
+  [[nodiscard]] std::uintptr_t Address() const {
+    unsigned const mode = Form() >> 6;
+    unsigned base = Form() & 7;
+    std::uintptr_t next = at + 1;
+    std::uintptr_t address = 0;
+    bool const isIndexed = base == 4;
+    if (isIndexed) {
+      unsigned const scaled = Load<unsigned char>(next++);
+      bool const hasIndex = (scaled >> 3 & 7) != 4 || (prefix & 2) != 0;
+      if (hasIndex) address = Register(scaled >> 3 & 7, 2) << (scaled >> 6);
+      base = scaled & 7;
+    }
+    bool const hasBase = mode != 0 || base != 5;
+    if (hasBase) address += Register(base, 1);
+    if (mode == 1) address += static_cast<std::uintptr_t>(Load<signed char>(next));
+    if (mode == 2 || !hasBase) address += static_cast<std::uintptr_t>(Load<std::int32_t>(next));
+    bool const isRelative = !hasBase && !isIndexed;  // to the next instruction
+    return isRelative ? address + next + sizeof(std::int32_t) : address;
+  }
+};
+
+/// Whether the division that failed was by a number other than zero, so that its quotient is out of range: the
+/// processor itself doesn't tell. False for forms that compilers don't write.
+bool IsQuotientOutOfRange(ucontext_t const& context) {
+  auto at = static_cast<std::uintptr_t>(context.uc_mcontext.gregs[REG_RIP]);
+  bool const isShort = Load<unsigned char>(at) == 0x66;
+  if (isShort) ++at;
+  unsigned const first = Load<unsigned char>(at);
+  unsigned const prefix = first >> 4 == 4 ? first : 0;
+  if (prefix != 0) ++at;
+  unsigned const division = Load<unsigned char>(at);
+  bool const isByte = division == 0xF6;
+  if (!isByte && division != 0xF7) return false;
+
+  std::size_t const size = isByte ? 1 : isShort ? 2 : (prefix & 8) != 0 ? 8 : 4;
+  Operand const operand = {context, prefix, at + 1};
+  std::uintptr_t divisor = 0;
+  if (!operand.IsRegister()) {
+    std::memcpy(&divisor, reinterpret_cast<void const*>(operand.Address()), size);
+    return divisor != 0;
+  }
+  unsigned const number = operand.Form() & 7;
+  bool const isSecondByte = isByte && prefix == 0 && number >= 4;
+  divisor = isSecondByte ? operand.Register(number - 4, 0) >> 8 : operand.Register(number, 1);
+  return divisor << 8 * (sizeof divisor - size) != 0;
+}
+
 template <std::size_t count>
 bool Contains(unsigned char const (&codes)[count], unsigned char code) {
   return std::find(std::begin(codes), std::end(codes), code) != std::end(codes);
@@ -59,13 +132,16 @@ FaultCode RefinedFloatCode(FaultCode code, ucontext_t const&) {
 bool IsPrivileged(ucontext_t const&) {
   return false;
 }
+bool IsQuotientOutOfRange(ucontext_t const&) {
+  return false;
+}
 
 #endif
 
 FaultCode ArithmeticCode(int reason, ucontext_t const& context) {
   switch (reason) {
     case FPE_INTDIV:
-      return FaultCode::IntegerDivideByZero;
+      return IsQuotientOutOfRange(context) ? FaultCode::IntegerOverflow : FaultCode::IntegerDivideByZero;
     case FPE_INTOVF:
       return FaultCode::IntegerOverflow;
     case FPE_FLTDIV:

@@ -64,22 +64,25 @@ void ExtendTo(std::uintptr_t low) noexcept {
 
 void SetReserve(FaultStack& stack) noexcept {
   Bounds const bounds = StackBounds();
-  stack.low = stack.reserveEnd = bounds.low;
+  stack.low = stack.reserveEnd = stack.lockedEnd = bounds.low;
   std::uintptr_t const here = Number(static_cast<char*>(__builtin_frame_address(0)));
   std::uintptr_t const size = bounds.top - bounds.low;
   std::uintptr_t const reserve = std::min(size / stackPerReserve, mostReserve) / PageSize() * PageSize();
   bool const isOwn = bounds.low < here && here < bounds.top;
   if (!isOwn || reserve < leastReserve || size >= mostStack || here - bounds.low < 2 * reserve) return;
   if (getpid() == gettid()) ExtendTo(bounds.low);
-  stack.isLocked = mprotect(Pointer(bounds.low), reserve, PROT_NONE) == 0;
-  if (stack.isLocked) stack.reserveEnd += reserve;
+  if (mprotect(Pointer(bounds.low), reserve, PROT_NONE) == 0) stack.reserveEnd = stack.lockedEnd = bounds.low + reserve;
 }
 
 }  // namespace
 
 bool ProvideFaultStack(FaultStack& stack) noexcept {
   if (sigaltstack(nullptr, &stack.before) != 0) return false;
-  bool const isEnough = (stack.before.ss_flags & SS_DISABLE) == 0 && stack.before.ss_size >= alternativeSize;
+  // One that the system disarms while it is in use would stay so, since an exception doesn't give it back.
+  constexpr unsigned autoDisarm = 1u << 31;  // the C library doesn't name it
+  constexpr unsigned unfit = SS_DISABLE | autoDisarm;
+  bool const isEnough =
+      (static_cast<unsigned>(stack.before.ss_flags) & unfit) == 0 && stack.before.ss_size >= alternativeSize;
   if (isEnough) {
     stack.alternative = stack.before;
   } else {
@@ -103,15 +106,10 @@ bool ProvideFaultStack(FaultStack& stack) noexcept {
 
 void WithdrawFaultStack(FaultStack& stack) noexcept {
   OpenReserve(stack);
-  // A thread that ends inside of a signal handler still needs what it stands on.
-  if (stack.mapping == nullptr || IsOnAlternativeStack(stack, Number(static_cast<char*>(__builtin_frame_address(0))))) {
-    return;
-  }
   stack_t current = {};
-  if (sigaltstack(nullptr, &current) == 0 && current.ss_sp == stack.alternative.ss_sp) {
-    sigaltstack(&stack.before, nullptr);
-  }
-  munmap(stack.mapping, PageSize() + alternativeSize);
+  bool const isCurrent = sigaltstack(nullptr, &current) == 0 && current.ss_sp == stack.alternative.ss_sp;
+  if (stack.mapping != nullptr && isCurrent) sigaltstack(&stack.before, nullptr);
+  if (stack.mapping != nullptr) munmap(stack.mapping, PageSize() + alternativeSize);
   stack = {};
 }
 
@@ -121,25 +119,27 @@ bool IsOnAlternativeStack(FaultStack const& stack, std::uintptr_t address) noexc
 
 bool IsStackOverflow(FaultStack const& stack, std::uintptr_t address, std::uintptr_t stackPointer) noexcept {
   if (stack.low == 0) return false;
-  // A frame that is larger than this may step over the end of the stack unseen in any case.
-  constexpr std::uintptr_t mostFrame = 64 * 1024;
-  bool const isAtEnd =
-      address + mostFrame >= stack.low && address < (stack.isLocked ? stack.reserveEnd : stack.low) + PageSize();
-  return isAtEnd && address + mostFrame >= stackPointer;
+  // A large frame reaches beyond the end before it is touched; farther down there may be other stacks.
+  constexpr std::uintptr_t mostFrame = std::uintptr_t{64} << 20;
+  constexpr std::uintptr_t mostBelow = 64 * 1024;  // that is touched before it is taken
+  bool const isOnStack = stackPointer + mostFrame >= stack.low;
+  return isOnStack && address < stack.lockedEnd + PageSize() && address + mostBelow >= stackPointer;
 }
 
 bool OpenReserve(FaultStack& stack) noexcept {
-  if (!stack.isLocked) return false;
-  stack.isLocked = mprotect(Pointer(stack.low), stack.reserveEnd - stack.low, PROT_READ | PROT_WRITE) != 0;
-  return !stack.isLocked;
+  std::uintptr_t const size = stack.lockedEnd - stack.low;
+  if (size == 0 || mprotect(Pointer(stack.low), size, PROT_READ | PROT_WRITE) != 0) return false;
+  stack.lockedEnd = stack.low;
+  return true;
 }
 
 void LockReserve(FaultStack& stack) noexcept {
   std::uintptr_t const here = Number(static_cast<char*>(__builtin_frame_address(0)));
-  bool const isFree = here > stack.reserveEnd + PageSize() && !IsOnAlternativeStack(stack, here);
-  bool const isThere = stack.reserveEnd != stack.low && !stack.isLocked;
-  if (!isFree || !isThere) return;
-  stack.isLocked = mprotect(Pointer(stack.low), stack.reserveEnd - stack.low, PROT_NONE) == 0;
+  if (here < stack.low || IsOnAlternativeStack(stack, here)) return;
+  // The next overflow mustn't come before this thread has left the functions that ended the last one.
+  std::uintptr_t const end = std::min(stack.reserveEnd, (here - PageSize()) / PageSize() * PageSize());
+  if (end <= stack.lockedEnd || mprotect(Pointer(stack.low), end - stack.low, PROT_NONE) != 0) return;
+  stack.lockedEnd = end;
 }
 
 }  // namespace ZaM::platform

@@ -11,7 +11,8 @@ namespace ZaM::platform {
 ///
 /// An overflow must not strike at the true end: the destructors that run while the exception passes need stack as well.
 /// So the last part of the stack, its reserve, is locked at first. An overflow meets the lock, which is opened for what
-/// follows, and closed again when the exception is gone.
+/// follows, and closed again when the exception is gone. Where it goes while the thread still stands on the reserve, as
+/// in a function that swallows all exceptions, what lies a page below is closed: what comes next may overflow too.
 ///
 ///     low         reserveEnd                      top
 ///     | reserve   | free for all         | in use |
@@ -20,7 +21,7 @@ namespace ZaM::platform {
 struct FaultStack {
   std::uintptr_t low = 0;         // of the thread's stack, behind its guard pages; 0 where that isn't known
   std::uintptr_t reserveEnd = 0;  // equal to `low` where the stack is too small for a reserve
-  bool isLocked = false;          // the reserve
+  std::uintptr_t lockedEnd = 0;   // of the locked part of the reserve, which begins at `low`
   void* mapping = nullptr;        // of our own alternative stack; null if the thread had one that is large enough
   stack_t alternative = {};       // that signal handlers run on
   stack_t before = {};            // what our own took the place of
@@ -41,10 +42,10 @@ void WithdrawFaultStack(FaultStack& stack) noexcept;
 [[nodiscard]] bool IsStackOverflow(FaultStack const& stack, std::uintptr_t address,
                                    std::uintptr_t stackPointer) noexcept;
 
-/// Opens the reserve. Returns whether there is one that was locked.
+/// Opens the reserve. Returns whether some of it was locked.
 bool OpenReserve(FaultStack& stack) noexcept;
 
-/// Locks the reserve, unless the calling thread stands on it.
+/// Locks the reserve, or if the calling thread stands on it, what of it lies more than a page below.
 void LockReserve(FaultStack& stack) noexcept;
 
 }  // namespace ZaM::platform

@@ -1,11 +1,15 @@
 #include "zam/platform/faults.h"
 
+#include <dlfcn.h>
+#include <pthread.h>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -35,17 +39,6 @@ struct ThreadFaults {
 // Threads that never asked come here too, from inside of a fault: the first access mustn't allocate.
 [[gnu::tls_model("initial-exec")]] thread_local constinit ThreadFaults thisThread;
 
-/// Takes back what TranslateFaults has given to a thread, when it ends.
-struct ThreadEnd {
-  ThreadEnd() = default;
-  ThreadEnd(ThreadEnd const&) = delete;
-  ThreadEnd& operator=(ThreadEnd const&) = delete;
-  ~ThreadEnd() {
-    thisThread.translate = nullptr;
-    WithdrawFaultStack(thisThread.stack);
-  }
-};
-
 constexpr std::array faultSignals = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGTRAP};
 
 // What stood in our handlers' place before, and whether it was to serve once and has done so. Not behind a function's
@@ -54,9 +47,10 @@ constinit std::array<struct sigaction, faultSignals.size()> actionsBefore = {};
 constinit std::array<std::atomic<bool>, faultSignals.size()> isUsedUp = {};
 
 /// A fault strikes again when its instruction is run again, and so leaves its place in the core file.
-void EndProcess(int number, bool wasSent) {
+void EndProcess(int number, siginfo_t const& info) {
   signal(number, SIG_DFL);
-  bool const strikesAgain = !wasSent && number != SIGTRAP;
+  bool const isAdvice = number == SIGBUS && info.si_code == BUS_MCEERR_AO;  // of a page that wasn't touched
+  bool const strikesAgain = info.si_code > 0 && number != SIGTRAP && !isAdvice;
   if (!strikesAgain) raise(number);
 }
 
@@ -85,12 +79,13 @@ void PassOn(int number, siginfo_t* signal, void* context) {
   if (isFunction && !(servesOnce && isUsedUp[i].exchange(true))) {
     Call(action, number, signal, context);
   } else if (!wasSent || isFunction || action.sa_handler != SIG_IGN) {
-    EndProcess(number, wasSent);  // a fault can't be ignored
+    EndProcess(number, *signal);  // a fault can't be ignored
   }
 }
 
-void Throw(FaultCode code, void* instruction, void* address, ucontext_t& context) {
+void Throw(FaultCode code, void* instruction, void* address, ucontext_t& context, FaultedCalls const& calls) {
   bool const isBadCall = code == FaultCode::AccessViolation && instruction == address;
+  if (calls.isInThrow) ForgetThrow();
   PrepareToThrow(context, isBadCall, code == FaultCode::Breakpoint);
   thisThread.translate(static_cast<std::uint32_t>(code), instruction, address, &context);
 }
@@ -105,7 +100,7 @@ bool GoOn(ucontext_t& context) {
   bool const isWaiting = calls.returnAddress != nullptr;
   delayed.isThere = !calls.mayThrow && !calls.isHopeless && (isWaiting || ++delayed.steps < mostSteps);
   SetSingleStep(context, delayed.isThere && !isWaiting);
-  if (calls.mayThrow) Throw(FaultCode::StackOverflow, delayed.instruction, delayed.address, context);
+  if (calls.mayThrow) Throw(FaultCode::StackOverflow, delayed.instruction, delayed.address, context, calls);
   if (delayed.isThere && isWaiting) AwaitReturn(calls.returnAddress);
   return delayed.isThere;
 }
@@ -131,16 +126,26 @@ bool Translate(siginfo_t const& signal, ucontext_t& context) {
     return true;
   }
 
+  // As where there is no room for the frame of another signal.
+  bool const hasNoAddress = signal.si_signo == SIGSEGV && signal.si_code == SI_KERNEL;
+  constexpr std::uintptr_t mostSignalFrame = 16 * 1024;
   auto* const instruction = reinterpret_cast<void*>(InstructionPointer(context));
   auto const address = reinterpret_cast<std::uintptr_t>(signal.si_addr);
+  if (hasNoAddress && IsStackOverflow(stack, stackPointer - mostSignalFrame, stackPointer) && OpenReserve(stack)) {
+    // If it's the instruction that is at fault, it will be so again.
+    thisThread.delayed = {true, instruction, signal.si_addr, 0};
+    SetSingleStep(context, true);
+    return true;
+  }
   if (signal.si_signo == SIGSEGV && IsStackOverflow(stack, address, stackPointer)) {
     code = FaultCode::StackOverflow;
     thisThread.delayed = {true, instruction, signal.si_addr, 0};
     if (OpenReserve(stack) && GoOn(context)) return true;
   }
   bool const isBadCall = instruction == signal.si_addr;
-  if (!isBadCall && CallsAt(context).isInHeapFunction) return false;
-  Throw(*code, instruction, signal.si_addr, context);
+  FaultedCalls const calls = isBadCall ? FaultedCalls() : CallsAt(context);
+  if (calls.isInHeapFunction) return false;
+  Throw(*code, instruction, signal.si_addr, context, calls);
   return false;
 }
 
@@ -152,9 +157,21 @@ void OnSignal(int number, siginfo_t* signal, void* context) {
   errno = error;
 }
 
-/// Our handlers, in the process as long as the library is.
-struct SignalHandlers {
-  SignalHandlers() {
+/// Takes back what TranslateFaults has given to a thread.
+void OnThreadEnd(void* /*given*/) {
+  thisThread.translate = nullptr;
+  WithdrawFaultStack(thisThread.stack);
+}
+
+/// What the first TranslateFaults gives to the process, for good.
+struct ProcessFaults {
+  // Not a thread-local object: that would need memory, and be gone while others are still being destroyed.
+  pthread_key_t threadEnd = 0;
+
+  ProcessFaults() {
+    if (pthread_key_create(&threadEnd, OnThreadEnd) != 0) throw std::bad_alloc();
+    StayLoaded();
+    FindCLibrary();
     for (std::size_t i = 0; i < faultSignals.size(); ++i) {
       sigaction(faultSignals[i], nullptr, &actionsBefore[i]);
       struct sigaction own = {};
@@ -164,32 +181,29 @@ struct SignalHandlers {
       sigaction(faultSignals[i], &own, nullptr);
     }
   }
-  SignalHandlers(SignalHandlers const&) = delete;
-  SignalHandlers& operator=(SignalHandlers const&) = delete;
 
-  /// Handlers that the program has installed since then stay.
-  ~SignalHandlers() {
-    for (std::size_t i = 0; i < faultSignals.size(); ++i) {
-      struct sigaction current = {};
-      sigaction(faultSignals[i], nullptr, &current);
-      bool const isOwn = (current.sa_flags & SA_SIGINFO) != 0 && current.sa_sigaction == OnSignal;
-      if (isOwn) sigaction(faultSignals[i], &actionsBefore[i], nullptr);
-    }
+  /// Handlers that are installed later may pass on to ours. Where a program holds this code itself, nothing is found.
+  static void StayLoaded() {
+    Dl_info own = {};
+    if (dladdr(&actionsBefore, &own) != 0) dlopen(own.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
   }
 };
 
 }  // namespace
 
-bool TranslateFaults(FaultTranslator translate) {
-  if (thisThread.translate == nullptr) {
-    if (!ProvideFaultStack(thisThread.stack)) return false;
-    thread_local ThreadEnd const atEnd;
-    static_cast<void>(atEnd);
+bool TranslateFaults(FaultTranslator translate) try {
+  static ProcessFaults const process;
+  bool const isNew = thisThread.translate == nullptr;
+  if (isNew && !ProvideFaultStack(thisThread.stack)) return false;
+  if (isNew && pthread_setspecific(process.threadEnd, &thisThread) != 0) {
+    WithdrawFaultStack(thisThread.stack);
+    return false;
   }
   thisThread.translate = translate;
-  static SignalHandlers const handlers;
-  static_cast<void>(handlers);
+  LockReserve(thisThread.stack);
   return true;
+} catch (std::bad_alloc const&) {
+  return false;
 }
 
 void RestoreStackReserve() noexcept {

@@ -12,12 +12,12 @@ using FaultTranslator = void (*)(std::uint32_t code, void* instruction, void* ad
 
 /// From now on `translate` is called for each fault of this thread, on a stack of its own, and what it throws leaves
 /// the faulting instruction. Faults of other threads, signals that come from elsewhere, faults that `translate` returns
-/// from and those inside of the heap's own functions go where they would have gone. Returns false, and changes nothing,
-/// if memory runs out. Can be called again.
+/// from and those inside of the heap's own functions go where they would have gone. Returns false, and changes nothing
+/// for the thread, if memory runs out. Can be called again, which also does what RestoreStackReserve does.
 [[nodiscard]] bool TranslateFaults(FaultTranslator translate);
 
 /// Behind a stack overflow that was dealt with: takes the reserve that its handling has used of this thread's stack out
-/// of use again, for the next one. Does nothing while the reserve is still in use, or if it wasn't touched.
+/// of use again, for the next one; what of it lies below, if the thread still stands on it.
 void RestoreStackReserve() noexcept;
 
 }  // namespace ZaM::platform
