@@ -78,9 +78,10 @@ struct _EXCEPTION_POINTERS {
 ///
 /// A stack overflow may strike anywhere, such as inside of the C library, which may hold locks, or in the middle of
 /// what can't throw. The thread then goes on, on stack that is kept for this, until it comes to an instruction that may
-/// throw. Where handlers swallow the exception time and again, as those of iostream do, and the recursion goes on, that
-/// stack comes to its end, and with it the process. On a stack other than the thread's own, such as that of a
-/// coroutine library, an overflow may have the code 0xC0000005.
+/// throw. An exception that is being thrown there is lost, with its memory. Where handlers swallow the exception time
+/// and again, as those of iostream do, and the recursion goes on, that stack comes to its end, and with it the process.
+/// On a stack other than the thread's own, such as that of a coroutine library, an overflow may have the code
+/// 0xC0000005.
 ///
 /// Behind the handler the thread goes on as behind any exception, floating point modes included, but with alignment
 /// checks off, should they have been on.

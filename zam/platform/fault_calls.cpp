@@ -74,10 +74,13 @@ struct AwaitedReturn {
 
 #if defined(__x86_64__)
 
-// An illegal instruction, for calls to return to. A signal handler gets all registers, and gives them all back.
+// An illegal instruction, for calls to return to. A signal handler gets all registers, and gives them all back. An
+// exception of the program's own that comes here ends the process: the unwinder looks at the byte before, which is of
+// no function that it knows.
 extern "C" void ZamAwaitedReturn();
 asm(R"(
     .text
+    nop
     .type ZamAwaitedReturn, @function
 ZamAwaitedReturn:
     ud2
@@ -157,7 +160,10 @@ FaultedCalls CallsAt(ucontext_t const& context) noexcept {
   FaultedCalls calls;
   int depth = 0;
   bool isInSystem = IsInSystem(context);  // with this function as well
+  // Of the function before this one. The loader's outermost one holds no lock, and where it has bound a call it doesn't
+  // return before that does, which may throw.
   bool isInsideOfBusy = false;
+  bool isInsideOfLoader = false;
   VisitFrames(context, [&](_Unwind_Context* frame, bool isExact) {
     std::uintptr_t const function = _Unwind_GetRegionStart(frame);
     std::uintptr_t const offset = _Unwind_GetIP(frame) - function;
@@ -166,12 +172,14 @@ FaultedCalls CallsAt(ucontext_t const& context) noexcept {
     bool const isForbidden = !isBeingEntered && !table.LetsThrow(isExact ? offset : offset - 1);
     bool const isOfHeap = IsOfHeap(function);
     isInSystem = isInSystem && IsOfSystem(function);
-    bool const isBusy = isOfHeap || isInSystem;
-    if (isInsideOfBusy || isForbidden) calls.returnAddress = isExact ? nullptr : ReturnAddressOf(frame);
-    if (isForbidden || isBusy) calls.mayThrow = false;
+    bool const isBusy = isOfHeap || (isInSystem && cLibrary.Contains(function));
+    bool const isAwaited = isInsideOfBusy || (isInsideOfLoader && isInSystem);
+    if (isAwaited || isForbidden) calls.returnAddress = isExact ? nullptr : ReturnAddressOf(frame);
+    if (isAwaited || isForbidden || isBusy) calls.mayThrow = false;
     if (isOfHeap) calls.isInHeapFunction = true;
     if (IsThrow(function)) calls.isInThrow = true;
     isInsideOfBusy = isBusy;
+    isInsideOfLoader = isInSystem && !isBusy;
     calls.isHopeless = isForbidden && depth > mostForbiddenDepth;
     return ++depth < mostDepth && !calls.isHopeless;
   });
