@@ -9,7 +9,8 @@
 
 namespace ZaM {
 
-/// One record in the list of what was found; the last one of each list says that there is no more. Owns its successor.
+/// One record in the list of what was found; the last one of each list says that there is no more. Owns its successor;
+/// but the records of a Regex all belong to the Regex, and none may be destroyed alone.
 class ZAM_EXPORT _Match {
  public:
   /// If `previous` isn't null, the new record becomes its successor, in place of none.
