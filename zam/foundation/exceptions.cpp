@@ -7,6 +7,7 @@
 #include "zam/foundation/format_text.h"
 #include "zam/foundation/library_texts.h"
 #include "zam/foundation/messages.h"
+#include "zam/foundation/never_destroyed.h"
 #include "zam/platform/error_text.h"
 
 namespace ZaM {
@@ -143,10 +144,8 @@ detail::SharedText::SharedText(wstring const& given) try
 }
 
 wstring const& detail::SharedText::Get() const noexcept {
-  // Never destroyed: a program's last static objects may still ask.
-  alignas(wstring) static std::byte storage[sizeof(wstring)];
-  static wstring const& nothing = *new (storage) wstring;
-  return text ? *text : nothing;
+  static NeverDestroyed<wstring> nothing;
+  return text ? *text : nothing.Get();
 }
 
 BaseException::~BaseException() = default;

@@ -6,10 +6,10 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <utility>
 #include <vector>
 
+#include "zam/foundation/never_destroyed.h"
 #include "zam/foundation/no_throw.h"
 #include "zam/platform/folder.h"
 
@@ -27,10 +27,8 @@ struct Search {
 class SearchTable {
  public:
   static SearchTable& Get() {
-    // Never destroyed: a program's last static objects may still search.
-    alignas(SearchTable) static std::byte storage[sizeof(SearchTable)];
-    static SearchTable& table = *new (storage) SearchTable;
-    return table;
+    static detail::NeverDestroyed<SearchTable> table;
+    return table.Get();
   }
 
   int Add(std::shared_ptr<Search> search) {

@@ -1,11 +1,10 @@
 #include "zam/model/node_id.h"
 
-#include <cstddef>
 #include <mutex>
-#include <new>
 #include <vector>
 
 #include "zam/foundation/create_counted.h"
+#include "zam/foundation/never_destroyed.h"
 
 namespace ZaM {
 
@@ -44,9 +43,8 @@ class NumberPool {
 
 // Never destroyed, since nodes may die while other static objects do.
 NumberPool& pool() {
-  alignas(NumberPool) static std::byte storage[sizeof(NumberPool)];
-  static auto* const instance = new (storage) NumberPool;
-  return *instance;
+  static detail::NeverDestroyed<NumberPool> instance;
+  return instance.Get();
 }
 
 }  // namespace

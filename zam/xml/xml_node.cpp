@@ -10,6 +10,7 @@
 
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/exceptions.h"
+#include "zam/foundation/never_destroyed.h"
 #include "zam/foundation/ref.h"
 #include "zam/xml/freed_blocks.h"
 #include "zam/xml/list_iterator.h"
@@ -21,8 +22,8 @@ namespace ZaM {
 namespace {
 
 wstring const& emptyText() {
-  static wstring const empty;
-  return empty;
+  static detail::NeverDestroyed<wstring> empty;
+  return empty.Get();
 }
 
 /// The room for a double's text that every program reading these documents counts on: 31 units and a terminator.
