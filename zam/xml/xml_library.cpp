@@ -59,21 +59,18 @@ class Gate {
 /// While the library is loaded, since libxml2 would lack for good what it gets no memory for when it starts.
 [[maybe_unused]] Gate const& gateAtLoad = Gate::Instance();
 
-/// libxml2 has settings for each thread, and goes on without looking where it gets no memory for them.
+/// libxml2 makes settings for each thread when they are first asked for. Where there is no memory for them it reports
+/// that through these settings, and so without an end; that much is asked for before it. Newer versions bear the lack.
 void MakeThreadSettings() {
-#if LIBXML_VERSION >= 21200
-  if (xmlCheckThreadLocalStorage() != 0) throw BaseException(5);
-#else
+  constexpr std::size_t room = 4096;  // more than they take
+  constexpr bool mayLackThem = LIBXML_VERSION < 21200;
   thread_local constinit bool areMade = false;
   if (areMade) return;
-  if (xmlIsMainThread() == 0) {
-    // Asked for first, since it reports that there are none through these settings, and so without an end.
-    void* const volatile room = std::malloc(sizeof(xmlGlobalState));  // volatile, or compilers leave both calls out
-    std::free(room);
-    if (room == nullptr || xmlGetGlobalState() == nullptr) throw BaseException(5);
-  }
+  void* const volatile block = std::malloc(room);  // volatile, or compilers leave both calls out
+  std::free(block);
+  if (block == nullptr) throw BaseException(5);
+  if (mayLackThem && xmlIsMainThread() == 0 && xmlGetGlobalState() == nullptr) throw BaseException(5);
   areMade = true;
-#endif
 }
 
 }  // namespace
