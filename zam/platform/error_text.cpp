@@ -1,9 +1,11 @@
 #include "zam/platform/error_text.h"
 
-#include <clocale>
+#include <cstddef>
 #include <cstring>
-#include <memory>
-#include <type_traits>
+#include <cuchar>
+#include <cwchar>
+#include <optional>
+#include <utility>
 
 #include "zam/platform/unicode.h"
 
@@ -11,19 +13,20 @@ namespace ZaM::platform {
 
 namespace {
 
-struct FreeLocale {
-  void operator()(locale_t locale) const { freelocale(locale); }
-};
-using Locale = std::unique_ptr<std::remove_pointer_t<locale_t>, FreeLocale>;
-
-/// This thread's locale, but for texts in UTF-8 whatever its own encoding is; null where that can't be had.
-Locale LocaleInUtf8() {
-  Locale own(duplocale(uselocale(nullptr)));
-  if (!own) return nullptr;
-  locale_t const changed = newlocale(LC_CTYPE_MASK, "C.UTF-8", own.get());
-  if (changed == nullptr) return nullptr;
-  static_cast<void>(own.release());  // newlocale has taken it over
-  return Locale(changed);
+/// `text`, which is in the encoding of this thread's locale; nothing if it isn't.
+std::optional<std::u16string> FromLocale(char const* text) {
+  constexpr auto error = static_cast<std::size_t>(-2);       // or greater
+  constexpr auto secondUnit = static_cast<std::size_t>(-3);  // of a pair whose bytes are already taken
+  char const* const end = text + std::strlen(text) + 1;
+  std::u16string units;
+  std::mbstate_t state = {};
+  for (char16_t unit = 0;;) {
+    std::size_t const taken = std::mbrtoc16(&unit, text, static_cast<std::size_t>(end - text), &state);
+    if (taken == 0) return units;
+    if (taken >= error) return std::nullopt;
+    units += unit;
+    if (taken != secondUnit) text += taken;
+  }
 }
 
 }  // namespace
@@ -32,8 +35,9 @@ std::u16string ErrorText(std::uint32_t error) {
   int const number = static_cast<int>(error);
   char const* const untranslated = strerrordesc_np(number);
   if (untranslated == nullptr) return {};
-  Locale const locale = LocaleInUtf8();
-  return Utf16FromUtf8(locale ? strerror_l(number, locale.get()) : untranslated);
+  char buffer[1024];
+  auto text = FromLocale(strerror_r(number, buffer, sizeof buffer));
+  return text ? *std::move(text) : Utf16FromUtf8(untranslated);
 }
 
 }  // namespace ZaM::platform
