@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <new>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/format_text.h"
 #include "zam/foundation/library_texts.h"
 #include "zam/foundation/messages.h"
@@ -137,10 +138,8 @@ wstring OrNothing(Make make) {
 
 }  // namespace
 
-detail::SharedText::SharedText(wstring const& given) try
-    : text(given.empty() ? nullptr : std::make_shared<wstring const>(given)) {
-} catch (std::bad_alloc const&) {
-  throw BaseException(5);
+detail::SharedText::SharedText(wstring const& given) {
+  if (!given.empty()) text = ReportOutOfMemory([&] { return std::make_shared<wstring const>(given); });
 }
 
 wstring const& detail::SharedText::Get() const noexcept {

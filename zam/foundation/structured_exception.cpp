@@ -1,7 +1,6 @@
 #include "zam/foundation/structured_exception.h"
 
-#include <new>
-
+#include "zam/foundation/no_throw.h"
 #include "zam/platform/faults.h"
 
 namespace ZaM {
@@ -94,11 +93,7 @@ void StructuredException::TranslateSEtoCE(unsigned int, _EXCEPTION_POINTERS* poi
 }
 
 const wstring StructuredException::GetErrorDescription() const {
-  try {
-    return wstring(u"StructuredException. ") + SentenceOf(code);
-  } catch (std::bad_alloc const&) {
-    return {};
-  }
+  return detail::ResultOr(wstring(), [&] { return wstring(u"StructuredException. ") + SentenceOf(code); });
 }
 
 }  // namespace ZaM

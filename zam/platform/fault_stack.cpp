@@ -1,6 +1,5 @@
 #include "zam/platform/fault_stack.h"
 
-#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -8,6 +7,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <ctime>
+
+#include "zam/platform/stack.h"
 
 namespace ZaM::platform {
 
@@ -34,28 +35,6 @@ void* Pointer(std::uintptr_t address) {
   return reinterpret_cast<void*>(address);
 }
 
-struct Bounds {
-  std::uintptr_t low;
-  std::uintptr_t top;
-};
-
-/// Of this thread's stack, without its guard pages; all 0 where the system doesn't tell.
-Bounds StackBounds() noexcept {
-  std::uintptr_t const page = PageSize();
-  pthread_attr_t attributes;
-  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return {};
-  void* lowest = nullptr;
-  std::size_t size = 0;
-  std::size_t guard = 0;
-  bool const told = pthread_attr_getstack(&attributes, &lowest, &size) == 0 &&
-                    pthread_attr_getguardsize(&attributes, &guard) == 0 && size > guard;
-  pthread_attr_destroy(&attributes);
-  if (!told) return {};
-  // Whether the guard pages are counted as part of the stack depends on the version of the C library.
-  std::uintptr_t const low = (Number(lowest) + guard + page - 1) / page * page;
-  return {low, Number(lowest) + size};
-}
-
 /// Makes the main thread's stack, which the system extends as it is used, reach down to `low`. A system call may touch
 /// what may turn out not to be there; nothing of what it writes is looked at.
 void ExtendTo(std::uintptr_t low) noexcept {
@@ -63,7 +42,7 @@ void ExtendTo(std::uintptr_t low) noexcept {
 }
 
 void SetReserve(FaultStack& stack) noexcept {
-  Bounds const bounds = StackBounds();
+  StackBounds const bounds = BoundsOfThisThread();
   stack.low = stack.reserveEnd = stack.lockedEnd = bounds.low;
   std::uintptr_t const here = Number(static_cast<char*>(__builtin_frame_address(0)));
   std::uintptr_t const size = bounds.top - bounds.low;

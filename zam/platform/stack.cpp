@@ -1,6 +1,7 @@
 #include "zam/platform/stack.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -9,38 +10,35 @@ namespace ZaM::platform {
 
 namespace {
 
-struct StackBounds {
-  std::uintptr_t middle = 0;
-  std::uintptr_t end = 0;  // all 0 if the system doesn't tell
-};
-
-StackBounds boundsOfThisThread() noexcept {
-  StackBounds bounds;
-  pthread_attr_t attributes;
-  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return bounds;
-  void* lowest = nullptr;
-  std::size_t size = 0;
-  if (pthread_attr_getstack(&attributes, &lowest, &size) == 0) {
-    auto const first = reinterpret_cast<std::uintptr_t>(lowest);
-    bounds = {first + size / 2, first + size};
-  }
-  pthread_attr_destroy(&attributes);
-  return bounds;
-}
-
-// Asked once per thread: for the main thread the system reads a file to find out.
-thread_local constinit bool asked = false;
+thread_local constinit bool asked = false;  // once per thread is enough
 thread_local constinit StackBounds bounds;
 
 }  // namespace
 
+StackBounds BoundsOfThisThread() noexcept {
+  pthread_attr_t attributes;
+  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return {};
+  void* lowest = nullptr;
+  std::size_t size = 0;
+  std::size_t guard = 0;
+  bool const told = pthread_attr_getstack(&attributes, &lowest, &size) == 0 &&
+                    pthread_attr_getguardsize(&attributes, &guard) == 0 && size > guard;
+  pthread_attr_destroy(&attributes);
+  if (!told) return {};
+  // Whether the guard pages are counted as part of the stack depends on the version of the C library.
+  auto const page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+  auto const first = reinterpret_cast<std::uintptr_t>(lowest);
+  return {(first + guard + page - 1) / page * page, first + size};
+}
+
 bool StackIsLow() noexcept {
   if (!asked) {
-    bounds = boundsOfThisThread();
+    bounds = BoundsOfThisThread();
     asked = true;
   }
   auto const here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-  return here < bounds.middle || here >= bounds.end;
+  std::uintptr_t const middle = bounds.low + (bounds.top - bounds.low) / 2;
+  return here < middle || here >= bounds.top;
 }
 
 }  // namespace ZaM::platform

@@ -2,6 +2,7 @@
 #ifndef ZAM_XML_XML_PROPERTY_H
 #define ZAM_XML_XML_PROPERTY_H
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
 #include "zam/foundation/types.h"
 
@@ -13,24 +14,26 @@ namespace ZaM {
 class ZAM_EXPORT XmlProperty {
  public:
   /// Any texts; what a document can hold is checked when it is written.
-  XmlProperty(wstring const& propertyName, wstring const& propertyValue);
+  XmlProperty(wstring const& propertyName, wstring const& propertyValue) : name(propertyName), value(propertyValue) {}
 
   /// Another property of that name and value, which no node has yet.
-  XmlProperty(XmlProperty const& other);
+  XmlProperty(XmlProperty const& other) = default;
+  XmlProperty(XmlProperty&&) = default;
 
   /// Takes over name and value. Not for a property that a node holds: the node may go on finding it by its former name.
-  XmlProperty& operator=(XmlProperty const& other);
+  XmlProperty& operator=(XmlProperty const& other) { return *this = XmlProperty(other); }
+  XmlProperty& operator=(XmlProperty&&) = default;
 
   /// The two texts.
   wstring const& GetName() const { return name; }
   wstring const& GetValue() const { return value; }
 
   /// Stores `newValue` and returns a reference to what is stored.
-  wstring const& SetValue(wstring const& newValue);
+  wstring const& SetValue(wstring const& newValue) { return value = newValue; }
 
  private:
-  wstring name;
-  wstring value;
+  detail::Reporting<wstring> name;
+  detail::Reporting<wstring> value;
 };
 
 }  // namespace ZaM
