@@ -12,6 +12,7 @@
 #include "zam/foundation/file_search.h"
 #include "zam/foundation/files.h"
 #include "zam/foundation/hresult.h"
+#include "zam/foundation/language.h"
 #include "zam/foundation/lock_file.h"
 #include "zam/foundation/module.h"
 #include "zam/foundation/paths.h"

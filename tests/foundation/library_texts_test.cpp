@@ -2,11 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <optional>
+#include <set>
 #include <string>
 
 #include "tests/support/child_process.h"
 #include "tests/support/temporary_folder.h"
+#include "zam/foundation/messages.h"
 #include "zam/foundation/satellite_file.h"
+#include "zam/platform/files.h"
 
 namespace ZaM {
 namespace {
@@ -31,6 +35,24 @@ TEST(LibraryTexts, AreInTheUsersLanguageAtEveryStageOfAProcess) {
   EXPECT_EQ(OutputUnder("de-AT", ZAM_TEST_LIBRARY_FOLDER), Lines(german, english));
   EXPECT_EQ(OutputUnder("xx", ZAM_TEST_LIBRARY_FOLDER), Lines(english, english));
   EXPECT_EQ(OutputUnder("", ZAM_TEST_LIBRARY_FOLDER), Lines(english, english));
+}
+
+TEST(LibraryTexts, AreThereInEveryLanguageAndFitTheirSentences) {
+  // Those that name a node or two indices are cut to 127 units; 18 are left for what they name.
+  std::set<unsigned int> const shortSentences = {200, 300, 301, 302, 600, 601, 602, 603, 604, 605};
+  int languages = 0;
+  for (auto const& entry : std::filesystem::directory_iterator(ZAM_TEST_LIBRARY_FOLDER "/zam")) {
+    auto const bytes = platform::ReadFile((entry.path() / "zam.lng").u16string(), detail::satelliteLimit);
+    auto const texts = bytes ? detail::DecodeSatellite(*bytes) : std::nullopt;
+    if (!texts) continue;
+    ++languages;
+    for (auto const& [id, english] : detail::BuiltInTexts()) {
+      auto const own = texts->find(id);
+      ASSERT_TRUE(own != texts->end()) << entry.path() << " lacks " << id;
+      EXPECT_LE(own->second.size(), shortSentences.contains(id) ? 127u - 18 : 1023u) << entry.path() << ' ' << id;
+    }
+  }
+  EXPECT_EQ(languages, 6);
 }
 
 TEST(LibraryTexts, FollowAnInstalledLibraryWhereverItIsMoved) {

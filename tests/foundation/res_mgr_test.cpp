@@ -34,7 +34,7 @@ class ResMgrTest : public testing::Test {
   test::TemporaryFolder const folder;
   TextModule const module{folder.Path().u16string() + u"/app.mod",
                           {{1, u"built-in %s"}, {2, u"%d of %d, %d"}, {3, u"100%"}, {4, u"%%"}, {5, u"%s %s %s"}}};
-  test::ScopedVariable const all{"LC_ALL", {}}, messages{"LC_MESSAGES", {}}, lang{"LANG", {}};
+  test::ScopedVariable const all{"LC_ALL", {}}, messages{"LC_MESSAGES", {}}, lang{"LANG", {}}, list{"LANGUAGE", {}};
 };
 
 TEST_F(ResMgrTest, ChoosesTheLanguage) {
@@ -44,6 +44,7 @@ TEST_F(ResMgrTest, ChoosesTheLanguage) {
     std::vector<std::string> folders;
     std::string language;
     std::optional<std::string> loaded = std::nullopt;  // the folder of the satellite
+    std::string list = {};                             // LANGUAGE
   } const cases[] = {
       // The variable's whole value, then what stands before its first '-'.
       {"de-DE", "", {"de-DE", "de"}, "de-DE", "de-DE"},
@@ -65,6 +66,14 @@ TEST_F(ResMgrTest, ChoosesTheLanguage) {
       // The system's language where the variable says nothing.
       {"", "de_DE.UTF-8", {"de"}, "de", "de"},
       {"", "ja_JP", {"ja", "en"}, "en"},
+      // A list of languages before it, as gettext takes it.
+      {"", "de_DE.UTF-8", {"de", "nl"}, "nl", "nl", "sv:nl_BE.UTF-8:de"},
+      {"", "ja_JP", {"pt-BR", "pt"}, "pt-BR", "pt-BR", ":pt_BR@x"},
+      {"", "de_DE", {"de", "fr"}, "en", {}, "en_GB:fr"},
+      {"", "de_DE", {"de"}, "en", {}, "sv"},
+      {"", "de_DE", {"de"}, "de", "de", ""},
+      {"", "C.UTF-8", {"de"}, "en", {}, "de"},
+      {"xx", "de_DE", {"de"}, "en", {}, "de"},
   };
   for (auto const& row : cases) {
     test::TemporaryFolder const around;
@@ -72,7 +81,7 @@ TEST_F(ResMgrTest, ChoosesTheLanguage) {
       around.Write("folder/" + name + "/app.lng", detail::EncodeSatellite({{1, platform::Utf16FromUtf8(name)}}));
     }
     SCOPED_TRACE(row.setting + " " + row.lang);
-    test::ScopedVariable const locale("LANG", row.lang);
+    test::ScopedVariable const locale("LANG", row.lang), preferred("LANGUAGE", row.list);
     TextModule const owner(around.Path().u16string() + u"/folder/app.mod", {{1, u"built in"}});
     ResMgr resources = Initialised(&owner, row.setting);
     EXPECT_EQ(platform::Utf8FromUtf16(resources.GetLanguage()), row.language);

@@ -231,6 +231,12 @@ TEST(GuideTest, SpeaksTheUsersLanguage) {
   } catch (ZaM::BaseException const& failure) {
     EXPECT_TRUE(failure.GetErrorDescription() == u"Could not open file: inbox.xml");
   }
+
+  EXPECT_TRUE(ZaM::SetLanguage(u"pt-BR"));  // there is a satellite for Portuguese
+  EXPECT_TRUE(ZaM::FileIOException(2003, u"a.xml").GetErrorDescription() ==
+              u"Não foi possível abrir o ficheiro: a.xml");
+  EXPECT_FALSE(ZaM::SetLanguage(u"tlh"));  // there is none: still Portuguese
+  EXPECT_TRUE(ZaM::SetLanguage(u"en"));
 }
 
 }  // namespace

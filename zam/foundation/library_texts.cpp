@@ -2,11 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstddef>
+#include <map>
+#include <mutex>
 #include <new>
 #include <type_traits>
 
 #include "zam/foundation/messages.h"
+#include "zam/foundation/never_destroyed.h"
 #include "zam/platform/files.h"
 
 namespace ZaM::detail {
@@ -53,6 +57,19 @@ ResMgr* MakeInstance(std::byte* storage) {
   return instance;
 }
 
+/// The languages that were chosen so far. None goes while the library is there, since threads may be reading its texts.
+struct ChosenLanguages {
+  std::mutex mutex;
+  std::map<wstring, ResMgr> byName;
+};
+
+ChosenLanguages& Chosen() {
+  static NeverDestroyed<ChosenLanguages> chosen;
+  return chosen.Get();
+}
+
+constinit std::atomic<ResMgr const*> inForce = nullptr;  // null: the user's language
+
 LibraryTexts const fromLoadToUnload;
 
 }  // namespace
@@ -67,7 +84,27 @@ LibraryTexts::LibraryTexts() {
 }
 
 LibraryTexts::~LibraryTexts() {
+  inForce = nullptr;
   Instance().freeSatellites();
+  Chosen().byName.clear();
+}
+
+ResMgr const& LibraryTexts::Get() {
+  ResMgr const* const chosen = inForce.load(std::memory_order_acquire);
+  return chosen != nullptr ? *chosen : Instance();
+}
+
+bool LibraryTexts::Choose(wstring const& language) {
+  std::lock_guard const lock(Chosen().mutex);
+  auto& byName = Chosen().byName;
+  auto place = byName.find(language);
+  if (place == byName.end()) {
+    ResMgr texts;
+    if (!texts.initIn(LibraryModule(), language)) return false;
+    place = byName.emplace(language, texts).first;
+  }
+  inForce.store(&place->second, std::memory_order_release);
+  return true;
 }
 
 ResMgr& LibraryTexts::Instance() {

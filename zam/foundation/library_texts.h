@@ -7,11 +7,16 @@
 namespace ZaM::detail {
 
 /// Keeps the library's one ResMgr from the first use on, at the latest from when the library is loaded and before code
-/// of a program runs. It is there for static objects of any file, both while they are built and while they are
-/// destroyed; behind the library's own static objects its texts come from the library, in English.
+/// of a program runs, and one more for each language that a program chooses. They are there for static objects of any
+/// file, both while they are built and while they are destroyed; after the library's own static objects all texts come
+/// from the library, in English.
 class LibraryTexts {
  public:
-  [[nodiscard]] static ResMgr const& Get() { return Instance(); }
+  /// The one in force. It stays as it is when another language is chosen.
+  [[nodiscard]] static ResMgr const& Get();
+
+  /// See ZaM::SetLanguage.
+  static bool Choose(wstring const& language);
 
   LibraryTexts();
   LibraryTexts(LibraryTexts const&) = delete;

@@ -38,6 +38,7 @@ std::vector<wstring> Languages() {
   wstring const setting = platform::EnvironmentVariable("Telvo Components Language");
   if (!setting.empty()) return LanguagesOf(setting);
 
+  if (auto preferred = platform::PreferredLanguages(); !preferred.empty()) return preferred;
   auto const primaryId = platform::UserLanguageId() & primaryIdMask;
   for (SystemLanguage const& known : systemLanguages) {
     if (known.primaryId == primaryId) return {wstring(known.code)};
@@ -75,26 +76,34 @@ void ResMgr::Init(HINSTANCE module, bool asDataFile) {
   satelliteHandle = nullptr;
   setLanguage(fallbackLanguage);
   try {
-    chooseLanguage(asDataFile);
+    chooseLanguage(Languages(), asDataFile);
   } catch (std::bad_alloc const&) {
     // A missing satellite is no failure, and the module's own texts need no memory.
   }
 }
 
-void ResMgr::chooseLanguage(bool asDataFile) {
+bool ResMgr::chooseLanguage(std::vector<wstring> const& candidates, bool asDataFile) {
   std::u16string_view const path = moduleHandle == nullptr ? std::u16string_view() : moduleHandle->GetPath();
-  if (path.empty() || path.size() >= capacity) return;
+  if (path.empty() || path.size() >= capacity) return false;
   std::size_t const separator = path.find_last_of(u"/\\");
   bool const hasFolder = separator != path.npos;
   wstring const folder(path.substr(0, hasFolder ? separator : 0));
   wstring const fileName(path.substr(hasFolder ? separator + 1 : 0));
 
-  for (wstring const& candidate : Languages()) {
+  for (wstring const& candidate : candidates) {
     if (!StaysInFolder(candidate)) continue;
     if (!LoadResources(folder + u"\\" + candidate + u"\\", fileName, asDataFile)) continue;
     setLanguage(candidate);
-    return;
+    return true;
   }
+  return false;
+}
+
+bool ResMgr::initIn(HINSTANCE module, wstring const& wanted) {
+  moduleHandle = module;
+  setLanguage(fallbackLanguage);
+  auto const candidates = LanguagesOf(wanted);
+  return chooseLanguage(candidates, true) || (!candidates.empty() && candidates.back() == fallbackLanguage);
 }
 
 bool ResMgr::LoadResources(wstring folder, wstring fileName, bool /*asDataFile*/) {

@@ -30,7 +30,9 @@ class LibraryTexts;
 ///
 /// 1. If the environment variable "Telvo Components Language" isn't empty, it alone decides: its whole value is tried
 ///    as the language, then what stands before its first `-`, even if that is nothing.
-/// 2. Otherwise the user's language on this system is tried, if it is ca, de, en, es, fr, it or pt.
+/// 2. Otherwise the user's language on this system is tried, if it is ca, de, en, es, fr, it or pt. A list in the
+///    variable `LANGUAGE`, as gettext knows it, comes before it where the locale isn't "C": the first language of the
+///    list with a satellite, or English.
 /// 3. Where there is no satellite to be loaded, the module's own texts count as "en".
 ///
 /// A language with a `/`, a `\` or ".." in it would lead out of the module's folder; it counts as one without a
@@ -83,11 +85,12 @@ class ZAM_EXPORT ResMgr {
   [[nodiscard]] wstring GetStringUI32(unsigned int id, unsigned int const* a) const;
 
  private:
-  friend class detail::LibraryTexts;  // frees the satellites when the library is unloaded
+  friend class detail::LibraryTexts;  // has one for each language, and frees the satellites at the end
 
   bool LoadResources(wstring folder, wstring fileName, bool asDataFile);
   bool GetString(unsigned int id, wstring& text) const;
-  void chooseLanguage(bool asDataFile);
+  bool chooseLanguage(std::vector<wstring> const& candidates, bool asDataFile);
+  bool initIn(HINSTANCE module, wstring const& wanted);
   void setLanguage(std::u16string_view code);
   void freeSatellites();
 

@@ -1,7 +1,9 @@
 #include "zam/platform/environment.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
+#include <utility>
 
 #include "zam/platform/unicode.h"
 
@@ -32,6 +34,15 @@ constexpr Language languages[] = {{"C", 0x09},  {"POSIX", 0x09}, {"ca", 0x03}, {
 
 constexpr std::uint16_t usualVariety = 1 << 10;
 
+/// The name of a locale without its encoding and its modifier.
+std::string_view WithoutEncoding(std::string_view locale) {
+  return locale.substr(0, locale.find_first_of(".@"));
+}
+
+bool IsEnglish(std::string_view locale) {
+  return locale == "C" || locale == "POSIX" || locale.substr(0, locale.find('_')) == "en";
+}
+
 }  // namespace
 
 std::u16string EnvironmentVariable(char const* name) {
@@ -45,6 +56,29 @@ std::uint16_t UserLanguageId() {
     if (language.name == name) return usualVariety | language.primaryId;
   }
   return 0;
+}
+
+std::vector<std::u16string> PreferredLanguages() {
+  std::string_view const locale = WithoutEncoding(MessageLocale());
+  if (locale == "C" || locale == "POSIX") return {};
+
+  std::vector<std::u16string> languages;
+  for (std::string_view rest = Variable("LANGUAGE"); !rest.empty();) {
+    std::string_view const entry = rest.substr(0, rest.find(':'));
+    rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
+    std::string_view const name = WithoutEncoding(entry);
+    if (name.empty()) continue;
+    if (IsEnglish(name)) {
+      languages.emplace_back(u"en");
+      break;
+    }
+    std::u16string variety = Utf16FromUtf8(name);
+    std::ranges::replace(variety, u'_', u'-');
+    std::u16string usual = variety.substr(0, variety.find(u'-'));
+    languages.push_back(std::move(variety));
+    if (usual != languages.back()) languages.push_back(std::move(usual));
+  }
+  return languages;
 }
 
 }  // namespace ZaM::platform

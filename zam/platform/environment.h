@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace ZaM::platform {
 
@@ -16,6 +17,12 @@ namespace ZaM::platform {
 /// The first of LC_ALL, LC_MESSAGES and LANG that isn't empty decides, by what stands before its first `_`, `.` or `@`;
 /// "C", "POSIX" and nothing at all are English.
 [[nodiscard]] std::uint16_t UserLanguageId();
+
+/// The languages that the user prefers to that one, the dearest first, such as "pt-BR" and "pt" for `LANGUAGE=pt_BR`;
+/// none where the variable is empty or the locale is "C" or "POSIX", for which gettext doesn't ask the variable either.
+/// A language that isn't English is followed by its usual variety; English, in which the texts are written, ends the
+/// list.
+[[nodiscard]] std::vector<std::u16string> PreferredLanguages();
 
 }  // namespace ZaM::platform
 
