@@ -2,13 +2,16 @@
 #ifndef ZAM_ZAM_H
 #define ZAM_ZAM_H
 
+#include "zam/foundation/export.h"
+
+// An older standard gets that one error, and none for each thing that it doesn't know.
+#if __cplusplus >= 202002L
 #include "zam/algorithms/bayes_classifier.h"
 #include "zam/algorithms/bayes_control.h"
 #include "zam/algorithms/pca_analyzer.h"
 #include "zam/algorithms/pca_control.h"
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/exceptions.h"
-#include "zam/foundation/export.h"
 #include "zam/foundation/file_search.h"
 #include "zam/foundation/files.h"
 #include "zam/foundation/hresult.h"
@@ -66,5 +69,6 @@
 #include "zam/xml/xml_sax_parser.h"
 #include "zam/xml/xml_tree.h"
 #include "zam/xml/zam_xml_out_stream.h"
+#endif
 
 #endif

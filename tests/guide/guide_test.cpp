@@ -232,6 +232,13 @@ TEST(GuideTest, SpeaksTheUsersLanguage) {
     EXPECT_TRUE(failure.GetErrorDescription() == u"Could not open file: inbox.xml");
   }
 
+  try {
+    ZaM::XmlTree letters(u"letters.xml");  // there is no such file
+  } catch (ZaM::BaseException const& failure) {
+    EXPECT_EQ(failure.GetErrorId(), 2003);
+    EXPECT_EQ(failure.GetErrorDescription(), u"Could not open file: letters.xml");
+  }
+
   EXPECT_TRUE(ZaM::SetLanguage(u"pt-BR"));  // there is a satellite for Portuguese
   EXPECT_TRUE(ZaM::FileIOException(2003, u"a.xml").GetErrorDescription() ==
               u"Não foi possível abrir o ficheiro: a.xml");

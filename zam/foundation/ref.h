@@ -85,6 +85,10 @@ class Ref {
   T* object = nullptr;  // one reference is ours
 };
 
+/// `Ref page(DocumentNode::Create())` is meant to be written.
+template <class T>
+Ref(T*) -> Ref<T>;
+
 /// Called by `boost::intrusive_ptr` when it takes a reference. Its constructor takes one by default; pass false as the
 /// second argument to adopt what `Create` returned.
 template <Counted T>

@@ -13,6 +13,9 @@ namespace ZaM {
 /// Owning: a block belongs to the caller, who deletes it, through this type if need be.
 class ZAM_EXPORT Control {
  public:
+  Control() = default;
+  Control(Control const&) = default;
+  Control& operator=(Control const&) = default;
   virtual ~Control();
 };
 
@@ -22,6 +25,9 @@ class ZAM_EXPORT Control {
 /// Errors:   exceptions out of DoAlgorithm; a block that is null or of another algorithm's type is passed over.
 class ZAM_EXPORT Algorithm {
  public:
+  Algorithm() = default;
+  Algorithm(Algorithm const&) = default;
+  Algorithm& operator=(Algorithm const&) = default;
   virtual ~Algorithm();
 
   /// One run. Nothing in the base.

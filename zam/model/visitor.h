@@ -14,6 +14,9 @@ class Node;
 /// and to pass on what it recognises.
 class ZAM_EXPORT Visitor {
  public:
+  Visitor() = default;
+  Visitor(Visitor const&) = default;
+  Visitor& operator=(Visitor const&) = default;
   virtual ~Visitor();
 
   /// Does nothing in the base. `node` stays with its owner. An exception ends the walk and passes through it.
