@@ -59,6 +59,8 @@ TEST(Exceptions, EachCaseHasItsSentence) {
       {Said(Bounds(8, 7, 5)), u"Zam-Exception: Index (7) out of range (0 - 4). "},
       {Said(Bounds(8, 0, least)), u"Zam-Exception: Index (0) out of range (0 - 2147483647). "},
       {Said(Bounds(9, 7, 5)), u"ZaM exception number 9"},
+      {Said(LimitExceededException(u"50% of %s", ~0ull, 0)),
+       u"Limit exceeded: 50% of %s (18446744073709551615, at most 0)"},
       {Said(Format(9, u"item")), u"Invalid XML format for node 'item' detected.. Please update to the new version."},
       {Said(Format(10, u"7.1")),
        u"This XML file was saved by a newer version '7.1' of this software. Please update to the new version."},
@@ -99,6 +101,18 @@ TEST(Exceptions, SentencesAreCutToTheCapacityOfTheirClass) {
   EXPECT_TRUE(Collection(1003, words).GetErrorDescription() == (u"Item with name '" + words).substr(0, 255));
   EXPECT_TRUE(File(2003, words).GetErrorDescription() == (u"Could not open file: " + words).substr(0, 1023));
   EXPECT_TRUE(File(7, words).GetErrorDescription() == u"FileIOException 7, Filename: " + words);
+}
+
+TEST(Exceptions, ALimitIsExceededAboveItAlone) {
+  RequireAtMost(u"passes", 20, 20);
+  try {
+    RequireAtMost(u"passes", 21, 20);
+    FAIL();
+  } catch (LimitExceededException const& failure) {
+    EXPECT_EQ(failure.GetErrorId(), 4001);
+    EXPECT_TRUE(failure.GetWhat() == u"passes");
+    EXPECT_EQ(std::pair(failure.GetValue(), failure.GetLimit()), std::pair(std::uint64_t{21}, std::uint64_t{20}));
+  }
 }
 
 TEST(Exceptions, SpeakOnSeveralThreadsAtOnce) {

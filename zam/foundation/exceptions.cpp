@@ -120,8 +120,9 @@ Message XmlMessage(std::int32_t id) {
   }
 }
 
-wstring Decimal(std::int32_t number) {
-  char digits[16];
+template <class Number>
+wstring Decimal(Number number) {
+  char digits[24];
   return wstring(digits, std::to_chars(std::begin(digits), std::end(digits), number).ptr);
 }
 
@@ -161,6 +162,13 @@ const wstring OutOfBoundsException::GetErrorDescription() const {
   return OrNothing([&]() -> wstring {
     std::int32_t const id = GetErrorId();
     return Cut(id == 8 ? IndexOutOfRange(current, bound) : With(Message::OutOfBoundsNumber, id), shortCapacity);
+  });
+}
+
+const wstring LimitExceededException::GetErrorDescription() const {
+  return OrNothing([&]() -> wstring {
+    return Texts().GetString(IdOf(Message::LimitExceeded), GetWhat().c_str(), Decimal(tooLarge).c_str(),
+                             Decimal(most).c_str());
   });
 }
 

@@ -100,6 +100,36 @@ class ZAM_EXPORT OutOfBoundsException : public BaseException {
   std::int32_t bound;  // exclusive
 };
 
+/// Something that is larger than the library takes: a size, a count, a depth or an effort. Number 4001.
+///
+///     RequireAtMost(u"passes", passes, mostPasses);  // "Limit exceeded: passes (4294967295, at most 1048576)"
+///
+/// Never a lack of memory, which is number 5 of BaseException; an index has OutOfBoundsException.
+class ZAM_EXPORT LimitExceededException : public BaseException {
+ public:
+  /// `what` names what was too large; `limit` is the greatest value that is allowed.
+  LimitExceededException(wstring const& what, std::uint64_t value, std::uint64_t limit)
+      : BaseException(4001, what), tooLarge(value), most(limit) {}
+
+  /// Names what was too large, its value and the limit. Cut to 1023 units.
+  [[nodiscard]] const wstring GetErrorDescription() const override;
+
+  /// What was too large. Valid as long as the exception.
+  [[nodiscard]] wstring const& GetWhat() const { return Detail(); }
+  /// The two numbers, as they were given.
+  [[nodiscard]] std::uint64_t GetValue() const { return tooLarge; }
+  [[nodiscard]] std::uint64_t GetLimit() const { return most; }
+
+ private:
+  std::uint64_t tooLarge;
+  std::uint64_t most;  // inclusive
+};
+
+/// Throws LimitExceededException where `value` is above `limit`. Costs one comparison where it isn't.
+inline void RequireAtMost(wchar const* what, std::uint64_t value, std::uint64_t limit) {
+  if (value > limit) throw LimitExceededException(what, value, limit);
+}
+
 /// XML that is well-formed but doesn't say what was expected.
 ///
 /// Numbers: 9 a node with an invalid form, and the advice to update; 10 a file saved by a newer version; any other a
