@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "fold.h"
+#include "reading_error.h"
 #include "run_error.h"
 #include "utf8.h"
 
@@ -21,13 +22,20 @@ void Sort(std::vector<fs::path>& paths) {
   std::sort(paths.begin(), paths.end(), [](auto const& a, auto const& b) { return a.native() < b.native(); });
 }
 
+// Where there is nothing to find out, the type `none` or `not_found`.
+fs::file_status StatusOf(fs::directory_entry const& entry) {
+  std::error_code error;
+  fs::file_status const status = entry.status(error);
+  if (error) CheckMayLeaveOut(entry.path(), error);
+  return status;
+}
+
 std::vector<fs::path> ClassFolders(fs::path const& corpus, Notes& notes) {
   std::error_code error;
   std::vector<fs::path> folders;
   for (fs::directory_iterator entry(corpus, error), end; !error && entry != end; entry.increment(error)) {
-    std::error_code unknown;
     if (IsHidden(entry->path())) continue;
-    if (entry->is_directory(unknown)) {
+    if (StatusOf(*entry).type() == fs::file_type::directory) {
       folders.push_back(entry->path());
     } else {
       notes.Add("beside the class folders, left out", Printable(entry->path().filename().native()));
@@ -50,14 +58,16 @@ std::vector<fs::path> FilesBelow(fs::path const& classFolder, Notes& notes) {
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
       std::error_code unknown;
       if (IsHidden(entry->path())) continue;
-      if (entry->is_regular_file(unknown)) {
+      fs::file_type const type = StatusOf(*entry).type();
+      if (type == fs::file_type::regular) {
         files.push_back(entry->path());
-      } else if (entry->is_directory(unknown) && !entry->is_symlink(unknown)) {
+      } else if (type == fs::file_type::directory && !entry->is_symlink(unknown)) {
         folders.push_back(entry->path());
       } else {
         notes.Add("neither file nor folder, left out", Printable(entry->path().native()));
       }
     }
+    if (error) CheckMayLeaveOut(folder, error);
     if (error) notes.Add("folder that can't be listed, left out", Printable(folder.native()));
   }
   Sort(files);

@@ -117,7 +117,7 @@ void Experiment::drawOnPlane(std::vector<Document const*> const& training, Vocab
         {Ref(vocabulary.Weigh(document->terms)), document->file->classId, place.corpus.NameOf(*document->file)});
   }
   Plane plane(std::move(examples));
-  plane.LearnOrLoad(place.options.model);
+  plane.LearnOrLoad(place.options.model, place.outputs);
   plane.Project(*tree.root);
   place.findings.map.fold = fold;
   place.findings.map.examples = plane.ExampleCount();

@@ -10,6 +10,7 @@
 #include "corpus_reader.h"
 #include "findings.h"
 #include "options.h"
+#include "pending_file.h"
 #include "progress.h"
 #include "stage_clock.h"
 #include "trainer.h"
@@ -26,6 +27,7 @@ struct Workplace {
   StageClocks& clocks;
   Notes& notes;
   Findings& findings;
+  std::vector<PendingFile>& outputs;
 };
 
 /// Runs folds, and gathers what becomes of their documents.

@@ -2,7 +2,6 @@
 #ifndef CLASSIFY_CORPUS_GNUPLOT_H
 #define CLASSIFY_CORPUS_GNUPLOT_H
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -11,14 +10,13 @@ namespace classify {
 /// A text as a string of a gnuplot script: whatever it holds stands for itself.
 std::string Quoted(std::string_view text);
 
-/// Makes sure that a picture can be made at this place, so that a long run isn't lost. Throws RunError if gnuplot isn't
-/// installed or the folder can't be written to.
-void CheckPicture(std::filesystem::path const& target);
+/// Throws RunError if gnuplot isn't installed or doesn't run.
+void CheckGnuplot();
 
-/// Lets gnuplot draw what `script` plots into an SVG file of so many pixels. The picture moves to its place when it is
-/// complete. Throws RunError, with what gnuplot said, if that isn't installed or fails.
-void DrawPicture(std::filesystem::path const& target, unsigned int width, unsigned int height,
-                 std::string const& script);
+/// The picture, in SVG and of so many pixels, that gnuplot makes of what `script` plots. Throws RunError, with what
+/// gnuplot said, if that isn't installed or fails, or if the picture isn't whole; UserCanceledException(20) if the user
+/// wants to stop.
+std::string DrawPicture(unsigned int width, unsigned int height, std::string const& script);
 
 }  // namespace classify
 

@@ -1,7 +1,6 @@
 #include "html_report.h"
 
 #include <array>
-#include <fstream>
 #include <system_error>
 #include <utility>
 
@@ -179,33 +178,39 @@ std::string Body(Findings const& findings, ZaM::ErrorMatrix const& matrix, Optio
 }  // namespace
 
 HtmlReport::HtmlReport(fs::path path) : folder(std::move(path)) {
-  if (folder.empty()) return;
   std::error_code error;
-  fs::create_directories(folder, error);
-  if (error) throw RunError{"can't make the folder " + Printable(folder.native()) + ": " + error.message()};
-  CheckPicture(folder / matrixFile);
+  for (fs::path part; fs::path const& name : fs::absolute(folder, error)) {
+    part /= name;
+    std::error_code unknown;
+    if (!fs::exists(part, unknown) && fs::create_directory(part, error)) made.push_back(part);
+    if (error) throw RunError{"can't make the folder " + Printable(folder.native()) + ": " + error.message()};
+  }
+  CheckGnuplot();
+  PendingFile const writable(folder / pageFile);
 }
 
-void HtmlReport::Write(Findings const& findings, ZaM::ErrorMatrix const& matrix, Options const& options,
-                       StageClocks const& clocks) const {
-  if (folder.empty()) return;
+HtmlReport::~HtmlReport() {
+  std::error_code isFull;
+  for (auto part = made.rbegin(); part != made.rend(); ++part) fs::remove(*part, isFull);
+}
+
+std::vector<PendingFile> HtmlReport::Write(Findings const& findings, ZaM::ErrorMatrix const& matrix,
+                                           Options const& options, StageClocks const& clocks) const {
+  std::vector<PendingFile> files;
+  auto const add = [&](std::string const& name, std::string const& content) {
+    files.emplace_back(folder / name).Write(content);
+  };
   std::vector<ConfidenceCurve> const curves = CurvesOf(findings);
-  drawPictures(findings, matrix, curves);
-  std::ofstream file(folder / pageFile, std::ios::binary);
-  file << html::Page("Classification of " + findings.corpus, Body(findings, matrix, options, clocks, curves));
-  file.close();
-  if (!file) throw RunError{"can't write " + Printable((folder / pageFile).native())};
-}
-
-void HtmlReport::drawPictures(Findings const& findings, ZaM::ErrorMatrix const& matrix,
-                              std::vector<ConfidenceCurve> const& curves) const {
-  DrawMatrix(folder / matrixFile, matrix, findings.ClassNames());
-  DrawCurve(folder / CurveFile(0), "all classes", curves[0]);
+  add(matrixFile, DrawMatrix(matrix, findings.ClassNames()));
+  add(CurveFile(0), DrawCurve("all classes", curves[0]));
   for (std::size_t id = 1; id <= findings.ClassCount(); ++id)
-    DrawCurve(folder / CurveFile(id), findings.ClassNames()[id], curves[id]);
-  DrawRejection(folder / rejectionFile, RejectionCurve(findings, ThresholdKind::Best),
-                RejectionCurve(findings, ThresholdKind::Distance));
-  if (!findings.map.points.empty()) DrawMap(folder / mapFile, findings.corpus, findings.map, findings.ClassNames());
+    add(CurveFile(id), DrawCurve(findings.ClassNames()[id], curves[id]));
+  add(rejectionFile,
+      DrawRejection(RejectionCurve(findings, ThresholdKind::Best), RejectionCurve(findings, ThresholdKind::Distance)));
+  if (!findings.map.points.empty()) add(mapFile, DrawMap(findings.corpus, findings.map, findings.ClassNames()));
+  // The page comes last, so that it never shows pictures that aren't there yet.
+  add(pageFile, html::Page("Classification of " + findings.corpus, Body(findings, matrix, options, clocks, curves)));
+  return files;
 }
 
 }  // namespace classify

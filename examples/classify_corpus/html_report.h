@@ -5,12 +5,12 @@
 #include <zam/zam.h>
 
 #include <filesystem>
-#include <string>
 #include <vector>
 
 #include "confidence_curves.h"
 #include "findings.h"
 #include "options.h"
+#include "pending_file.h"
 #include "stage_clock.h"
 
 namespace classify {
@@ -18,19 +18,22 @@ namespace classify {
 /// A folder with `index.html` and its pictures. It needs no network, and can be moved as a whole.
 class HtmlReport {
  public:
-  /// Makes the folder, and makes sure that pictures can be drawn there, so that a long run isn't lost. An empty name
-  /// writes nothing. Throws RunError if that fails.
+  /// Makes the folder, and makes sure that pictures can be drawn and a page can be written there, so that a long run
+  /// isn't lost. Throws RunError if that fails.
   explicit HtmlReport(std::filesystem::path path);
+  HtmlReport(HtmlReport const&) = delete;
+  HtmlReport& operator=(HtmlReport const&) = delete;
+  /// Takes a folder away again that it has made, if nothing has come into it.
+  ~HtmlReport();
 
-  /// Draws the pictures and writes the page. Throws RunError if that fails.
-  void Write(Findings const& findings, ZaM::ErrorMatrix const& matrix, Options const& options,
-             StageClocks const& clocks) const;
+  /// Draws the pictures and writes the page; what is left to do is to commit these files. Throws RunError if that
+  /// fails.
+  std::vector<PendingFile> Write(Findings const& findings, ZaM::ErrorMatrix const& matrix, Options const& options,
+                                 StageClocks const& clocks) const;
 
  private:
-  void drawPictures(Findings const& findings, ZaM::ErrorMatrix const& matrix,
-                    std::vector<ConfidenceCurve> const& curves) const;
-
   std::filesystem::path folder;
+  std::vector<std::filesystem::path> made;  // folders, the outer ones first
 };
 
 }  // namespace classify

@@ -9,8 +9,12 @@
 #include <unistd.h>
 #include <zam/zam.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <iostream>
+#include <iterator>
 #include <new>
+#include <optional>
 #include <string>
 
 #include "corpus.h"
@@ -24,6 +28,8 @@
 #include "interrupt.h"
 #include "number_text.h"
 #include "options.h"
+#include "pending_file.h"
+#include "plane.h"
 #include "plane_map.h"
 #include "report.h"
 #include "result_file.h"
@@ -58,7 +64,8 @@ std::string Report(Findings const& findings, ZaM::ErrorMatrix const& matrix, Sta
          Summary(matrix, findings.ClassCount());
 }
 
-Findings Classify(Options const& options, Progress& progress, StageClocks& clocks, Notes& notes) {
+Findings Classify(Options const& options, Progress& progress, StageClocks& clocks, Notes& notes,
+                  std::vector<PendingFile>& outputs) {
   Corpus const corpus = ListCorpus(options.corpus, notes);
   TermExtractor extractor(static_cast<unsigned char>(options.settings.minWordLength), options.settings.useDigits);
   std::vector<Document> const documents = ReadCorpus(corpus, extractor, progress, clocks, notes);
@@ -69,7 +76,7 @@ Findings Classify(Options const& options, Progress& progress, StageClocks& clock
   findings.settings = options.settings;
   for (unsigned int id = 1; id <= corpus.ClassCount(); ++id) findings.AddClass(corpus.classNames[id]);
 
-  Experiment experiment({options, corpus, documents, progress, clocks, notes, findings});
+  Experiment experiment({options, corpus, documents, progress, clocks, notes, findings, outputs});
   unsigned int const first = options.crossValidate ? 0 : options.fold;
   unsigned int const last = options.crossValidate ? FoldCount - 1 : options.fold;
   for (unsigned int fold = first; fold <= last; ++fold) experiment.Run(fold);
@@ -85,23 +92,51 @@ Findings Load(Options const& options, Progress& progress, StageClocks& clocks, N
   return findings;
 }
 
+/// Where a run's findings go, apart from the terminal: the files that were asked for. Made before the run, so that what
+/// can't be written is known in time.
+class Places {
+ public:
+  explicit Places(Options const& given) : options(given) {
+    if (!options.results.empty()) results.emplace(options.results);
+    if (!options.report.empty()) report.emplace(options.report);
+    if (!options.model.empty()) Plane::CheckModel(options.model);
+    if (options.map.empty()) return;
+    CheckGnuplot();
+    map.emplace(options.map);
+  }
+
+  // Adds the files to `outputs`.
+  void Write(Findings const& findings, ZaM::ErrorMatrix const& matrix, StageClocks const& clocks,
+             std::vector<PendingFile>& outputs) {
+    if (results) outputs.push_back(std::move(*results).Write(findings));
+    if (report) std::ranges::move(report->Write(findings, matrix, options, clocks), std::back_inserter(outputs));
+    if (!map) return;
+    map->Write(DrawMap(findings.corpus, findings.map, findings.ClassNames()));
+    outputs.push_back(std::move(*map));
+  }
+
+ private:
+  Options const& options;
+  std::optional<ResultFile> results;
+  std::optional<HtmlReport> report;
+  std::optional<PendingFile> map;
+};
+
 // Everything is written at the very end: a run that is cancelled or fails leaves nothing behind.
 void Run(Options const& options, Notes& notes) {
   StageClocks clocks;
   std::string report;
   {
     Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
-    ResultFile file(options.results);
-    HtmlReport const page(options.report);
-    if (!options.map.empty()) CheckPicture(options.map);
-    Findings const findings = options.loadResults.empty() ? Classify(options, progress, clocks, notes)
+    Places places(options);
+    std::vector<PendingFile> outputs;
+    Findings const findings = options.loadResults.empty() ? Classify(options, progress, clocks, notes, outputs)
                                                           : Load(options, progress, clocks, notes);
     auto const matrix = clocks.evaluate.Time(
         findings.Tested().size(), [&] { return Evaluate(findings, options.bestThreshold, options.distanceThreshold); });
     report = Report(findings, *matrix, clocks);
-    file.Write(findings);
-    page.Write(findings, *matrix, options, clocks);
-    if (!options.map.empty()) DrawMap(options.map, findings.corpus, findings.map, findings.ClassNames());
+    places.Write(findings, *matrix, clocks, outputs);
+    for (PendingFile& file : outputs) file.Commit();
   }
   std::cout << report << std::flush;
   if (!std::cout) throw RunError{"can't write the report"};
@@ -122,6 +157,8 @@ int RunAndExplain(Options const& options, Notes& notes) {
     return Fail(EncodeUtf8(cancelled.GetErrorDescription()), exit_code::cancelled);
   } catch (ZaM::BaseException const& failure) {
     return Fail(EncodeUtf8(failure.GetErrorDescription()));
+  } catch (std::filesystem::filesystem_error const& failure) {
+    return Fail(Printable(failure.what()));
   } catch (std::bad_alloc const&) {
     return Fail(EncodeUtf8(ZaM::BaseException(5).GetErrorDescription()));
   }
@@ -135,6 +172,6 @@ int main(int argc, char** argv) {
   CatchInterrupt();
   Notes notes;
   int const exitCode = RunAndExplain(options, notes);
-  if (!options.quiet) notes.Print(std::cerr);
+  notes.Print(std::cerr, !options.quiet);
   return exitCode;
 }

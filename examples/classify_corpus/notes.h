@@ -17,8 +17,8 @@ class Notes {
   /// `message` says it of a single one, as in "not text, left out"; `name` is shown as it stands.
   void Add(std::string const& message, std::string name) { names[message].push_back(std::move(name)); }
 
-  /// One line for each message, such as "not text, left out (2): pets/cat.jpg, pets/dog.jpg".
-  void Print(std::ostream& stream) const;
+  /// One line for each message, such as "not text, left out (2): pets/cat.jpg, pets/dog.jpg", or without the names.
+  void Print(std::ostream& stream, bool showNames) const;
 
  private:
   std::map<std::string, std::vector<std::string>> names;

@@ -115,7 +115,7 @@ void AddOutput(CLI::App& app, Options& options) {
                                        "Keep the results in this XML file; compressed if its name ends in .gz")
                             ->option_text("FILE");
   app.get_option("--shard")->needs(results);
-  app.add_flag("-q,--quiet", options.quiet, "No progress bar and no notes; errors only");
+  app.add_flag("-q,--quiet", options.quiet, "No progress bar, and notes without names");
 }
 
 }  // namespace

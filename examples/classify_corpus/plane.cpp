@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <fstream>
 #include <map>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
-#include "part_path.h"
 #include "run_error.h"
 #include "tags.h"
 #include "utf8.h"
@@ -62,8 +62,14 @@ Plane::Plane(std::vector<PlaneExample> documents) {
   }
 }
 
-void Plane::LearnOrLoad(fs::path const& model) {
-  if (!model.empty() && fs::exists(model)) return load(model);
+void Plane::CheckModel(fs::path const& model) {
+  std::error_code unknown;
+  if (!fs::exists(model, unknown)) PendingFile const writable(model);
+}
+
+void Plane::LearnOrLoad(fs::path const& model, std::vector<PendingFile>& outputs) {
+  std::error_code unknown;
+  if (!model.empty() && fs::exists(model, unknown)) return load(model);
   constexpr std::size_t FewestExamples = 4;
   if (examples.size() < FewestExamples) throw RunError{"there are too few documents to learn a map from"};
   ZaM::PcaControl control;
@@ -72,7 +78,7 @@ void Plane::LearnOrLoad(fs::path const& model) {
   control.SetDimension(Dimensions);
   control.SetMaxExamples(MostExamples);
   analyzer.DoAlgorithm(&control);
-  if (!model.empty()) save(model);
+  if (!model.empty()) outputs.push_back(save(model));
 }
 
 void Plane::supplyExamples(ZaM::PcaControl& control) const {
@@ -95,19 +101,14 @@ void Plane::load(fs::path const& model) {
   analyzer.DoAlgorithm(&control);
 }
 
-void Plane::save(fs::path const& model) {
-  fs::path const part = PartOf(model);
-  std::ofstream file(part, std::ios::binary);
+PendingFile Plane::save(fs::path const& model) {
+  std::ostringstream stream;
   Fingerprint const bytes = Bytes(fingerprint());
-  bool written = analyzer.Save(&file);
-  file.write(bytes.data(), bytes.size());
-  file.close();
-  written = written && !file.fail();
-  std::error_code error;
-  if (written) fs::rename(part, model, error);
-  if (written && !error) return;
-  fs::remove(part, error);
-  throw RunError{"can't write " + Printable(model.native())};
+  bool const isWhole = analyzer.Save(&stream) && stream.write(bytes.data(), bytes.size());
+  PendingFile file(model);
+  if (!isWhole) file.Fail("there is no room for it in memory");
+  file.Write(stream.view());
+  return file;
 }
 
 std::uint64_t Plane::fingerprint() const {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "pending_file.h"
 #include "word_vector.h"
 
 namespace classify {
@@ -53,9 +54,13 @@ class Plane {
   explicit Plane(std::vector<PlaneExample> documents);
 
   /// Takes the plane from `model` if there is such a file; else learns it, and writes the file unless its name is
-  /// empty. Throws RunError if there are fewer than four examples, or if the file can't be written, isn't a plane, or
-  /// is one of other documents.
-  void LearnOrLoad(std::filesystem::path const& model);
+  /// empty: it is committed with the other `outputs`. Throws RunError if there are fewer than four examples, or if the
+  /// file can't be written, isn't a plane, or is one of other documents.
+  void LearnOrLoad(std::filesystem::path const& model, std::vector<PendingFile>& outputs);
+
+  /// Makes sure that `LearnOrLoad` can look for the file, and write it if there is none, so that a long run isn't lost.
+  /// Throws RunError if it can't.
+  static void CheckModel(std::filesystem::path const& model);
 
   /// Leaves a point on each document of the tree that has a word vector.
   void Project(ZaM::DocumentNode& documents);
@@ -68,7 +73,7 @@ class Plane {
  private:
   void supplyExamples(ZaM::PcaControl& control) const;
   void load(std::filesystem::path const& model);
-  void save(std::filesystem::path const& model);
+  PendingFile save(std::filesystem::path const& model);
   std::uint64_t fingerprint() const;
 
   std::vector<PlaneExample> examples;

@@ -155,8 +155,7 @@ std::vector<ClassLayer> LayersOf(std::vector<MapPoint> const& points, std::vecto
 
 }  // namespace
 
-void DrawMap(std::filesystem::path const& target, std::string const& corpus, DocumentMap const& map,
-             std::vector<std::string> const& classNames) {
+std::string DrawMap(std::string const& corpus, DocumentMap const& map, std::vector<std::string> const& classNames) {
   if (map.points.empty()) throw RunError{"there is nothing to draw a map of: no tested document has a known word"};
   Axis const x('x', map.points, &PlanePoint::x);
   Axis const y('y', map.points, &PlanePoint::y);
@@ -171,7 +170,7 @@ void DrawMap(std::filesystem::path const& target, std::string const& corpus, Doc
   }
   std::string const title = corpus + ": " + Grouped(map.points.size()) + " documents of fold " +
                             std::to_string(map.fold) + " on the plane of " + Grouped(map.examples) + " others";
-  DrawPicture(target, layout::width, layout::height, data + Frame(title, x, y) + names + plots);
+  return DrawPicture(layout::width, layout::height, data + Frame(title, x, y) + names + plots);
 }
 
 }  // namespace classify

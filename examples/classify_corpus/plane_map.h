@@ -2,7 +2,6 @@
 #ifndef CLASSIFY_CORPUS_PLANE_MAP_H
 #define CLASSIFY_CORPUS_PLANE_MAP_H
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -11,9 +10,8 @@
 namespace classify {
 
 /// Draws the points coloured by class, the name of each class in the middle of its points, and a legend with how many
-/// they are. Throws RunError if there is nothing to draw, or as `DrawPicture` does.
-void DrawMap(std::filesystem::path const& target, std::string const& corpus, DocumentMap const& map,
-             std::vector<std::string> const& classNames);
+/// they are; SVG. Throws RunError if there is nothing to draw, or as `DrawPicture` does.
+std::string DrawMap(std::string const& corpus, DocumentMap const& map, std::vector<std::string> const& classNames);
 
 }  // namespace classify
 

@@ -113,47 +113,47 @@ std::string RejectionMarks(std::string const& name, std::vector<RejectionPoint> 
 
 }  // namespace
 
-void DrawMatrix(std::filesystem::path const& target, ZaM::ErrorMatrix const& matrix,
-                std::vector<std::string> const& classNames) {
+std::string DrawMatrix(ZaM::ErrorMatrix const& matrix, std::vector<std::string> const& classNames) {
   std::size_t const classes = classNames.size() - 1;
   MatrixLayout const layout(classNames);
   std::string const end = Fixed(static_cast<double>(classes) + 0.5, 1);
   std::string const columns = Fixed(static_cast<double>(classes) + 1.5, 1);
-  DrawPicture(target, layout.Size(), layout.Size(),
-              MatrixCells(matrix, classes).Script() + layout.Script() +
-                  "set palette defined (-1 '#8b1a00', -0.5 '#f08a4b', 0 '#ffffff', 0.5 '#9ec9e8', 1 '#08519c')\n"
-                  "set cbrange [-1:1]\nunset colorbox\nunset key\nunset xtics\nset xrange [0.5:" +
-                  columns + "]\nset x2range [0.5:" + columns + "]\nset yrange [" + end +
-                  ":0.5]\nset x2tics rotate by 90 scale 0 " + Ticks(classNames) + ", 'rejected' " +
-                  std::to_string(classes + 1) + ") font ',11'\nset ytics scale 0 " + Ticks(classNames) +
-                  ") font ',11'\nset x2label 'taken for'\nset ylabel 'class'\n" + CellBorders(classes) +
-                  "plot $cells with image pixels, $light with labels font ',9' tc rgb '#000000', "
-                  "$dark with labels font ',9' tc rgb '#ffffff'");
+  return DrawPicture(layout.Size(), layout.Size(),
+                     MatrixCells(matrix, classes).Script() + layout.Script() +
+                         "set palette defined (-1 '#8b1a00', -0.5 '#f08a4b', 0 '#ffffff', 0.5 '#9ec9e8', 1 '#08519c')\n"
+                         "set cbrange [-1:1]\nunset colorbox\nunset key\nunset xtics\nset xrange [0.5:" +
+                         columns + "]\nset x2range [0.5:" + columns + "]\nset yrange [" + end +
+                         ":0.5]\nset x2tics rotate by 90 scale 0 " + Ticks(classNames) + ", 'rejected' " +
+                         std::to_string(classes + 1) + ") font ',11'\nset ytics scale 0 " + Ticks(classNames) +
+                         ") font ',11'\nset x2label 'taken for'\nset ylabel 'class'\n" + CellBorders(classes) +
+                         "plot $cells with image pixels, $light with labels font ',9' tc rgb '#000000', "
+                         "$dark with labels font ',9' tc rgb '#ffffff'");
 }
 
-void DrawCurve(std::filesystem::path const& target, std::string const& title, ConfidenceCurve const& curve) {
-  DrawPicture(target, 420, 280,
-              CurveData("$right", curve.Right()) + CurveData("$wrong", curve.Wrong()) + "set title " + Quoted(title) +
-                  "\nset xlabel 'confidence asked for'\nset ylabel '% of documents'\nset xrange [0:1]\n"
-                  "set yrange [0:105]\nset grid lc rgb '#e4e4e4'\nset key outside below horizontal\n"
-                  "plot $right with lines lw 2 lc rgb '#08519c' title 'right', "
-                  "$wrong with lines lw 2 lc rgb '#d62728' title 'wrong'");
+std::string DrawCurve(std::string const& title, ConfidenceCurve const& curve) {
+  return DrawPicture(420, 280,
+                     CurveData("$right", curve.Right()) + CurveData("$wrong", curve.Wrong()) + "set title " +
+                         Quoted(title) +
+                         "\nset xlabel 'confidence asked for'\nset ylabel '% of documents'\nset xrange [0:1]\n"
+                         "set yrange [0:105]\nset grid lc rgb '#e4e4e4'\nset key outside below horizontal\n"
+                         "plot $right with lines lw 2 lc rgb '#08519c' title 'right', "
+                         "$wrong with lines lw 2 lc rgb '#d62728' title 'wrong'");
 }
 
-void DrawRejection(std::filesystem::path const& target, std::vector<RejectionPoint> const& best,
-                   std::vector<RejectionPoint> const& distance) {
-  DrawPicture(target, 860, 480,
-              RejectionData("$best", best) + RejectionMarks("$bestMarks", best) + RejectionData("$distance", distance) +
-                  RejectionMarks("$distanceMarks", distance) +
-                  "set xlabel '% of all documents that are rejected'\n"
-                  "set ylabel '% of the accepted documents that are wrong'\nset xrange [0:100]\nset yrange [0:*]\n"
-                  "set grid lc rgb '#e4e4e4'\nset key right top\n"
-                  "plot $best with lines lw 2 lc rgb '#08519c' title '--best-threshold', "
-                  "$bestMarks with points pt 7 ps 0.6 lc rgb '#08519c' notitle, "
-                  "$bestMarks with labels offset 0,0.9 font ',9' tc rgb '#08519c' notitle, "
-                  "$distance with lines lw 2 lc rgb '#e6550d' title '--distance-threshold', "
-                  "$distanceMarks with points pt 7 ps 0.6 lc rgb '#e6550d' notitle, "
-                  "$distanceMarks with labels offset 0,-0.9 font ',9' tc rgb '#e6550d' notitle");
+std::string DrawRejection(std::vector<RejectionPoint> const& best, std::vector<RejectionPoint> const& distance) {
+  return DrawPicture(
+      860, 480,
+      RejectionData("$best", best) + RejectionMarks("$bestMarks", best) + RejectionData("$distance", distance) +
+          RejectionMarks("$distanceMarks", distance) +
+          "set xlabel '% of all documents that are rejected'\n"
+          "set ylabel '% of the accepted documents that are wrong'\nset xrange [0:100]\nset yrange [0:*]\n"
+          "set grid lc rgb '#e4e4e4'\nset key right top\n"
+          "plot $best with lines lw 2 lc rgb '#08519c' title '--best-threshold', "
+          "$bestMarks with points pt 7 ps 0.6 lc rgb '#08519c' notitle, "
+          "$bestMarks with labels offset 0,0.9 font ',9' tc rgb '#08519c' notitle, "
+          "$distance with lines lw 2 lc rgb '#e6550d' title '--distance-threshold', "
+          "$distanceMarks with points pt 7 ps 0.6 lc rgb '#e6550d' notitle, "
+          "$distanceMarks with labels offset 0,-0.9 font ',9' tc rgb '#e6550d' notitle");
 }
 
 }  // namespace classify

@@ -4,7 +4,6 @@
 
 #include <zam/zam.h>
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -12,19 +11,17 @@
 
 namespace classify {
 
-// All of them throw RunError as `DrawPicture` does.
+// All of them are SVG, and throw as `DrawPicture` does.
 
 /// The cells of the matrix, a row for each class and a column for what its documents were taken for, the last one for
 /// rejected documents. The colour of a cell is its share of the row, its number stands in it.
-void DrawMatrix(std::filesystem::path const& target, ZaM::ErrorMatrix const& matrix,
-                std::vector<std::string> const& classNames);
+std::string DrawMatrix(ZaM::ErrorMatrix const& matrix, std::vector<std::string> const& classNames);
 
 /// The shares of right and of wrong documents over the confidence that is asked for.
-void DrawCurve(std::filesystem::path const& target, std::string const& title, ConfidenceCurve const& curve);
+std::string DrawCurve(std::string const& title, ConfidenceCurve const& curve);
 
 /// The share of wrong documents among the accepted ones, over that of the rejected ones, for both kinds of thresholds.
-void DrawRejection(std::filesystem::path const& target, std::vector<RejectionPoint> const& best,
-                   std::vector<RejectionPoint> const& distance);
+std::string DrawRejection(std::vector<RejectionPoint> const& best, std::vector<RejectionPoint> const& distance);
 
 }  // namespace classify
 

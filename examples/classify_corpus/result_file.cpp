@@ -2,14 +2,10 @@
 
 #include <zam/zam.h>
 
-#include <fstream>
-#include <system_error>
 #include <utility>
 
 #include "library_path.h"
-#include "part_path.h"
 #include "result_form.h"
-#include "run_error.h"
 #include "utf8.h"
 
 namespace classify {
@@ -67,37 +63,16 @@ void WriteRoot(Findings const& findings, ZaM::ZamXmlOutStream& stream) {
 
 }  // namespace
 
-ResultFile::ResultFile(fs::path path) : target(std::move(path)) {
-  if (target.empty()) return;
-  std::error_code unknown;
-  fs::file_status const there = fs::status(target, unknown);
-  if (fs::exists(there) && !fs::is_regular_file(there)) fail("it is there, and no file");
-  fs::path place = PartOf(target);
-  if (!LibraryPath(place)) fail("its name isn't UTF-8, or has a backslash");
-  if (!std::ofstream(place, std::ios::app)) fail("its folder can't be written to");
-  part = std::move(place);
+ResultFile::ResultFile(fs::path const& path) : isCompressed(path.extension() == ".gz"), file(path) {
+  if (!LibraryPath(file.Part())) file.Fail("the name of its folder isn't UTF-8, or has a backslash");
 }
 
-ResultFile::~ResultFile() {
-  std::error_code ignored;
-  if (!part.empty()) fs::remove(part, ignored);
-}
-
-void ResultFile::Write(Findings const& findings) {
-  if (part.empty()) return;
-  bool const isCompressed = target.extension() == ".gz";
-  ZaM::ZamXmlOutStream stream(isCompressed ? ZaM::StorageCompressed : ZaM::StorageFile, *LibraryPath(part));
+PendingFile ResultFile::Write(Findings const& findings) && {
+  ZaM::ZamXmlOutStream stream(isCompressed ? ZaM::StorageCompressed : ZaM::StorageFile, *LibraryPath(file.Part()));
   WriteRoot(findings, stream);
   stream.Close();
-  if (!stream.IsWritten()) fail("the disk may be full");
-  std::error_code error;
-  fs::rename(part, target, error);
-  if (error) fail(error.message());
-  part.clear();
-}
-
-void ResultFile::fail(std::string const& reason) const {
-  throw RunError{"can't write " + Printable(target.native()) + ": " + reason};
+  if (!stream.IsWritten()) file.Fail("the disk may be full");
+  return std::move(file);
 }
 
 }  // namespace classify

@@ -3,33 +3,24 @@
 #define CLASSIFY_CORPUS_RESULT_FILE_H
 
 #include <filesystem>
-#include <string>
 
 #include "findings.h"
+#include "pending_file.h"
 
 namespace classify {
 
 /// One XML document, as docs/formats.md describes it; a gzip file if its name ends in ".gz". Read by result_loader.h.
-///
-/// It is written beside its place, and moves there when it is complete: no other program ever sees half of it.
 class ResultFile {
  public:
-  /// Makes sure that the file can be made, so that a long run isn't lost. An empty name writes nothing. Throws RunError
-  /// if it can't.
-  explicit ResultFile(std::filesystem::path path);
-  ResultFile(ResultFile const&) = delete;
-  ResultFile& operator=(ResultFile const&) = delete;
-  /// Takes away what didn't get into its place.
-  ~ResultFile();
+  /// Makes sure that the file can be made, so that a long run isn't lost. Throws RunError if it can't.
+  explicit ResultFile(std::filesystem::path const& path);
 
-  /// Writes all of it, and puts it in its place. Throws RunError if that fails, on a full disk too.
-  void Write(Findings const& findings);
+  /// Writes all of it; what is left to do is to commit it. Throws RunError if that fails, on a full disk too.
+  PendingFile Write(Findings const& findings) &&;
 
  private:
-  [[noreturn]] void fail(std::string const& reason) const;
-
-  std::filesystem::path target;
-  std::filesystem::path part;  // where it is written; empty before and after
+  bool isCompressed;
+  PendingFile file;
 };
 
 }  // namespace classify

@@ -1,10 +1,16 @@
 #include "text_file.h"
 
-#include <fstream>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 #include "help_page.h"
+#include "reading_error.h"
 #include "term_extractor.h"
 #include "utf8.h"
 
@@ -16,16 +22,38 @@ namespace {
 constexpr std::size_t maxBytes = std::size_t{16} << 20;
 static_assert(6 * maxBytes <= TermExtractor::MaxUnits, "a page can have six times as many units as bytes");
 
+class Descriptor {
+ public:
+  // Without waiting for the other end of a pipe.
+  explicit Descriptor(std::filesystem::path const& path)
+      : number(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
+  Descriptor(Descriptor const&) = delete;
+  Descriptor& operator=(Descriptor const&) = delete;
+  ~Descriptor() {
+    if (number != -1) close(number);
+  }
+
+  int const number;  // -1 if it isn't open
+};
+
+[[noreturn]] void FailToRead(std::filesystem::path const& path) {
+  CheckMayLeaveOut(path, {errno, std::generic_category()});
+  throw UnusableFile{"can't be read, left out"};
+}
+
 std::string ReadBytes(std::filesystem::path const& path) {
-  std::ifstream stream(path, std::ios::binary);
+  Descriptor const file(path);
+  struct stat status;
+  if (file.number == -1 || fstat(file.number, &status) != 0) FailToRead(path);
+  if (!S_ISREG(status.st_mode)) throw UnusableFile{"no file, left out"};
   std::string bytes;
-  char block[65536];
-  while (stream.read(block, sizeof block) || stream.gcount() > 0) {
-    bytes.append(block, static_cast<std::size_t>(stream.gcount()));
+  for (char block[65536];;) {
+    ssize_t const count = read(file.number, block, sizeof block);
+    if (count == 0) return bytes;
+    if (count == -1 && errno != EINTR) FailToRead(path);
+    if (count > 0) bytes.append(block, static_cast<std::size_t>(count));
     if (bytes.size() > maxBytes) throw UnusableFile{"larger than 16 MiB, left out"};
   }
-  if (!stream.eof()) throw UnusableFile{"can't be read, left out"};
-  return bytes;
 }
 
 std::u16string PlainText(std::string const& bytes) {

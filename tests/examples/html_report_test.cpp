@@ -87,11 +87,5 @@ TEST_F(ReportPage, NeedsNothingButItsFolderAndLinksToDocuments) {
   EXPECT_FALSE(Contains(Read(Folder() / "index.html"), "<odd>"));
 }
 
-TEST_F(ReportPage, IsRefusedBeforeTheRunWhereItsFolderCannotBeMade) {
-  ProcessResult const run = Classify({Corpus(), "--report", Corpus() + "/music/0.txt/report"});
-  EXPECT_EQ(run.exitCode, 1);
-  EXPECT_TRUE(Contains(run.output, "can't make the folder ")) << run.output;
-}
-
 }  // namespace
 }  // namespace classify

@@ -41,22 +41,5 @@ TEST_F(DocumentMapFile, RefusesAModelOfOtherDocumentsAndOneThatIsDamaged) {
   EXPECT_TRUE(Contains(cut.output, Model() + ": it isn't a whole model")) << cut.output;
 }
 
-TEST_F(DocumentMapFile, IsRefusedBeforeTheRunWhereItCannotBeMade) {
-  WriteClasses(30);
-  struct {
-    std::vector<std::string> arguments;
-    int exitCode;
-    char const* message;
-  } const cases[] = {{{"--map", "/nowhere/map.svg"}, 1, "can't write /nowhere/map.svg"},
-                     {{"--model", "plane.pca"}, 2, "--model: is for the map of --map or --report"}};
-  for (auto const& [arguments, exitCode, message] : cases) {
-    std::vector<std::string> all{Corpus()};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    ZaM::test::ProcessResult const run = Classify(all);
-    EXPECT_EQ(run.exitCode, exitCode);
-    EXPECT_TRUE(Contains(run.output, message)) << run.output;
-  }
-}
-
 }  // namespace
 }  // namespace classify

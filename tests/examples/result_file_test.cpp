@@ -80,7 +80,7 @@ class ResultFiles : public testing::Test {
     findings.Add(name, classId, fold, result.Get());
   }
 
-  static void Write(Findings const& findings, fs::path const& file) { ResultFile(file).Write(findings); }
+  static void Write(Findings const& findings, fs::path const& file) { ResultFile(file).Write(findings).Commit(); }
 
   std::string Bytes(fs::path const& file) const {
     std::ifstream stream(file, std::ios::binary);
@@ -208,18 +208,6 @@ TEST_F(ResultFiles, AreRefusedTogetherWhereTheyDoNotBelongTogether) {
     Write(other, File("b.xml"));
     std::string const why = WhyNot({File("a.xml"), File("b.xml")});
     EXPECT_NE(why.find(reason), std::string::npos) << reason << ": " << why;
-  }
-}
-
-TEST_F(ResultFiles, ReplaceTheFormerOneOnlyWhenTheyAreComplete) {
-  for (char const* name : {"r.xml", "r.xml.gz"}) {
-    folder.Write(name, "former");
-    fs::create_symlink("/dev/full", File(std::string(name) + ".part"));
-    EXPECT_THROW(Write(Example(), File(name)), RunError);
-    EXPECT_EQ(Bytes(File(name)), "former");
-    EXPECT_FALSE(fs::is_symlink(File(std::string(name) + ".part"))) << "left behind";
-    Write(Example(), File(name));
-    EXPECT_EQ(WhyNot({File(name)}), "");
   }
 }
 
