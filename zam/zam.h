@@ -11,6 +11,7 @@
 #include "zam/algorithms/pca_analyzer.h"
 #include "zam/algorithms/pca_control.h"
 #include "zam/foundation/create_counted.h"
+#include "zam/foundation/error_ids.h"
 #include "zam/foundation/exceptions.h"
 #include "zam/foundation/file_search.h"
 #include "zam/foundation/files.h"

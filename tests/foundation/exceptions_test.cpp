@@ -19,6 +19,7 @@ namespace {
 
 static_assert(!std::is_base_of_v<std::exception, BaseException>);
 static_assert(std::has_virtual_destructor_v<BaseException>);
+static_assert(std::is_nothrow_copy_constructible_v<LimitExceededException>);
 
 wstring Said(BaseException const& failure) {
   return failure.GetErrorDescription();
@@ -33,59 +34,40 @@ using Collection = CollectionException;
 
 constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
 
-// These tests run beside no satellites, so that all sentences are the built-in ones.
-TEST(Exceptions, EachCaseHasItsSentence) {
+// These tests run beside no satellites, so that all sentences are the built-in ones. What is only a row of errors.def
+// has one case for its class; the others are what a class makes of it.
+TEST(Exceptions, SpeakOfTheirDetail) {
   std::pair<wstring, wstring> const cases[] = {
-      {Said(Base(1, u"count")), u"Invalid argument: count."},
-      {Said(Base(1)), u"Invalid argument specified."},
-      {Said(Base(3, u"C:\\x")), u"Invalid file path \"C:\\x\" specified."},
-      {Said(Base(3)), u"Invalid file path \"(NULL)\" specified."},
-      {Said(Base(5)), u"Out of memory"},
-      {Said(Base(17, u"why")), u"Unknown error in ZaM library occured: why"},
-      {Said(Base(17)), u"Unknown error in ZaM library occured."},
-      {Said(Base(18, u"kNN")), u"This file was saved by a newer version of the \"kNN\" classifier."},
-      {Said(Base(18)), u"This file was saved by a newer version of the ZaM classifier."},
+      {Said(Base(ErrorId::InvalidArgument, u"count")), u"Invalid argument: count."},
+      {Said(Base(ErrorId::InvalidArgument)), u"Invalid argument specified."},
+      {Said(Base(5, u"unused")), u"Out of memory"},
       {Said(Base(25, u"no %s, 100%")), u"no %s, 100%"},
       {Said(Base(25)), u"Feature not supported."},
-      {Said(Base(27)), u"XML node invalid"},
-      {Said(Base(37, u"OCR")), u"Failed to load form definition, because preprocessing method 'OCR' is not installed."},
-      {Said(Base(38, u"Tab")), u"This file was saved by a newer version of the \"Tab\" extraction method."},
-      {Said(Base(38)), u"This file was saved by a newer version of the ZaM extraction method."},
-      {Said(Base(50, u"(")), u"The syntax of the regular expression is wrong!"},
-      {Said(Base(51, u"why")), u"Error in BarcodeLocator: why"},
-      {Said(Base(51)), u"Unknown error in BarcodeLocator"},
+      {Said(Base(37)), u"Failed to load form definition, because preprocessing method '' is not installed."},
+      {Said(Base(53, u"tag")), u"The settings are incomplete: tag"},
       {Said(Base(53)), u"The settings are incomplete: %s"},
       {Said(Base(9)), u"ZaM exception number 9"},
+      {Said(Base(4001)), u"ZaM exception number 4001"},
       {Said(Bounds(8, 7, 5)), u"Zam-Exception: Index (7) out of range (0 - 4). "},
       {Said(Bounds(8, 0, least)), u"Zam-Exception: Index (0) out of range (0 - 2147483647). "},
       {Said(Bounds(9, 7, 5)), u"ZaM exception number 9"},
       {Said(LimitExceededException(u"50% of %s", ~0ull, 0)),
        u"Limit exceeded: 50% of %s (18446744073709551615, at most 0)"},
-      {Said(Format(9, u"item")), u"Invalid XML format for node 'item' detected.. Please update to the new version."},
       {Said(Format(10, u"7.1")),
        u"This XML file was saved by a newer version '7.1' of this software. Please update to the new version."},
-      {Said(Format(11, u"100%s")), u"Invalid XML format for node '100%s' detected."},
-      {Said(File(2001, u"a.xml")), u"Could not write file: a.xml"},
-      {Said(File(2002, u"a.xml")), u"Could not create file: a.xml"},
+      {Said(Format(17, u"100%s")), u"Invalid XML format for node '100%s' detected."},
       {Said(File(2003, u"a%20b%s.xml")), u"Could not open file: a%20b%s.xml"},
-      {Said(File(2004, u"a.xml")), u"Could not read file: a.xml"},
+      {Said(File(2003)), u"Could not open file: "},
       {Said(File(2004)), u"Could not read file"},
       {Said(File(25, u"a.xml")), u"This file format is not supported: a.xml"},
       {Said(File(-7, u"a%s.xml")), u"FileIOException -7, Filename: a%s.xml"},
-      {Said(Canceled(20)), u"Classification canceled by user"},
       {Said(Canceled(21)), u"Training canceled by user"},
-      {Said(Canceled(22)), u"Directory parsing canceled by user"},
-      {Said(Canceled(23)), u"Document analysis canceled by user"},
       {Said(Canceled(5)), u"ZaM exception number 5"},
       {Said(Collection(1001, 3, 0)), u"Zam-Exception: Index (3) out of range (0 - -1). "},
       {Said(Collection(1002, 0)), u"Item with Id #0 not found."},
       {Said(Collection(1003, u"50% off")), u"Item with name '50% off' not found."},
       {Said(Collection(5, 1, 2)), u"Unknown collection exception #5."},
-      {Said(XmlException(3001)), u"No open XML node for this operation."},
       {Said(XmlException(3002, u"unused")), u"Canot close the XML node."},
-      {Said(XmlException(3003)), u"File is already opened."},
-      {Said(XmlException(3004)), u"File is still opened."},
-      {Said(XmlException(3005)), u"The XML string contains illegal characters."},
       {Said(XmlException(5)), u"Unknown XML error."},
   };
   for (auto const& [said, expected] : cases) {

@@ -155,7 +155,7 @@ class Scale : public ZaM::Algorithm {
     for (ZaM::Node* child : ZaM::Children(*block->root)) {
       bool stop = false;
       if (block->progress) block->progress->Increment(1, &stop);
-      if (stop) throw ZaM::UserCanceledException(23);  // document analysis
+      if (stop) throw ZaM::UserCanceledException(ZaM::ErrorId::DocumentAnalysisCanceled);
       scale(dynamic_cast<ZaM::DocumentNode*>(child), block->factor);
     }
   }
@@ -227,7 +227,7 @@ TEST(GuideTest, SpeaksTheUsersLanguage) {
   EXPECT_TRUE(resources.GetString(3, u"inbox", nullptr, nullptr) == u"Resource string #3 not found!");
 
   try {
-    throw ZaM::FileIOException(2003, u"inbox.xml");
+    throw ZaM::FileIOException(ZaM::ErrorId::FileOpen, u"inbox.xml");
   } catch (ZaM::BaseException const& failure) {
     EXPECT_TRUE(failure.GetErrorDescription() == u"Could not open file: inbox.xml");
   }
@@ -240,7 +240,7 @@ TEST(GuideTest, SpeaksTheUsersLanguage) {
   }
 
   EXPECT_TRUE(ZaM::SetLanguage(u"pt-BR"));  // there is a satellite for Portuguese
-  EXPECT_TRUE(ZaM::FileIOException(2003, u"a.xml").GetErrorDescription() ==
+  EXPECT_TRUE(ZaM::FileIOException(ZaM::ErrorId::FileOpen, u"a.xml").GetErrorDescription() ==
               u"Não foi possível abrir o ficheiro: a.xml");
   EXPECT_FALSE(ZaM::SetLanguage(u"tlh"));  // there is none: still Portuguese
   EXPECT_TRUE(ZaM::SetLanguage(u"en"));

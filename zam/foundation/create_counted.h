@@ -17,9 +17,9 @@ decltype(auto) ReportOutOfMemory(Operation operation) {
   try {
     return operation();
   } catch (std::bad_alloc const&) {
-    throw BaseException(5);
+    throw BaseException(ErrorId::OutOfMemory);
   } catch (std::length_error const&) {
-    throw BaseException(5);
+    throw BaseException(ErrorId::OutOfMemory);
   }
 }
 

@@ -1,8 +1,12 @@
 #include "zam/foundation/exceptions.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
+#include <iterator>
 #include <new>
+#include <optional>
+#include <utility>
 
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/format_text.h"
@@ -41,10 +45,6 @@ wstring With(Message message, std::int32_t number) {
   return Texts().GetStringL(IdOf(message), &number);
 }
 
-wstring With(Message message, wstring const& detail, Message withoutDetail) {
-  return detail.empty() ? Raw(withoutDetail) : With(message, detail);
-}
-
 /// The sentence about an index; `bound` is the first index that is out of range, and the sentence names the last one
 /// that isn't.
 wstring IndexOutOfRange(std::int32_t index, std::int32_t bound) {
@@ -57,67 +57,39 @@ wstring Cut(wstring sentence, std::size_t capacity) {
   return sentence;
 }
 
-wstring BaseSentence(std::int32_t id, wstring const& detail) {
-  switch (id) {
-    case 1:
-      return With(Message::InvalidNamedArgument, detail, Message::InvalidArgument);
-    case 3:
-      return With(Message::InvalidFilePath, detail, Message::NullFilePath);
-    case 5:
-      return Raw(Message::OutOfMemory);
-    case 17:
-      return With(Message::UnknownErrorWithDetail, detail, Message::UnknownError);
-    case 18:
-      return With(Message::NewerNamedClassifier, detail, Message::NewerClassifier);
-    case 25:
-      return Raw(Message::FeatureNotSupported);
-    case 27:
-      return Raw(Message::XmlNodeInvalid);
-    case 37:
-      return With(Message::PreprocessingMissing, detail);
-    case 38:
-      return With(Message::NewerNamedExtraction, detail, Message::NewerExtraction);
-    case 50:
-      return Raw(Message::RegexSyntax);
-    case 51:
-      return With(Message::BarcodeErrorWithDetail, detail, Message::BarcodeError);
-    case 53:
-      return With(Message::SettingsIncomplete, detail, Message::SettingsIncomplete);
-    default:
-      return With(Message::BaseNumber, id);
-  }
-}
+enum class Class {
+  BaseException,
+  CollectionException,
+  FileIOException,
+  LimitExceededException,
+  OutOfBoundsException,
+  StructuredException,
+  UserCanceledException,
+  WinOperationException,
+  XMLFormatException,
+  XmlException
+};
 
-Message CanceledMessage(std::int32_t id) {
-  switch (id) {
-    case 20:
-      return Message::ClassificationCanceled;
-    case 21:
-      return Message::TrainingCanceled;
-    case 22:
-      return Message::ParsingCanceled;
-    case 23:
-      return Message::AnalysisCanceled;
-    default:
-      return Message::CanceledNumber;
-  }
-}
+struct Error {
+  Class of;
+  std::int32_t id;
+  Message withDetail;
+  Message withoutDetail;
+};
 
-Message XmlMessage(std::int32_t id) {
-  switch (id) {
-    case 3001:
-      return Message::NoOpenXmlNode;
-    case 3002:
-      return Message::XmlNodeNotClosable;
-    case 3003:
-      return Message::FileAlreadyOpen;
-    case 3004:
-      return Message::FileStillOpen;
-    case 3005:
-      return Message::IllegalXmlCharacters;
-    default:
-      return Message::UnknownXmlError;
-  }
+constexpr Error errors[] = {
+#define ZAM_ERROR(name, id, of, withDetail, withoutDetail, when) \
+  {Class::of, ErrorId::name, Message::withDetail, Message::withoutDetail},
+#include "zam/foundation/errors.def"
+#undef ZAM_ERROR
+};
+
+/// The sentence of a case; nothing where the class has none for this number.
+std::optional<wstring> SentenceOf(Class of, std::int32_t id, wstring const& detail = {}) {
+  auto const* const found = std::ranges::find_if(errors, [&](Error const& e) { return e.id == id && e.of == of; });
+  if (found == std::end(errors)) return std::nullopt;
+  bool const isNamed = found->withoutDetail == Message::None || (found->withDetail != Message::None && !detail.empty());
+  return isNamed ? With(found->withDetail, detail) : Raw(found->withoutDetail);
 }
 
 template <class Number>
@@ -153,15 +125,17 @@ BaseException::~BaseException() = default;
 const wstring BaseException::GetErrorDescription() const {
   return OrNothing([&]() -> wstring {
     // The program's own words about what it doesn't support: neither formatted nor cut.
-    if (errorId == 25 && !Detail().empty()) return Detail();
-    return Cut(BaseSentence(errorId, Detail()), ordinaryCapacity);
+    if (errorId == ErrorId::FeatureNotSupported && !Detail().empty()) return Detail();
+    auto sentence = SentenceOf(Class::BaseException, errorId, Detail());
+    return Cut(sentence ? *std::move(sentence) : With(Message::BaseNumber, errorId), ordinaryCapacity);
   });
 }
 
 const wstring OutOfBoundsException::GetErrorDescription() const {
   return OrNothing([&]() -> wstring {
     std::int32_t const id = GetErrorId();
-    return Cut(id == 8 ? IndexOutOfRange(current, bound) : With(Message::OutOfBoundsNumber, id), shortCapacity);
+    bool const isKnown = id == ErrorId::IndexOutOfRange;
+    return Cut(isKnown ? IndexOutOfRange(current, bound) : With(Message::OutOfBoundsNumber, id), shortCapacity);
   });
 }
 
@@ -174,49 +148,34 @@ const wstring LimitExceededException::GetErrorDescription() const {
 
 const wstring XMLFormatException::GetErrorDescription() const {
   return OrNothing([&]() -> wstring {
-    std::int32_t const id = GetErrorId();
-    Message const message = id == 9    ? Message::XmlFormatUpdate
-                            : id == 10 ? Message::XmlSavedByNewerVersion
-                                       : Message::XmlFormat;
-    return Cut(With(message, node.Get()), shortCapacity);
+    auto sentence = SentenceOf(Class::XMLFormatException, GetErrorId(), node.Get());
+    return Cut(sentence ? *std::move(sentence) : With(Message::XmlFormat, node.Get()), shortCapacity);
   });
 }
 
 const wstring FileIOException::GetErrorDescription() const {
   return OrNothing([&]() -> wstring {
-    switch (GetErrorId()) {
-      case 2001:
-        return With(Message::FileWrite, GetPathname());
-      case 2002:
-        return With(Message::FileCreate, GetPathname());
-      case 2003:
-        return With(Message::FileOpen, GetPathname());
-      case 2004:
-        return With(Message::FileRead, GetPathname(), Message::UnnamedFileRead);
-      case 25:
-        return With(Message::FileFormat, GetPathname());
-      default:
-        return u"FileIOException " + Decimal(GetErrorId()) + u", Filename: " + GetPathname();
-    }
+    auto sentence = SentenceOf(Class::FileIOException, GetErrorId(), GetPathname());
+    if (sentence) return *std::move(sentence);
+    return u"FileIOException " + Decimal(GetErrorId()) + u", Filename: " + GetPathname();
   });
 }
 
 const wstring UserCanceledException::GetErrorDescription() const {
   return OrNothing([&]() -> wstring {
-    Message const message = CanceledMessage(GetErrorId());
-    if (message != Message::CanceledNumber) return Raw(message);
-    return Cut(With(message, GetErrorId()), canceledNumberCapacity);
+    auto sentence = SentenceOf(Class::UserCanceledException, GetErrorId());
+    return sentence ? *std::move(sentence) : Cut(With(Message::CanceledNumber, GetErrorId()), canceledNumberCapacity);
   });
 }
 
 const wstring CollectionException::GetErrorDescription() const {
   return OrNothing([&]() -> wstring {
     switch (GetErrorId()) {
-      case 1001:
+      case ErrorId::CollectionIndex:
         return Cut(IndexOutOfRange(wrongIndex, itemCount), collectionCapacity);
-      case 1002:
+      case ErrorId::CollectionItemId:
         return Cut(With(Message::ItemIdNotFound, wrongId), collectionCapacity);
-      case 1003:
+      case ErrorId::CollectionItemName:
         return Cut(With(Message::ItemNameNotFound, wrongName.Get()), collectionCapacity);
       default:
         return Cut(With(Message::CollectionNumber, GetErrorId()), collectionCapacity);
@@ -225,11 +184,14 @@ const wstring CollectionException::GetErrorDescription() const {
 }
 
 const wstring XmlException::GetErrorDescription() const {
-  return OrNothing([&]() -> wstring { return Cut(Raw(XmlMessage(GetErrorId())), shortCapacity); });
+  return OrNothing([&]() -> wstring {
+    auto sentence = SentenceOf(Class::XmlException, GetErrorId());
+    return Cut(sentence ? *std::move(sentence) : Raw(Message::UnknownXmlError), shortCapacity);
+  });
 }
 
 const wstring WinOperationException::GetErrorDescription() const {
-  if (GetErrorId() != 100) return BaseException::GetErrorDescription();
+  if (GetErrorId() != ErrorId::SystemCall) return BaseException::GetErrorDescription();
   return OrNothing([&]() -> wstring {
     wstring const reason = platform::ErrorText(systemError);
     detail::FormatArgument const arguments[] = {Detail().c_str(), systemError, reason.c_str()};

@@ -11,7 +11,8 @@
 // An exception holds a number and the raw data of its case. The sentence is made when it is asked for, in the language
 // that was chosen when the library was loaded (see ResMgr). A number has its meaning only together with the class that
 // carries it: 25 is one case in BaseException and another in FileIOException, and BaseException(20) doesn't say that
-// anything was cancelled. A number without a case of its own gets its class's sentence for unknown numbers.
+// anything was cancelled. A number without a case of its own gets its class's sentence for unknown numbers. The numbers
+// stand in error_ids.h, and with their sentences in docs/errors.md.
 //
 // Copying an exception never fails: copies share their texts. Where there is no memory for the text of a new exception,
 // its constructor throws BaseException with id 5, which then is what a `throw` throws.
@@ -24,6 +25,7 @@
 #include <memory>
 #include <string>
 
+#include "zam/foundation/error_ids.h"
 #include "zam/foundation/export.h"
 #include "zam/foundation/types.h"
 
@@ -48,9 +50,6 @@ class ZAM_EXPORT SharedText {
 
 /// The root of the family, and the failures that need no more than a message.
 ///
-/// Numbers: 1 invalid argument, 3 invalid file path, 5 out of memory, 17 general failure, 18 saved by a newer
-///          classifier, 25 feature not supported, 27 XML node invalid, 37 preprocessing method not installed, 38 saved
-///          by a newer extraction method, 50 wrong regular expression, 51 barcode locator, 53 incomplete settings.
 /// Threads: never changes after construction; may be read by any number of threads. Threads that ask for sentences have
 ///          to end before the process does or unloads the library, which frees the language satellite.
 class ZAM_EXPORT BaseException {
@@ -65,7 +64,8 @@ class ZAM_EXPORT BaseException {
   BaseException& operator=(BaseException const&) = default;
   virtual ~BaseException();
 
-  /// The sentence for the user. Formatted sentences are cut to 1023 units; the bare message of number 25 isn't cut.
+  /// The sentence for the user. Formatted sentences are cut to 1023 units; the bare message of
+  /// ErrorId::FeatureNotSupported isn't cut.
   /// A number without a case gives "ZaM exception number …". Empty where there is no memory even for the sentence.
   [[nodiscard]] virtual const wstring GetErrorDescription() const;
 
@@ -81,7 +81,7 @@ class ZAM_EXPORT BaseException {
   detail::SharedText text;  // empty without one
 };
 
-/// An index beyond the elements it should name. Number 8; others give "ZaM exception number …".
+/// An index beyond the elements it should name. ErrorId::IndexOutOfRange; others give "ZaM exception number …".
 class ZAM_EXPORT OutOfBoundsException : public BaseException {
  public:
   /// `maxIndex` is the number of elements: the first index that is out of range.
@@ -100,16 +100,17 @@ class ZAM_EXPORT OutOfBoundsException : public BaseException {
   std::int32_t bound;  // exclusive
 };
 
-/// Something that is larger than the library takes: a size, a count, a depth or an effort. Number 4001.
+/// Something that is larger than the library takes: a size, a count, a depth or an effort.
+/// Always ErrorId::LimitExceeded.
 ///
 ///     RequireAtMost(u"passes", passes, mostPasses);  // "Limit exceeded: passes (4294967295, at most 1048576)"
 ///
-/// Never a lack of memory, which is number 5 of BaseException; an index has OutOfBoundsException.
+/// Never a lack of memory, which is ErrorId::OutOfMemory in a BaseException; an index has OutOfBoundsException.
 class ZAM_EXPORT LimitExceededException : public BaseException {
  public:
   /// `what` names what was too large; `limit` is the greatest value that is allowed.
   LimitExceededException(wstring const& what, std::uint64_t value, std::uint64_t limit)
-      : BaseException(4001, what), tooLarge(value), most(limit) {}
+      : BaseException(ErrorId::LimitExceeded, what), tooLarge(value), most(limit) {}
 
   /// Names what was too large, its value and the limit. Cut to 1023 units.
   [[nodiscard]] const wstring GetErrorDescription() const override;
@@ -132,11 +133,10 @@ inline void RequireAtMost(wchar const* what, std::uint64_t value, std::uint64_t 
 
 /// XML that is well-formed but doesn't say what was expected.
 ///
-/// Numbers: 9 a node with an invalid form, and the advice to update; 10 a file saved by a newer version; any other a
-///          node with an invalid form.
+/// ErrorId::InvalidNodeFormat, ErrorId::NewerXmlFile; any other number says that a node has an invalid form.
 class ZAM_EXPORT XMLFormatException : public BaseException {
  public:
-  /// `nodeName` is the name of the node; for number 10, the version that saved the file.
+  /// `nodeName` is the name of the node; for ErrorId::NewerXmlFile, the version that saved the file.
   XMLFormatException(std::int32_t id, wstring const& nodeName) : BaseException(id), node(nodeName) {}
 
   /// Names the node or the version. Cut to 127 units.
@@ -148,8 +148,8 @@ class ZAM_EXPORT XMLFormatException : public BaseException {
 
 /// A file that couldn't be used.
 ///
-/// Numbers: 2001 write, 2002 create, 2003 open, 2004 read, 25 format not supported. Any other gives a fixed English
-///          sentence with the number and the path.
+/// ErrorId::FileRead and its neighbours, and ErrorId::FileFormatNotSupported. Any other number gives a fixed English
+/// sentence with the number and the path.
 class ZAM_EXPORT FileIOException : public BaseException {
  public:
   /// The sentence names `pathName`; without it, an empty path.
@@ -168,8 +168,7 @@ class ZAM_EXPORT FileIOException : public BaseException {
 
 /// The user's wish to stop, as an application's call-back reported it.
 ///
-/// Numbers: 20 classification, 21 training, 22 directory parsing, 23 document analysis. Others give
-///          "ZaM exception number …".
+/// ErrorId::ClassificationCanceled and its neighbours. Other numbers give "ZaM exception number …".
 class ZAM_EXPORT UserCanceledException : public BaseException {
  public:
   /// `id` says what was cancelled.
@@ -183,14 +182,14 @@ class ZAM_EXPORT UserCanceledException : public BaseException {
 /// "Unknown collection exception …".
 class ZAM_EXPORT CollectionException : public BaseException {
  public:
-  /// Number 1001: an index out of range. `bound` is the number of items.
+  /// ErrorId::CollectionIndex: an index out of range. `bound` is the number of items.
   CollectionException(std::int32_t id, std::int32_t index, std::int32_t bound)
       : BaseException(id), wrongIndex(index), itemCount(bound) {}
 
-  /// Number 1002: no item with this id.
+  /// ErrorId::CollectionItemId: no item with this id.
   CollectionException(std::int32_t id, std::int32_t itemId) : BaseException(id), wrongId(itemId) {}
 
-  /// Number 1003: no item with this name.
+  /// ErrorId::CollectionItemName: no item with this name.
   CollectionException(std::int32_t id, wstring itemName) : BaseException(id), wrongName(itemName) {}
 
   /// Names the index and the greatest one allowed, the id or the name. Cut to 255 units.
@@ -206,8 +205,7 @@ class ZAM_EXPORT CollectionException : public BaseException {
 
 /// An operation on an XML stream that its state doesn't allow.
 ///
-/// Numbers: 3001 no open node, 3002 node can't be closed, 3003 file already open, 3004 file still open, 3005 illegal
-///          characters. Any other gives "Unknown XML error.".
+/// ErrorId::NoOpenXmlNode and its neighbours. Any other number gives "Unknown XML error.".
 class ZAM_EXPORT XmlException : public BaseException {
  public:
   /// `id` says what the state doesn't allow.
@@ -221,9 +219,9 @@ class ZAM_EXPORT XmlException : public BaseException {
 
 /// A call of the operating system that failed.
 ///
-///     if (mkdir(path) != 0) throw WinOperationException(100, u"mkdir", errno);
+///     if (mkdir(path) != 0) throw WinOperationException(ErrorId::SystemCall, u"mkdir", errno);
 ///
-/// Number 100; any other has the sentence of BaseException, with the operation as its detail.
+/// ErrorId::SystemCall; any other number has the sentence of BaseException, with the operation as its detail.
 class ZAM_EXPORT WinOperationException : public BaseException {
  public:
   /// `operation` names the call, and `errorCode` is the system's number for what went wrong, such as `errno`.

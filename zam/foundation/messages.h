@@ -9,6 +9,7 @@
 namespace ZaM::detail {
 
 enum class Message : std::uint32_t {
+  None = 0,
 #define ZAM_MESSAGE(name, id, text) name = (id),
 #include "zam/foundation/messages.def"
 #undef ZAM_MESSAGE

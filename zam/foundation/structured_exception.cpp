@@ -73,7 +73,7 @@ wchar const* SentenceOf(std::uint32_t code) {
 }  // namespace
 
 StructuredException::StructuredException(_EXCEPTION_POINTERS* pointers)
-    : BaseException(17), exceptionPointers(pointers), code(pointers->record->code) {}
+    : BaseException(ErrorId::SystemFault), exceptionPointers(pointers), code(pointers->record->code) {}
 
 StructuredException::~StructuredException() {
   platform::RestoreStackReserve();
@@ -85,7 +85,7 @@ void StructuredException::Enable() {
     latestPointers = {&latestRecord, context};
     TranslateSEtoCE(fault, &latestPointers);
   };
-  if (!platform::TranslateFaults(translate)) throw BaseException(5);
+  if (!platform::TranslateFaults(translate)) throw BaseException(ErrorId::OutOfMemory);
 }
 
 void StructuredException::TranslateSEtoCE(unsigned int, _EXCEPTION_POINTERS* pointers) {
