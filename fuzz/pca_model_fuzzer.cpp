@@ -83,8 +83,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   std::string bytes(reinterpret_cast<char const*>(data), size);
   std::uint32_t const marks = Field(bytes, 0, 0);
   bytes.erase(0, 4);
-  for (std::size_t i = 5; i < 8 && i < bytes.size(); ++i) bytes[i] = 0;  // a limit on the passes that doesn't take days
-
   PcaAnalyzer loaded;
   std::istringstream stream(bytes);
   bool const complete = loaded.Load(&stream);

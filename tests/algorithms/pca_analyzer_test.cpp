@@ -11,6 +11,9 @@
 namespace ZaM::test {
 namespace {
 
+constexpr double infinite = std::numeric_limits<double>::infinity();
+constexpr double notNumber = std::numeric_limits<double>::quiet_NaN();
+
 Matrix const scattered = {{7, 1, 0}, {-3, 4, 1}, {2, -5, 2}, {0, 2, -1}, {-4, -2, 0}, {5, 3, 1}, {1, 1, 4}};
 
 class PcaAnalyzerTest : public PcaFixture {
@@ -93,6 +96,23 @@ TEST_F(PcaAnalyzerTest, TakesExamplesOutOfTheBlockAndSettingsWithLearningOnly) {
     EXPECT_EQ(model.maxExamples, 1200U);
     EXPECT_EQ(model.hasGram, learned ? 0 : 1);
   }
+  // What no iteration can reach is stored as what it can.
+  struct {
+    unsigned int maxIterations, storedIterations;
+    double epsilon, storedEpsilon;
+  } const extremes[] = {{1U << 20, 1U << 20, 0.0, 0.0},
+                        {(1U << 20) + 1, 1U << 20, -1e-300, 0.0},
+                        {0xFFFFFFFF, 1U << 20, notNumber, 0.0},
+                        {0, 0, infinite, infinite}};
+  for (auto const& [maxIterations, storedIterations, epsilon, storedEpsilon] : extremes) {
+    control.SetMaxIterations(maxIterations);
+    control.SetEpsilon(epsilon);
+    Learn(Matrix(4, {0}));
+    EXPECT_EQ(Model().maxIterations, storedIterations);
+    EXPECT_EQ(Model().epsilon, storedEpsilon);
+    EXPECT_TRUE(Load(Saved()));
+  }
+  Learn(scattered);
   // Vectors of different lengths stay where they are, but what counts is set.
   std::string const before = Saved();
   Offer({1, 1});
@@ -168,15 +188,25 @@ TEST_F(PcaAnalyzerTest, StaysWholeWhenAProductOrAnAllocationFails) {
 
     analyzer = start;
     unsigned int left = 0;
+    double unfit = 0.0;
     auto const fail = [&](Point const& x, Point const& y) {
-      return left-- != 0 ? Product(x.numbers, y.numbers) : throw std::runtime_error("dot");
+      if (left != 0) return --left, Product(x.numbers, y.numbers);
+      return unfit != 0.0 ? unfit : throw std::length_error("dot");  // which isn't to count as a lack of memory
     };
     for (unsigned int done = 0; done < products; ++done) {
-      left = done;
-      Point::onDot = fail;
-      EXPECT_THROW(RunSteps({step}), std::runtime_error);
-      Point::onDot = nullptr;
-      unchanged();
+      for (double const result : {0.0, infinite, -infinite, notNumber, 1.7e308}) {
+        if (result != 0.0 && step == learnStep) continue;
+        left = done;
+        unfit = result;
+        Point::onDot = fail;
+        if (result == 0.0) {
+          EXPECT_THROW(RunSteps({step}), std::length_error);
+        } else {
+          EXPECT_EQ(FailureOf(step), 1) << result << " for product " << done;
+        }
+        Point::onDot = nullptr;
+        unchanged();
+      }
     }
     RunSteps({step});
     EXPECT_TRUE(Saved() == after);
@@ -194,8 +224,7 @@ TEST_F(PcaAnalyzerTest, StaysWholeWhenAProductOrAnAllocationFails) {
 }
 
 TEST_F(PcaAnalyzerTest, LearnsFromFewOrUnfitExamplesWhatTheyAllow) {
-  constexpr double infinite = std::numeric_limits<double>::infinity();
-  for (double const unfit : {infinite, -infinite, std::numeric_limits<double>::quiet_NaN(), 1e308}) {
+  for (double const unfit : {infinite, -infinite, notNumber, 1e308}) {
     Point::onDot = [unfit](Point const& x, Point const& y) {
       return &x != &y && x.numbers == y.numbers ? unfit : Product(x.numbers, y.numbers);
     };
@@ -240,7 +269,7 @@ TEST_F(PcaAnalyzerTest, RefusesWhatAModelHasNoRoomOrNoNumbersFor) {
     for (bool const wide : {false, true}) {
       control.SetDimension(wide ? 2 : huge);
       control.SetMaxExamples(wide ? huge : 0);
-      EXPECT_EQ(FailureOf(learnStep), 5);
+      EXPECT_EQ(FailureOf(learnStep), 4001);
       EXPECT_TRUE(Saved() == withoutGram);
     }
   }

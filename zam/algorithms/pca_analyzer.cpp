@@ -64,25 +64,28 @@ void PcaAnalyzer::setExamples(PcaControl* control) {
 
 void PcaAnalyzer::learnAnew(PcaControl const& control) {
   unsigned int const capacity = std::max(maxExamples, control.GetMaxExamples());
-  if (!isWithinLimits(control.GetDimension(), capacity)) throw BaseException(5);
+  ReportOutOfMemory([&] {
+    RequireAtMost(u"MaxExamples", capacity, MostExamples);
+    RequireAtMost(u"numbers of all vectors", entryCount(control.GetDimension(), capacity), MostEntries);
+  });
   checkCapacity(capacity);
 
   dimension = control.GetDimension();
-  maxIterations = control.GetMaxIterations();
+  maxIterations = std::min(control.GetMaxIterations(), MostPasses);
   maxExamples = capacity;
-  epsilon = control.GetEpsilon();
+  epsilon = control.GetEpsilon() > 0.0 ? control.GetEpsilon() : 0.0;
   enableRelearn = control.GetEnableRelearn();
 
   try {
-    if (ReportOutOfMemory([this] { return prepare(); })) learn();
+    if (prepare()) learn(eigenVectors);
   } catch (...) {
     forgetModel();
     throw;
   }
 }
 
-bool PcaAnalyzer::isWithinLimits(unsigned int components, unsigned int capacity) {
-  return capacity <= MostExamples && (std::size_t{components} + 1) * capacity <= MostEntries;
+std::size_t PcaAnalyzer::entryCount(unsigned int components, unsigned int capacity) {
+  return (std::size_t{components} + 1) * capacity;
 }
 
 void PcaAnalyzer::checkCapacity(std::size_t capacity) const {
@@ -90,11 +93,12 @@ void PcaAnalyzer::checkCapacity(std::size_t capacity) const {
 }
 
 void PcaAnalyzer::allocate() {
-  if (!isWithinLimits(dimension, maxExamples)) throw BaseException(5);
-  gramRowSums.resize(maxExamples);
-  eigenValues.resize(vectorCount());
-  gram.resize(maxExamples);
-  eigenVectors.resize(vectorCount());
+  ReportOutOfMemory([this] {
+    gramRowSums.resize(maxExamples);
+    eigenValues.resize(vectorCount());
+    gram.resize(maxExamples);
+    eigenVectors.resize(vectorCount());
+  });
 }
 
 void PcaAnalyzer::deallocate() {

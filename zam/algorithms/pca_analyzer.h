@@ -41,13 +41,20 @@ class Node;
 /// Coordinate i of an example is its principal component score divided by the fourth root of n, and sums to 0 over the
 /// examples; its sign is arbitrary. A component that isn't there, because the examples span fewer dimensions, has the
 /// eigenvalue 0 and gives the coordinate 0; insertions don't bring it back, only a new learning does. All components
-/// are gone if a `dot` of the examples wasn't a finite number. If a `dot` of the document isn't one, its coordinates
-/// aren't either.
+/// are gone if a `dot` of the examples wasn't a finite number when they were learned; an insertion refuses it. If a
+/// `dot` of the document isn't one, its coordinates aren't either.
+///
+/// What the iteration doesn't find:
+/// - A component with an eigenvalue of 1e-6 or less counts as absent, however large the others are. Where a `dot` is
+///   that small, let it give a multiple of what it gives.
+/// - Of more than n/2 + 1 components those that follow are never found: the iteration starts from a random vector and
+///   from cosines, of which no more than n/2 are different. Of the 4 components of 5 examples, 3 are found.
 ///
 /// Insertion and removal need the `dot`s of new examples alone: they change G, r and T, and iterate from the former
 /// vectors. They need the model's Gram matrix, which a loaded model has only if it was saved with `EnableRelearn`. An
-/// insertion into an analyzer without a model learns one. Mark examples anew before each run: one that stays at -1 is
-/// subtracted again by the next removal, so give it -2. A model for n = 0 examples has eigenvalues of 0.
+/// insertion learns anew if the analyzer has no model, or no example of it is in use any more. Mark examples anew
+/// before each run: one that stays at -1 is subtracted again by the next removal, so give it -2. A model for n = 0
+/// examples has eigenvalues of 0.
 ///
 /// Limits: at most `MostExamples` examples, and `MostEntries` entries of (`Dimension` + 1) vectors of `MaxExamples`.
 /// Memory: a lower triangle of N·(N + 1)/2 doubles for N examples, and (Dimension + 1) · MaxExamples of the vectors;
@@ -58,16 +65,19 @@ class Node;
 /// Threads: one thread at a time, together with the tree that is projected; separate analyzers are independent.
 /// Errors: fewer than 4 examples to learn from, a block of another type and nothing to insert or remove end a run
 ///         silently; after a refused learning there is no model, and nothing is projected.
-///         BaseException with id 5 when memory runs out or a limit is passed; OutOfBoundsException(8) if there are more
-///         examples than `MaxExamples`, or a projection finds an active example that the model has no place for;
-///         BaseException with id 53 if an insertion or removal needs rows of the Gram matrix that aren't there. What
-///         `dot` throws passes through unchanged. A learning that passes a limit changes nothing, and one that fails
-///         later leaves no model; an insertion or removal that failed leaves the former one, and a projection that
-///         failed leaves each document with its old or its new coordinates.
+///         BaseException with id 5 when memory runs out; LimitExceededException for a learning that passes a limit;
+///         OutOfBoundsException(8) if there are more examples than `MaxExamples`, or a projection finds an active
+///         example that the model has no place for; BaseException with id 1 if an insertion meets a `dot`, or makes a
+///         sum, that isn't a finite number, and with id 53 if an insertion or removal needs rows of the Gram matrix
+///         that aren't there. What `dot` throws passes through unchanged, whatever it is. A learning that passes a
+///         limit changes nothing, and one that fails later leaves no model; an insertion or removal that failed leaves
+///         the former one, and a projection that failed leaves each document with its old or its new coordinates.
 class ZAM_EXPORT PcaAnalyzer : public Algorithm {
  public:
   /// The greatest number of examples that a model can have room for: 2²⁰.
   static constexpr unsigned int MostExamples = 1U << 20;
+  /// The greatest number of passes of one iteration: 2²⁰.
+  static constexpr unsigned int MostPasses = 1U << 20;
   /// The greatest number of entries of all vectors of a model: 2²⁷, which are 1 GiB.
   static constexpr std::size_t MostEntries = std::size_t{1} << 27;
 
@@ -95,10 +105,11 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
   /// Reads what `Save` has written, and nothing behind it. Supply the examples with `DoExamples` before a projection,
   /// in the order that they had when the model was saved.
   ///
-  /// False, and nothing is changed, if `stream` is null or not good, or if the header breaks the limits. False if the
-  /// stream ends early: within the header, the fields that were complete have changed and the former model is still in
-  /// place; behind it, there is no model. No more memory is taken than a small multiple of what the stream really
-  /// holds. Throws BaseException with id 5 when memory runs out; there is no model then.
+  /// False, and nothing is changed, if `stream` is null or not good, or if the header breaks the limits, wants more
+  /// than `MostPasses` passes, or has a threshold that is negative or no number. False if the stream ends early: within
+  /// the header, the fields that were complete have changed, and the former model is still in place unless one of them
+  /// belongs to it; behind the header, there is no model. No more memory is taken than a small multiple of what the
+  /// stream really holds. Throws BaseException with id 5 when memory runs out; there is no model then.
   bool Load(std::basic_istream<char>* stream) override;
 
  private:
@@ -116,15 +127,18 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
   bool prepare();
   void makeGram();
   [[nodiscard]] double gramEntry(std::size_t left, std::size_t right) const;
-  void makeStartVectors();
-  void learn();
+  [[nodiscard]] std::vector<std::vector<double>> startVectors() const;
+  void learn(std::vector<std::vector<double>> const& start);
   void scaleVector(std::size_t index);
 
   void insert();
   bool prepareInsert();
   void makeNewGram(std::size_t index);
   void forgetGram(std::size_t index);
+  void forgetFormerSums();
   void insertIntoSums(std::size_t index);
+  static void checkNumber(double number);
+  void checkSums() const;
   void forgetEntries(std::size_t index);
   void remove();
   bool prepareRemove();
@@ -142,7 +156,7 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
   bool loadHeader(char const* bytes, std::size_t size);
   bool loadBody(std::basic_istream<char>& stream);
 
-  static bool isWithinLimits(unsigned int components, unsigned int capacity);
+  static std::size_t entryCount(unsigned int components, unsigned int capacity);
   void checkCapacity(std::size_t capacity) const;
   [[nodiscard]] bool hasModel() const;
   [[nodiscard]] bool isComplete() const;

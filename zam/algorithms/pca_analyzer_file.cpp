@@ -5,6 +5,7 @@
 #include <exception>
 #include <istream>
 #include <ostream>
+#include <tuple>
 
 #include "zam/algorithms/pca_analyzer.h"
 #include "zam/foundation/create_counted.h"
@@ -129,8 +130,13 @@ bool PcaAnalyzer::Load(std::basic_istream<char>* stream) {
   if (!stream || !stream->good()) return false;
   Header header;
   std::size_t const present = readBytes(*stream, header.data(), HeaderSize);
+  auto const own = [this] { return std::tuple(dimension, maxExamples, exampleCount, gramTotal); };
+  auto const former = own();
   if (!loadHeader(header.data(), present)) return false;
-  if (present != HeaderSize || !stream->good()) return false;
+  if (present != HeaderSize || !stream->good()) {
+    if (own() != former) forgetModel();
+    return false;
+  }
 
   deallocate();
   try {
@@ -151,20 +157,22 @@ bool PcaAnalyzer::loadHeader(char const* bytes, std::size_t size) {
   unsigned int const newDimension = field(DimensionAt, dimension);
   unsigned int const newMaxExamples = field(MaxExamplesAt, maxExamples);
   unsigned int const newExampleCount = field(ExampleCountAt, exampleCount);
-  if (newMaxExamples == 0 || newExampleCount > newMaxExamples || !isWithinLimits(newDimension, newMaxExamples)) {
-    return false;
-  }
-
-  dimension = newDimension;
-  maxIterations = field(MaxIterationsAt, maxIterations);
-  maxExamples = newMaxExamples;
-  exampleCount = newExampleCount;
-  enableRelearn = field(RelearnAt, enableRelearn ? 1 : 0) == 1;
+  unsigned int const newMaxIterations = field(MaxIterationsAt, maxIterations);
   auto const number = [&](std::size_t offset, double former) {
     return offset + DoubleSize <= size ? std::bit_cast<double>(decode<std::uint64_t>(bytes + offset)) : former;
   };
+  double const newEpsilon = number(EpsilonAt, epsilon);
+  if (newMaxExamples == 0 || newMaxExamples > MostExamples || newExampleCount > newMaxExamples) return false;
+  if (entryCount(newDimension, newMaxExamples) > MostEntries) return false;
+  if (newMaxIterations > MostPasses || !(newEpsilon >= 0.0)) return false;
+
+  dimension = newDimension;
+  maxIterations = newMaxIterations;
+  maxExamples = newMaxExamples;
+  exampleCount = newExampleCount;
+  enableRelearn = field(RelearnAt, enableRelearn ? 1 : 0) == 1;
   gramTotal = number(TotalAt, gramTotal);
-  epsilon = number(EpsilonAt, epsilon);
+  epsilon = newEpsilon;
   return true;
 }
 

@@ -28,14 +28,14 @@ bool PcaAnalyzer::prepare() {
   constexpr unsigned int FewestExamples = 4;
   if (exampleCount < FewestExamples) return false;
   makeGram();
-  makeStartVectors();
+  eigenVectors = startVectors();
   return true;
 }
 
 // All examples take part, whatever their activity.
 void PcaAnalyzer::makeGram() {
   for (std::size_t i = 0; i < examples.size(); ++i) {
-    gram[i].resize(i + 1);
+    ReportOutOfMemory([&] { gram[i].resize(i + 1); });
     for (std::size_t j = 0; j <= i; ++j) gram[i][j] = gramEntry(i, j);
   }
   gramTotal = 0.0;
@@ -54,14 +54,15 @@ double PcaAnalyzer::gramEntry(std::size_t left, std::size_t right) const {
 }
 
 // One vector of random numbers and cosines of rising frequency, all in the scale of the first.
-void PcaAnalyzer::makeStartVectors() {
+std::vector<std::vector<double>> PcaAnalyzer::startVectors() const {
   constexpr double RandomScale = 32768.0;
   constexpr double FullCircle = 6.283185307179586;
-  for (std::vector<double>& vector : eigenVectors) vector.assign(maxExamples, 0.0);
+  auto vectors = ReportOutOfMemory(
+      [this] { return std::vector<std::vector<double>>(vectorCount(), std::vector<double>(maxExamples)); });
 
   StartNumbers numbers;
   std::size_t const count = examples.size();
-  std::vector<double>& random = eigenVectors.front();
+  std::vector<double>& random = vectors.front();
   double squaredLength = 0.0;
   for (std::size_t j = 0; j < count; ++j) {
     random[j] = numbers.Next() / RandomScale;
@@ -71,26 +72,27 @@ void PcaAnalyzer::makeStartVectors() {
   for (std::size_t j = 0; j < count; ++j) random[j] *= scale;
 
   double const step = FullCircle / static_cast<double>(count);
-  for (std::size_t i = 1; i < eigenVectors.size(); ++i) {
+  for (std::size_t i = 1; i < vectors.size(); ++i) {
     double const frequency = static_cast<double>(i) * step;
     for (std::size_t j = 0; j < count; ++j) {
-      eigenVectors[i][j] = std::cos(frequency * static_cast<double>(j)) * scale;
+      vectors[i][j] = std::cos(frequency * static_cast<double>(j)) * scale;
     }
   }
+  return vectors;
 }
 
-// Iterates from the vectors at hand. They change when everything that can fail is done.
-void PcaAnalyzer::learn() {
-  ReportOutOfMemory([this] {
+// The model's vectors, from which an iteration may start, change when everything that can fail is done.
+void PcaAnalyzer::learn(std::vector<std::vector<double>> const& start) {
+  ReportOutOfMemory([&] {
     for (std::vector<double>& vector : eigenVectors) vector.resize(maxExamples);
     detail::EigenIteration iteration({.lowerTriangle = gram,
                                       .rowSums = gramRowSums,
                                       .total = gramTotal,
                                       .exampleCount = static_cast<double>(exampleCount)},
                                      activity, vectorCount());
-    iteration.LoadVectors(eigenVectors);
-    constexpr unsigned int MostPasses = 1000;  // where no limit was set, which might be never to converge
-    iteration.Run(epsilon, maxIterations == 0 ? MostPasses : maxIterations);
+    iteration.LoadVectors(start);
+    constexpr unsigned int DefaultPasses = 1000;  // where no limit was set, which might be never to converge
+    iteration.Run(epsilon, maxIterations == 0 ? DefaultPasses : maxIterations);
 
     iteration.StoreVectors(eigenVectors);
     for (std::size_t i = 0; i < vectorCount(); ++i) {

@@ -1,5 +1,6 @@
 // Insertion and removal of examples.
 #include <algorithm>
+#include <cmath>
 
 #include "zam/algorithms/pca_analyzer.h"
 #include "zam/foundation/create_counted.h"
@@ -35,13 +36,17 @@ void PcaAnalyzer::restoreSums(Sums& former) {
 void PcaAnalyzer::insert() {
   checkChange(false);
   bool const hadModel = hasModel();
+  bool const hadActive = std::any_of(activity.begin(), activity.end(), [](int value) { return value > 0; });
   Sums former = copySums();
   try {
-    ReportOutOfMemory([&] {
-      if (!prepareInsert()) return;
-      if (!hadModel) makeStartVectors();
-      learn();
-    });
+    if (!prepareInsert()) return;
+    checkSums();
+    if (!hadModel) eigenVectors = startVectors();
+    if (hadActive) {
+      learn(eigenVectors);
+    } else {
+      learn(startVectors());  // the former vectors have nothing at new examples
+    }
   } catch (...) {
     restoreSums(former);
     if (!hadModel) deallocate();
@@ -56,10 +61,8 @@ void PcaAnalyzer::remove() {
   checkChange(true);
   Sums former = copySums();
   try {
-    ReportOutOfMemory([this] {
-      allocate();
-      if (prepareRemove()) learn();
-    });
+    allocate();
+    if (prepareRemove()) learn(eigenVectors);
   } catch (...) {
     restoreSums(former);
     throw;
@@ -82,35 +85,56 @@ void PcaAnalyzer::checkChange(bool removing) const {
 }
 
 bool PcaAnalyzer::prepareInsert() {
-  if (!hasModel()) gramTotal = 0.0;
   allocate();
   // From the last to the first: the row of a later one has to have its size before an earlier one writes into it.
+  bool marked = false;
   for (std::size_t i = examples.size(); i-- > 0;) {
-    if (isNew(i)) makeNewGram(i);
+    if (!isNew(i)) continue;
+    makeNewGram(i);
+    marked = true;
   }
+  if (marked) forgetFormerSums();
 
-  unsigned int inserted = 0;
   exampleCount = 0;
   for (std::size_t i = 0; i < examples.size(); ++i) {
     if (activity[i] >= 0) ++exampleCount;
     if (!isNew(i)) continue;
     insertIntoSums(i);
     forgetEntries(i);
-    ++inserted;
   }
-  return inserted != 0;
+  return marked;
 }
 
 // Pairs of two new examples are computed twice. An example that keeps its place free has no row. A pair with an example
 // that isn't in the model, or leaves in this run, counts as 0: there may be a number of an earlier user of the place.
 void PcaAnalyzer::makeNewGram(std::size_t index) {
-  if (!hasGramRow(index)) gram[index].resize(index + 1);
-  for (std::size_t j = 0; j <= index; ++j) {
-    gram[index][j] = activity[j] >= 0 ? gramEntry(index, j) : 0.0;
+  if (!hasGramRow(index)) ReportOutOfMemory([&] { gram[index].resize(index + 1); });
+  for (std::size_t j = 0; j < examples.size(); ++j) {
+    if (j > index && !hasGramRow(j)) continue;
+    double const entry = activity[j] >= 0 ? gramEntry(index, j) : 0.0;
+    checkNumber(entry);
+    (j <= index ? gram[index][j] : gram[j][index]) = entry;
   }
-  for (std::size_t j = index + 1; j < examples.size(); ++j) {
-    if (hasGramRow(j)) gram[j][index] = activity[j] >= 0 ? gramEntry(index, j) : 0.0;
+}
+
+// One number that is none would be in all sums for ever.
+void PcaAnalyzer::checkNumber(double number) {
+  if (!std::isfinite(number))
+    ReportOutOfMemory([] { throw BaseException(1, u"dot of the examples is no finite number"); });
+}
+
+void PcaAnalyzer::checkSums() const {
+  checkNumber(gramTotal);
+  for (std::size_t i = 0; i < examples.size(); ++i) {
+    if (activity[i] > 0) checkNumber(gramRowSums[i]);
   }
+}
+
+// The sums are those of examples that are all gone if none is in the model, nor about to leave it.
+void PcaAnalyzer::forgetFormerSums() {
+  if (std::any_of(activity.begin(), activity.end(), [](int value) { return value > 0 || value == ToRemove; })) return;
+  std::fill(gramRowSums.begin(), gramRowSums.end(), 0.0);
+  gramTotal = 0.0;
 }
 
 // A removal would take entries of an example that didn't come in for a part of the model.
@@ -160,7 +184,7 @@ bool PcaAnalyzer::prepareRemove() {
 }
 
 // A pair of two examples that leave together goes with the earlier one: the later one is still a partner of it, while
-// the earlier one isn't of the later any more. Examples below -1 have left before, and their pairs with them.
+// the earlier one isn't of the later any more. Other examples that aren't active have no pairs in the sums.
 void PcaAnalyzer::removeFromSums(std::size_t index) {
   double sum = 0.0;
   for (std::size_t j = 0; j < index; ++j) {
@@ -169,7 +193,7 @@ void PcaAnalyzer::removeFromSums(std::size_t index) {
     sum += gram[index][j];
   }
   for (std::size_t j = index + 1; j < examples.size(); ++j) {
-    if (activity[j] < ToRemove || !hasGramRow(j)) continue;
+    if (activity[j] <= 0 && activity[j] != ToRemove) continue;
     gramRowSums[j] -= gram[j][index];
     sum += gram[j][index];
   }

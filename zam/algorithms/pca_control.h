@@ -77,7 +77,8 @@ class ZAM_EXPORT PcaControl : public Control {
   unsigned int GetDimension() const { return dimension; }
   void SetDimension(unsigned int count) { dimension = count; }
 
-  /// The greatest number of passes of the eigen iteration; 0 stands for 1000. 1000 by default.
+  /// The greatest number of passes of the eigen iteration; 0 stands for 1000, and more than
+  /// `PcaAnalyzer::MostPasses` stand for these. 1000 by default.
   unsigned int GetMaxIterations() const { return maxIterations; }
   void SetMaxIterations(unsigned int count) { maxIterations = count; }
 
@@ -87,7 +88,8 @@ class ZAM_EXPORT PcaControl : public Control {
   void SetMaxExamples(unsigned int count) { maxExamples = count; }
 
   /// The iteration stops when the images of the vectors are orthogonal up to this: the sum of their inner products over
-  /// the sum of their squared lengths. It bounds this ratio, not the error of an eigenvalue. 1e-6 by default.
+  /// the sum of their squared lengths. It bounds this ratio, not the error of an eigenvalue. 1e-6 by default. With 0,
+  /// for which a negative value and one that is no number stand, all passes are done.
   double GetEpsilon() const { return epsilon; }
   void SetEpsilon(double value) { epsilon = value; }
 
