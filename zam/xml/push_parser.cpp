@@ -3,6 +3,7 @@
 #include <libxml/SAX2.h>
 
 #include <algorithm>
+#include <functional>
 #include <limits>
 
 #include "zam/foundation/exceptions.h"
@@ -120,7 +121,7 @@ struct PushParser::DocumentHandler {
                            xmlChar const** attributes) {
     PushParser& self = Of(context);
     for (int i = attributeCount - defaultedCount; i < attributeCount; ++i) {
-      self.Count(static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]) + costOfNode);
+      self.CountDefault(static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]));
     }
     if (!self.AdmitsAttributes(static_cast<std::size_t>(attributeCount))) return;
     xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, attributeCount, defaultedCount,
@@ -155,10 +156,11 @@ struct PushParser::DocumentHandler {
   }
 };
 
-PushParser::PushParser() : handler(DocumentHandler::Instance()), userData(nullptr) {}
+PushParser::PushParser()
+    : handler(DocumentHandler::Instance()), userData(nullptr), doSubstitute(GetSubstituteEntities()) {}
 
-PushParser::PushParser(xmlSAXHandler const& eventHandler, void* handlerData)
-    : handler(&eventHandler), userData(handlerData) {}
+PushParser::PushParser(xmlSAXHandler const& eventHandler, void* handlerData, bool doSubstituteEntities)
+    : handler(&eventHandler), userData(handlerData), doSubstitute(doSubstituteEntities) {}
 
 PushParser::~PushParser() {
   if (context == nullptr) return;
@@ -176,14 +178,13 @@ void PushParser::Begin(std::string_view bytes) {
 
   bool const isDocument = userData == nullptr;
   bool const keepsBlanks = isDocument && GetKeepBlanks();
-  bool const substitutes = !isDocument || GetSubstituteEntities();
   context->options = 0;  // the host's, for this thread
   // Where a document is built the content of an entity is parsed by a context of its own, which knows the options
   // alone.
   xmlCtxtUseOptions(context, XML_PARSE_NONET | XML_PARSE_COMPACT | (keepsBlanks ? 0 : XML_PARSE_NOBLANKS) |
-                                 (isDocument && substitutes ? XML_PARSE_NOENT : 0));
+                                 (isDocument && doSubstitute ? XML_PARSE_NOENT : 0));
   // Not through the option: that would let libxml2 ask for external entities too.
-  context->replaceEntities = substitutes ? 1 : 0;
+  context->replaceEntities = doSubstitute ? 1 : 0;
 }
 
 void PushParser::Feed(std::string_view bytes) {
@@ -219,11 +220,34 @@ void PushParser::Stop() {
   xmlStopParser(context);
 }
 
+/// A text that is too long ends the parse without a word on the document's form.
+bool PushParser::IsWellFormed() const {
+  return !isStopped && context->wellFormed != 0 && context->disableSAX == 0;
+}
+
+bool PushParser::IsFromReference(xmlChar const* text) const {
+  xmlParserInput const& input = *context->input;
+  bool const isInInput = std::greater_equal<>()(text, input.base) && std::less_equal<>()(text, input.end);
+  return IsInEntity() || (!isInInput && input.cur > input.base && input.cur[-1] == ';');
+}
+
+bool PushParser::IsBehindReturn(char const* text) const {
+  return !IsInEntity() && text != reinterpret_cast<char const*>(context->input->base) && text[-1] == '\r';
+}
+
+std::string_view PushParser::ContentOf(std::string const& entity) const {
+  xmlEntity const* const found = xmlGetDocEntity(context->myDoc, reinterpret_cast<xmlChar const*>(entity.c_str()));
+  return found == nullptr || found->content == nullptr ? std::string_view() : View(found->content);
+}
+
+void PushParser::CountDefault(std::size_t size) {
+  Count(size + costOfNode);
+}
+
 XmlDocument PushParser::TakeDocument() {
   XmlDocument document(context->myDoc);
   context->myDoc = nullptr;
-  // A text that is too long ends the parse without a word on the document's form.
-  if (isStopped || context->wellFormed == 0 || context->disableSAX != 0) document.reset();
+  if (!IsWellFormed()) document.reset();
   return document;
 }
 

@@ -7,8 +7,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 
+#include "zam/foundation/types.h"
 #include "zam/xml/xml_library.h"
 
 namespace ZaM::detail {
@@ -58,9 +61,10 @@ class PushParser {
   /// Builds a document, with the switches of the process.
   PushParser();
 
-  /// Reports events to `handler`, which stays the caller's, with `userData`; always substitutes entities. The handler
-  /// forwards what it is asked about entities to the five operations below, or a document's entities are unknown.
-  PushParser(xmlSAXHandler const& handler, void* userData);
+  /// Reports events to `handler`, which stays the caller's, with `userData`. The handler forwards what it is asked
+  /// about entities to the five operations below, or a document's entities are unknown. The content of an entity is
+  /// reported for each reference in the content of an element, also where entities aren't substituted.
+  PushParser(xmlSAXHandler const& handler, void* userData, bool doSubstituteEntities);
 
   PushParser(PushParser const&) = delete;
   PushParser& operator=(PushParser const&) = delete;
@@ -76,8 +80,29 @@ class PushParser {
   void Stop();
   [[nodiscard]] bool IsStopped() const { return isStopped; }
 
+  /// After Finish.
+  [[nodiscard]] bool IsWellFormed() const;
+
+  // Within an event:
+
+  /// Whether what is reported stands in an entity.
+  [[nodiscard]] bool IsInEntity() const { return context->depth > 0; }
+  /// Whether an entity is referred to in the content of an element, rather than in a value.
+  [[nodiscard]] bool IsInContent() const { return context->instate == XML_PARSER_CONTENT && !IsInEntity(); }
+  /// Whether characters come from a reference.
+  [[nodiscard]] bool IsFromReference(xmlChar const* text) const;
+  /// Whether what is reported as `text` stands behind a carriage return in the document.
+  [[nodiscard]] bool IsBehindReturn(char const* text) const;
+  /// What the declaration of a general entity has, or nothing.
+  [[nodiscard]] std::string_view ContentOf(std::string const& entity) const;
+  /// Counts a value that an attribute has by default.
+  void CountDefault(std::size_t size);
+
   /// The document, after Finish; null for a malformed one.
   [[nodiscard]] XmlDocument TakeDocument();
+
+  /// Whether one more attribute may be declared. Stops the parse where it may not.
+  [[nodiscard]] bool AdmitsAttributeDeclaration();
 
   /// Whether an element with these attributes, a run of names and values that ends by null, may be reported. Stops the
   /// parse where it may not.
@@ -109,7 +134,6 @@ class PushParser {
   void CountListMarks(std::string_view declarations);
   void CheckPendingTag();
   bool Admits(xmlChar const* entityContent);
-  bool AdmitsAttributeDeclaration();
   bool AdmitsNames();
   bool CountsAttributes(xmlChar const* const* attributes);
   bool AdmitsAttributes(std::size_t count);
@@ -119,6 +143,7 @@ class PushParser {
   XmlScope scope;
   xmlSAXHandler const* handler;
   void* userData;                    // null where a document is built
+  bool doSubstitute;                 // of events
   xmlParserCtxt* context = nullptr;  // null before the first bytes
   std::uint64_t fed = 0;
   std::uint64_t expanded = 0;

@@ -1,11 +1,9 @@
 #include "zam/xml/xml_sax_parser.h"
 
 #include <libxml/encoding.h>
-#include <libxml/parser.h>
 
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -18,7 +16,8 @@
 #include "zam/platform/unicode.h"
 #include "zam/xml/gzip_file.h"
 #include "zam/xml/number_text.h"
-#include "zam/xml/push_parser.h"
+#include "zam/xml/xml_events.h"
+#include "zam/xml/xml_library.h"
 
 namespace ZaM {
 
@@ -35,6 +34,10 @@ Number ScanValue(unsigned char const* value, Number defaultValue, Scan scan) {
   return number ? static_cast<Number>(*number) : defaultValue;
 }
 
+unsigned char const* bytesOf(std::string_view text) {
+  return reinterpret_cast<unsigned char const*>(text.data());
+}
+
 FileIOException Failure(std::int32_t id, wstring const& filename) {
   return ReportOutOfMemory([&] { return FileIOException(id, filename); });
 }
@@ -43,9 +46,9 @@ FileIOException Failure(std::int32_t id, wstring const& filename) {
 
 /// One parse. While it lives the parser's stack is that of this parse; afterwards it is again what it was before, which
 /// is empty unless the parse began within an event of another.
-class XmlSaxParser::Parse {
+class XmlSaxParser::Parse : public detail::XmlEventReceiver {
  public:
-  Parse(XmlSaxParser& eventParser, XmlSaxCallback* callback) : parser(eventParser), push(handler, &eventParser) {
+  Parse(XmlSaxParser& eventParser, XmlSaxCallback* callback) : parser(eventParser), events(*this, {}) {
     xmlCharEncodingHandler* const utf16 = xmlGetCharEncodingHandler(XML_CHAR_ENCODING_UTF16LE);
     if (utf16 == nullptr) throw BaseException(17);
     ReportOutOfMemory([&] { stack.push_back(callback); });
@@ -69,77 +72,40 @@ class XmlSaxParser::Parse {
     if (outer == nullptr) parser.encodingHandler = nullptr;
   }
 
-  void Feed(std::string_view bytes) {
-    push.Feed(bytes);
-    if (failure) std::rethrow_exception(failure);
-  }
+  void Feed(std::string_view bytes) { events.Feed(bytes); }
 
   void Finish() {
-    push.Finish();
-    if (failure) std::rethrow_exception(failure);
+    events.Finish();
     isFinished = true;
   }
 
-  [[nodiscard]] bool Admits(unsigned char const* const* attributes) { return push.AdmitsElement(attributes); }
-
-  /// Runs an event. What it throws stops here, below libxml2's functions, and goes on above them.
-  template <class Event>
-  void Send(Event event) {
-    if (push.IsStopped()) return;
-    try {
-      event();
-    } catch (...) {
-      failure = std::current_exception();
-      push.Stop();
-    }
-  }
-
  private:
-  static Parse& Of(void* eventParser) { return *static_cast<XmlSaxParser*>(eventParser)->parse; }
+  void OnStartDocument() override { parser.OnStartDocument(); }
+  void OnEndDocument() override { parser.OnEndDocument(); }
 
-  static void DeclareSubset(void* self, xmlChar const* name, xmlChar const* publicId, xmlChar const* systemId) {
-    Of(self).push.DeclareSubset(name, publicId, systemId);
-  }
-  static void DeclareEntity(void* self, xmlChar const* name, int type, xmlChar const* publicId, xmlChar const* systemId,
-                            xmlChar* content) {
-    Of(self).push.DeclareEntity(name, type, publicId, systemId, content);
-  }
-  static void DeclareUnparsedEntity(void* self, xmlChar const* name, xmlChar const* publicId, xmlChar const* systemId,
-                                    xmlChar const* notation) {
-    Of(self).push.DeclareUnparsedEntity(name, publicId, systemId, notation);
-  }
-  static xmlEntity* FindEntity(void* self, xmlChar const* name) { return Of(self).push.FindEntity(name); }
-  static xmlEntity* FindParameterEntity(void* self, xmlChar const* name) {
-    return Of(self).push.FindParameterEntity(name);
+  void OnStartElement(detail::XmlElement const& element) override {
+    if (element.attributes.empty()) return parser.OnStartElement(bytesOf(element.name), nullptr);
+    ReportOutOfMemory([&] {
+      pairs.clear();
+      for (detail::XmlAttribute const& attribute : element.attributes) {
+        pairs.push_back(bytesOf(attribute.name));
+        pairs.push_back(bytesOf(attribute.value));
+      }
+      pairs.push_back(nullptr);
+    });
+    parser.OnStartElement(bytesOf(element.name), pairs.data());
   }
 
-  static xmlSAXHandler const handler;
+  void OnEndElement(std::string_view name) override { parser.OnEndElement(bytesOf(name)); }
+  void OnCharacters(std::string_view text) override { parser.OnCharacters(bytesOf(text), text.size()); }
 
   XmlSaxParser& parser;
   std::vector<XmlSaxCallback*> stack;  // the outer parse's while this one is under way
   Parse* outer = nullptr;
-  detail::PushParser push;
-  std::exception_ptr failure;
+  detail::XmlEventParser events;
+  std::vector<unsigned char const*> pairs;  // of the present start tag
   bool isFinished = false;
 };
-
-/// Comments and processing instructions are left out; CDATA sections come as characters. The functions about entities
-/// are there because libxml2 knows none where the events go to a parser of ours.
-constexpr xmlSAXHandler XmlSaxParser::Parse::handler = [] {
-  xmlSAXHandler made = {};
-  made.startDocument = &startDocumentCallBack;
-  made.endDocument = &endDocumentCallback;
-  made.startElement = &startElementCallback;
-  made.endElement = &endElementCallback;
-  made.characters = &charactersCallback;
-  made.internalSubset = &Parse::DeclareSubset;
-  made.entityDecl = &Parse::DeclareEntity;
-  made.unparsedEntityDecl = &Parse::DeclareUnparsedEntity;
-  made.getEntity = &Parse::FindEntity;
-  made.getParameterEntity = &Parse::FindParameterEntity;
-  made.initialized = 1;  // not XML_SAX2_MAGIC: with that the events of elements would be those with namespaces
-  return made;
-}();
 
 void XmlSaxParser::ClearCharacterBuffer() {
   if (characterBuffer == nullptr) return;
@@ -221,33 +187,24 @@ double XmlSaxParser::GetDoubleValue(unsigned char const* value, double defaultVa
   return ScanValue(value, defaultValue, [](std::string_view text) { return detail::ScanDouble(text); });
 }
 
-template <class Event>
-void XmlSaxParser::Send(void* parser, Event event) {
-  auto& self = *static_cast<XmlSaxParser*>(parser);
-  if (self.parse == nullptr) return event(self);  // called by other than libxml2
-  self.parse->Send([&] { event(self); });
-}
-
 void XmlSaxParser::startDocumentCallBack(void* parser) {
-  Send(parser, [](XmlSaxParser& self) { self.OnStartDocument(); });
+  static_cast<XmlSaxParser*>(parser)->OnStartDocument();
 }
 
 void XmlSaxParser::endDocumentCallback(void* parser) {
-  Send(parser, [](XmlSaxParser& self) { self.OnEndDocument(); });
+  static_cast<XmlSaxParser*>(parser)->OnEndDocument();
 }
 
 void XmlSaxParser::startElementCallback(void* parser, unsigned char const* name, unsigned char const** attributes) {
-  Send(parser, [=](XmlSaxParser& self) {
-    if (self.parse == nullptr || self.parse->Admits(attributes)) self.OnStartElement(name, attributes);
-  });
+  static_cast<XmlSaxParser*>(parser)->OnStartElement(name, attributes);
 }
 
 void XmlSaxParser::endElementCallback(void* parser, unsigned char const* name) {
-  Send(parser, [=](XmlSaxParser& self) { self.OnEndElement(name); });
+  static_cast<XmlSaxParser*>(parser)->OnEndElement(name);
 }
 
 void XmlSaxParser::charactersCallback(void* parser, unsigned char const* text, int length) {
-  Send(parser, [=](XmlSaxParser& self) { self.OnCharacters(text, length); });
+  if (length > 0) static_cast<XmlSaxParser*>(parser)->OnCharacters(text, static_cast<std::size_t>(length));
 }
 
 void XmlSaxParser::OnStartDocument() {
@@ -280,10 +237,11 @@ void XmlSaxParser::OnEndElement(unsigned char const* name) {
   ClearCharacterBuffer();
 }
 
-void XmlSaxParser::OnCharacters(unsigned char const* text, int length) {
-  if (length <= 0) return;
+void XmlSaxParser::OnCharacters(unsigned char const* text, std::size_t length) {
+  if (length == 0) return;
+  RequireAtMost(u"text in an XML document", characterBufferSize + std::uint64_t{length},
+                std::numeric_limits<unsigned int>::max());
   auto const added = static_cast<unsigned int>(length);
-  if (added > std::numeric_limits<unsigned int>::max() - characterBufferSize) throw BaseException(5);
   unsigned int const total = characterBufferSize + added;
   if (total < characterData.size()) {
     characterBuffer = characterData.data();

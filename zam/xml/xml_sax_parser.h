@@ -19,6 +19,7 @@
 #define ZAM_XML_XML_SAX_PARSER_H
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -111,7 +112,7 @@ class ZAM_EXPORT XmlSaxParser {
   /// `defaultValue` without a number, and for "inf" and "nan". Beyond the range of a double: an infinity, or zero.
   [[nodiscard]] double GetDoubleValue(unsigned char const* value, double defaultValue) const;
 
-  /// For libxml2: `parser` is the XmlSaxParser whose event it is.
+  /// For a C parser that has an XmlSaxParser as its `parser`: its events.
   static void startDocumentCallBack(void* parser);
   static void endDocumentCallback(void* parser);
   static void startElementCallback(void* parser, unsigned char const* name, unsigned char const** attributes);
@@ -125,10 +126,7 @@ class ZAM_EXPORT XmlSaxParser {
   void OnEndDocument();
   void OnStartElement(unsigned char const* name, unsigned char const** attributes);
   void OnEndElement(unsigned char const* name);
-  void OnCharacters(unsigned char const* text, int length);
-
-  template <class Event>
-  static void Send(void* parser, Event event);
+  void OnCharacters(unsigned char const* text, std::size_t length);
   void ClearCharacterBuffer();
 
   std::vector<XmlSaxCallback*> callbacks;              // the last entry is the current callback

@@ -1,0 +1,111 @@
+#include "zam/xml/xml_events.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+
+namespace ZaM::detail::test {
+namespace {
+
+/// Notes its events as `<name|localName p|q=v>`, `</name>`, `[text]`, `{cdata}`, `(comment)`, `?target data?`,
+/// `&name=…;`.
+struct Recorder : XmlEventReceiver {
+  void OnStartElement(XmlElement const& element) override {
+    log += Flush() + "<" + Name(element.name, element.localName);
+    for (auto const& [name, localName, value] : element.attributes) {
+      EXPECT_EQ(name.data()[name.size()] + localName.data()[localName.size()] + value.data()[value.size()], 0);
+      log += " " + Name(name, localName) + "='" + std::string(value) + "'";
+    }
+    log += ">";
+  }
+  void OnEndElement(std::string_view name) override { log += Flush() + "</" + std::string(name) + ">"; }
+  void OnCharacters(std::string_view piece) override {
+    if (!cdata.empty()) log += Flush();
+    text += piece;
+  }
+  void OnCData(std::string_view piece) override {
+    if (!text.empty()) log += Flush();
+    cdata += piece;
+  }
+  void OnComment(std::string_view comment) override { log += Flush() + "(" + std::string(comment) + ")"; }
+  void OnProcessingInstruction(std::string_view target, std::string_view data) override {
+    log += Flush() + "?" + std::string(target) + " " + std::string(data) + "?";
+  }
+  void OnEntityReference(std::string_view name, std::string_view content) override {
+    log += Flush() + "&" + std::string(name) + "=" + std::string(content) + ";";
+  }
+
+  static std::string Name(std::string_view name, std::string_view localName) {
+    return std::string(name) + (name == localName ? "" : "|" + std::string(localName));
+  }
+  std::string Flush() {
+    std::string const run = text.empty() ? "" : "[" + std::exchange(text, "") + "]";
+    return run + (cdata.empty() ? "" : "{" + std::exchange(cdata, "") + "}");
+  }
+
+  std::string log;
+  std::string text;
+  std::string cdata;
+};
+
+constexpr XmlEventOptions plain = {};
+constexpr XmlEventOptions withoutBlanks = {.keepsBlanks = false};
+constexpr XmlEventOptions model = {.isModel = true};
+constexpr XmlEventOptions references = {.substitutesEntities = false, .keepsBlanks = false};
+
+TEST(XmlEventParser, TellsTheSameWhereverTheInputIsCut) {
+  struct {
+    char const* document;
+    char const* events;
+    XmlEventOptions options = plain;
+  } const cases[] = {
+      {"<!--c--><a><!--d--><?p q?>1<![CDATA[2]]>3</a><?p?>", "<a>(d)?p q?[1]{2}[3]</a>"},
+      {"<a>1\r\n2\r3<![CDATA[4\r\n5\r]]><![CDATA[\n6\r\r\n\n7]]></a>", "<a>[1\n2\n3]{4\n5\n\n6\n\n\n7}</a>"},
+      {"<a><![CDATA[1\r\n2]]>\r\n</a>", "<a>{1\n2}[\n]</a>"},
+      {"<!DOCTYPE a [<!ATTLIST a p NMTOKENS ''><!ATTLIST b p ID #IMPLIED>]><a p=' 1  2 '><b p='\n3&#32;'/></a>",
+       "<a p='1 2'><b p='3'></b></a>"},
+      {"<!DOCTYPE a [<!ATTLIST a p CDATA #IMPLIED p NMTOKEN '1'>]><a p=' 2 '/>", "<a p=' 2 '></a>"},
+      // Namespaces, and defaults of attributes.
+      {"<x:a xmlns:x='u' x:p='1'/>", "<x:a xmlns:x='u' x:p='1'></x:a>"},
+      {"<x:a p='0' xmlns:x='u' xmlns='v' x:p='1' y:p='2'/>", "<x:a|a p='0' x:p|p='1' y:p='2'></x:a>", model},
+      {"<a><x:b xmlns:x='u'><x:b xmlns:x='u'/><x:c/></x:b><x:d xml:p=''/></a>",
+       "<a><x:b|b><x:b|b></x:b><x:c|c></x:c></x:b><x:d xml:p|p=''></x:d></a>", model},
+      {"<x:a xmlns:x=''/>", "<x:a></x:a>", model},
+      {"<!DOCTYPE x:a [<!ATTLIST x:a p CDATA '1' q NMTOKENS ' 2  3 ' xmlns:x CDATA 'u'>]><x:a p='4'/>",
+       "<x:a|a p='4' q='2 3'></x:a>", model},
+      {"<!DOCTYPE a [<!ATTLIST a p CDATA '1'>]><a/>", "<a></a>"},
+      // Blanks.
+      {"<a> <b/> </a>", "<a>[ ]<b></b>[ ]</a>"},
+      {"<a> <b/> <!--c--> <b> </b> </a>", "<a><b></b>(c)<b>[ ]</b></a>", withoutBlanks},
+      {"<a>1 <b/> <b/></a>", "<a>[1 ]<b></b>[ ]<b></b></a>", withoutBlanks},
+      {"<a><b/>1<b/> <b/> </a>", "<a><b></b>[1]<b></b><b></b></a>", withoutBlanks},
+      {"<a> &#32;<b/> &lt; <b/></a>", "<a>[  ]<b></b>[ < ]<b></b></a>", withoutBlanks},
+      {"<a xml:space='preserve'> <b/><c xml:space='default'> <d/></c></a>",
+       "<a xml:space='preserve'>[ ]<b></b>"
+       "<c xml:space='default'><d></d></c></a>",
+       withoutBlanks},
+      {"<!DOCTYPE a [<!ELEMENT a (b)><!ELEMENT b (#PCDATA)>]><a> <b> <c/></b></a>", "<a><b>[ ]<c></c></b></a>",
+       withoutBlanks},
+      // References.
+      {"<!DOCTYPE a [<!ENTITY e '1<b/>'><!ENTITY f '2'>]><a p='3&f;&f;' q='&f;4' r='&amp;&f;'>5&e;&f;&amp;&e;</a>",
+       "<a p='3' q='2' r='&'>[5]&e=1<b/>;&f=2;[&]&e=1<b/>;</a>", references},
+      {"<!DOCTYPE a [<!ENTITY e '1<b/>'><!ENTITY f '2'>]><a p='3&f;&f;'>5&e;&f;&amp;&e;</a>",
+       "<a p='322'>[51]<b></b>[2&1]<b></b></a>"},
+  };
+  for (auto const& [document, events, options] : cases) {
+    std::string_view const bytes = document;
+    for (std::size_t cut = 0; cut <= bytes.size(); ++cut) {
+      Recorder recorder;
+      XmlEventParser parser(recorder, options);
+      parser.Feed(bytes.substr(0, cut));
+      for (char const& byte : bytes.substr(cut)) parser.Feed({&byte, 1});
+      parser.Finish();
+      ASSERT_EQ(recorder.log, events) << document << " cut at " << cut;
+      EXPECT_TRUE(parser.IsWellFormed());
+    }
+  }
+}
+
+}  // namespace
+}  // namespace ZaM::detail::test
