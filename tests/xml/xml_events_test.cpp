@@ -1,9 +1,13 @@
 #include "zam/xml/xml_events.h"
 
 #include <gtest/gtest.h>
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
 
 #include <string>
 #include <utility>
+
+#include "tests/support/temporary_folder.h"
 
 namespace ZaM::detail::test {
 namespace {
@@ -105,6 +109,37 @@ TEST(XmlEventParser, TellsTheSameWhereverTheInputIsCut) {
       EXPECT_TRUE(parser.IsWellFormed());
     }
   }
+}
+
+xmlExternalEntityLoader found = nullptr;
+int calls = 0;
+
+xmlParserInput* loadAsFound(char const* url, char const* id, xmlParserCtxt* context) {
+  return ++calls > 9 ? nullptr : found(url, id, context);
+}
+
+TEST(XmlEventParser, LeavesTheHostALoaderThatCallsTheOneItFound) {
+  auto const parse = [] {
+    Recorder recorder;
+    XmlEventParser parser(recorder, {});
+    parser.Feed("<a/>");
+    parser.Finish();
+  };
+  ZaM::test::TemporaryFolder const folder;
+  std::string const file = folder.Write("file", "<a/>");
+  parse();
+  found = xmlGetExternalEntityLoader();
+  xmlSetExternalEntityLoader(&loadAsFound);
+  for (int loads = 1; loads < 3; ++loads) {
+    parse();
+    xmlParserCtxt* const context = xmlNewParserCtxt();
+    xmlParserInput* const input = xmlLoadExternalEntity(file.c_str(), nullptr, context);
+    EXPECT_NE(input, nullptr);
+    EXPECT_EQ(calls, loads);
+    xmlFreeInputStream(input);
+    xmlFreeParserCtxt(context);
+  }
+  xmlSetExternalEntityLoader(found);
 }
 
 }  // namespace

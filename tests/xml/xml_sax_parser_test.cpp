@@ -109,6 +109,15 @@ TEST(XmlSaxParser, SendsEventsWithTheTextInFrontOfThem) {
       {"<!DOCTYPE a [<!ATTLIST a p CDATA 'default'>]><a q='&#233;'/>", "^<a q='\xC3\xA9'></a>$"},
       {"<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>", "^<a>[\xC3\xA9]</a>$"},
       {std::string("\xFF\xFE<\0a\0>\0\x3D\xD8\x00\xDE<\0/\0a\0>\0", 20), "^<a>[\xF0\x9F\x98\x80]</a>$"},
+      {std::string("\xFF\xFE\0\0<\0\0\0a\0\0\0>\0\0\0\x00\xF6\x01\0<\0\0\0/\0\0\0a\0\0\0>\0\0\0", 36),
+       "^<a>[\xF0\x9F\x98\x80]</a>$"},
+      {std::string("\0\0\xFE\xFF\0\0\0<\0\0\0a\0\0\0/\0\0\0>", 20), "^<a></a>$"},
+      {"<?xml version='1.0' encoding='Shift_JIS'?><a>\x83\x7D</a>", "^<a>[\xE3\x83\x9E]</a>$"},
+      {"<?xml version='1.0'" + std::string(60'000, ' ') + "encoding='ISO-8859-15'?><a>\xA4</a>",
+       "^<a>[\xE2\x82\xAC]</a>$"},
+      // Encodings for which a converter would be looked for.
+      {"<?xml version='1.0' encoding='IBM037'?><a/>", ""},
+      {"<?xml version='1.0'" + std::string(60'000, ' ') + "encoding = \"UTF-7\"?><a/>", ""},
       // Up to the fault of what is malformed.
       {"<a><b>1</b>2<c>3</d></a>", "^<a><b>[1]</b>[2]<c>"},
       {"<a p='1' p='2'/>", "^"},
@@ -190,7 +199,7 @@ TEST(XmlSaxParser, ReadsFilesOfEverySizeCutAndDamagedAnywhere) {
   int files = 0;
   XmlSaxParser parser;
   Recorder recorder;
-  auto const outcome = [&](std::string const& file) {
+  auto const read = [&](std::string const& file) {
     auto const path = folder.Write(std::to_string(++files), file);  // replacing one takes long on some file systems
     recorder.log.clear();
     std::int32_t const id = FailureId([&] { parser.ParseFile(path.u16string(), &recorder); });
@@ -199,16 +208,16 @@ TEST(XmlSaxParser, ReadsFilesOfEverySizeCutAndDamagedAnywhere) {
   };
   for (std::string const& file : {document, packed}) {
     for (std::size_t place = 0; place < file.size(); ++place) {
-      EXPECT_EQ(outcome(file.substr(0, place)), 0);
+      EXPECT_EQ(read(file.substr(0, place)), 0);
       // Where a start tag is cut, it may be told of without what is missing.
       EXPECT_TRUE(whole.starts_with(recorder.log.substr(0, recorder.log.rfind('<')))) << place << recorder.log;
       std::string damaged = file;
       damaged[place] = static_cast<char>(damaged[place] ^ 0x55);
-      std::int32_t const id = outcome(damaged);
+      std::int32_t const id = read(damaged);
       EXPECT_TRUE(id == 0 || (id == 2004 && file == packed)) << place << " " << id;
     }
   }
-  EXPECT_EQ(outcome(Gzip("<a><b>") + Gzip("</b></a>") + "rest"), 0);
+  EXPECT_EQ(read(Gzip("<a><b>") + Gzip("</b></a>") + "rest"), 0);
   EXPECT_EQ(recorder.log, "^<a><b></b></a>");
   expectUsable(parser);
 }
@@ -345,36 +354,98 @@ TEST(XmlSaxParser, OpensNothingThatADocumentNames) {
   close(watch);
 }
 
-TEST(XmlSaxParser, StopsWhereADocumentGrowsBeyondItsLimits) {
+/// What a document ends in: its last event, or the limit that it passes.
+std::string outcome(std::string const& document, From source) {
+  XmlSaxParser parser;
+  Recorder recorder;
+  try {
+    parse(parser, source, document, &recorder);
+  } catch (LimitExceededException const& failure) {
+    EXPECT_GT(failure.GetValue(), failure.GetLimit());
+    wstring const& what = failure.GetWhat();
+    return std::string(what.begin(), what.end());
+  }
+  EXPECT_LE(std::count(recorder.log.begin(), recorder.log.end(), 'x'), 1'200'000);
+  return recorder.log.ends_with("</a>$") ? "" : "malformed";
+}
+
+TEST(XmlSaxParser, ReportsEachLimitThatADocumentPasses) {
+  std::string const entity = "<!DOCTYPE a [<!ENTITY e '!'>]>";  // with which libxml2 parses it
   std::string const big = "<!DOCTYPE a [<!ENTITY e '" + std::string(100'000, 'x') + "'>]><a>";
-  std::string const nested = "<!DOCTYPE a [<!ENTITY e0 '" + std::string(90'000, 'x') + "'><!ENTITY e1 '" +
-                             repeated("&e0;", 100) + "'>]><a>&e1;</a>";
-  std::pair<std::string, bool> const cases[] = {
-      // and whether it is complete
-      {big + repeated("&e;", 8) + "</a>", true},
-      {big + repeated("&e;", 10'000) + "</a>", false},
-      {big + repeated("<b p='&e;&e;&e;'/>", 1'000) + "</a>", false},
-      {nested, false},
-      {"<a" + repeated(" p#=''", 4'096) + "></a>", true},
-      {"<a" + repeated(" p#=''", 4'097) + "></a>", false},
-      {"<a" + repeated(" p#=''", 100'000) + "></a>", false},
-      {"<!DOCTYPE a [<!ENTITY e '<b" + repeated(" p#=''", 100'000) + "/>'>]><a>&e;</a>", false},
-      {"<!DOCTYPE a [" + repeated("<!ATTLIST a p# CDATA ''>", 100'000) + "]><a></a>", false},
-      {"<!DOCTYPE a [<!ATTLIST a p (t" + repeated("|t#", 9'000) + ") 't'>]><a></a>", true},
-      {"<!DOCTYPE a SYSTEM '" + std::string(400'000, 'y') + "' [<!ATTLIST a p (t" + repeated("|t#", 40'000) +
-           ") 't'>]><a></a>",
-       false},
-      {"<!DOCTYPE a [<!ENTITY % l \"<!ATTLIST a p (t" + repeated("|t#", 4'000) + ") 't'>\">%l;%l;%l;]><a></a>", false},
-      {"<a>" + repeated("<e#/>", 40'000) + "</a>", true},
-      {"<a>" + repeated("<e#/>", 100'000) + "</a>", false},
+  auto const nested = [](int times) {
+    return "<!DOCTYPE a [<!ENTITY e0 '" + std::string(90'000, 'x') + "'><!ENTITY e1 '" + repeated("&e0;", times) +
+           "'>]><a>&e1;</a>";
   };
-  for (auto const& [document, isComplete] : cases) {
-    SCOPED_TRACE(document.substr(0, 100));
-    for (From const source : everySource) {
-      std::string const found = events(document, source);
-      EXPECT_EQ(found.ends_with("</a>$"), isComplete);
-      EXPECT_LE(std::count(found.begin(), found.end(), 'x'), 1'200'000);
+  auto const chain = [](int levels, std::size_t references) {
+    std::string document = "<!DOCTYPE a [<!ENTITY e0 'xxxxxxxxxx'>";
+    for (int i = 1; i <= levels; ++i) {
+      document +=
+          "<!ENTITY e" + std::to_string(i) + " '" + repeated("&e" + std::to_string(i - 1) + ";", references) + "'>";
     }
+    return document + "]><a>&e" + std::to_string(levels) + ";</a>";
+  };
+  auto const list = [](int values) { return "<!ATTLIST a p (t" + repeated("|t#", values) + ") 't'>"; };
+  auto const parameter = [](int references) {
+    return "<!DOCTYPE a [<!ENTITY e ''><!ENTITY % p ''><!ATTLIST a p CDATA '" + repeated("&e;", references) +
+           "'>%p;]><a></a>";
+  };
+  std::string const expansion = "bytes that references in an XML document stand for";
+  std::string const attributes = "attributes of an XML element";
+  std::string const markup = "markup in an XML document";
+  struct {
+    std::string accepted;
+    std::string refused;
+    std::string limit;
+  } const cases[] = {
+      {"<?xml version='1.0'" + std::string(65'000, ' ') + "?><a></a>",
+       "<?xml version='1.0'" + std::string(67'000, ' ') + "?><a></a>", "bytes of an XML declaration"},
+      {big + repeated("&e;", 8) + "</a>", big + repeated("&e;", 10) + "</a>", expansion},
+      {big + repeated("<b p='&e;&e;&e;'/>", 2) + "</a>", big + repeated("<b p='&e;&e;&e;'/>", 4) + "</a>", expansion},
+      {nested(8), nested(11), expansion},
+      {chain(2, 5), chain(8, 10), expansion},
+      {chain(8, 1), chain(45, 1), expansion},
+      {entity + "<a" + repeated(" p#=''", 4'096) + "></a>", entity + "<a" + repeated(" p#=''", 4'097) + "></a>",
+       attributes},
+      {entity + "<a" + repeated(" p#=\"'=>\"", 4'096) + "></a>", entity + "<a" + repeated(" p#=''", 100'000) + "></a>",
+       attributes},
+      {"<!DOCTYPE a [<!ENTITY e '<b" + repeated(" p#=\"\"", 4'096) + "/>'>]><a>&e;</a>",
+       "<!DOCTYPE a [<!ENTITY e '<b" + repeated(" p#=\"\"", 4'097) + "/>'>]><a>&e;</a>", attributes},
+      {"<!DOCTYPE a [" + repeated("<!ATTLIST a p# CDATA ''>", 10'000) + "]><a></a>",
+       "<!DOCTYPE a [" + repeated("<!ATTLIST a p# CDATA ''>", 10'001) + "]><a></a>",
+       "declared attributes in an XML document"},
+      {"<!DOCTYPE a [" + list(10'000) + "]><a></a>", "<!DOCTYPE a [" + list(11'000) + "]><a></a>",
+       "listed values in the declarations of an XML document"},
+      {"<!DOCTYPE a [<!ENTITY % l \"" + list(3'000) + "\">%l;]><a></a>",
+       "<!DOCTYPE a [<!ENTITY % l \"" + list(3'000) + "\">%l;%l;%l;]><a></a>",
+       "listed values in the declarations of an XML document"},
+      {"<!DOCTYPE a SYSTEM '" + std::string(490'000, 'y') + "' []><a></a>",
+       "<!DOCTYPE a SYSTEM '" + std::string(510'000, 'y') + "' []><a></a>", "bytes of declarations in an XML document"},
+      {entity + "<a>" + repeated("<e#/>", 49'900) + "</a>", entity + "<a>" + repeated("<e#/>", 50'001) + "</a>",
+       "names in an XML document"},
+      {parameter(4'990), parameter(10'010), "references in front of a parameter entity"},
+      {entity + "<a p='" + std::string(9'999'000, '.') + "'></a>",
+       entity + "<a p='" + std::string(10'000'001, '.') + "'></a>", markup},
+      {entity + "<a><" + std::string(50'000, 'n') + "/></a>", entity + "<a><" + std::string(50'001, 'n') + "/></a>",
+       markup},
+  };
+  for (auto const& [accepted, refused, limit] : cases) {
+    SCOPED_TRACE(refused.substr(0, 100));
+    for (From const source : everySource) {
+      EXPECT_EQ(outcome(accepted, source), "");
+      EXPECT_EQ(outcome(refused, source), limit);
+    }
+  }
+  // What looks like a limit in a message of libxml2, and is none.
+  EXPECT_EQ(outcome("<a p='Name too long' xml:space='Huge input lookup'><Huge>&huge;</a>", From::memory), "malformed");
+  EXPECT_EQ(outcome("<!DOCTYPE a [<!ENTITY e '&f;'><!ENTITY f '<b>&e;</b>'>]><a>&e;</a>", From::memory), "malformed");
+}
+
+TEST(XmlSaxParser, ReadsWhatTheLibraryCanWrite) {
+  std::string const long10 = std::string(10'500'000, '.');
+  for (std::string const& document :
+       {"<a p='" + long10 + "'></a>", "<a><![CDATA[" + long10 + "]]></a>", "<a><?p " + long10 + "?></a>",
+        "<a><!--" + long10 + "--></a>", "<a>" + repeated("<e xml:id='i#'/>", 60'000) + "</a>"}) {
+    for (From const source : everySource) EXPECT_EQ(outcome(document, source), "") << document.substr(0, 40);
   }
 }
 

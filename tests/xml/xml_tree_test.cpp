@@ -385,7 +385,6 @@ TEST(XmlTree, RefusesDocumentsThatBlowUp) {
     for (std::string const& text : documents) {
       detail::SetSubstituteEntities(substitute);
       EXPECT_EQ(readBuffer(text), "malformed") << text.substr(0, 40);
-      EXPECT_LT(read(text).size(), 12'000'000u) << text.substr(0, 40);
     }
   }
   // Entities within what is allowed are whole, also one in the other.

@@ -5,7 +5,11 @@
 #include <algorithm>
 #include <functional>
 #include <limits>
+#include <unordered_map>
+#include <utility>
+#include <vector>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/exceptions.h"
 
 namespace ZaM::detail {
@@ -36,7 +40,7 @@ constexpr std::size_t mostSubset = 500'000;
 
 /// Different names of elements, attributes and what else is declared. libxml2's table of them, up to 2.11, is of a
 /// limited width: so many take it 0.03 s, ten times as many 4 s.
-constexpr int mostNames = 50'000;
+constexpr std::uint64_t mostNames = 50'000;
 
 /// References to entities in front of one to a parameter entity. Behind 10,000 libxml2 looks for abuse itself, and up
 /// to 2.9.14 never returns where it finds any.
@@ -47,20 +51,71 @@ constexpr unsigned long mostBeforeParameterEntity = 10'000;
 /// (xml_parser_benchmark: half of this costs 1% more time, a quarter 2%.)
 constexpr std::size_t pieceSize = 65536;
 
+/// How far the end of the declaration that a document begins with may be, blanks in it included.
+constexpr std::size_t mostDeclaration = 65536;
+
 /// What it gets at once in front of the root, so that declarations are seen before they are parsed.
 constexpr std::size_t prologPieceSize = 4096;
 
-/// The first piece is parsed with the second; it is to be enough to tell the encoding from.
+/// The first piece is parsed with the second.
 constexpr std::size_t firstPieceSize = 1024;
 
 /// How long a text may have become that goes on: libxml2 counts in int, and doubles its room.
 constexpr int mostText = std::numeric_limits<int>::max() / 4;
+
+constexpr wchar expansionName[] = u"bytes that references in an XML document stand for";
 
 /// What stands for the document inside libxml2. No file of this name is opened.
 constexpr char documentName[] = "xdocfile";
 
 std::string_view View(xmlChar const* text) {
   return reinterpret_cast<char const*>(text);
+}
+
+/// The entity that the next reference in `content` is to, which is left behind it; null behind the last.
+xmlEntity* NextReference(xmlDoc* document, xmlChar const*& content) {
+  for (; content != nullptr && *content != 0; ++content) {
+    if (*content != '&' && *content != '%') continue;
+    bool const isParameter = *content == '%';
+    std::string_view const rest = View(content + 1);
+    std::string const name(rest.substr(0, std::min(rest.find_first_of("&%; "), rest.size())));
+    auto const* const bytes = reinterpret_cast<xmlChar const*>(name.c_str());
+    xmlEntity* const entity = isParameter ? xmlGetParameterEntity(document, bytes) : xmlGetDocEntity(document, bytes);
+    if (entity == nullptr || entity->etype == XML_INTERNAL_PREDEFINED_ENTITY) continue;
+    ++content;
+    return entity;
+  }
+  return nullptr;
+}
+
+/// Whether an entity of the document refers to itself, through others or not.
+bool HasRecursiveEntity(xmlDoc* document) {
+  if (document == nullptr || document->intSubset == nullptr) return false;
+  enum class State { isOpen, isDone };
+  std::unordered_map<xmlEntity const*, State> states;
+  std::vector<std::pair<xmlEntity const*, xmlChar const*>> path;  // and what is left of the content of each
+  auto const open = [&](xmlEntity const* entity) {
+    states.emplace(entity, State::isOpen);
+    path.emplace_back(entity, entity->content);
+  };
+  for (xmlNode const* node = document->intSubset->children; node != nullptr; node = node->next) {
+    auto const* const declared = reinterpret_cast<xmlEntity const*>(node);
+    if (node->type != XML_ENTITY_DECL || states.contains(declared)) continue;
+    open(declared);
+    while (!path.empty()) {
+      xmlEntity const* const next = NextReference(document, path.back().second);
+      auto const found = states.find(next);
+      if (next == nullptr) {
+        states[path.back().first] = State::isDone;
+        path.pop_back();
+      } else if (found == states.end()) {
+        open(next);
+      } else if (found->second == State::isOpen) {
+        return true;
+      }
+    }
+  }
+  return false;
 }
 
 /// Whether `bytes` begins with a start tag.
@@ -181,7 +236,9 @@ void PushParser::Begin(std::string_view bytes) {
   context->options = 0;  // the host's, for this thread
   // Where a document is built the content of an entity is parsed by a context of its own, which knows the options
   // alone.
-  xmlCtxtUseOptions(context, XML_PARSE_NONET | XML_PARSE_COMPACT | (keepsBlanks ? 0 : XML_PARSE_NOBLANKS) |
+  // Huge ones for markup of more than 10,000,000 bytes, as long as no entity is declared.
+  xmlCtxtUseOptions(context, (isDocument ? 0 : XML_PARSE_HUGE) | XML_PARSE_NONET | XML_PARSE_COMPACT |
+                                 (keepsBlanks ? 0 : XML_PARSE_NOBLANKS) | (utf32 ? XML_PARSE_IGNORE_ENC : 0) |
                                  (isDocument && doSubstitute ? XML_PARSE_NOENT : 0));
   // Not through the option: that would let libxml2 ask for external entities too.
   context->replaceEntities = doSubstitute ? 1 : 0;
@@ -191,28 +248,47 @@ void PushParser::Feed(std::string_view bytes) {
   while (!bytes.empty() && !isStopped) {
     std::size_t const size = context == nullptr ? firstPieceSize : IsInProlog() ? prologPieceSize : pieceSize;
     std::string_view const piece = bytes.substr(0, size);
-    FeedPiece(piece);
+    fed += piece.size();
+    context == nullptr ? AddToHead(piece) : ParsePiece(piece);
     bytes.remove_prefix(piece.size());
   }
 }
 
-void PushParser::FeedPiece(std::string_view piece) {
-  fed += piece.size();
-  if (context == nullptr) {
-    Begin(piece);
-  } else {
-    xmlParseChunk(context, piece.data(), static_cast<int>(piece.size()), 0);
-  }
-  CheckMemory();
+/// The first bytes, which are held back until they tell the encoding.
+void PushParser::AddToHead(std::string_view piece) {
+  ReportOutOfMemory([&] { head += piece; });
+  if (IsHeadComplete(head)) return ParseHead();
+  Admits(u"bytes of an XML declaration", head.size(), mostDeclaration);
+  CheckFailures();
+}
+
+void PushParser::ParseHead() {
+  if (!IsEncodingAllowed(head)) return Stop();
+  utf32 = Utf32Decoder::For(head);
+  if (utf32) ReportOutOfMemory([&] { head = utf32->Decode(head); });
+  Begin(head);
+  CheckPending();
+}
+
+void PushParser::ParsePiece(std::string_view piece) {
+  std::string decoded;
+  if (utf32) piece = ReportOutOfMemory([&] { return std::string_view(decoded = utf32->Decode(piece)); });
+  xmlParseChunk(context, piece.data(), static_cast<int>(piece.size()), 0);
+  CheckPending();
+}
+
+/// After each piece.
+void PushParser::CheckPending() {
   CheckPendingSubset();
   CheckPendingTag();
   AdmitsNames();
+  CheckFailures();
 }
 
 void PushParser::Finish() {
-  if (context == nullptr) Begin("");
+  if (context == nullptr && !isStopped) ParseHead();
   if (!isStopped) xmlParseChunk(context, "", 0, 1);
-  CheckMemory();
+  CheckFailures();
 }
 
 void PushParser::Stop() {
@@ -245,14 +321,34 @@ void PushParser::CountDefault(std::size_t size) {
 }
 
 XmlDocument PushParser::TakeDocument() {
+  if (context == nullptr) return nullptr;
   XmlDocument document(context->myDoc);
   context->myDoc = nullptr;
   if (!IsWellFormed()) document.reset();
   return document;
 }
 
-void PushParser::CheckMemory() const {
+/// Stops the parse where a document has more of something than it may.
+bool PushParser::Admits(wchar const* what, std::uint64_t count, std::uint64_t most) {
+  if (count > most && !isStopped) {
+    limit = {what, count, most};
+    Stop();
+  }
+  return !isStopped;
+}
+
+void PushParser::CheckFailures() const {
   if (scope.HasRunOutOfMemory()) throw BaseException(5);
+  if (userData == nullptr) return;
+  ReportOutOfMemory([&] {
+    RequireAtMost(limit.what, limit.count, limit.most);
+    if (std::uint64_t const most = scope.PassedLimit()) {
+      throw LimitExceededException(u"markup in an XML document", std::max(fed, most + 1), most);
+    }
+    if (scope.HasFoundLoop() && !HasRecursiveEntity(context->myDoc)) {
+      throw LimitExceededException(expansionName, std::max(expanded, freeExpansion + 1), freeExpansion);
+    }
+  });
 }
 
 /// What libxml2 has decoded and not parsed.
@@ -276,7 +372,8 @@ void PushParser::CheckPendingSubset() {
   std::string_view const pending = Pending();
   // libxml2 waits for all of it, at first for the end of the first declaration in it.
   if (context->instate != XML_PARSER_DTD && !(IsInProlog() && pending.starts_with("<!D"))) return;
-  if (pending.size() > mostSubset) return Stop();  // which frees what is pending
+  if (!Admits(u"bytes of declarations in an XML document", pending.size(), mostSubset))
+    return;  // and nothing is pending
   std::uint64_t const end = PendingStart() + pending.size();
   std::uint64_t const added = std::min<std::uint64_t>(end - std::min(subsetEnd, end), pending.size());
   CountListMarks(pending.substr(pending.size() - added));
@@ -285,7 +382,7 @@ void PushParser::CheckPendingSubset() {
 
 void PushParser::CountListMarks(std::string_view declarations) {
   listMarks += static_cast<std::size_t>(std::count(declarations.begin(), declarations.end(), '|'));
-  if (listMarks > mostListMarks) Stop();
+  Admits(u"listed values in the declarations of an XML document", listMarks, mostListMarks);
 }
 
 void PushParser::CheckPendingTag() {
@@ -306,11 +403,10 @@ bool PushParser::CountsAttributes(xmlChar const* const* attributes) {
 }
 
 bool PushParser::AdmitsAttributes(std::size_t count) {
-  if (count > mostAttributes) Stop();
-  return !isStopped;
+  return Admits(u"attributes of an XML element", count, mostAttributes);
 }
 
-bool PushParser::Admits(xmlChar const* entityContent) {
+bool PushParser::AdmitsContent(xmlChar const* entityContent) {
   if (entityContent == nullptr) return true;
   std::string_view content = View(entityContent);
   while (content.size() >= leastSuspiciousTag) {
@@ -330,7 +426,9 @@ void PushParser::DeclareSubset(xmlChar const* name, xmlChar const* publicId, xml
 
 void PushParser::DeclareEntity(xmlChar const* name, int type, xmlChar const* publicId, xmlChar const* systemId,
                                xmlChar* content) {
-  if (!AdmitsNames() || !Admits(content)) return;
+  if (!AdmitsNames() || !AdmitsContent(content)) return;
+  // With it libxml2 lets entities nest deeper than a stack.
+  if (userData != nullptr) context->options &= ~XML_PARSE_HUGE;
   if (type == XML_EXTERNAL_PARAMETER_ENTITY) {
     // libxml2 would ask for it wherever entities are substituted. What is empty is passed over, and still tells libxml2
     // that there may be declarations which it hasn't seen.
@@ -356,7 +454,7 @@ xmlEntity* PushParser::FindEntity(xmlChar const* name) {
 }
 
 xmlEntity* PushParser::FindParameterEntity(xmlChar const* name) {
-  if (context->nbentities > mostBeforeParameterEntity) Stop();
+  Admits(u"references in front of a parameter entity", context->nbentities, mostBeforeParameterEntity);
   xmlEntity* const entity = xmlSAX2GetParameterEntity(context, name);
   if (entity != nullptr && entity->content != nullptr) CountListMarks(View(entity->content));
   return Expand(entity);
@@ -374,18 +472,17 @@ xmlEntity* PushParser::Expand(xmlEntity* entity) {
 }
 
 bool PushParser::AdmitsAttributeDeclaration() {
-  if (++declaredAttributes > mostAttributeDeclarations) Stop();
-  return AdmitsNames();
+  return Admits(u"declared attributes in an XML document", ++declaredAttributes, mostAttributeDeclarations) &&
+         AdmitsNames();
 }
 
 bool PushParser::AdmitsNames() {
-  if (xmlDictSize(context->dict) > mostNames) Stop();
-  return !isStopped;
+  return Admits(u"names in an XML document", static_cast<std::uint64_t>(xmlDictSize(context->dict)), mostNames);
 }
 
 void PushParser::Count(std::size_t expandedBytes) {
   expanded += expandedBytes;
-  if (expanded > freeExpansion && expanded > mostExpansionPerByte * fed) Stop();
+  Admits(expansionName, expanded, std::max(freeExpansion, mostExpansionPerByte * fed));
 }
 
 }  // namespace ZaM::detail

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "zam/foundation/types.h"
+#include "zam/xml/xml_encoding.h"
 #include "zam/xml/xml_library.h"
 
 namespace ZaM::detail {
@@ -43,18 +44,22 @@ class TagScan {
 ///
 /// Sequence: Feed* Finish TakeDocument?, on one thread
 /// Errors:   BaseException with id 5 where memory runs out, also inside libxml2: the events so far, or the document,
-///           may be wrong then. Malformed documents are no exception.
-///
-/// Beyond XML's own rules a document counts as malformed where
-/// - its elements nest deeper than libxml2 allows: 257 where a document is built, without a limit where events are
-///   reported;
-/// - one start tag has more than 4,096 attributes: libxml2's time grows with the square of their number;
-/// - what it declares itself takes more than 500,000 bytes or has more than 10,000 `|` in it, those in a parameter
-///   entity again for each reference: libxml2's time for one list grows with the square of its length;
-/// - it has more than 50,000 different names: libxml2's time for them grows with the square of their number, too;
-/// - its references to entities stand for more than 1,000,000 bytes and for more than 5 times what has been fed, each
-///   reference, and each declaration, counted with 20 bytes on top, the limits of libxml2 from version 2.11 on; or
-///   where a parameter entity is referred to behind 10,000 references.
+///           may be wrong then. Malformed documents are no exception. LimitExceededException for a document that
+///           - has more than 65,536 bytes in front of the end of its first declaration;
+///           - has a start tag with more than 4,096 attributes: libxml2's time grows with the square of their number;
+///           - declares more than 500,000 bytes itself, more than 10,000 attributes, or has more than 10,000 `|` in its
+///             declarations, those in a parameter entity again for each reference: libxml2's time for one list grows
+///             with the square of its length;
+///           - has more than 50,000 different names: libxml2's time for them grows with the square of their number,
+///           too;
+///           - refers to entities that stand for more than 1,000,000 bytes and for more than 5 times what has been fed,
+///             each reference, and each declaration, counted with 20 bytes on top, the limits of libxml2 from version
+///             2.11 on; or to a parameter entity behind 10,000 references;
+///           - declares an entity, and has a name of more than 50,000 bytes, or 10,000,000 bytes in one tag, value,
+///             comment, processing instruction or CDATA section; where it declares none, a name of 10,000,000 bytes or
+///             1,000,000,000 in one of the others;
+///           - nests deeper than 257 elements where a document is built.
+/// Encodings are those of IsEncodingAllowed; a document in another counts as malformed.
 /// External entities are passed over without being opened; internal ones are substituted where that is switched on.
 class PushParser {
  public:
@@ -125,15 +130,19 @@ class PushParser {
   struct DocumentHandler;
 
   void Begin(std::string_view bytes);
-  void FeedPiece(std::string_view piece);
-  void CheckMemory() const;
+  void AddToHead(std::string_view piece);
+  void ParseHead();
+  void ParsePiece(std::string_view piece);
+  void CheckPending();
+  bool Admits(wchar const* what, std::uint64_t count, std::uint64_t most);
+  void CheckFailures() const;
   [[nodiscard]] std::string_view Pending() const;
   [[nodiscard]] std::uint64_t PendingStart() const;
   [[nodiscard]] bool IsInProlog() const;
   void CheckPendingSubset();
   void CountListMarks(std::string_view declarations);
   void CheckPendingTag();
-  bool Admits(xmlChar const* entityContent);
+  bool AdmitsContent(xmlChar const* entityContent);
   bool AdmitsNames();
   bool CountsAttributes(xmlChar const* const* attributes);
   bool AdmitsAttributes(std::size_t count);
@@ -144,13 +153,20 @@ class PushParser {
   xmlSAXHandler const* handler;
   void* userData;                    // null where a document is built
   bool doSubstitute;                 // of events
-  xmlParserCtxt* context = nullptr;  // null before the first bytes
+  xmlParserCtxt* context = nullptr;  // null before the encoding is known
+  std::string head;                  // the bytes in front of that
+  std::optional<Utf32Decoder> utf32;
   std::uint64_t fed = 0;
   std::uint64_t expanded = 0;
   std::size_t declaredAttributes = 0;
   std::uint64_t subsetEnd = 0;  // of the declarations that have been looked at, among the decoded bytes
   std::size_t listMarks = 0;
   bool isStopped = false;
+  struct {
+    wchar const* what;
+    std::uint64_t count;
+    std::uint64_t most;
+  } limit = {};                // that was passed
   TagScan tag;                 // of the start tag that libxml2 waits for the rest of
   std::uint64_t tagStart = 0;  // its place among the decoded bytes
 };

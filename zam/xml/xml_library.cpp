@@ -4,12 +4,15 @@
 #include <libxml/parser.h>
 #include <libxml/threads.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <mutex>
+#include <string_view>
+#include <vector>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/exceptions.h"
 
 namespace ZaM::detail {
@@ -30,7 +33,7 @@ class Gate {
 
   /// The code behind Load goes away with the library.
   ~Gate() {
-    if (xmlGetExternalEntityLoader() == &Gate::Load) xmlSetExternalEntityLoader(host);
+    if (xmlGetExternalEntityLoader() == &Gate::Load && !hosts.empty()) xmlSetExternalEntityLoader(hosts.back());
   }
 
   /// Takes the place of the host's loader, which may have been set again since.
@@ -38,7 +41,11 @@ class Gate {
     std::lock_guard const lock(mutex);
     xmlExternalEntityLoader const current = xmlGetExternalEntityLoader();
     if (current == &Gate::Load) return;
-    host = current;
+    ReportOutOfMemory([&] {
+      // One that was there before is again what it was then.
+      hosts.erase(std::find(hosts.begin(), hosts.end(), current), hosts.end());
+      hosts.push_back(current);
+    });
     xmlSetExternalEntityLoader(&Gate::Load);
   }
 
@@ -49,15 +56,51 @@ class Gate {
 
  private:
   static xmlParserInputPtr Load(char const* url, char const* id, xmlParserCtxtPtr context) {
-    return scopesOnThisThread > 0 ? nullptr : Instance().host.load()(url, id, context);
+    if (scopesOnThisThread > 0) return nullptr;
+    // A loader of the host may call the one that it found, which is this one where it came after it. That stands for
+    // the loader before the host's, then.
+    thread_local constinit std::size_t nested = 0;
+    xmlExternalEntityLoader const host = Instance().Host(nested);
+    if (host == nullptr) return nullptr;
+    ++nested;
+    xmlParserInputPtr const input = host(url, id, context);
+    --nested;
+    return input;
+  }
+
+  /// The one so many places before the last, or null.
+  xmlExternalEntityLoader Host(std::size_t place) {
+    std::lock_guard const lock(mutex);
+    return place < hosts.size() ? hosts[hosts.size() - 1 - place] : nullptr;
   }
 
   std::mutex mutex;
-  std::atomic<xmlExternalEntityLoader> host = nullptr;
+  std::vector<xmlExternalEntityLoader> hosts;  // each found the one before it
 };
 
 /// While the library is loaded, since libxml2 would lack for good what it gets no memory for when it starts.
 [[maybe_unused]] Gate const& gateAtLoad = Gate::Instance();
+
+/// What libxml2 says where a document passes a limit of its own, and the limit. All of it has blanks, since names from
+/// the document, which have none, may be part of its messages.
+struct Limit {
+  std::string_view message;
+  std::uint64_t most;
+};
+constexpr Limit limits[] = {
+    {"Name too long", 50'000},     {"length too long", 10'000'000}, {"value too long", 10'000'000},
+    {"too big found", 10'000'000}, {"huge text node", 10'000'000},  {"Huge input lookup", 10'000'000},
+    {"too deep, use", 128},        {"Excessive depth", 256},
+};
+
+/// 0 for what is about none.
+std::uint64_t LimitIn(char const* message) {
+  std::string_view const text = message == nullptr ? std::string_view() : message;
+  for (auto const& [part, most] : limits) {
+    if (text.find(part) != std::string_view::npos) return most;
+  }
+  return 0;
+}
 
 /// libxml2 makes settings for each thread when they are first asked for. Where there is no memory for them it reports
 /// that through these settings, and so without an end; that much is asked for before it. Newer versions bear the lack.
@@ -82,12 +125,14 @@ XmlScope::XmlScope() {
   hostContext = xmlStructuredErrorContext;
   // The type of the record differs between versions of libxml2.
   xmlSetStructuredErrorFunc(this, [](void* scope, auto* error) {
-    // A text that is longer than a document may hold comes under the same number.
-    bool const isTooLong = error->message != nullptr && std::strstr(error->message, "huge") != nullptr;
+    auto& self = *static_cast<XmlScope*>(scope);
+    // Limits have no numbers of their own, and that of a long text is the one of lacking memory.
+    std::uint64_t const limit = error->level == XML_ERR_FATAL ? LimitIn(error->message) : 0;
+    if (limit != 0) self.passedLimit = limit;
+    if (error->code == XML_ERR_ENTITY_LOOP) self.hasFoundLoop = true;
     // An encoding for whose tables there is no memory counts as unknown.
     bool const lacksTables = error->code == XML_ERR_UNSUPPORTED_ENCODING && errno == ENOMEM;
-    if ((error->code == XML_ERR_NO_MEMORY && !isTooLong) || lacksTables)
-      static_cast<XmlScope*>(scope)->RunOutOfMemory();
+    if ((error->code == XML_ERR_NO_MEMORY && limit == 0) || lacksTables) self.RunOutOfMemory();
   });
   ++scopesOnThisThread;
   errno = 0;

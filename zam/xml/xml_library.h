@@ -4,6 +4,8 @@
 
 #include <libxml/xmlerror.h>
 
+#include <cstdint>
+
 namespace ZaM::detail {
 
 /// Surrounds every use of libxml2 by the library. It makes libxml2 ready, and while one lives on a thread:
@@ -26,6 +28,12 @@ class XmlScope {
   /// Whether an allocation of libxml2 has failed: what it made since is incomplete, even where it looks complete.
   [[nodiscard]] bool HasRunOutOfMemory() const { return isOutOfMemory; }
 
+  /// The limit, where something was larger, or deeper, than libxml2 takes, which it treats as malformed; else 0.
+  [[nodiscard]] std::uint64_t PassedLimit() const { return passedLimit; }
+
+  /// Whether libxml2 takes the document's entities for recursive. It does so where they nest deep or grow much, too.
+  [[nodiscard]] bool HasFoundLoop() const { return hasFoundLoop; }
+
   /// For a failure that libxml2 doesn't report.
   void RunOutOfMemory() { isOutOfMemory = true; }
 
@@ -33,6 +41,8 @@ class XmlScope {
   xmlStructuredErrorFunc hostFunction;  // what reports go to outside of the scope
   void* hostContext;
   bool isOutOfMemory = false;
+  bool hasFoundLoop = false;
+  std::uint64_t passedLimit = 0;
 };
 
 /// The two switches that stay as the last operation of the process set them. libxml2's own are per thread and shared

@@ -45,10 +45,19 @@ namespace ZaM {
 ///   between elements is text like any other.
 ///
 /// Malformed documents: nothing is reported. The events up to the place of the fault have been sent, and the operation
-///   returns; what the callbacks saw tells whether the document was complete. A document also counts as malformed that
-///   has more than 4,096 attributes on one element, more than 50,000 different names, or 500,000 bytes of declarations;
-///   or whose references to entities stand for more than 1,000,000 bytes and for more than 5 times the document.
-///   Nothing outside the document is ever opened: external entities are passed over. Defaults of attributes are, too.
+///   returns; what the callbacks saw tells whether the document was complete. Nothing outside the document is ever
+///   opened: external entities are passed over. Defaults of attributes are, too.
+///
+/// Encodings: UTF-8, UTF-16, UTF-32, ASCII, ISO-8859-x, windows-125x, Shift_JIS, ISO-2022-JP, the EUC and KOI8
+///   families, GB2312, GBK, GB18030 and Big5. A document that names another counts as malformed. For all but the first
+///   two, ASCII and ISO-8859-1, the C library opens its own tables.
+///
+/// Limits, each with a LimitExceededException where it is passed, after the events in front of that place: 4,096
+///   attributes on one element; 50,000 different names; 500,000 bytes of declarations, and 10,000 declared attributes
+///   and as many values in lists; references to entities that stand for more than 1,000,000 bytes and for more than 5
+///   times the document, each reference counted with 20 bytes on top, or that nest deeper than libxml2 takes; in a
+///   document that declares entities, 50,000 bytes in a name and 10,000,000 in one tag, value, comment, processing
+///   instruction or CDATA section.
 ///
 /// Sequence: one parse after the other, each with the same parser or another. A callback may parse another document
 ///           with the parser that it was called by: that parse has a stack of its own, and the outer one goes on with
@@ -56,10 +65,10 @@ namespace ZaM {
 /// Owning:   callbacks stay their makers'; they must live as long as they are on the stack.
 /// Threads:  one thread at a time; separate parsers are independent.
 /// Errors:   BaseException with id 1 for a null callback, before anything happens; with id 5 where memory runs out,
-///           also inside libxml2; with id 17 where libxml2 can't convert. FileIOException with id 2003 for a file that
-///           can't be opened, 2004 for one that can't be read or whose compressed data is damaged. What a callback
-///           throws ends the parse, whose file is closed, and leaves ParseFile and ParseMemory. The parser can be used
-///           again after each of these.
+///           also inside libxml2; with id 17 where libxml2 can't convert. LimitExceededException as said.
+///           FileIOException with id 2003 for a file that can't be opened, 2004 for one that can't be read or whose
+///           compressed data is damaged. What a callback throws ends the parse, whose file is closed, and leaves
+///           ParseFile and ParseMemory. The parser can be used again after each of these.
 class ZAM_EXPORT XmlSaxParser {
  public:
   XmlSaxParser() = default;
