@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <boost/regex.hpp>
+#include <chrono>
 #include <random>
 #include <string>
 #include <utility>
@@ -128,11 +129,41 @@ TEST(Regex, HandsOverTheEnginesOwnExceptionAndStaysUsable) {
 
   Regex range(u"[Z-a]", true);  // upside down in lower case
   for (int i = 0; i < 2; ++i) EXPECT_THROW(range.Match(u"a"), boost::regex_error);
+}
 
-  Regex endless(u"c|(?:a?){40}(?:a){40}b", false);
-  EXPECT_EQ(Find(endless, u"c"), (Places{{0, 1}}));
-  EXPECT_THROW(endless.Match(u"c" + wstring(60, u'a')), boost::regex_error);
-  EXPECT_EQ(Find(endless, u"xc"), (Places{{1, 1}}));
+wstring Repeated(std::size_t times, wstring const& text) {
+  wstring all;
+  while (times-- > 0) all += text;
+  return all;
+}
+
+// Each pattern beside a text that it may still take its time for, and one that would take seconds to days.
+TEST(Regex, GivesUpInProportionToTheText) {
+  struct {
+    wstring pattern, accepted;
+    std::size_t count;
+    wstring refused;
+  } const cases[] = {
+      {u"(a+)+$", wstring(100'000, u'a'), 1, wstring(100'000, u'a') + u'!'},
+      {u"((((a*)*)*)*)*b", wstring(1'000, u'a') + u'b', 1, wstring(100'000, u'a')},  // states that read nothing
+      {u"(?:a?){40}(?:a){40}b", wstring(8, u'a'), 0, wstring(60, u'a')},
+      {u"a*a*!|a", wstring(200, u'a'), 200, wstring(100'000, u'a')},      // each search stays within its own bound
+      {u"(?>a+|c)b", wstring(2'500, u'a'), 0, wstring(1'000'000, u'a')},  // one state reads all the rest
+      {u"(?>a+|c)b", Repeated(10'000, wstring(40, u'a') + u'!'), 0, Repeated(1'000, wstring(400, u'a') + u'!')},
+  };
+  for (auto const& [pattern, accepted, count, refused] : cases) {
+    auto const start = std::chrono::steady_clock::now();
+    Regex regex(pattern, false);
+    EXPECT_EQ(Find(regex, accepted).size(), count) << testing::PrintToString(pattern);
+    try {
+      regex.Match(refused);
+      ADD_FAILURE() << testing::PrintToString(pattern);
+    } catch (boost::regex_error const& failure) {
+      EXPECT_EQ(failure.code(), boost::regex_constants::error_complexity);
+    }
+    EXPECT_EQ(Find(regex, accepted).size(), count) << "is usable again";
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::minutes(1));
+  }
 }
 
 TEST(Regex, DestroysAMillionMatchesOnASmallStack) {

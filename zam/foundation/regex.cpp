@@ -1,7 +1,13 @@
 #include "zam/foundation/regex.h"
 
+// The most states of one search, where they follow the square of the text.
+#define BOOST_REGEX_MAX_STATE_COUNT 10'000'000
+
 #include <boost/regex.hpp>
+#include <compare>
 #include <cstddef>
+#include <cstdint>
+#include <iterator>
 #include <new>
 #include <utility>
 
@@ -17,6 +23,60 @@ Expression compile(wstring const& pattern, bool ignoreCase) {
   auto const flags = ignoreCase ? boost::regex_constants::icase : boost::regex_constants::normal;
   return Expression(pattern.data(), pattern.data() + pattern.size(), flags);
 }
+
+/// The steps that one Match may still take: readings and comparisons of places. The engine bounds the states of each
+/// search alone, and not what is read in a state: a pattern can take days for a megabyte. Ordinary patterns take less
+/// than 30 steps for a unit; the constant part lets short texts have what the engine allows.
+class Steps {
+ public:
+  explicit Steps(std::size_t textSize) : left(10'000'000 + 100 * static_cast<std::int64_t>(textSize)) {}
+
+  void Count() {
+    if (--left < 0) throw boost::regex_error(boost::regex_constants::error_complexity);
+  }
+
+ private:
+  std::int64_t left;
+};
+
+/// A place in a text for the engine, which counts the steps there (regex_benchmark: a nanosecond or two for a unit).
+class CountingIterator {
+ public:
+  using iterator_category = std::random_access_iterator_tag;
+  using value_type = wchar;
+  using difference_type = std::ptrdiff_t;
+  using pointer = wchar const*;
+  using reference = wchar const&;
+
+  CountingIterator() = default;
+  CountingIterator(wchar const* unit, Steps& counter) : place(unit), steps(&counter) {}
+
+  reference operator*() const {
+    steps->Count();
+    return *place;
+  }
+  CountingIterator& operator+=(difference_type n) {
+    place += n;
+    return *this;
+  }
+  CountingIterator& operator-=(difference_type n) { return *this += -n; }
+  CountingIterator& operator++() { return *this += 1; }
+  CountingIterator& operator--() { return *this += -1; }
+  CountingIterator operator++(int) { return std::exchange(*this, *this + 1); }
+  CountingIterator operator--(int) { return std::exchange(*this, *this + -1); }
+  friend CountingIterator operator+(CountingIterator it, difference_type n) { return it += n; }
+  friend CountingIterator operator-(CountingIterator it, difference_type n) { return it -= n; }
+  friend difference_type operator-(CountingIterator a, CountingIterator b) { return a.place - b.place; }
+  friend bool operator==(CountingIterator a, CountingIterator b) {
+    a.steps->Count();
+    return a.place == b.place;
+  }
+  friend auto operator<=>(CountingIterator a, CountingIterator b) { return a.place <=> b.place; }
+
+ private:
+  wchar const* place = nullptr;
+  Steps* steps = nullptr;
+};
 
 /// The records of a list, many to an allocation: one for each would take longer than the searches of a pattern that
 /// matches everywhere (regex_benchmark). The first record of a list lies at the start of its first block.
@@ -87,10 +147,11 @@ _Match* Regex::Match(wstring text) {
   destroyList(std::exchange(matches, nullptr));
   Expression const expression = compile(pattern, ignoreCase);
   RecordList list(matches);
-  wchar const* const begin = text.data();
-  wchar const* const end = begin + text.size();
-  boost::match_results<wchar const*> what;
-  for (wchar const* start = begin;
+  Steps steps(text.size());
+  CountingIterator const begin(text.data(), steps);
+  CountingIterator const end(text.data() + text.size(), steps);
+  boost::match_results<CountingIterator> what;
+  for (CountingIterator start = begin;
        boost::regex_search(start, end, what, expression, boost::regex_constants::match_not_initial_null);
        start = what[0].second) {
     list.Append(what[0].first - begin, what[0].length(), true);

@@ -44,11 +44,17 @@ class ZAM_EXPORT _Match {
 /// lookbehind see nothing in front. A search finds an empty match only behind its beginning. `^` and `$` also match at
 /// the lines of the text.
 ///
+/// A pattern can take far more steps than its text is long: `(a+)+$` tries all ways to part a row of `a`. Match gives
+/// up where it takes more than 10,000,000 + 100 n steps for a text of n units, or where one search passes a bound of
+/// the engine, which follows the length of the text and the square of the pattern's. Ordinary patterns take less than
+/// 30 steps for a unit.
+///
 /// Owning:  owns the list of the last Match.
 /// Threads: one thread at a time; separate objects are independent.
 /// Errors:  boost::regex_error, from the constructor for a malformed pattern; from Match for a pattern that only
-///          without regard to case is malformed (such as `[Z-a]`), or that takes too many steps on this text. A program
-///          that catches it includes <boost/regex.hpp>; others need nothing of Boost. std::bad_alloc.
+///          without regard to case is malformed (such as `[Z-a]`), or, with the code error_complexity or error_stack,
+///          where it gives up. A program that catches it includes <boost/regex.hpp>; others need nothing of Boost.
+///          std::bad_alloc.
 class ZAM_EXPORT Regex {
  public:
   /// `ignoreCase` is heeded by Match alone.
