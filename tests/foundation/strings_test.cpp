@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <random>
 #include <string>
 #include <utility>
 
@@ -21,6 +22,7 @@ TEST(Strings, AreSubstituted) {
       {u"aaa", u"aa", u"b", u"ba"},
       {u"ab", u"b", u"bb", u"abb"},  // what was put in isn't searched again
       {u"xaab", u"ab", u"", u"xa"},  // a false start before the occurrence
+      {u"abaababab", u"abab", u"-", u"aba-ab"},
       {u"abc", u"X", u"Y", u"abc"},
       {u"abc", u"", u"Y", u"abc"},
       {u"aXb\0Xc"s, u"X", u"Y\0Z"s, u"aY\0Zb\0Xc"s},  // searches end at a zero unit, and nothing is lost
@@ -31,6 +33,36 @@ TEST(Strings, AreSubstituted) {
   }
   EXPECT_EQ(DeleteStr(u"a-b_c-", u"-_"), u"abc");
   EXPECT_EQ(DeleteStr(u"a\0b-c"s, u"-\0b"s), u"a\0bc"s);
+}
+
+TEST(Strings, AreSearchedAsByThePlainWay) {
+  std::mt19937 random(3);
+  auto const anyText = [&](std::size_t most) {
+    wstring text(random() % (most + 1), u'a');
+    for (wchar& unit : text) unit = static_cast<wchar>(u'a' + random() % 2);
+    return text;
+  };
+  for (int round = 0; round < 20'000; ++round) {
+    wstring const text = anyText(24), sought = anyText(6) + u'a';
+    wstring plain = text;
+    for (std::size_t i = 0; (i = plain.find(sought, i)) != plain.npos; ++i) plain.replace(i, sought.size(), u"-");
+    ASSERT_EQ(Replace(text, sought, u"-"), plain) << testing::PrintToString(text) << testing::PrintToString(sought);
+    wstring left, right;
+    ASSERT_EQ(Split(text, sought, left, right), text.find(sought) != text.npos);
+    ASSERT_TRUE(left.empty() || left == text.substr(0, text.find(sought)));
+  }
+}
+
+// A plain search takes the product of both lengths: minutes.
+TEST(Strings, AreSearchedInTimeThatFollowsTheirLength) {
+  constexpr std::size_t length = 1'000'000;
+  wstring const text(length, u'a');
+  wstring const half(length / 2, u'a');
+  EXPECT_EQ(Replace(text, half, u"b"), u"bb");
+  EXPECT_EQ(Replace(text, half + u'b', u"").size(), length);
+  EXPECT_EQ(DeleteStr(text, wstring(length, u'b')).size(), length);
+  wstring left, right;
+  EXPECT_FALSE(Split(text, half + u'b', left, right));
 }
 
 TEST(Strings, AreCutAtTheFirstSeparator) {

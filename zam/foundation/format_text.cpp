@@ -14,7 +14,9 @@ namespace {
 /// A text that takes no more than its limit; the rest is dropped.
 class BoundedText {
  public:
-  explicit BoundedText(std::size_t mostUnits) : limit(mostUnits) {}
+  BoundedText(std::size_t mostUnits, std::size_t expectedUnits) : limit(mostUnits) {
+    text.reserve(std::min(limit, expectedUnits));
+  }
 
   void Append(std::u16string_view units) { text += units.substr(0, limit - text.size()); }
   void Fill(std::size_t count, wchar unit) { text.append(std::min(count, limit - text.size()), unit); }
@@ -27,7 +29,7 @@ class BoundedText {
 
 /// A converted argument: `zeros` digits 0 stand between the prefix and the digits.
 struct Converted {
-  wstring prefix;
+  std::u16string_view prefix;
   std::size_t zeros = 0;
   std::u16string_view body;
 };
@@ -42,27 +44,38 @@ void AppendPadded(BoundedText& out, Placeholder const& placeholder, Converted co
   if (placeholder.left) out.Fill(padding, u' ');
 }
 
-wstring Digits(std::uint32_t number, wchar conversion) {
-  int const base = conversion == u'o' ? 8 : (conversion | 0x20) == u'x' ? 16 : 10;
-  std::array<char, 11> buffer;
-  auto const end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number, base).ptr;
-  wstring digits(buffer.data(), end);
-  if (conversion == u'X') {
-    for (wchar& digit : digits) digit = digit >= u'a' ? static_cast<wchar>(digit - u'a' + u'A') : digit;
+/// The digits of a number, without a sign.
+class Digits {
+ public:
+  Digits(std::uint32_t number, wchar conversion) {
+    int const base = conversion == u'o' ? 8 : (conversion | 0x20) == u'x' ? 16 : 10;
+    std::array<char, mostDigits> narrow;
+    char* const end = std::to_chars(narrow.data(), narrow.data() + narrow.size(), number, base).ptr;
+    std::transform(narrow.data(), end, units.begin(), [&](char digit) {
+      return static_cast<wchar>(conversion == u'X' && digit >= 'a' ? digit - 'a' + 'A' : digit);
+    });
+    count = static_cast<std::size_t>(end - narrow.data());
   }
-  return digits;
-}
 
-wstring Prefix(Placeholder const& placeholder, bool negative, bool zero) {
+  [[nodiscard]] std::u16string_view View() const { return {units.data(), count}; }
+
+ private:
+  static constexpr std::size_t mostDigits = 11;
+  std::array<wchar, mostDigits> units;
+  std::size_t count;
+};
+
+std::u16string_view Prefix(Placeholder const& placeholder, bool negative, bool zero) {
   if (placeholder.conversion == u'd') return negative ? u"-" : placeholder.plus ? u"+" : placeholder.blank ? u" " : u"";
-  bool const hexadecimal = (placeholder.conversion | 0x20) == u'x';
-  return hexadecimal && placeholder.alternate && !zero ? wstring{u'0', placeholder.conversion} : wstring();
+  if (!placeholder.alternate || zero) return {};
+  return placeholder.conversion == u'x' ? u"0x" : placeholder.conversion == u'X' ? u"0X" : u"";
 }
 
 void AppendNumber(BoundedText& out, Placeholder const& placeholder, std::uint32_t number) {
   bool const negative = placeholder.conversion == u'd' && static_cast<std::int32_t>(number) < 0;
-  wstring digits = Digits(negative ? 0 - number : number, placeholder.conversion);
-  if (number == 0 && placeholder.precision == std::size_t{0}) digits.clear();
+  Digits const converter(negative ? 0 - number : number, placeholder.conversion);
+  bool const isBlank = number == 0 && placeholder.precision == std::size_t{0};
+  std::u16string_view const digits = isBlank ? std::u16string_view() : converter.View();
 
   Converted converted{Prefix(placeholder, negative, number == 0), 0, digits};
   std::size_t fewest = placeholder.precision.value_or(0);
@@ -104,7 +117,8 @@ bool AppendArgument(BoundedText& out, Placeholder const& placeholder, FormatArgu
 }  // namespace
 
 wstring FormatText(std::u16string_view text, std::span<FormatArgument const> arguments, std::size_t capacity) {
-  BoundedText out(capacity - 1);
+  constexpr std::size_t usualArguments = 32;  // units
+  BoundedText out(capacity - 1, text.size() + usualArguments);
   for (;;) {
     std::u16string_view const plain = text.substr(0, text.find(u'%'));
     out.Append(plain);

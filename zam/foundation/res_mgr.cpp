@@ -1,8 +1,11 @@
 #include "zam/foundation/res_mgr.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <new>
 #include <optional>
+#include <span>
+#include <string_view>
 #include <utility>
 
 #include "zam/foundation/format_text.h"
@@ -50,10 +53,12 @@ bool StaysInFolder(std::u16string_view name) {
   return name.find_first_of(u"/\\") == name.npos && name.find(u"..") == name.npos;
 }
 
-using Arguments = std::vector<detail::FormatArgument>;
+wstring Format(std::u16string_view text, std::initializer_list<detail::FormatArgument> arguments, std::size_t count) {
+  return detail::FormatText(text, std::span(arguments.begin(), count), capacity);
+}
 
-wstring Format(std::u16string_view text, Arguments const& arguments) {
-  return detail::FormatText(text, arguments, capacity);
+wstring Missing(unsigned int id) {
+  return Format(u"Resource string #%d not found!", {id}, 1);
 }
 
 }  // namespace
@@ -137,15 +142,17 @@ wchar* ResMgr::GetLanguage() {
   return language;
 }
 
+std::u16string_view ResMgr::findText(unsigned int id) const {
+  std::u16string_view found;
+  if (satelliteHandle != nullptr) found = satelliteHandle->FindText(id);
+  if (found.empty() && moduleHandle != nullptr) found = moduleHandle->FindText(id);
+  return found;
+}
+
 bool ResMgr::GetString(unsigned int id, wstring& text) const {
-  for (HINSTANCE const source : {satelliteHandle, moduleHandle}) {
-    std::u16string_view const found = source == nullptr ? std::u16string_view() : source->FindText(id);
-    if (found.empty()) continue;
-    text = found;
-    return true;
-  }
-  text = Format(u"Resource string #%d not found!", {id});
-  return false;
+  std::u16string_view const found = findText(id);
+  text = found.empty() ? Missing(id) : wstring(found);
+  return !found.empty();
 }
 
 wstring ResMgr::GetString(unsigned int id) const {
@@ -155,27 +162,22 @@ wstring ResMgr::GetString(unsigned int id) const {
 }
 
 wstring ResMgr::GetString(unsigned int id, wchar const* a, wchar const* b, wchar const* c) const {
-  wstring text;
-  if (!GetString(id, text)) return text;
-  if (b == nullptr) return Format(text, {a});
-  return c == nullptr ? Format(text, {a, b}) : Format(text, {a, b, c});
+  std::u16string_view const text = findText(id);
+  if (text.empty()) return Missing(id);
+  return Format(text, {a, b, c}, b == nullptr ? 1 : c == nullptr ? 2 : 3);
 }
 
 wstring ResMgr::GetStringL(unsigned int id, std::int32_t const* a, std::int32_t const* b, std::int32_t const* c) const {
-  wstring text;
-  if (!GetString(id, text)) return text;
-  Arguments arguments;
-  for (std::int32_t const* const number : {a, b, c}) {
-    if (number == nullptr) break;
-    arguments.emplace_back(*number);
-  }
-  return Format(text, arguments);
+  std::u16string_view const text = findText(id);
+  if (text.empty()) return Missing(id);
+  std::size_t const count = a == nullptr ? 0 : b == nullptr ? 1 : c == nullptr ? 2 : 3;
+  return Format(text, {count > 0 ? *a : 0, count > 1 ? *b : 0, count > 2 ? *c : 0}, count);
 }
 
 wstring ResMgr::GetStringT(unsigned int id, unsigned int const* a) const {
-  wstring text;
-  if (!GetString(id, text)) return text;
-  return a == nullptr ? Format(text, {}) : Format(text, {*a});
+  std::u16string_view const text = findText(id);
+  if (text.empty()) return Missing(id);
+  return a == nullptr ? Format(text, {}, 0) : Format(text, {*a}, 1);
 }
 
 wstring ResMgr::GetStringUI32(unsigned int id, unsigned int const* a) const {

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "zam/foundation/export.h"
@@ -89,6 +90,7 @@ class ZAM_EXPORT ResMgr {
 
   bool LoadResources(wstring folder, wstring fileName, bool asDataFile);
   bool GetString(unsigned int id, wstring& text) const;
+  [[nodiscard]] std::u16string_view findText(unsigned int id) const;
   bool chooseLanguage(std::vector<wstring> const& candidates, bool asDataFile);
   bool initIn(HINSTANCE module, wstring const& wanted);
   void setLanguage(std::u16string_view code);

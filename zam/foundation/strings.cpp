@@ -1,11 +1,13 @@
 #include "zam/foundation/strings.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cerrno>
 #include <cstddef>
 #include <iterator>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "zam/platform/case_mapping.h"
 #include "zam/platform/unicode.h"
@@ -18,6 +20,41 @@ namespace {
 std::u16string_view terminated(std::u16string_view text) {
   return text.substr(0, text.find(u'\0'));
 }
+
+/// Finds one text in others, in time that follows the length of both alone (Knuth, Morris and Pratt): where a match
+/// breaks off, its longest end that is also a beginning of what is sought goes on.
+///
+///     abab in abaabab: "aba" breaks off at the second a and goes on as "a".
+class Finder {
+ public:
+  explicit Finder(std::u16string_view soughtText) : sought(soughtText), borders(sought.size() + 1) {
+    for (std::size_t length = 1; length < sought.size(); ++length) {
+      borders[length + 1] = extended(borders[length], sought[length]);
+    }
+  }
+
+  /// The first place at `from` or after; npos without one.
+  [[nodiscard]] std::size_t Find(std::u16string_view text, std::size_t from) const {
+    std::size_t matched = 0;
+    for (std::size_t i = from; matched < sought.size(); ++i) {
+      if (matched == 0) i = text.find(sought[0], i);
+      if (i >= text.size()) return text.npos;
+      matched = extended(matched, text[i]);
+      from = i + 1;
+    }
+    return from - sought.size();
+  }
+
+ private:
+  /// The length of the match after `unit`, where `matched` units stand before it and aren't all.
+  [[nodiscard]] std::size_t extended(std::size_t matched, wchar unit) const {
+    while (matched > 0 && sought[matched] != unit) matched = borders[matched];
+    return sought[matched] == unit ? matched + 1 : 0;
+  }
+
+  std::u16string_view sought;
+  std::vector<std::size_t> borders;  // by the length of a beginning: that of its longest end that is a beginning too
+};
 
 void mapCase(wchar* text, std::size_t length, wchar (*map)(wchar)) {
   std::transform(text, text + length, text, map);
@@ -43,25 +80,26 @@ wstring Replace(wstring const& text, wstring const& search, wstring const& repla
   auto const searched = terminated(text);
   auto const wanted = terminated(search);
   if (wanted.empty()) return text;
+  Finder const finder(wanted);
   wstring result;
   std::size_t done = 0;
-  for (std::size_t found; (found = searched.find(wanted, done)) != searched.npos; done = found + wanted.size()) {
+  for (std::size_t found; (found = finder.Find(searched, done)) != searched.npos; done = found + wanted.size()) {
     result.append(text, done, found - done).append(replacement);
   }
   return result.append(text, done);
 }
 
 wstring DeleteStr(wstring const& text, wstring const& characters) {
-  auto const deleted = terminated(characters);
+  std::bitset<0x10000> deleted;
+  for (wchar const unit : terminated(characters)) deleted.set(unit);
   wstring result;
-  std::copy_if(text.begin(), text.end(), std::back_inserter(result),
-               [&](wchar unit) { return deleted.find(unit) == deleted.npos; });
+  std::ranges::remove_copy_if(text, std::back_inserter(result), [&](wchar unit) { return deleted[unit]; });
   return result;
 }
 
 bool Split(wstring const& text, wstring const& separator, wstring& left, wstring& right) {
   auto const sought = terminated(separator);
-  auto const found = terminated(text).find(sought);
+  auto const found = Finder(sought).Find(terminated(text), 0);
   if (found == wstring::npos) return false;
   wstring before(text, 0, found);
   wstring behind(text, found + sought.size());

@@ -11,6 +11,8 @@
 // All may be called on any thread at any time. They throw nothing but std::bad_alloc, and leave their outputs alone
 // then. Outputs may be the same objects as inputs.
 //
+// Their time follows the length of their texts, whatever is searched for in them.
+//
 // A search ends at the first zero unit of the text that it goes through, and texts and sets that are searched for end
 // at their own one: a zero unit is never found. What stands behind it still belongs to the text and isn't lost.
 namespace ZaM {
