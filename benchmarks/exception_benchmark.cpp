@@ -24,11 +24,13 @@ void Standard(benchmark::State& state) {
 
 ZaM::wstring const path = u"letters/inbox.xml";
 
-BENCHMARK_CAPTURE(Describe, index, [] { return ZaM::OutOfBoundsException(ZaM::ErrorId::IndexOutOfRange, 7, 5); })
-    ->Name("describe_index/zam");
+BENCHMARK_CAPTURE(Describe, index, [] {
+  return ZaM::OutOfBoundsException(ZaM::ErrorId::IndexOutOfRange, 7, 5);
+})->Name("describe_index/zam");
 BENCHMARK(Standard)->Name("describe_index/filesystem_error");
-BENCHMARK_CAPTURE(Describe, file, [] { return ZaM::FileIOException(ZaM::ErrorId::FileOpen, path); })
-    ->Name("describe_file/zam");
+BENCHMARK_CAPTURE(Describe, file, [] {
+  return ZaM::FileIOException(ZaM::ErrorId::FileOpen, path);
+})->Name("describe_file/zam");
 BENCHMARK(Standard)->Name("describe_file/filesystem_error");
 
 }  // namespace
