@@ -256,14 +256,14 @@ void PushParser::Feed(std::string_view bytes) {
 
 /// The first bytes, which are held back until they tell the encoding.
 void PushParser::AddToHead(std::string_view piece) {
-  ReportOutOfMemory([&] { head += piece; });
-  if (IsHeadComplete(head)) return ParseHead();
+  bool const isComplete = ReportOutOfMemory([&] { return IsHeadComplete(head += piece); });
+  if (isComplete) return ParseHead();
   Admits(u"bytes of an XML declaration", head.size(), mostDeclaration);
   CheckFailures();
 }
 
 void PushParser::ParseHead() {
-  if (!IsEncodingAllowed(head)) return Stop();
+  if (!ReportOutOfMemory([&] { return IsEncodingAllowed(head); })) return Stop();
   utf32 = Utf32Decoder::For(head);
   if (utf32) ReportOutOfMemory([&] { head = utf32->Decode(head); });
   Begin(head);

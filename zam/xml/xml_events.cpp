@@ -30,6 +30,11 @@ bool IsBlank(std::string_view text) {
   return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
+/// Whether a piece of text that stays is one of those that Space::isKept is about.
+bool IsSignOfBlanks(std::string_view text) {
+  return IsBlank(text.substr(0, 1)) || std::any_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
+}
+
 /// What a value of an attribute that isn't CDATA is: tokens with a blank between each two.
 std::string Tokens(std::string_view value) {
   std::string tokens;
@@ -114,12 +119,16 @@ class XmlEventParser::Libxml2 {
   [[nodiscard]] bool IsWellFormed() const { return !hasFailed && push.IsWellFormed(); }
 
  private:
+  /// What `xml:space` says, or a text that an element has: libxml2 takes what begins with a blank, and stays, for a
+  /// sign that all of the element's blanks mean something.
+  enum class Space { unknown, isDefault, isPreserved, isKept };
+
   /// An element that is open, for what its blanks mean.
   struct Open {
     int content;
-    bool isPreserved;
+    Space space;
     bool hasChild = false;
-    bool beginsWithText = false;
+    bool beginsWithText = false;  // a CDATA section isn't one
     bool endsWithText = false;
     std::size_t declaredPrefixes = 0;
   };
@@ -157,21 +166,22 @@ class XmlEventParser::Libxml2 {
 
   void StartElement(xmlChar const* elementName, xmlChar const** pairs);
   void AddAttributes(Declarations::Element const* declared, xmlChar const** pairs);
-  void AddDefaults(Declarations::Element const& declared);
   std::string_view Value(Declarations::Element const* declared, std::string_view name, std::string_view value);
   std::string FirstPiece(std::string_view value);
   std::string_view Keep(std::string value) { return values.emplace_back(std::move(value)); }
 
-  void DeclarePrefixes();
+  void DeclarePrefixes(Declarations::Element const* declared);
   void DeclarePrefix(std::string_view prefix, std::string_view uri);
   [[nodiscard]] std::string_view LocalName(std::string_view name) const;
 
-  void OpenElement(Declarations::Element const* declared);
+  void OpenElement();
   void EndElement(std::string_view name);
   void AddText(std::string_view text, bool isLiteral);
   void AddCData(std::string_view text);
   void AddReference(std::string_view name, std::string_view content);
   void EndText(bool isInFrontOfEnd);
+  void KeepBlanks();
+  void KeepPendingBlanks();
   void CountChild(bool isText);
 
   static xmlSAXHandler const handler;
@@ -194,6 +204,7 @@ class XmlEventParser::Libxml2 {
   std::vector<std::string> declaredPrefixes;
   std::string blanks;         // a run that may have to be left out
   bool isRunWritten = false;  // whether the run of text that goes on has been told of
+  bool isRunLiteral = false;  // and stands in the document as it is
 };
 
 void XmlEventParser::Libxml2::StartElement(xmlChar const* elementName, xmlChar const** pairs) {
@@ -206,9 +217,13 @@ void XmlEventParser::Libxml2::StartElement(xmlChar const* elementName, xmlChar c
     attributes.clear();
     values.clear();
     AddAttributes(declared, pairs);
-    if (options.isModel && declared != nullptr) AddDefaults(*declared);
-    if (options.isModel || !options.keepsBlanks) OpenElement(declared);
-    if (options.isModel) DeclarePrefixes();
+    if (options.isModel || !options.keepsBlanks) OpenElement();
+    if (options.isModel) DeclarePrefixes(declared);
+    // libxml2 looks for declarations of the name without its prefix.
+    if (!open.empty()) {
+      Declarations::Element const* const model = declarations.Find(LocalName(name));
+      if (model != nullptr) open.back().content = model->content;
+    }
   });
   ++depth;
   receiver.OnStartElement({name, LocalName(name), attributes});
@@ -218,18 +233,6 @@ void XmlEventParser::Libxml2::AddAttributes(Declarations::Element const* declare
   for (; pairs != nullptr && *pairs != nullptr; pairs += 2) {
     std::string_view const name = View(pairs[0]);
     attributes.push_back({name, name, Value(declared, name, View(pairs[1]))});
-  }
-}
-
-void XmlEventParser::Libxml2::AddDefaults(Declarations::Element const& declared) {
-  if (declared.defaults.empty()) return;
-  std::unordered_set<std::string_view> present;
-  for (XmlAttribute const& attribute : attributes) present.insert(attribute.name);
-  for (Declarations::Default const* const added : declared.defaults) {
-    if (present.contains(added->name)) continue;
-    push.CountDefault(added->value.size());
-    attributes.push_back({added->name, added->name, added->value});
-    if (!options.substitutesEntities) attributes.back().value = Keep(FirstPiece(added->value));
   }
 }
 
@@ -259,9 +262,14 @@ std::string XmlEventParser::Libxml2::FirstPiece(std::string_view value) {
   return std::string(push.ContentOf(name));
 }
 
-void XmlEventParser::Libxml2::DeclarePrefixes() {
+void XmlEventParser::Libxml2::DeclarePrefixes(Declarations::Element const* declared) {
   for (XmlAttribute const& attribute : attributes) {
     if (char const* const prefix = DeclaredPrefix(attribute.name)) DeclarePrefix(prefix, attribute.value);
+  }
+  if (declared != nullptr) {
+    for (Declarations::Default const* const added : declared->defaults) {
+      if (char const* const prefix = DeclaredPrefix(added->name)) DeclarePrefix(prefix, added->value);
+    }
   }
   std::erase_if(attributes, [](XmlAttribute const& attribute) { return DeclaredPrefix(attribute.name) != nullptr; });
   for (XmlAttribute& attribute : attributes) attribute.localName = LocalName(attribute.name);
@@ -286,12 +294,14 @@ std::string_view XmlEventParser::Libxml2::LocalName(std::string_view name) const
   return isDeclared ? name.substr(colon + 1) : name;
 }
 
-void XmlEventParser::Libxml2::OpenElement(Declarations::Element const* declared) {
-  bool isPreserved = !open.empty() && open.back().isPreserved;
+void XmlEventParser::Libxml2::OpenElement() {
+  Space space = open.empty() || open.back().space == Space::isKept ? Space::unknown : open.back().space;
   for (XmlAttribute const& attribute : attributes) {
-    if (attribute.name == "xml:space") isPreserved = attribute.value == "preserve";
+    if (attribute.name != "xml:space") continue;
+    if (attribute.value == "preserve") space = Space::isPreserved;
+    if (attribute.value == "default") space = Space::isDefault;
   }
-  open.push_back({declared == nullptr ? XML_ELEMENT_TYPE_UNDEFINED : declared->content, isPreserved});
+  open.push_back({XML_ELEMENT_TYPE_UNDEFINED, space});
 }
 
 void XmlEventParser::Libxml2::EndElement(std::string_view name) {
@@ -311,12 +321,16 @@ void XmlEventParser::Libxml2::EndElement(std::string_view name) {
 void XmlEventParser::Libxml2::AddText(std::string_view text, bool isLiteral) {
   if (text.empty()) return;
   if (options.keepsBlanks) return receiver.OnCharacters(text);
+  // What stands behind a reference is judged by itself.
+  if (isLiteral && !isRunLiteral) isRunWritten = false;
+  isRunLiteral = isLiteral;
   if (!isRunWritten && isLiteral && IsBlank(text)) {
     ReportOutOfMemory([&] { blanks += text; });
     return;
   }
   if (!isRunWritten) CountChild(true);
   isRunWritten = true;
+  if (!blanks.empty() || (isLiteral && IsSignOfBlanks(text))) KeepBlanks();
   if (!blanks.empty()) receiver.OnCharacters(std::exchange(blanks, {}));
   receiver.OnCharacters(text);
 }
@@ -335,9 +349,15 @@ void XmlEventParser::Libxml2::AddCData(std::string_view text) {
   }
 }
 
-/// What is blank in front of it has no markup behind it.
-void XmlEventParser::Libxml2::AddReference(std::string_view name, std::string_view content) {
+/// What is blank in front of a reference has no markup behind it.
+void XmlEventParser::Libxml2::KeepPendingBlanks() {
+  if (blanks.empty()) return;
+  KeepBlanks();
   AddText(std::exchange(blanks, {}), false);
+}
+
+void XmlEventParser::Libxml2::AddReference(std::string_view name, std::string_view content) {
+  KeepPendingBlanks();
   EndText(false);
   CountChild(false);
   receiver.OnEntityReference(name, content);
@@ -345,15 +365,20 @@ void XmlEventParser::Libxml2::AddReference(std::string_view name, std::string_vi
 
 /// Ends a run of text.
 void XmlEventParser::Libxml2::EndText(bool isInFrontOfEnd) {
-  isRunWritten = false;
+  isRunWritten = isRunLiteral = false;
   if (blanks.empty() || open.empty()) return;
   std::string const run = std::exchange(blanks, {});
   Open const& element = open.back();
   bool isLeftOut = !element.beginsWithText && !element.endsWithText && (element.hasChild || !isInFrontOfEnd);
   if (element.content != XML_ELEMENT_TYPE_UNDEFINED) isLeftOut = element.content == XML_ELEMENT_TYPE_ELEMENT;
-  if (isLeftOut && !element.isPreserved) return;
+  if (isLeftOut && element.space != Space::isPreserved && element.space != Space::isKept) return;
+  KeepBlanks();
   CountChild(true);
   receiver.OnCharacters(run);
+}
+
+void XmlEventParser::Libxml2::KeepBlanks() {
+  if (!open.empty() && open.back().space == Space::unknown) open.back().space = Space::isKept;
 }
 
 /// Notes what the open element has got.
@@ -383,7 +408,7 @@ xmlSAXHandler const XmlEventParser::Libxml2::handler = [] {
   made.cdataBlock = [](void* self, xmlChar const* text, int length) {
     RunInContent(self, [=](Libxml2& parser) {
       parser.EndText(false);
-      parser.CountChild(true);
+      parser.CountChild(false);
       parser.AddCData(View(text, length));
     });
   };
@@ -427,9 +452,13 @@ xmlSAXHandler const XmlEventParser::Libxml2::handler = [] {
   };
   made.getEntity = [](void* self, xmlChar const* name) {
     xmlEntity* const entity = Of(self).push.FindEntity(name);
-    bool const isKept = entity != nullptr && !Of(self).options.substitutesEntities && Of(self).push.IsInContent() &&
-                        entity->etype != XML_INTERNAL_PREDEFINED_ENTITY;
-    if (isKept) Run(self, [=](Libxml2& parser) { parser.AddReference(View(name), View(entity->content)); });
+    bool const isInContent =
+        entity != nullptr && entity->etype != XML_INTERNAL_PREDEFINED_ENTITY && Of(self).push.IsInContent();
+    if (!isInContent) return entity;
+    Run(self, [=](Libxml2& parser) {
+      if (parser.options.substitutesEntities) return parser.KeepPendingBlanks();
+      parser.AddReference(View(name), View(entity->content));
+    });
     return entity;
   };
   made.getParameterEntity = [](void* self, xmlChar const* name) { return Of(self).push.FindParameterEntity(name); };

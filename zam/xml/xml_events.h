@@ -62,15 +62,16 @@ struct XmlEventOptions {
 
   /// Otherwise blanks that look like indentation are left out: a run of white space alone, literal and outside of CDATA
   /// sections, that stands directly in front of a tag, comment or the like, in an element
-  /// - that is declared to have no text; or
+  /// - that is declared, under its localName, to have no text; or
   /// - that isn't declared, and neither begins with a text nor has one in front of the run, other than what was left
-  ///   out; the only child of an element, as in `<a> </a>`, stays.
+  ///   out, and has had no text yet that begins with a blank or holds a character beyond ASCII; a CDATA section is
+  ///   none. The only child of an element, as in `<a> </a>`, stays.
   /// `xml:space='preserve'` keeps all of them.
   bool keepsBlanks = true;
 
   /// The names of elements and attributes lose a prefix that is declared (localName), and attributes that declare one,
-  /// `xmlns` among them, are left out. Attributes get the defaults that the document declares. Otherwise the attributes
-  /// are those that stand in the tag, and localName is the whole name.
+  /// `xmlns` among them, are left out. Otherwise localName is the whole name. Either way the attributes are those that
+  /// stand in the tag, without the defaults that a document declares.
   bool isModel = false;
 };
 
