@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "zam/platform/unicode.h"
@@ -115,15 +117,31 @@ wstring makeName(std::u16string_view units) {
 
 }  // namespace
 
-std::u16string_view ToUnits(std::string_view bytes, std::span<wchar> area) {
-  std::size_t const ascii = copyAscii(bytes, area);
-  std::size_t const room = area.size() - ascii;
-  // Three bytes give a unit or more; a character that the end of this piece divides lies beyond the room.
-  wstring const rest = platform::Utf16FromUtf8(bytes.substr(ascii, 3 * room + 3));
-  std::size_t count = std::min(rest.size(), room);
-  if (count < rest.size() && count > 0 && isHighSurrogate(rest[count - 1])) --count;
-  std::copy_n(rest.begin(), count, area.begin() + static_cast<std::ptrdiff_t>(ascii));
-  return {area.data(), ascii + count};
+std::string_view FrontUnits(std::string_view bytes, std::size_t most) {
+  if (bytes.size() <= most) return bytes;
+  std::size_t units = 0;
+  for (std::size_t at = 0; at < bytes.size(); ++at) {
+    auto const byte = static_cast<unsigned char>(bytes[at]);
+    if (isContinuation(bytes[at])) continue;
+    units += byte < 0xF0 ? 1 : 2;
+    if (units > most) return bytes.substr(0, at);
+  }
+  return bytes;
+}
+
+wstring ToWide(std::string_view bytes) {
+  // Eight bytes at once, as long as all are ASCII.
+  auto const isAscii = [&bytes](std::size_t at) {
+    std::uint64_t word;
+    std::memcpy(&word, bytes.data() + at, sizeof word);
+    return (word & 0x8080808080808080U) == 0;
+  };
+  std::size_t ascii = 0;
+  while (bytes.size() - ascii >= 8 && isAscii(ascii)) ascii += 8;
+  while (ascii < bytes.size() && static_cast<unsigned char>(bytes[ascii]) < 0x80) ++ascii;
+  wstring wide(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(ascii));
+  if (ascii < bytes.size()) wide += platform::Utf16FromUtf8(bytes.substr(ascii));
+  return wide;
 }
 
 std::string_view ToXmlText(std::u16string_view units, std::span<char> area) {

@@ -1,7 +1,8 @@
-// How names and texts cross between 16-bit units and the UTF-8 bytes of libxml2's document model; internal.
+// How names and texts cross between 16-bit units and UTF-8; internal.
 #ifndef ZAM_XML_XML_CONVERSION_H
 #define ZAM_XML_XML_CONVERSION_H
 
+#include <cstddef>
 #include <span>
 #include <string_view>
 
@@ -9,9 +10,11 @@
 
 namespace ZaM::detail {
 
-/// Converts UTF-8 into `area`: as many whole characters as fit, so that a cut never divides a surrogate pair. Returns
-/// what came out, which lies in `area`.
-std::u16string_view ToUnits(std::string_view bytes, std::span<wchar> area);
+/// As many whole characters of well-formed UTF-8 as take at most `most` units of UTF-16.
+std::string_view FrontUnits(std::string_view bytes, std::size_t most);
+
+/// Converts UTF-8, all of it; what is malformed becomes U+FFFD.
+wstring ToWide(std::string_view bytes);
 
 /// Converts into UTF-8 in `area`: as many whole characters as fit. Returns what came out, which lies in `area`.
 ///

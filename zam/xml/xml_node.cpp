@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
+#include <functional>
 #include <limits>
+#include <map>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -12,9 +13,12 @@
 #include "zam/foundation/exceptions.h"
 #include "zam/foundation/never_destroyed.h"
 #include "zam/foundation/ref.h"
-#include "zam/xml/freed_blocks.h"
+#include "zam/model/iterator_memory.h"
 #include "zam/xml/list_iterator.h"
+#include "zam/xml/node_children.h"
 #include "zam/xml/number_text.h"
+#include "zam/xml/stored_node.h"
+#include "zam/xml/xml_conversion.h"
 #include "zam/xml/xml_sax_parser.h"
 
 namespace ZaM {
@@ -24,6 +28,12 @@ namespace {
 wstring const& emptyText() {
   static detail::NeverDestroyed<wstring> empty;
   return empty.Get();
+}
+
+/// The name of what `OnEndElement` makes.
+wstring const& textName() {
+  static detail::NeverDestroyed<wstring> name(u"text");
+  return name.Get();
 }
 
 /// The room for a double's text that every program reading these documents counts on: 31 units and a terminator.
@@ -64,13 +74,83 @@ XmlNode* XmlNode::Create(XmlNode const* source) {
   return CreateCounted([=] { return new XmlNode(source); });
 }
 
-XmlNode::XmlNode(wstring const& elementName) : initialized(!elementName.empty()), name(elementName) {}
+/// What stands for a node's attributes once somebody has looked at them.
+struct XmlNode::Properties {
+  Properties() = default;
+  Properties(Properties const&) = delete;
+  Properties& operator=(Properties const&) = delete;
+  ~Properties() {
+    for (XmlProperty* property : list) delete property;
+  }
+
+  [[nodiscard]] XmlProperty* Find(wstring const& propertyName) const {
+    if (!byName.empty()) {
+      auto const found = byName.find(propertyName);
+      return found == byName.end() ? nullptr : found->second;
+    }
+    auto const found = std::find_if(list.begin(), list.end(),
+                                    [&](XmlProperty const* property) { return property->GetName() == propertyName; });
+    return found == list.end() ? nullptr : *found;
+  }
+
+  /// The name is new here.
+  XmlProperty* Add(wstring const& propertyName, wstring const& value) {
+    auto property = std::make_unique<XmlProperty>(propertyName, value);
+    std::list<XmlProperty*> entry{property.get()};
+    if (byName.empty() && list.size() >= mostUnmapped) map();
+    if (!byName.empty()) byName.emplace(propertyName, property.get());
+    list.splice(list.end(), entry);
+    return property.release();
+  }
+
+  void Remove(wstring const& propertyName) {
+    list.remove(Find(propertyName));
+    byName.erase(propertyName);
+  }
+
+  /// What XmlNode::attributeWord says; null where nobody has looked.
+  static Properties* In(std::uintptr_t held) {
+    return (held & 1) == 0 ? nullptr : reinterpret_cast<Properties*>(held - 1);
+  }
+  /// What nobody has looked at; null where somebody has, or where there is nothing.
+  static detail::StoredAttributes const* StoredIn(std::uintptr_t held) {
+    return (held & 1) != 0 ? nullptr : reinterpret_cast<detail::StoredAttributes const*>(held);
+  }
+  [[nodiscard]] std::uintptr_t Tagged() const { return reinterpret_cast<std::uintptr_t>(this) + 1; }
+
+  std::list<XmlProperty*> list;  // ours, under unique names
+
+ private:
+  void map() {
+    std::map<wstring, XmlProperty*> all;
+    for (XmlProperty* property : list) all.emplace(property->GetName(), property);
+    byName.swap(all);
+  }
+
+  std::map<wstring, XmlProperty*> byName;  // the same; empty while there are few
+};
+
+XmlNode::XmlNode(wstring const& elementName)
+    : name(elementName.empty() ? &emptyText() : new wstring(elementName)),
+      initialized(!elementName.empty()),
+      isContent(false),
+      ownsName(!elementName.empty()),
+      isInRing(false) {}
 
 XmlNode::XmlNode(wstring const& /*ignoredName*/, wstring const& text)
-    : initialized(true), isContent(true), content(text) {}
+    : name(&emptyText()), content(text), initialized(true), isContent(true), ownsName(false), isInRing(false) {}
+
+XmlNode::XmlNode(wstring const& sharedName, detail::StoredAttributes const* stored, detail::StoredText const* text)
+    : name(&sharedName),
+      content(text),
+      attributeWord(reinterpret_cast<std::uintptr_t>(stored)),
+      initialized(!sharedName.empty()),
+      isContent(text != nullptr),
+      ownsName(false),
+      isInRing(false) {}
 
 // Once the delegate is done, the destructor frees what a failure in the body leaves behind.
-XmlNode::XmlNode(XmlNode const* source) : XmlNode(source->name) {
+XmlNode::XmlNode(XmlNode const* source) : XmlNode(*source->name) {
   copyOwnData(*source);
 
   // No recursion, since a tree may be deeper than the stack.
@@ -78,25 +158,42 @@ XmlNode::XmlNode(XmlNode const* source) : XmlNode(source->name) {
   while (!unfinished.empty()) {
     auto const [original, copy] = unfinished.back();
     unfinished.pop_back();
-    for (XmlNode const* child : original->children) {
-      XmlNode* const added = copy->AddChild(child->name);
-      added->copyOwnData(*child);
-      if (!child->children.empty()) unfinished.emplace_back(child, added);
+    for (XmlNode const& child : Children(*original)) {
+      XmlNode* const added = copy->AddChild(*child.name);
+      added->copyOwnData(child);
+      if (!Children(child).empty()) unfinished.emplace_back(&child, added);
     }
   }
 }
 
 void XmlNode::copyOwnData(XmlNode const& source) {
-  SetContent(source.content);
+  if (!source.content.IsEmpty()) SetContent(source.content.Copy());
   initialized = source.initialized;
-  for (XmlProperty const* property : source.properties) AddProperty(property->GetName(), property->GetValue());
+  source.forEachAttribute([this](wstring const& propertyName, wstring const& value) {
+    ReportOutOfMemory([&] { makeProperties().Add(propertyName, value); });
+  });
 }
 
 XmlNode::~XmlNode() {
-  // Each list is walked once, since the entries of a large one have left the cache at its end.
-  for (; !children.empty(); children.pop_front()) ReleaseOwned(children.front());
-  for (; !properties.empty(); properties.pop_front()) delete properties.front();
-  detail::JoinFreedBlocks();
+  bool const isRing = lastChild != nullptr;
+  while (XmlNode* const first = unlinkFirst()) ReleaseOwned(first);
+  if (std::list<XmlNode*>* const list = childList.load(std::memory_order_relaxed)) {
+    // Walked once, since the entries of a large one have left the cache at its end.
+    for (; !isRing && !list->empty(); list->pop_front()) ReleaseOwned(list->front());
+    delete list;
+  }
+  delete Properties::In(attributeWord.load(std::memory_order_relaxed));
+  if (ownsName) delete name;
+}
+
+/// Calls `use` with the name and the value of each, without making properties of them.
+void XmlNode::forEachAttribute(std::function<void(wstring const&, wstring const&)> const& use) const {
+  std::uintptr_t const held = attributeWord.load(std::memory_order_acquire);
+  if (Properties const* const made = Properties::In(held)) {
+    for (XmlProperty const* property : made->list) use(property->GetName(), property->GetValue());
+  } else if (detail::StoredAttributes const* const stored = Properties::StoredIn(held)) {
+    for (auto const& entry : stored->Entries()) use(*entry.name, detail::ToWide(stored->Value(entry)));
+  }
 }
 
 XmlProperty* XmlNode::GetProperty(wstring const& propertyName) {
@@ -104,19 +201,88 @@ XmlProperty* XmlNode::GetProperty(wstring const& propertyName) {
 }
 
 XmlProperty const* XmlNode::GetProperty(wstring const& propertyName) const {
-  if (!propertyMap.empty()) {
-    auto const found = propertyMap.find(propertyName);
-    return found == propertyMap.end() ? nullptr : found->second;
+  bool const hasAny = attributeWord.load(std::memory_order_relaxed) != 0;
+  return hasAny ? makeProperties().Find(propertyName) : nullptr;
+}
+
+std::list<XmlProperty*> const& XmlNode::GetProperties() const {
+  return makeProperties().list;
+}
+
+/// The properties, made of what was read unless they are there already. Of several threads that come here at once, one
+/// gets its own in, and the others take those.
+XmlNode::Properties& XmlNode::makeProperties() const {
+  std::uintptr_t held = attributeWord.load(std::memory_order_acquire);
+  if (Properties* const before = Properties::In(held)) return *before;
+  auto made = ReportOutOfMemory([=] {
+    auto properties = std::make_unique<Properties>();
+    if (detail::StoredAttributes const* const stored = Properties::StoredIn(held)) {
+      for (auto const& entry : stored->Entries()) {
+        properties->Add(*entry.name, detail::ToWide(stored->Value(entry)));
+      }
+    }
+    return properties;
+  });
+  if (!attributeWord.compare_exchange_strong(held, made->Tagged(), std::memory_order_acq_rel)) {
+    return *Properties::In(held);
   }
-  auto const found = std::find_if(properties.begin(), properties.end(),
-                                  [&](XmlProperty const* property) { return property->GetName() == propertyName; });
-  return found == properties.end() ? nullptr : *found;
+  return *made.release();
+}
+
+std::list<XmlNode*> const& XmlNode::GetChildren() const {
+  return makeChildList();
+}
+
+/// The list of children, made of the ring unless it is there already; for several threads as above.
+std::list<XmlNode*>& XmlNode::makeChildList() const {
+  std::list<XmlNode*>* list = childList.load(std::memory_order_acquire);
+  if (list) return *list;
+  auto made = ReportOutOfMemory([this] {
+    auto all = std::make_unique<std::list<XmlNode*>>();
+    for (XmlNode& child : Children(*this)) all->push_back(&child);
+    return all;
+  });
+  if (!childList.compare_exchange_strong(list, made.get(), std::memory_order_acq_rel)) return *list;
+  return *made.release();
+}
+
+/// The list, in which alone the children are from now on.
+std::list<XmlNode*>& XmlNode::takeChildList() {
+  std::list<XmlNode*>& list = makeChildList();
+  while (unlinkFirst()) {
+  }
+  return list;
+}
+
+/// Puts `child`, which is in no ring, behind the others in this one's.
+void XmlNode::link(XmlNode& child) {
+  XmlNode* const first = lastChild ? lastChild->nextInRing : &child;
+  if (lastChild) lastChild->nextInRing = &child;
+  child.nextInRing = first;
+  child.isInRing = true;
+  lastChild = &child;
+  ++ringSize;
+}
+
+/// Takes the first child out of the ring; null if there is none.
+XmlNode* XmlNode::unlinkFirst() {
+  if (!lastChild) return nullptr;
+  XmlNode* const first = lastChild->nextInRing;
+  if (first == lastChild) {
+    lastChild = nullptr;
+  } else {
+    lastChild->nextInRing = first->nextInRing;
+  }
+  first->nextInRing = nullptr;
+  first->isInRing = false;
+  --ringSize;
+  return first;
 }
 
 wstring const& XmlNode::SetContent(wstring const& text) {
-  ReportOutOfMemory([&] { content = text; });
-  isContent = !content.empty();
-  return content;
+  wstring const& stored = content.Set(text);
+  isContent = !stored.empty();
+  return stored;
 }
 
 void XmlNode::AddChild(Node* child) {
@@ -124,7 +290,13 @@ void XmlNode::AddChild(Node* child) {
 }
 
 XmlNode* XmlNode::AddChild(XmlNode* child) {
-  if (child) ReportOutOfMemory([&] { children.push_back(child); });
+  if (!child) return nullptr;
+  bool const staysRing = !child->isInRing && !childList.load(std::memory_order_relaxed);
+  if (staysRing) {
+    link(*child);
+  } else {
+    ReportOutOfMemory([&] { takeChildList().push_back(child); });
+  }
   return child;
 }
 
@@ -143,47 +315,45 @@ XmlNode* XmlNode::adopt(Ref<XmlNode> child) {
 }
 
 void XmlNode::RemoveChild(XmlNode* child) {
-  children.remove(child);
+  bool const hasList = childList.load(std::memory_order_relaxed) != nullptr;
+  if (!child || !(hasList || child->isInRing)) return;
+  if (hasList) return static_cast<void>(takeChildList().remove(child));
+  for (std::uint32_t rest = ringSize; rest > 0; --rest) {
+    XmlNode* const first = unlinkFirst();
+    if (first != child) link(*first);
+  }
 }
 
 unsigned int XmlNode::ChildCount() const {
-  return static_cast<unsigned int>(children.size());
+  std::list<XmlNode*> const* const list = childList.load(std::memory_order_acquire);
+  return list ? static_cast<unsigned int>(list->size()) : ringSize;
 }
 
 Iterator* XmlNode::CreateIterator() {
-  return ListIterator::Create(children);
+  try {
+    return ListIterator::Create(makeChildList());
+  } catch (BaseException const&) {
+    return detail::Noted<ListIterator>(nullptr);
+  }
 }
 
 XmlProperty* XmlNode::AddProperty(wstring const& propertyName, wstring const& value) {
-  if (GetProperty(propertyName)) return nullptr;
   return ReportOutOfMemory([&] {
-    auto property = std::make_unique<XmlProperty>(propertyName, value);
-    std::list<XmlProperty*> entry{property.get()};
-    if (propertyMap.empty() && properties.size() >= mostUnmapped) mapProperties();
-    if (!propertyMap.empty()) propertyMap.emplace(propertyName, property.get());
-    properties.splice(properties.end(), entry);
-    return property.release();
+    Properties& properties = makeProperties();
+    return properties.Find(propertyName) ? nullptr : properties.Add(propertyName, value);
   });
 }
 
-void XmlNode::mapProperties() {
-  std::map<wstring, XmlProperty*> byName;
-  for (XmlProperty* property : properties) byName.emplace(property->GetName(), property);
-  propertyMap.swap(byName);
-}
-
 void XmlNode::RemoveProperty(wstring const& propertyName) {
-  XmlProperty* const property = GetProperty(propertyName);
-  if (!property) return;
-  properties.remove(property);
-  propertyMap.erase(propertyName);
+  if (GetProperty(propertyName)) makeProperties().Remove(propertyName);
 }
 
 void XmlNode::FilterChildren(std::list<XmlNode*>& result, wstring const& childName) const {
   std::list<XmlNode*> selected;
   ReportOutOfMemory([&] {
-    std::copy_if(children.begin(), children.end(), std::back_inserter(selected),
-                 [&](XmlNode const* child) { return childName.empty() || child->name == childName; });
+    for (XmlNode& child : Children(*this)) {
+      if (childName.empty() || *child.name == childName) selected.push_back(&child);
+    }
   });
   result.swap(selected);
 }
@@ -270,10 +440,10 @@ void XmlNode::AddSubNodeLong(wstring const& childName, std::int32_t value) {
 /// The only child that `FilterChildren` would select, or null.
 XmlNode const* XmlNode::findOnlyChild(wstring const& childName) const {
   XmlNode const* found = nullptr;
-  for (XmlNode const* child : children) {
-    if (!childName.empty() && child->name != childName) continue;
+  for (XmlNode const& child : Children(*this)) {
+    if (!childName.empty() && *child.name != childName) continue;
     if (found) return nullptr;
-    found = child;
+    found = &child;
   }
   return found;
 }
@@ -282,7 +452,7 @@ wstring const& XmlNode::GetSubNodeText(wstring const& childName, wstring const& 
   XmlNode const* const child = findOnlyChild(childName);
   if (!child && required) throw ReportOutOfMemory([&] { return XMLFormatException(9, childName); });
   if (!child) return defaultValue;
-  return child->children.size() == 1 ? child->children.front()->content : emptyText();
+  return child->ChildCount() == 1 ? (*Children(*child).begin()).GetContent() : emptyText();
 }
 
 wstring const& XmlNode::GetSubNodeText(wstring const& childName) const {
@@ -316,10 +486,11 @@ void XmlNode::OnStartElement(XmlSaxParser* parser, unsigned char const* childNam
 void XmlNode::OnEndElement(XmlSaxParser* parser, unsigned char const* /*elementName*/) {
   unsigned int const size = parser->GetCharacterBufferSize();
   if (size == 0) return;
-  if (size > std::numeric_limits<int>::max()) throw BaseException(5);  // more than is converted at once
-  Ref<XmlNode> text(Create(u"text"));
-  parser->ConvertString(parser->GetCharacterBuffer(), static_cast<int>(size), text->content);
-  text->isContent = !text->content.empty();
+  RequireAtMost(u"bytes of text", size, std::numeric_limits<int>::max());  // what is converted at once
+  wstring converted;
+  parser->ConvertString(parser->GetCharacterBuffer(), static_cast<int>(size), converted);
+  Ref<XmlNode> text(CreateCounted([] { return new XmlNode(textName(), nullptr, nullptr); }));
+  text->SetContent(converted);
   adopt(std::move(text));
 }
 

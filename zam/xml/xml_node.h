@@ -2,9 +2,10 @@
 #ifndef ZAM_XML_XML_NODE_H
 #define ZAM_XML_XML_NODE_H
 
+#include <atomic>
 #include <cstdint>
+#include <functional>
 #include <list>
-#include <map>
 
 #include "zam/foundation/export.h"
 #include "zam/foundation/ref.h"
@@ -12,8 +13,17 @@
 #include "zam/model/composite.h"
 #include "zam/xml/xml_property.h"
 #include "zam/xml/xml_sax_callback.h"
+#include "zam/xml/xml_text.h"
 
 namespace ZaM {
+
+class XmlTree;
+
+namespace detail {
+class StoredNode;
+class TreeBuilder;
+struct StoredAttributes;
+}  // namespace detail
 
 /// A named element with attributes and children, or a piece of text.
 ///
@@ -47,7 +57,12 @@ namespace ZaM {
 ///           node owns one reference to each child, and its properties. Nodes that `AddChild(name)`, `AddContent` and
 ///           the deep copy make inside a tree have a count of 0 and end with their parent: a caller who keeps one
 ///           longer calls `AddRefCount` twice.
-/// Threads:  a tree belongs to one thread at a time.
+/// Threads:  a tree belongs to one thread at a time, but for this: while nobody changes it or its reference counts, any
+///           number may call its const operations.
+/// Memory:   a tree that was read holds names once and texts as the document has them. Lists, properties and wide
+///           strings are made when they are first asked for, so looking takes memory, and can end in id 5; they then
+///           stay, at their place, as long as the node. A node that is kept beyond its tree keeps up to 64 KiB of the
+///           nodes around it, and the names.
 /// Depth:    trees of any depth can be copied and released.
 /// Errors:   BaseException with id 5 when memory runs out; the node is then unchanged, and a reference that was to pass
 ///           to it is still the caller's.
@@ -72,16 +87,16 @@ class ZAM_EXPORT XmlNode : public Composite, public XmlSaxCallback {
   /// False only for a node that was made with an empty name and no content, and for copies of it.
   bool IsInitialized() const { return initialized; }
   /// The name of the element.
-  wstring const& GetName() const { return name; }
+  wstring const& GetName() const { return *name; }
   /// Whether the node is a text between elements.
   bool IsContent() const { return isContent; }
   /// The text of a content node.
-  wstring const& GetContent() const { return content; }
+  wstring const& GetContent() const { return content.Get(); }
   /// The children, which stay the node's.
-  std::list<XmlNode*> const& GetChildren() const { return children; }
+  std::list<XmlNode*> const& GetChildren() const;
 
   /// The properties in the order in which they were added, which is also their order in a document.
-  std::list<XmlProperty*> const& GetProperties() const { return properties; }
+  std::list<XmlProperty*> const& GetProperties() const;
 
   /// The property of that name, or null.
   XmlProperty* GetProperty(wstring const& propertyName);
@@ -189,18 +204,41 @@ class ZAM_EXPORT XmlNode : public Composite, public XmlSaxCallback {
   ~XmlNode() override;
 
  private:
+  friend class detail::StoredNode;
+  friend class detail::TreeBuilder;
+  friend class XmlTree;
+
+  struct Properties;
+  class Children;
+
+  XmlNode(wstring const& sharedName, detail::StoredAttributes const* stored, detail::StoredText const* text);
+
   void copyOwnData(XmlNode const& source);
-  void mapProperties();
+  Properties& makeProperties() const;
+  void forEachAttribute(std::function<void(wstring const&, wstring const&)> const& use) const;
+  std::list<XmlNode*>& makeChildList() const;
+  std::list<XmlNode*>& takeChildList();
+  void link(XmlNode& child);
+  XmlNode* unlinkFirst();
   XmlNode* adopt(Ref<XmlNode> child);
   XmlNode const* findOnlyChild(wstring const& childName) const;
 
-  bool initialized;
-  wstring name;
-  bool isContent = false;
-  wstring content;
-  std::list<XmlNode*> children;                 // one reference to each entry is ours; never null
-  std::list<XmlProperty*> properties;           // ours, under unique names
-  std::map<wstring, XmlProperty*> propertyMap;  // the same objects by name; empty while there are few
+  wstring const* name;  // never null; ours if `ownsName`
+  detail::XmlText content;
+  // What a document was read with, a detail::StoredAttributes, or what was made of it when somebody looked: Properties
+  // of ours, with the lowest bit set. 0 is none.
+  mutable std::atomic<std::uintptr_t> attributeWord = 0;
+  // The children, of each of which one reference is ours, hang together in a ring, of which this is the last. Where
+  // that can't be (one of them already is in a ring), and once a node with a list is changed, they are in the list
+  // alone. Otherwise the list, if there is one, has the same nodes.
+  XmlNode* lastChild = nullptr;
+  XmlNode* nextInRing = nullptr;
+  mutable std::atomic<std::list<XmlNode*>*> childList = nullptr;
+  std::uint32_t ringSize = 0;
+  bool initialized : 1;
+  bool isContent : 1;
+  bool ownsName : 1;
+  bool isInRing : 1;
 };
 
 }  // namespace ZaM

@@ -7,6 +7,7 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -14,10 +15,13 @@
 #include "zam/foundation/exceptions.h"
 #include "zam/platform/file.h"
 #include "zam/platform/unicode.h"
-#include "zam/xml/freed_blocks.h"
 #include "zam/xml/gzip_file.h"
+#include "zam/xml/node_children.h"
+#include "zam/xml/tree_builder.h"
 #include "zam/xml/xml_conversion.h"
 #include "zam/xml/xml_document.h"
+#include "zam/xml/xml_events.h"
+#include "zam/xml/xml_library.h"
 #include "zam/xml/xml_sax_parser.h"
 
 namespace ZaM {
@@ -27,49 +31,31 @@ namespace {
 /// How much of a file is inflated at once.
 constexpr std::size_t pieceSize = 65536;
 
-/// Null for what isn't well-formed. The file is read to its end in any case, so that damage in it is always reported.
-detail::XmlDocument documentIn(wstring const& filename) {
-  platform::File file = platform::File::OpenForReading(filename);
-  if (!file.IsOpen()) throw FileIOException(2003, filename);
-  detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::read);
-  detail::PushParser parser;
-  std::vector<char> buffer(pieceSize);
-  for (;;) {
-    auto const count = stream.Read(buffer);
-    if (!count) throw FileIOException(2004, filename);
-    if (*count == 0) break;
-    parser.Feed({buffer.data(), *count});
-  }
-  parser.Finish();
-  return parser.TakeDocument();
-}
-
-detail::XmlDocument documentIn(std::string_view text) {
-  detail::PushParser parser;
-  parser.Feed(text);
-  parser.Finish();
-  return parser.TakeDocument();
-}
-
 template <class Unit, std::size_t size>
 std::span<char> bytesOf(std::array<Unit, size>& area) {
   return {reinterpret_cast<char*>(area.data()), sizeof area};
 }
 
-std::string_view bytesOf(unsigned char const* text) {
-  return text ? std::string_view(reinterpret_cast<char const*>(text)) : std::string_view();
-}
+/// Where so many units become UTF-8: in a fixed area, which cuts them where they may be cut, or in one that is large
+/// enough.
+struct Area {
+  Area(std::size_t units, std::span<char> fixed, bool mayCut) : bytes(fixed) {
+    std::size_t const needed = units * 3;  // a unit takes at most three bytes
+    if (mayCut || needed <= fixed.size()) return;
+    large = std::make_unique_for_overwrite<char[]>(needed);
+    bytes = {large.get(), needed};
+  }
 
-/// The first child of a node of libxml2. Those of a reference to an entity lie in the document type.
-xmlNode* firstChild(xmlNode const& node) {
-  return node.type == XML_ENTITY_REF_NODE ? nullptr : node.children;
-}
+  std::unique_ptr<char[]> large;
+  std::span<char> bytes;
+};
 
-void discard(xmlNode* node) {
-  xmlUnlinkNode(node);
-  xmlFreeNode(node);
-  detail::JoinFreedBlocks();
-}
+/// What of a document SetMaxBytes bounds, beside the nodes.
+constexpr wchar documentSize[] = u"bytes of an XML document";
+
+/// What names and values are cut to on the ways through a document model.
+constexpr std::size_t mostNameUnits = 512;
+constexpr std::size_t mostValueUnits = 1024;
 
 }  // namespace
 
@@ -84,6 +70,8 @@ XmlTree::XmlTree(XmlTree const* source) : XmlTree() {
   if (!source) throw BaseException(1);
   SetFilename(source->filename);
   compression = source->compression;
+  doCutValues = source->doCutValues;
+  maxBytes = source->maxBytes;
   if (source->root) root = Ref<XmlNode>(XmlNode::Create(source->GetRoot()));
 }
 
@@ -105,10 +93,36 @@ int XmlTree::SetCompression(int level) {
 }
 
 bool XmlTree::Read() {
-  XmlSaxParser parser;
+  detail::XmlScope const scope;  // before anything else, since libxml2 needs memory on a new thread
   root = nullptr;
-  parser.ParseFile(filename, this);
+  detail::SetKeepBlanks(false);
+  detail::SetSubstituteEntities(true);
+  if (typeid(*this) == typeid(XmlTree)) {
+    detail::TreeBuilder builder(root, {.mostBytes = maxBytes});
+    parseFile(builder, {});
+  } else {
+    // The events are told to a derived class, which may take them itself.
+    XmlSaxParser().ParseFile(filename, this);
+  }
   return true;
+}
+
+/// Returns whether the file is well-formed. It is read to its end in any case, so that damage in it is always reported.
+bool XmlTree::parseFile(detail::TreeBuilder& builder, detail::XmlEventOptions const& options) const {
+  platform::File file = ReportOutOfMemory([this] { return platform::File::OpenForReading(filename); });
+  if (!file.IsOpen()) throw ReportOutOfMemory([this] { return FileIOException(2003, filename); });
+  detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::read);
+  detail::XmlEventParser parser(builder, options);
+  auto const buffer = ReportOutOfMemory([] { return std::make_unique_for_overwrite<char[]>(pieceSize); });
+  for (std::uint64_t size = 0;;) {
+    auto const count = stream.Read({buffer.get(), pieceSize});
+    if (!count) throw ReportOutOfMemory([this] { return FileIOException(2004, filename); });
+    if (*count == 0) break;
+    RequireAtMost(documentSize, size += *count, maxBytes);
+    parser.Feed({buffer.get(), *count});
+  }
+  parser.Finish();
+  return parser.IsWellFormed();
 }
 
 bool XmlTree::Read(wstring const& path) {
@@ -119,7 +133,7 @@ bool XmlTree::Read(wstring const& path) {
 void XmlTree::OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) {
   root = nullptr;
   wstring converted;
-  parser->ConvertString(name, static_cast<int>(bytesOf(name).size()), converted);
+  parser->ConvertString(name, static_cast<int>(std::strlen(reinterpret_cast<char const*>(name))), converted);
   root = Ref<XmlNode>(XmlNode::Create(converted));
   root->InitializeProperties(parser, attributes);
   parser->PushCallback(root.Get());
@@ -128,59 +142,39 @@ void XmlTree::OnStartElement(XmlSaxParser* parser, unsigned char const* name, un
 void XmlTree::OnEndElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/) {}
 
 bool XmlTree::Read2() {
-  root = nullptr;
   detail::SetKeepBlanks(false);
-  return take(ReportOutOfMemory([&] { return documentIn(filename); }).get());
+  return readModel([this](auto& builder, auto const& options) { return parseFile(builder, options); });
 }
 
 bool XmlTree::ReadBuffer(std::string const& text) {
   filename.clear();
+  return readModel([&](auto& builder, auto const& options) {
+    RequireAtMost(documentSize, text.size(), maxBytes);
+    detail::XmlEventParser parser(builder, options);
+    parser.Feed(text);
+    parser.Finish();
+    return parser.IsWellFormed();
+  });
+}
+
+/// Replaces the tree by what `parse` reads; drops it where that isn't well-formed or can't be read.
+template <class Parse>
+bool XmlTree::readModel(Parse parse) {
+  detail::XmlScope const scope;  // as above
   root = nullptr;
-  return take(documentIn(text).get());
-}
-
-/// Replaces the tree by the document's; null is a malformed one.
-bool XmlTree::take(xmlDoc* document) {
-  xmlNode* const top = document ? xmlDocGetRootElement(document) : nullptr;
-  if (top) root = Ref<XmlNode>(ReportOutOfMemory([&] { return ReadNode(top); }));
-  return isInitialized = top != nullptr;
-}
-
-/// Frees what lies under `node` as soon as it is read, so that the memory of one document serves for both, while it is
-/// in the cache. (See xml_tree_benchmark: otherwise reading takes twice the memory.)
-///
-/// No recursion, here and in WriteNode, since a document may be deeper than the stack.
-XmlNode* XmlTree::ReadNode(xmlNode* node) {
-  Ref<XmlNode> top = readAlone(*node);
-  std::vector<std::pair<xmlNode*, XmlNode*>> open{{node, top.Get()}};
-  while (!open.empty()) {
-    auto const [original, copy] = open.back();
-    if (xmlNode* const next = firstChild(*original)) {
-      Ref<XmlNode> child = readAlone(*next);
-      copy->AddChild(child.Get());
-      open.emplace_back(next, child.Detach());
-      continue;
-    }
-    open.pop_back();
-    if (!open.empty()) discard(original);
+  Ref<XmlNode> read;
+  bool isWellFormed;
+  {
+    detail::TreeOptions options{.isModel = true, .mostBytes = maxBytes};
+    if (doCutValues) options.mostNameUnits = mostNameUnits, options.mostValueUnits = mostValueUnits;
+    detail::TreeBuilder builder(read, options);
+    detail::XmlEventOptions const events{.substitutesEntities = detail::GetSubstituteEntities(),
+                                         .keepsBlanks = detail::GetKeepBlanks(),
+                                         .isModel = true};
+    isWellFormed = parse(builder, events);
   }
-  return top.Detach();
-}
-
-Ref<XmlNode> XmlTree::readAlone(xmlNode const& node) {
-  Ref<XmlNode> copy(XmlNode::Create(wstring(detail::ToUnits(bytesOf(node.name), nameBuffer))));
-  // libxml2 keeps short texts where elements have their attributes.
-  xmlAttr const* attribute = node.type == XML_ELEMENT_NODE ? node.properties : nullptr;
-  for (; attribute; attribute = attribute->next) {
-    unsigned char const* const value = attribute->children ? attribute->children->content : nullptr;
-    copy->AddProperty(wstring(detail::ToUnits(bytesOf(attribute->name), nameBuffer)),
-                      wstring(detail::ToUnits(bytesOf(value), valueBuffer)));
-  }
-  if (!node.content) return copy;
-  std::string_view const content = bytesOf(node.content);
-  copy->SetContent(content.size() <= valueBuffer.size() ? wstring(detail::ToUnits(content, valueBuffer))
-                                                        : platform::Utf16FromUtf8(content));
-  return copy;
+  if (isWellFormed) root = std::move(read);
+  return isInitialized = isWellFormed;
 }
 
 bool XmlTree::Write() const {
@@ -232,19 +226,19 @@ void XmlTree::WriteNode(xmlDoc* document, XmlNode* node, xmlNode* parent, int is
   while (!unfinished.empty()) {
     auto const [original, element] = unfinished.back();
     unfinished.pop_back();
-    for (XmlNode const* child : original->GetChildren()) write(*child, element, false);
+    for (XmlNode const& child : XmlNode::Children(*original)) write(child, element, false);
   }
 }
 
 /// Writes a node without its children. Returns the element for them, or null for a text, which has none.
 xmlNode* XmlTree::writeAlone(xmlDoc& document, XmlNode const& node, xmlNode* parent, bool isRoot) const {
   if (node.IsContent() && !isRoot) {
-    writeContent(*parent, node.GetContent());
+    writeContent(*parent, node.content.Copy());
     return nullptr;
   }
-  xmlNode* const element =
-      detail::AddElement(document, parent, detail::ToXmlName(node.GetName(), bytesOf(nameBuffer)).bytes);
-  if (!node.GetContent().empty()) writeContent(*element, node.GetContent());
+  Area area(node.GetName().size(), bytesOf(nameBuffer), doCutValues);
+  xmlNode* const element = detail::AddElement(document, parent, detail::ToXmlName(node.GetName(), area.bytes).bytes);
+  if (!node.content.IsEmpty()) writeContent(*element, node.content.Copy());
   writeProperties(*element, node);
   return element;
 }
@@ -252,22 +246,21 @@ xmlNode* XmlTree::writeAlone(xmlDoc& document, XmlNode const& node, xmlNode* par
 void XmlTree::writeProperties(xmlNode& element, XmlNode const& node) const {
   xmlAttr* last = nullptr;
   bool mayRepeat = false;
-  for (XmlProperty const* property : node.GetProperties()) {
-    auto const [name, isFaithful] = detail::ToXmlName(property->GetName(), bytesOf(nameBuffer));
-    std::string_view const value = detail::ToXmlText(property->GetValue(), bytesOf(valueBuffer));
+  node.forEachAttribute([&](wstring const& propertyName, wstring const& propertyValue) {
+    Area nameArea(propertyName.size(), bytesOf(nameBuffer), doCutValues);
+    Area valueArea(propertyValue.size(), bytesOf(valueBuffer), doCutValues);
+    auto const [name, isFaithful] = detail::ToXmlName(propertyName, nameArea.bytes);
+    std::string_view const value = detail::ToXmlText(propertyValue, valueArea.bytes);
     mayRepeat = mayRepeat || !isFaithful;
     if (!mayRepeat || !detail::ReplaceAttribute(element, name, value)) {
       last = detail::AddAttribute(element, last, name, value);
     }
-  }
+  });
 }
 
 void XmlTree::writeContent(xmlNode& element, wstring const& content) const {
-  // A unit takes at most three bytes.
-  std::size_t const capacity = content.size() * 3;
-  if (capacity <= sizeof valueBuffer) return detail::AddText(element, detail::ToXmlText(content, bytesOf(valueBuffer)));
-  auto const area = std::make_unique<char[]>(capacity);
-  detail::AddText(element, detail::ToXmlText(content, {area.get(), capacity}));
+  Area area(content.size(), bytesOf(valueBuffer), false);
+  detail::AddText(element, detail::ToXmlText(content, area.bytes));
 }
 
 }  // namespace ZaM

@@ -1,0 +1,195 @@
+#include "zam/xml/node_store.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <deque>
+#include <limits>
+#include <random>
+
+#include "zam/foundation/create_counted.h"
+#include "zam/foundation/exceptions.h"
+#include "zam/xml/stored_node.h"
+#include "zam/xml/xml_conversion.h"
+
+namespace ZaM::detail {
+
+namespace {
+
+constexpr std::size_t firstChunkSize = 1024;
+
+/// With what the heap needs for itself, so much that a page more or less doesn't matter, and so little that a node
+/// which is kept doesn't keep much else. (See xml_tree_benchmark.)
+constexpr std::size_t mostChunkSize = 65536 - 32;
+
+/// What is no node of its chunk, while the chunk is being filled.
+constexpr std::uint32_t fillingCount = std::uint32_t{1} << 31;
+
+/// What one node may hold.
+constexpr std::size_t mostTextSize = std::numeric_limits<std::uint32_t>::max();
+
+constexpr std::size_t aligned(std::size_t size) {
+  return (size + alignof(StoredNode) - 1) / alignof(StoredNode) * alignof(StoredNode);
+}
+
+/// Two words into one whose every bit depends on every bit of both.
+std::uint64_t mixed(std::uint64_t a, std::uint64_t b) {
+  __extension__ using Wide = unsigned __int128;
+  Wide const product = static_cast<Wide>(a ^ 0x9E3779B97F4A7C15U) * (b ^ 0xD6E8FEB86659FD93U);
+  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+}
+
+}  // namespace
+
+/// The names of one document. Each chunk holds a reference, and so does the store.
+class NameTable {
+ public:
+  struct Name {
+    std::string utf8;
+    wstring wide;
+  };
+
+  Name const& Add(std::string_view utf8) { return names.emplace_back(Name{std::string(utf8), ToWide(utf8)}); }
+
+  void Share() { users.fetch_add(1, std::memory_order_relaxed); }
+  void Release() {
+    if (users.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+  }
+
+ private:
+  std::atomic<std::uint32_t> users = 1;
+  std::deque<Name> names;
+};
+
+/// In front of the nodes.
+struct alignas(StoredNode) Chunk {
+  NameTable* names;
+  std::atomic<std::uint32_t> live;
+
+  void Release(std::uint32_t count) {
+    // The last one needs no locked instruction: nobody else is left.
+    if (live.load(std::memory_order_acquire) != count && live.fetch_sub(count, std::memory_order_acq_rel) != count) {
+      return;
+    }
+    names->Release();
+    this->~Chunk();
+    ::operator delete(static_cast<void*>(this));
+  }
+};
+
+void StoredNode::operator delete(StoredNode* node, std::destroying_delete_t) {
+  Chunk& home = *reinterpret_cast<Chunk*>(reinterpret_cast<char*>(node) - node->offset * alignof(StoredNode));
+  node->~StoredNode();
+  home.Release(1);
+}
+
+std::size_t NodeStore::Hash::operator()(std::string_view text) const {
+  static std::uint64_t const seed = std::uint64_t{std::random_device{}()} << 32 | std::random_device{}();
+  std::uint64_t hash = seed ^ text.size();
+  while (text.size() > 8) {
+    std::uint64_t word;
+    std::memcpy(&word, text.data(), 8);
+    hash = mixed(hash, word);
+    text.remove_prefix(8);
+  }
+  std::uint64_t rest = 0;
+  std::memcpy(&rest, text.data(), text.size());
+  return mixed(hash, rest ^ seed);
+}
+
+NodeStore::NodeStore(std::uint64_t most) : mostBytes(most), names(ReportOutOfMemory([] { return new NameTable; })) {}
+
+NodeStore::~NodeStore() {
+  closeChunk();
+  names->Release();
+}
+
+wstring const* NodeStore::Name(std::string_view utf8) {
+  auto const found = index.find(utf8);
+  if (found != index.end()) return found->second;
+  return ReportOutOfMemory([&] {
+    NameTable::Name const& name = names->Add(utf8);
+    index.emplace(name.utf8, &name.wide);
+    return &name.wide;
+  });
+}
+
+XmlNode* NodeStore::NewElement(wstring const* name, std::span<Attribute const> attributes) {
+  std::size_t const entriesSize = attributes.size() * sizeof(StoredAttributes::Entry);
+  std::size_t size = sizeof(StoredAttributes) + entriesSize;
+  for (Attribute const& attribute : attributes) size += attribute.value.size();
+  RequireAtMost(u"bytes of attributes", size, mostTextSize);
+
+  auto const [memory, offset] = placeFor(sizeof(StoredNode) + (attributes.empty() ? 0 : size));
+  StoredAttributes* stored = nullptr;
+  if (!attributes.empty()) {
+    stored = new (memory + sizeof(StoredNode)) StoredAttributes{attributes.size()};
+    char* entry = reinterpret_cast<char*>(stored + 1);
+    char* value = entry + entriesSize;
+    for (Attribute const& attribute : attributes) {
+      auto const start = static_cast<std::uint32_t>(value - reinterpret_cast<char*>(stored));
+      new (entry) StoredAttributes::Entry{attribute.name, start, static_cast<std::uint32_t>(attribute.value.size())};
+      entry += sizeof(StoredAttributes::Entry);
+      value = std::copy(attribute.value.begin(), attribute.value.end(), value);
+    }
+  }
+  auto* const node = new (memory) StoredNode(offset, *name, stored, nullptr);
+  node->AddRefCount();
+  return node;
+}
+
+XmlNode* NodeStore::NewContent(wstring const* name, std::string_view text) {
+  RequireAtMost(u"bytes of text", text.size(), mostTextSize);
+  auto const [memory, offset] = placeFor(sizeof(StoredNode) + (text.empty() ? 0 : sizeof(StoredText) + text.size()));
+  StoredText* stored = nullptr;
+  if (!text.empty()) {
+    stored = new (memory + sizeof(StoredNode)) StoredText{static_cast<std::uint32_t>(text.size())};
+    std::copy(text.begin(), text.end(), reinterpret_cast<char*>(stored + 1));
+  }
+  auto* const node = new (memory) StoredNode(offset, *name, nullptr, stored);
+  node->AddRefCount();
+  return node;
+}
+
+/// Room for one node, which is counted.
+NodeStore::Place NodeStore::placeFor(std::size_t size) {
+  size = aligned(size);
+  // What is large gets a chunk of its own, so that no more than a quarter of any is left over.
+  if (size > mostChunkSize / 4) return placeIn(*newChunk(sizeof(Chunk) + size, 1), sizeof(Chunk));
+  if (chunk == nullptr || size > chunkSize - used) openChunk(size);
+  ++made;
+  used += size;
+  return placeIn(*chunk, used - size);
+}
+
+NodeStore::Place NodeStore::placeIn(Chunk& home, std::size_t start) {
+  return {reinterpret_cast<char*>(&home) + start, static_cast<std::uint16_t>(start / alignof(StoredNode))};
+}
+
+void NodeStore::openChunk(std::size_t least) {
+  std::size_t size = chunk == nullptr ? firstChunkSize : chunkSize * 2;
+  while (size < sizeof(Chunk) + least) size *= 2;
+  size = std::min(size, mostChunkSize);
+  Chunk* const opened = newChunk(size, fillingCount);
+  closeChunk();
+  chunk = opened;
+  chunkSize = size;
+  used = sizeof(Chunk);
+}
+
+Chunk* NodeStore::newChunk(std::size_t size, std::uint32_t live) {
+  RequireAtMost(u"bytes of an XML tree", bytes + size, mostBytes);
+  void* const memory = ReportOutOfMemory([=] { return ::operator new(size); });
+  bytes += size;
+  names->Share();
+  return new (memory) Chunk{names, live};
+}
+
+/// From here on the chunk counts its nodes alone.
+void NodeStore::closeChunk() {
+  if (chunk) chunk->Release(fillingCount - made);
+  chunk = nullptr;
+  made = 0;
+}
+
+}  // namespace ZaM::detail
