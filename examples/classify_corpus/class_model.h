@@ -25,6 +25,9 @@ class ClassModel : public ZaM::DocumentNode, public ZaM::Representation {
   /// The score of a `WordVector` over the same vocabulary; NaN, which never wins, for anything else.
   double dot(Representation const& document) const override;
 
+  std::vector<float> const& Weights() const { return weights; }
+  double Bias() const { return bias; }
+
   bool IsValid() const override { return !weights.empty(); }
   double GetMinimum() const override { return -1.0; }
   double GetMaximum() const override { return 1.0; }

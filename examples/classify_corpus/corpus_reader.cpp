@@ -1,26 +1,42 @@
 #include "corpus_reader.h"
 
 #include <string>
+#include <utility>
 
+#include "jobs.h"
 #include "run_error.h"
 #include "text_file.h"
 #include "utf8.h"
 
 namespace classify {
 
-std::vector<Document> ReadCorpus(Corpus const& corpus, TermExtractor& extractor, Progress& progress,
-                                 StageClocks& clocks, Notes& notes) {
-  std::vector<Document> documents;
+std::vector<Document> ReadCorpus(Corpus const& corpus, Settings const& settings, std::size_t jobs, Progress& progress,
+                                 Notes& notes) {
+  struct Outcome {
+    Terms terms;
+    std::string problem;
+  };
+  std::vector<Outcome> outcomes(corpus.files.size());
+  std::vector<TermExtractor> extractors = MakeExtractors(jobs, settings);
   progress.Begin("reading", corpus.files.size());
-  for (DocumentFile const& file : corpus.files) {
-    progress.Step(CancelId::Reading);
+  ForEach(jobs, corpus.files.size(), progress, CancelId::Reading, [&](std::size_t worker, std::size_t i) {
     try {
-      std::u16string const text = clocks.read.Time(1, [&] { return ReadText(file.path); });
-      documents.push_back({&file, clocks.filter.Time(1, [&] { return extractor.Extract(text); })});
-      if (documents.back().terms.empty()) notes.Add("no word in a script that the filter knows", corpus.NameOf(file));
+      outcomes[i].terms = extractors[worker].Extract(ReadText(corpus.files[i].path));
     } catch (UnusableFile const& failure) {
-      notes.Add(failure.note, corpus.NameOf(file));
+      outcomes[i].problem = failure.note;
     }
+  });
+
+  std::vector<Document> documents;
+  for (std::size_t i = 0; i < outcomes.size(); ++i) {
+    auto& [terms, problem] = outcomes[i];
+    DocumentFile const& file = corpus.files[i];
+    if (!problem.empty()) {
+      notes.Add(problem, corpus.NameOf(file));
+      continue;
+    }
+    if (terms.empty()) notes.Add("no word in a script that the filter knows", corpus.NameOf(file));
+    documents.push_back({&file, std::move(terms)});
   }
   if (documents.empty()) throw RunError{Printable(corpus.folder.native()) + " holds no document that is text"};
   return documents;

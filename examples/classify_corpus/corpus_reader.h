@@ -6,7 +6,7 @@
 
 #include "corpus.h"
 #include "progress.h"
-#include "stage_clock.h"
+#include "settings.h"
 #include "term_extractor.h"
 
 namespace classify {
@@ -17,9 +17,10 @@ struct Document {
 };
 
 /// The documents of `corpus`, in its order, without those that can't be read or aren't text: these are noted. Texts
-/// aren't kept. Throws RunError if nothing is left, UserCanceledException(22) if the user wants to stop.
-std::vector<Document> ReadCorpus(Corpus const& corpus, TermExtractor& extractor, Progress& progress,
-                                 StageClocks& clocks, Notes& notes);
+/// aren't kept. Reads on up to `jobs` threads. Throws RunError if nothing is left, UserCanceledException(22) if the
+/// user wants to stop.
+std::vector<Document> ReadCorpus(Corpus const& corpus, Settings const& settings, std::size_t jobs, Progress& progress,
+                                 Notes& notes);
 
 }  // namespace classify
 

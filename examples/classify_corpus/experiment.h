@@ -9,12 +9,11 @@
 #include "corpus.h"
 #include "corpus_reader.h"
 #include "findings.h"
+#include "learned_classes.h"
 #include "options.h"
 #include "pending_file.h"
 #include "progress.h"
 #include "stage_clock.h"
-#include "trainer.h"
-#include "vocabulary.h"
 
 namespace classify {
 
@@ -31,9 +30,6 @@ struct Workplace {
 };
 
 /// Runs folds, and gathers what becomes of their documents.
-///
-/// Here is the library's part in classifying: a tree of classes, a tree of documents, and a classifier that leaves a
-/// result on each document.
 class Experiment {
  public:
   explicit Experiment(Workplace const& given) : place(given) {}
@@ -44,16 +40,12 @@ class Experiment {
   void Run(unsigned int fold);
 
  private:
-  struct TestTree;
-
   void keepShare(std::vector<Document const*>& tests) const;
-  ZaM::Ref<ZaM::DocumentNode> createClassTree(std::vector<Document const*> const& training,
-                                              Vocabulary const& vocabulary, unsigned int fold);
-  Trainer createTrainer(std::vector<Document const*> const& training, Vocabulary const& vocabulary);
-  TestTree createTestTree(std::vector<Document const*> const& tests, Vocabulary const& vocabulary);
-  void drawOnPlane(std::vector<Document const*> const& training, Vocabulary const& vocabulary, unsigned int fold,
-                   TestTree const& tree);
-  void classifyTree(ZaM::DocumentNode& classes, ZaM::DocumentNode& documents);
+  void noteUntrained(LearnedClasses const& classes, unsigned int fold);
+  std::vector<ZaM::Ref<ZaM::SparseResult>> classify(std::vector<Document const*> const& tests,
+                                                    LearnedClasses const& classes);
+  void drawOnPlane(std::vector<Document const*> const& training, std::vector<Document const*> const& tests,
+                   Vocabulary const& vocabulary, unsigned int fold);
 
   Workplace place;
 };

@@ -7,18 +7,15 @@
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <zam/zam.h>
 
 #include <array>
 #include <cerrno>
-#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <system_error>
 #include <utility>
 
 #include "interrupt.h"
-#include "progress.h"
 #include "run_error.h"
 #include "utf8.h"
 
@@ -94,7 +91,7 @@ class Gnuplot {
     while (true) {
       pollfd ready{output, POLLIN, 0};
       int const count = poll(&ready, 1, milliseconds);
-      if (IsInterrupted()) throw ZaM::UserCanceledException(static_cast<std::int32_t>(CancelId::Classifying));
+      StopIfInterrupted(CancelId::Classifying);
       if (count <= 0) continue;
       ssize_t const size = read(output, block.data(), block.size());
       if (size == 0) return text;

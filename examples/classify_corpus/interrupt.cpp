@@ -1,26 +1,36 @@
 #include "interrupt.h"
 
+#include <zam/zam.h>
+
+#include <atomic>
 #include <csignal>
 
 namespace classify {
 
 namespace {
 
-std::sig_atomic_t volatile interrupted = 0;
+std::atomic<bool> interrupted = false;
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal may come while another thread looks");
 
 extern "C" void RememberInterrupt(int /*signal*/) {
-  interrupted = 1;
-  std::signal(SIGINT, SIG_DFL);
+  interrupted = true;
 }
 
 }  // namespace
 
 void CatchInterrupt() {
-  std::signal(SIGINT, RememberInterrupt);
+  struct sigaction action = {};
+  action.sa_handler = RememberInterrupt;
+  action.sa_flags = static_cast<int>(SA_RESETHAND);
+  sigaction(SIGINT, &action, nullptr);
 }
 
 bool IsInterrupted() {
-  return interrupted != 0;
+  return interrupted;
+}
+
+void StopIfInterrupted(CancelId id) {
+  if (IsInterrupted()) throw ZaM::UserCanceledException(static_cast<std::int32_t>(id));
 }
 
 }  // namespace classify

@@ -2,13 +2,22 @@
 #ifndef CLASSIFY_CORPUS_INTERRUPT_H
 #define CLASSIFY_CORPUS_INTERRUPT_H
 
+#include <cstdint>
+
 namespace classify {
 
-/// From here on the first Ctrl-C is only remembered; a second one ends the process as usual.
+/// Which sentence says what was cancelled: the number of a `ZaM::UserCanceledException`.
+enum class CancelId : std::int32_t { Classifying = 20, Training = 21, Reading = 22 };
+
+/// From here on the first Ctrl-C is only remembered, and interrupts what waits for input; a second one ends the process
+/// as usual.
 void CatchInterrupt();
 
-/// Whether Ctrl-C was pressed since `CatchInterrupt`.
+/// Whether Ctrl-C was pressed since `CatchInterrupt`. On any thread.
 bool IsInterrupted();
+
+/// Throws UserCanceledException with the number `id` then. On any thread.
+void StopIfInterrupted(CancelId id);
 
 }  // namespace classify
 

@@ -1,39 +1,23 @@
-// From a folder of documents to a confusion matrix.
+// From a folder of documents to a confusion matrix, or to classes that new documents are classified by.
 //
-// The way of a document: a file (corpus.h) becomes terms (corpus_reader.h, term_extractor.h), these a vector over the
-// vocabulary (vocabulary.h, word_vector.h) that hangs on a document node; classes learn their models (trainer.h,
-// class_model.h); the library scores the documents against the classes (experiment.h). What becomes of them
-// (findings.h) is kept (result_file.h), or brought back without all that (result_loader.h); the library counts it
-// (evaluation.h), and the counts are told (report.h).
-#include <sys/ioctl.h>
-#include <unistd.h>
+// The way of a document: a file (corpus.h, document_source.h) becomes terms (text_file.h, term_extractor.h), these a
+// vector over the vocabulary (vocabulary.h, word_vector.h) that hangs on a document node; classes learn their models
+// (class_learning.h, trainer.h, class_model.h), which a file keeps (classes_file.h); the library scores the documents
+// against the classes (document_classifier.h). What becomes of new documents is told in records (record_format.h); what
+// becomes of tested ones (experiment.h, findings.h) is kept (result_file.h), or brought back without all that
+// (result_loader.h); the library counts it (evaluation.h), and the counts are told (report.h).
 #include <zam/zam.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <iostream>
-#include <iterator>
 #include <new>
 #include <optional>
 #include <string>
 
-#include "corpus.h"
-#include "corpus_reader.h"
-#include "evaluation.h"
-#include "experiment.h"
-#include "findings.h"
-#include "fold.h"
-#include "gnuplot.h"
-#include "html_report.h"
+#include "commands.h"
 #include "interrupt.h"
-#include "number_text.h"
+#include "notes.h"
 #include "options.h"
-#include "pending_file.h"
-#include "plane.h"
-#include "plane_map.h"
-#include "report.h"
-#include "result_file.h"
-#include "result_loader.h"
 #include "run_error.h"
 #include "utf8.h"
 
@@ -41,105 +25,16 @@ namespace {
 
 using namespace classify;
 
-// Of the terminal that the report goes to; 0 if it goes anywhere else, where lines may have any length.
-std::size_t TerminalWidth() {
-  winsize size{};
-  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
-}
-
-std::string Heading(Findings const& findings) {
-  FoldSize const total = findings.Total();
-  std::size_t const tested = findings.Tested().size();
-  std::string const share = tested == total.tested ? "" : " of " + Grouped(total.tested);
-  return findings.corpus + ": " + Grouped(findings.documents) + " documents in " + Grouped(findings.ClassCount()) +
-         " classes\ntested on " + findings.FoldNames() + ": " + Grouped(tested) + share + " documents, learned from " +
-         Grouped(total.learned) + "\n";
-}
-
-std::string Report(Findings const& findings, ZaM::ErrorMatrix const& matrix, StageClocks const& clocks) {
-  return Heading(findings) + '\n' + ClassTable(matrix, findings.ClassNames()) +
-         "\nconfusion matrix: a row for each class, a column for what its documents were taken for, - for rejected\n" +
-         MatrixTable(matrix, findings.ClassNames(), TerminalWidth()) + "\nworst confusions\n" +
-         WorstConfusions(matrix, findings.ClassNames()) + '\n' + SpeedTable(clocks) + '\n' +
-         Summary(matrix, findings.ClassCount());
-}
-
-Findings Classify(Options const& options, Progress& progress, StageClocks& clocks, Notes& notes,
-                  std::vector<PendingFile>& outputs) {
-  Corpus const corpus = ListCorpus(options.corpus, notes);
-  TermExtractor extractor(static_cast<unsigned char>(options.settings.minWordLength), options.settings.useDigits);
-  std::vector<Document> const documents = ReadCorpus(corpus, extractor, progress, clocks, notes);
-
-  Findings findings;
-  findings.corpus = Printable(corpus.folder.native());
-  findings.documents = documents.size();
-  findings.settings = options.settings;
-  for (unsigned int id = 1; id <= corpus.ClassCount(); ++id) findings.AddClass(corpus.classNames[id]);
-
-  Experiment experiment({options, corpus, documents, progress, clocks, notes, findings, outputs});
-  unsigned int const first = options.crossValidate ? 0 : options.fold;
-  unsigned int const last = options.crossValidate ? FoldCount - 1 : options.fold;
-  for (unsigned int fold = first; fold <= last; ++fold) experiment.Run(fold);
-  if (findings.folds.empty())
-    throw RunError{"there is nothing to test: no document's name belongs to fold " + std::to_string(options.fold)};
-  findings.Sort();
-  return findings;
-}
-
-Findings Load(Options const& options, Progress& progress, StageClocks& clocks, Notes& notes) {
-  Findings findings = clocks.load.Time(0, [&] { return LoadResults(options.loadResults, progress, notes); });
-  clocks.load.Add(findings.Tested().size());
-  return findings;
-}
-
-/// Where a run's findings go, apart from the terminal: the files that were asked for. Made before the run, so that what
-/// can't be written is known in time.
-class Places {
- public:
-  explicit Places(Options const& given) : options(given) {
-    if (!options.results.empty()) results.emplace(options.results);
-    if (!options.report.empty()) report.emplace(options.report);
-    if (!options.model.empty()) Plane::CheckModel(options.model);
-    if (options.map.empty()) return;
-    CheckGnuplot();
-    map.emplace(options.map);
+int Run(Options const& options, Notes& notes) {
+  switch (options.command) {
+    case Command::Learn:
+      return Learn(options, notes);
+    case Command::Apply:
+      return Apply(options);
+    case Command::Evaluate:
+      break;
   }
-
-  // Adds the files to `outputs`.
-  void Write(Findings const& findings, ZaM::ErrorMatrix const& matrix, StageClocks const& clocks,
-             std::vector<PendingFile>& outputs) {
-    if (results) outputs.push_back(std::move(*results).Write(findings));
-    if (report) std::ranges::move(report->Write(findings, matrix, options, clocks), std::back_inserter(outputs));
-    if (!map) return;
-    map->Write(DrawMap(findings.corpus, findings.map, findings.ClassNames()));
-    outputs.push_back(std::move(*map));
-  }
-
- private:
-  Options const& options;
-  std::optional<ResultFile> results;
-  std::optional<HtmlReport> report;
-  std::optional<PendingFile> map;
-};
-
-// Everything is written at the very end: a run that is cancelled or fails leaves nothing behind.
-void Run(Options const& options, Notes& notes) {
-  StageClocks clocks;
-  std::string report;
-  {
-    Progress progress(!options.quiet && isatty(STDERR_FILENO) != 0);
-    Places places(options);
-    std::vector<PendingFile> outputs;
-    Findings const findings = options.loadResults.empty() ? Classify(options, progress, clocks, notes, outputs)
-                                                          : Load(options, progress, clocks, notes);
-    auto const matrix = clocks.evaluate.Time(
-        findings.Tested().size(), [&] { return Evaluate(findings, options.bestThreshold, options.distanceThreshold); });
-    report = Report(findings, *matrix, clocks);
-    places.Write(findings, *matrix, clocks, outputs);
-    for (PendingFile& file : outputs) file.Commit();
-  }
-  std::cout << report << std::flush;
-  if (!std::cout) throw RunError{"can't write the report"};
+  return Evaluate(options, notes);
 }
 
 int Fail(std::string const& message, int exitCode = exit_code::failed) {
@@ -149,8 +44,7 @@ int Fail(std::string const& message, int exitCode = exit_code::failed) {
 
 int RunAndExplain(Options const& options, Notes& notes) {
   try {
-    Run(options, notes);
-    return exit_code::done;
+    return Run(options, notes);
   } catch (RunError const& failure) {
     return Fail(failure.message);
   } catch (ZaM::UserCanceledException const& cancelled) {

@@ -11,7 +11,13 @@
 
 namespace classify {
 
+enum class Command { Evaluate, Learn, Apply };
+
+enum class OutputFormat { Tsv, Csv, Json, Xml };
+
 struct Options {
+  Command command = Command::Evaluate;
+  std::size_t jobs = 1;
   std::filesystem::path corpus;  // empty where results are loaded
   unsigned int fold = 0;         // the one to test on
   bool crossValidate = false;    // each fold in turn, instead of that one
@@ -26,6 +32,16 @@ struct Options {
   std::filesystem::path model;                     // of the map; empty: no such file
   bool quiet = false;
 
+  // For learning and applying alone.
+  std::filesystem::path classes;              // the file that keeps them
+  std::filesystem::path list;                 // of the documents to learn from; empty: all
+  std::optional<unsigned int> leftOut;        // the fold not to learn from
+  std::vector<std::filesystem::path> inputs;  // files and folders to classify; empty: from standard input
+  bool nullSeparated = false;                 // these
+  OutputFormat format = OutputFormat::Tsv;
+  bool header = false;
+  std::filesystem::path output;  // empty: standard output
+
   bool WantsMap() const { return loadResults.empty() && (!map.empty() || !report.empty()); }
 };
 
@@ -34,6 +50,7 @@ namespace exit_code {
 inline constexpr int done = 0;
 inline constexpr int failed = 1;
 inline constexpr int wrongUsage = 2;
+inline constexpr int unreadDocuments = 3;
 inline constexpr int cancelled = 130;  // 128 + SIGINT, as shells have it
 }  // namespace exit_code
 

@@ -7,10 +7,9 @@
 #include <chrono>
 #include <string>
 
-namespace classify {
+#include "interrupt.h"
 
-/// Which sentence says what was cancelled: the number of a `ZaM::UserCanceledException`.
-enum class CancelId : std::int32_t { Classifying = 20, Training = 21, Reading = 22 };
+namespace classify {
 
 /// Shows on standard error how far a run has come, if that is a terminal, and cancels it after Ctrl-C.
 ///

@@ -28,6 +28,12 @@ inline constexpr char const* path = "Path";
 inline constexpr char const* classId = "ClassId";
 inline constexpr char const* result = "Result";
 
+// Of new documents, which have no true class.
+inline constexpr char const* classified = "ClassifiedDocuments";
+inline constexpr char const* className = "Class";
+inline constexpr char const* second = "Second";
+inline constexpr char const* rejected = "Rejected";
+
 }  // namespace classify::form
 
 #endif

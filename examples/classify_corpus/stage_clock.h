@@ -46,17 +46,15 @@ class StageClock {
 struct StageClocks {
   StageClock load;
   StageClock read;
-  StageClock filter;
   StageClock train;
   StageClock classify;
   StageClock map;
   StageClock evaluate;
 
   /// In the order of a run, with their names.
-  std::array<std::pair<char const*, StageClock const*>, 7> Stages() const {
+  std::array<std::pair<char const*, StageClock const*>, 6> Stages() const {
     return {{{"load", &load},
              {"read", &read},
-             {"filter", &filter},
              {"train", &train},
              {"classify", &classify},
              {"map", &map},

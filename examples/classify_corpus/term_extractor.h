@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "settings.h"
+
 namespace classify {
 
 /// What a term is a stretch of. All three are hashed from the symbols that the text filter gives.
@@ -45,6 +47,8 @@ class TermExtractor {
  public:
   /// Words of fewer than `minWordLength` characters leave no trace, but ideographs do. Without digits these separate.
   TermExtractor(unsigned char minWordLength, bool useDigits);
+  explicit TermExtractor(Settings const& settings)
+      : TermExtractor(static_cast<unsigned char>(settings.minWordLength), settings.useDigits) {}
 
   /// The terms of a text of at most `MaxUnits` units. A text in a script that the filter doesn't know has none.
   Terms Extract(std::u16string_view text);
@@ -63,6 +67,13 @@ class TermExtractor {
   std::vector<char> symbols;
   Terms occurrences;
 };
+
+/// One for each job.
+inline std::vector<TermExtractor> MakeExtractors(std::size_t jobs, Settings const& settings) {
+  std::vector<TermExtractor> extractors;
+  for (std::size_t i = 0; i < jobs; ++i) extractors.emplace_back(settings);
+  return extractors;
+}
 
 }  // namespace classify
 

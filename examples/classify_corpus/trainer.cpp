@@ -17,7 +17,10 @@
 #include <cmath>
 #include <numeric>
 #include <random>
+#include <span>
 #include <utility>
+
+#include "interrupt.h"
 
 namespace classify {
 
@@ -29,6 +32,8 @@ constexpr float tolerance = 0.1F;      // of the condition at the minimum; a ten
 constexpr int mostSweeps = 100;        // about ten are needed
 constexpr unsigned int orderSeed = 1;  // of the random order: any will do, but always the same
 
+using Vector = std::span<WeightedTerm const>;
+
 struct TermState {
   float weight = 0;    // w
   float strength = 1;  // r²
@@ -36,7 +41,7 @@ struct TermState {
 
 class Learner {
  public:
-  Learner(std::vector<TrainingDocument> const& training, std::vector<float> const& totals, unsigned int classId);
+  Learner(TrainingSet const& training, std::vector<float> const& totals, unsigned int classId);
 
   /// Lets each document take its turn; returns by how much the worst one missed the condition at the minimum.
   float Sweep();
@@ -44,15 +49,15 @@ class Learner {
   ClassModel* CreateModel() const;
 
  private:
-  bool isOwn(std::size_t i) const { return documents[i].classId == ownClass; }
+  bool isOwn(std::size_t i) const { return documents.ClassOf(i) == ownClass; }
   void compareWithOthers(std::vector<float> const& totals);
   void measureDocuments();
   float improve(std::size_t i);
-  float score(WordVector const& words) const;
-  void move(WordVector const& words, float step);
+  float score(Vector words) const;
+  void move(Vector words, float step);
   void shuffle();
 
-  std::vector<TrainingDocument> const& documents;
+  TrainingSet const& documents;
   unsigned int const ownClass;
   std::vector<TermState> terms;
   float bias = 0;
@@ -62,13 +67,13 @@ class Learner {
   std::mt19937 random{orderSeed};
 };
 
-Learner::Learner(std::vector<TrainingDocument> const& training, std::vector<float> const& totals, unsigned int classId)
+Learner::Learner(TrainingSet const& training, std::vector<float> const& totals, unsigned int classId)
     : documents(training),
       ownClass(classId),
       terms(totals.size()),
-      multipliers(training.size()),
-      lengths(training.size(), 1.0F),
-      order(training.size()) {
+      multipliers(training.Size()),
+      lengths(training.Size(), 1.0F),
+      order(training.Size()) {
   std::iota(order.begin(), order.end(), std::size_t{0});
   compareWithOthers(totals);
   measureDocuments();
@@ -76,9 +81,9 @@ Learner::Learner(std::vector<TrainingDocument> const& training, std::vector<floa
 
 void Learner::compareWithOthers(std::vector<float> const& totals) {
   std::vector<float> own(totals.size(), smoothing);
-  for (std::size_t i = 0; i < documents.size(); ++i) {
+  for (std::size_t i = 0; i < documents.Size(); ++i) {
     if (!isOwn(i)) continue;
-    for (auto const [index, weight] : documents[i].words->Terms()) own[index] += weight;
+    for (auto const [index, weight] : documents.VectorOf(i)) own[index] += weight;
   }
   double const ownSum = std::accumulate(own.begin(), own.end(), 0.0);
   double const sum = std::accumulate(totals.begin(), totals.end(), 0.0);
@@ -92,9 +97,8 @@ void Learner::compareWithOthers(std::vector<float> const& totals) {
 }
 
 void Learner::measureDocuments() {
-  for (std::size_t i = 0; i < documents.size(); ++i)
-    for (auto const [index, weight] : documents[i].words->Terms())
-      lengths[i] += weight * weight * terms[index].strength;
+  for (std::size_t i = 0; i < documents.Size(); ++i)
+    for (auto const [index, weight] : documents.VectorOf(i)) lengths[i] += weight * weight * terms[index].strength;
 }
 
 float Learner::Sweep() {
@@ -107,22 +111,22 @@ float Learner::Sweep() {
 float Learner::improve(std::size_t i) {
   constexpr float slope = 1 / (2 * missCost);
   float const side = isOwn(i) ? 1.0F : -1.0F;
-  float const gradient = side * score(*documents[i].words) - 1 + slope * multipliers[i];
+  float const gradient = side * score(documents.VectorOf(i)) - 1 + slope * multipliers[i];
   if (multipliers[i] == 0 && gradient >= 0) return 0;
   float const improved = std::max(multipliers[i] - gradient / (lengths[i] + slope), 0.0F);
-  move(*documents[i].words, (improved - multipliers[i]) * side);
+  move(documents.VectorOf(i), (improved - multipliers[i]) * side);
   multipliers[i] = improved;
   return std::abs(gradient);
 }
 
-float Learner::score(WordVector const& words) const {
+float Learner::score(Vector words) const {
   float sum = bias;
-  for (auto const [index, weight] : words.Terms()) sum += weight * terms[index].weight;
+  for (auto const [index, weight] : words) sum += weight * terms[index].weight;
   return sum;
 }
 
-void Learner::move(WordVector const& words, float step) {
-  for (auto const [index, weight] : words.Terms()) terms[index].weight += step * weight * terms[index].strength;
+void Learner::move(Vector words, float step) {
+  for (auto const [index, weight] : words) terms[index].weight += step * weight * terms[index].strength;
   bias += step;
 }
 
@@ -139,16 +143,15 @@ ClassModel* Learner::CreateModel() const {
 
 }  // namespace
 
-Trainer::Trainer(std::vector<TrainingDocument> given, std::size_t termCount)
-    : documents(std::move(given)), totals(termCount) {
-  for (TrainingDocument const& document : documents)
-    for (auto const [index, weight] : document.words->Terms()) totals[index] += weight;
+Trainer::Trainer(TrainingSet given) : documents(std::move(given)), totals(documents.TermCount()) {
+  for (std::size_t i = 0; i < documents.Size(); ++i)
+    for (auto const [index, weight] : documents.VectorOf(i)) totals[index] += weight;
 }
 
-ClassModel* Trainer::Learn(unsigned int classId, Progress& progress) const {
+ClassModel* Trainer::Learn(unsigned int classId) const {
   Learner learner(documents, totals, classId);
   for (int sweep = 0; sweep < mostSweeps; ++sweep) {
-    progress.Step(CancelId::Training, 0);
+    StopIfInterrupted(CancelId::Training);
     if (learner.Sweep() < tolerance) break;
   }
   return learner.CreateModel();

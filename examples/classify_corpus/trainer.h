@@ -2,21 +2,12 @@
 #ifndef CLASSIFY_CORPUS_TRAINER_H
 #define CLASSIFY_CORPUS_TRAINER_H
 
-#include <zam/zam.h>
-
-#include <cstddef>
 #include <vector>
 
 #include "class_model.h"
-#include "progress.h"
-#include "word_vector.h"
+#include "training_set.h"
 
 namespace classify {
-
-struct TrainingDocument {
-  ZaM::Ref<WordVector> words;  // may be empty
-  unsigned int classId;
-};
 
 /// A linear support vector machine for each class: of this class against all others.
 ///
@@ -28,15 +19,14 @@ struct TrainingDocument {
 /// The same documents in the same order give the same model.
 class Trainer {
  public:
-  /// The vectors are over a vocabulary of `termCount` terms.
-  Trainer(std::vector<TrainingDocument> documents, std::size_t termCount);
+  explicit Trainer(TrainingSet documents);
 
-  /// The model of one class, with a count of 1 for the caller. `progress` is asked for cancelling only, and throws
-  /// UserCanceledException(21) then.
-  ClassModel* Learn(unsigned int classId, Progress& progress) const;
+  /// The model of one class, with a count of 1 for the caller. Any number of threads may learn classes at once.
+  /// Throws UserCanceledException(21) if the user wants to stop.
+  ClassModel* Learn(unsigned int classId) const;
 
  private:
-  std::vector<TrainingDocument> documents;
+  TrainingSet documents;
   std::vector<float> totals;  // by term: the sum of its weights in all documents
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <unordered_map>
+#include <utility>
 
 namespace classify {
 
@@ -60,7 +61,10 @@ Vocabulary::Vocabulary(std::vector<Document const*> const& training) {
     weights.push_back(RuleOf(key.kind).weight * (1 + std::log(total / static_cast<float>(counts.at(key)))));
 }
 
-WordVector* Vocabulary::Weigh(Terms const& terms) const {
+Vocabulary::Vocabulary(std::vector<TermKey> givenKeys, std::vector<float> givenWeights)
+    : keys(std::move(givenKeys)), weights(std::move(givenWeights)) {}
+
+std::vector<WeightedTerm> Vocabulary::Weigh(Terms const& terms) const {
   std::vector<WeightedTerm> weighted;
   auto place = keys.begin();
   for (Term const& term : terms) {
@@ -72,7 +76,7 @@ WordVector* Vocabulary::Weigh(Terms const& terms) const {
   }
   ScaleToLengthOne(weighted);
   weighted.shrink_to_fit();
-  return WordVector::Create(std::move(weighted));
+  return weighted;
 }
 
 }  // namespace classify

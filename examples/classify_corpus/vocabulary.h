@@ -24,11 +24,17 @@ class Vocabulary {
  public:
   explicit Vocabulary(std::vector<Document const*> const& training);
 
+  /// A vocabulary as it was: its terms, ascending, with the part of their weights that is the same for all documents.
+  Vocabulary(std::vector<TermKey> keys, std::vector<float> weights);
+
   /// How many terms there are.
   std::size_t Size() const { return keys.size(); }
 
-  /// The vector of a document, with those of its terms that are known. A count of 1 for the caller.
-  WordVector* Weigh(Terms const& terms) const;
+  std::vector<TermKey> const& Keys() const { return keys; }
+  std::vector<float> const& Weights() const { return weights; }
+
+  /// The vector of a document, as `WordVector::Create` takes it, with those of its terms that are known.
+  std::vector<WeightedTerm> Weigh(Terms const& terms) const;
 
  private:
   std::vector<TermKey> keys;   // ascending; the place is the term's number

@@ -15,13 +15,11 @@ Ref<WordVector> Words(std::vector<WeightedTerm> terms) {
 }
 
 // Two classes that share term 0 and differ in terms 1 and 2; one document knows nothing.
-std::vector<TrainingDocument> TwoClasses() {
-  std::vector<TrainingDocument> documents;
-  for (int i = 0; i < 5; ++i) {
-    documents.push_back({Words({{0, 0.6F}, {1, 0.8F}}), 1});
-    documents.push_back({Words({{0, 0.6F}, {2, 0.8F}}), 2});
-  }
-  documents.push_back({Words({}), 2});
+TrainingSet TwoClasses() {
+  TrainingSet documents(3);
+  for (int i = 0; i < 5; ++i)
+    for (unsigned int const id : {1U, 2U}) documents.Add(std::vector<WeightedTerm>{{0, 0.6F}, {id, 0.8F}}, id);
+  documents.Add({}, 2);
   return documents;
 }
 
@@ -34,25 +32,24 @@ TEST(ClassModel, ScoresByItsWeights) {
 }
 
 TEST(Trainer, GivesEachSideTheScoreItAimsAt) {
-  Trainer const trainer(TwoClasses(), 3);
-  Progress progress(false);
+  Trainer const trainer(TwoClasses());
   for (unsigned int const id : {1U, 2U}) {
-    Ref<ClassModel> const model(trainer.Learn(id, progress));
+    Ref<ClassModel> const model(trainer.Learn(id));
     double const own = model->dot(*Words({{0, 0.6F}, {id, 0.8F}}));
     double const other = model->dot(*Words({{0, 0.6F}, {3 - id, 0.8F}}));
     EXPECT_NEAR(own, 1, 0.2) << id;
     EXPECT_NEAR(other, -1, 0.2) << id;
     EXPECT_NEAR(model->dot(*Words({{0, 1.0F}})), 0, 0.6) << "a term of both classes says little";
 
-    Ref<ClassModel> const again(trainer.Learn(id, progress));
+    Ref<ClassModel> const again(trainer.Learn(id));
     EXPECT_EQ(again->dot(*Words({{0, 0.6F}, {id, 0.8F}})), own);
   }
 }
 
 TEST(Trainer, LearnsAClassThatHasNoOthers) {
-  std::vector<TrainingDocument> documents{{Words({{0, 1.0F}}), 1}};
-  Progress progress(false);
-  Ref<ClassModel> const model(Trainer(std::move(documents), 1).Learn(1, progress));
+  TrainingSet documents(1);
+  documents.Add(std::vector<WeightedTerm>{{0, 1.0F}}, 1);
+  Ref<ClassModel> const model(Trainer(std::move(documents)).Learn(1));
   EXPECT_GT(model->dot(*Words({{0, 1.0F}})), 0.5);
 }
 

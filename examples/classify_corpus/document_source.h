@@ -1,0 +1,46 @@
+// Which documents are to be classified.
+#ifndef CLASSIFY_CORPUS_DOCUMENT_SOURCE_H
+#define CLASSIFY_CORPUS_DOCUMENT_SOURCE_H
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace classify {
+
+/// Paths of files, one after the other: those that are given, or those that standard input brings. In place of a folder
+/// come the files in it, at any depth, in the order of their names; names that begin with a dot are passed over, and
+/// links to folders, which might lead back up. What is no folder is a document, whether it can be read or not.
+///
+/// Memory: the names in the folders that are being read; nothing grows with the number of documents.
+/// Errors: RunError for what can't be a list of paths, and where the machine fails; UserCanceledException(22) if the
+///         user wants to stop while input is awaited.
+class DocumentSource {
+ public:
+  /// Called for a folder that can't be listed, with the reason.
+  using Complain = std::function<void(std::filesystem::path const& folder, std::string const& reason)>;
+
+  /// Without a path they come from standard input, with `separator` behind each.
+  DocumentSource(std::vector<std::filesystem::path> paths, char separator, Complain complain);
+
+  /// The next one; nothing at the end. Without `mayWait` also nothing where standard input hasn't brought one yet.
+  std::optional<std::filesystem::path> Next(bool mayWait);
+
+ private:
+  bool readInput(bool mayWait);
+  std::optional<std::filesystem::path> nextLine(bool mayWait);
+  void open(std::filesystem::path const& folder);
+
+  std::vector<std::filesystem::path> pending;  // the next one last
+  bool takesInput;
+  char separator;
+  Complain complain;
+  std::string input;      // that was read
+  std::size_t begin = 0;  // of the next line in it
+};
+
+}  // namespace classify
+
+#endif
