@@ -5,6 +5,8 @@
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <poll.h>
+#include <pthread.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -12,10 +14,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <cstddef>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -29,8 +34,27 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/files_in.h"
 #include "tests/support/temporary_folder.h"
 #include "zam/foundation/thread.h"
+
+namespace {
+
+/// Between attempts it isn't slept as long as there is a log of how long it would have been.
+struct SleepLog {
+  std::vector<long> milliseconds;
+  std::function<void()> instead = [] {};
+}* sleepLog = nullptr;
+
+}  // namespace
+
+/// Takes the place of the C library's.
+extern "C" [[gnu::visibility("default")]] int nanosleep(timespec const* time, timespec* rest) {
+  if (sleepLog == nullptr) return clock_nanosleep(CLOCK_REALTIME, 0, time, rest) == 0 ? 0 : -1;
+  sleepLog->milliseconds.push_back(time->tv_sec * 1000 + time->tv_nsec / 1'000'000);
+  sleepLog->instead();
+  return 0;
+}
 
 namespace ZaM {
 namespace {
@@ -59,7 +83,7 @@ class Process {
   }
   Process(Process const&) = delete;
   ~Process() {
-    if (id > 0) kill(-id, SIGKILL);
+    Kill();
     ExitCode();
     close(line[0]);
   }
@@ -67,6 +91,10 @@ class Process {
   /// The process tells that it has come to a point; false if it has ended without.
   void Say() { static_cast<void>(!write(line[1], "!", 1)); }
   bool Listen() { return BytesFrom(line[0]) == 1; }
+
+  void Kill() {
+    if (id > 0) kill(-id, SIGKILL);
+  }
 
   int ExitCode() {
     int status = 0;
@@ -101,6 +129,18 @@ class LockFileTest : public testing::Test {
     for (int i = 0; i < patience && Exists(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return !Exists() && CanBeTaken();
   }
+  /// The process that guards the lock, on whose folder it holds its hand; 0 without one.
+  pid_t Guard() const {
+    std::error_code ignored;
+    for (fs::path const& process : fs::directory_iterator("/proc")) {
+      std::string name;
+      if (!(std::ifstream(process / "comm") >> name) || name != "zam-lock-guard") continue;
+      for (fs::path const& open : fs::directory_iterator(process / "fd", ignored)) {
+        if (fs::read_symlink(open, ignored) == folder.Path()) return std::stoi(process.filename().string());
+      }
+    }
+    return 0;
+  }
   bool CanBeTaken() const {
     void* const lock = Take(patience);
     bool const held = lock != invalid && fs::is_regular_file(file) && fs::is_empty(file) && Take(1) == invalid;
@@ -133,14 +173,57 @@ TEST_F(LockFileTest, IsAFileForAsLongAsOneHoldsIt) {
   ZamLockfileRelease(nullptr);
 }
 
+TEST_F(LockFileTest, IsTriedForAsOftenAsAllowedWithTheSleepBetween) {
+  folder.Write("protected", "");
+  fs::permissions(folder.Path() / "protected", fs::perms::owner_write, fs::perm_options::remove);
+  constexpr int never = 0;
+  struct {
+    std::string name;
+    int retries, waitTime, freedIn;  // the number of the sleep in which the lock is let go
+    std::vector<long> sleeps;        // milliseconds
+    bool taken;
+  } const cases[] = {{"free", 3, 100, never, {}, true},
+                     {"lock", 0, 100, never, {}, false},
+                     {"lock", -1, 100, never, {}, false},
+                     {"lock", INT_MIN, 100, never, {}, false},
+                     {"lock", 1, 1, never, {1}, false},
+                     {"lock", 3, 100, never, {100, 100, 100}, false},
+                     {"lock", 3, 100, 3, {100, 100, 100}, true},
+                     {"lock", INT_MAX, 2500, 2, {2500, 2500}, true},
+                     {"lock", 1000, -1, never, {}, false},
+                     {"protected", 2, 100, never, {100, 100}, false},  // access is denied
+                     {".", 2, 100, never, {100, 100}, false},
+                     {"missing/lock", 3, 100, never, {}, false},
+                     {std::string(256, 'n'), 3, 100, never, {}, false},
+                     {std::string(255, 'n'), 3, 100, never, {}, true}};
+  for (auto const& test : cases) {
+    void* held = Take();
+    SleepLog log;
+    log.instead = [&] {
+      if (std::ssize(log.milliseconds) == test.freedIn) ZamLockfileRelease(std::exchange(held, invalid));
+    };
+    sleepLog = &log;
+    void* const lock = ZamLockfileCreate(folder.Wide(test.name), test.waitTime, test.retries);
+    sleepLog = nullptr;
+    EXPECT_EQ(lock != invalid, test.taken) << test.name << test.retries;
+    EXPECT_EQ(log.milliseconds, test.sleeps) << test.name << test.retries;
+    ZamLockfileRelease(lock);
+    ZamLockfileRelease(held);
+  }
+}
+
 TEST_F(LockFileTest, IsntTakenNorAThreadStartedWhereTheSystemGivesNoMoreOfThem) {
   auto const start = [](void*) -> std::uint32_t { return 0; };
   int const code = Process([&](Process&) {
                      if (!Deny(SYS_clone, EAGAIN) || !Deny(SYS_clone3, EAGAIN)) return notPermitted;
-                     return Take(3) == invalid && ZamCreateThread(0, start, nullptr) == nullptr ? 0 : 1;
+                     SleepLog log;
+                     sleepLog = &log;
+                     bool const isTaken = Take(3) != invalid;
+                     bool const isStarted = ZamCreateThread(0, start, nullptr) != nullptr;
+                     return isTaken || isStarted || !log.milliseconds.empty() ? 1 : 0;
                    }).ExitCode();
   if (code == notPermitted) GTEST_SKIP() << "this user can't deny a call to itself";
-  EXPECT_EQ(code, 0);
+  EXPECT_EQ(code, 0) << "nobody holds it, so no more attempts are made";
   EXPECT_TRUE(!Exists() && CanBeTaken());
 }
 
@@ -168,13 +251,13 @@ TEST_F(LockFileTest, IsntTakenWhereSomethingElseStands) {
   close(reader.fd);
 }
 
-TEST_F(LockFileTest, LosesNoIncrementOfEightProcesses) {
+TEST_F(LockFileTest, LosesNoIncrementOfFiftyProcesses) {
   fs::path const counter = folder.Write("counter", "0");
   std::list<Process> processes;
-  for (int i = 0; i < 8; ++i) {
+  for (int i = 0; i < 50; ++i) {
     processes.emplace_back([&](Process&) {
-      for (int round = 0; round < 1000; ++round) {
-        void* const lock = Take(patience);
+      for (int round = 0; round < 40; ++round) {
+        void* const lock = ZamLockfileCreate(path, 5, patience);
         int value = lock == invalid ? -100'000 : 0;
         std::ifstream(counter) >> value;
         std::ofstream(counter) << value + 1;
@@ -184,22 +267,23 @@ TEST_F(LockFileTest, LosesNoIncrementOfEightProcesses) {
     });
   }
   for (Process& process : processes) EXPECT_EQ(process.ExitCode(), 0);
-  EXPECT_EQ(folder.Bytes("counter"), "8000");
+  EXPECT_EQ(folder.Bytes("counter"), "2000");
 }
 
 TEST_F(LockFileTest, GoesWithAHolderThatIsKilledAtAnyMoment) {
   std::mt19937 random(1);
-  for (int i = 0; i < 100; ++i) {
-    {
-      Process holder([this](Process& self) -> int {
-        self.Say();
-        for (;;) ZamLockfileRelease(Take());
-      });
-      ASSERT_TRUE(holder.Listen());
-      std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
-    }
-    ASSERT_TRUE(i % 2 == 0 ? CanBeTaken() : Vanishes()) << i;
+  for (int i = 0; i < 500; ++i) {
+    wstring const own = folder.Wide("lock" + std::to_string(i));
+    Process holder([&own](Process& self) -> int {
+      self.Say();
+      for (;;) ZamLockfileRelease(ZamLockfileCreate(own, 0, 0));
+    });
+    ASSERT_TRUE(holder.Listen());
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 2000));
   }
+  for (int i = 0; i < patience && !fs::is_empty(folder.Path()); ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  EXPECT_TRUE(fs::is_empty(folder.Path()));
 }
 
 TEST_F(LockFileTest, IsntInheritedByChildrenAndOtherPrograms) {
@@ -232,54 +316,119 @@ TEST_F(LockFileTest, IsntInheritedByChildrenAndOtherPrograms) {
   for (int const end : {toHolder[0], toHolder[1], toChild[0], toChild[1]}) close(end);
 }
 
-TEST_F(LockFileTest, KeepsItsGuardOutOfTheHoldersSight) {
-  auto const openFiles = [] {
-    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+/// Each process of this test holds and loses the lock in another situation.
+TEST_F(LockFileTest, IsGuardedWhateverTheSystemAndTheHolderCanDo) {
+  struct {
+    char const* name;
+    std::function<bool()> prepare;  // false where that isn't permitted
+  } const situations[] = {
+      {"all is there", [] { return true; }},
+      {"no program to guard", [] { return Deny(SYS_execve, ENOENT); }},
+      {"a holder that inherits orphans", [] { return prctl(PR_SET_CHILD_SUBREAPER, 1) == 0; }},
+      {"no way to close many files", [] { return Deny(SYS_close_range, ENOSYS); }},
+      {"the same without the program", [] { return Deny(SYS_close_range, ENOSYS) && Deny(SYS_execve, ENOENT); }},
+      {"no files without a name, as without /proc", [] { return Deny(SYS_linkat, ENOENT); }},
+      {"the same without the program", [] { return Deny(SYS_linkat, ENOENT) && Deny(SYS_execve, ENOENT); }},
   };
-  auto const before = openFiles();
-  static std::atomic<int> signals = 0;
-  auto* const handler = signal(SIGCHLD, [](int) { ++signals; });
-  void* const lock = Take();
-  EXPECT_EQ(waitpid(-1, nullptr, 0), -1) << "it would wait for ever";
-
-  // Somebody kills the guard.
-  if (pid_t guard = 0; std::ifstream("/proc/thread-self/children") >> guard) {
-    kill(guard, SIGKILL);
-    waitid(P_PID, static_cast<id_t>(guard), nullptr, WEXITED | WNOWAIT | __WALL);
+  for (auto const& [name, prepare] : situations) {
+    Process holder([&, start = prepare](Process& self) {
+      alarm(60);
+      umask(0777);
+      static int signals = 0;
+      struct sigaction ofEnds = {};
+      ofEnds.sa_handler = [](int) { ++signals; };
+      ofEnds.sa_flags = SA_NOCLDSTOP;
+      sigaction(SIGCHLD, &ofEnds, nullptr);
+      int line[2];
+      if (!start() || pipe(line) != 0) return notPermitted;
+      int const second = fcntl(line[1], F_DUPFD, 500);
+      auto const openFiles = test::FilesIn("/proc/self/fd");
+      int failures = 0;
+      // What is done to the guard changes nothing, nor does waiting for children see it.
+      for (int const sent : {0, SIGTERM, SIGSTOP, SIGKILL}) {
+        void* const lock = Take();
+        pid_t guard = 0;
+        while ((guard = Guard()) == 0) std::this_thread::yield();  // a forked one names itself late
+        failures += kill(guard, sent) != 0;
+        failures += waitpid(-1, nullptr, 0) != -1 || Take() != invalid;
+        ZamLockfileRelease(lock);
+        failures += Exists() || !CanBeTaken();
+        if (sent == SIGSTOP) kill(guard, SIGCONT);
+        while (Guard() != 0) std::this_thread::yield();
+      }
+      failures += waitpid(-1, nullptr, __WALL) != -1 || test::FilesIn("/proc/self/fd") != openFiles;
+      failures += Take() == invalid;
+      close(line[1]);
+      close(second);
+      failures += BytesFrom(line[0]) != 0;  // the guard isn't in the line
+      if (failures + signals != 0) return 1;
+      self.Say();
+      return pause();
+    });
+    bool const isHeld = holder.Listen();
+    if (!isHeld && holder.ExitCode() == notPermitted) continue;
+    EXPECT_TRUE(isHeld && Take() == invalid) << name;
+    holder.Kill();
+    EXPECT_TRUE(Vanishes()) << name;
   }
-  EXPECT_EQ(Take(), invalid);
-  ZamLockfileRelease(lock);
-  EXPECT_FALSE(Exists());
-  EXPECT_EQ(waitpid(-1, nullptr, __WALL), -1) << "nothing is left to be waited for";
-  EXPECT_EQ(openFiles(), before);
-  EXPECT_EQ(signals, 0);
-  signal(SIGCHLD, handler);
 }
 
-TEST_F(LockFileTest, WorksOnSystemsThatCanDoLess) {
-  struct {
-    char const* missing;
-    unsigned int call;
-    int error;
-  } const cases[] = {{"no way to close many files", SYS_close_range, ENOSYS},
-                     {"no files without a name, as without /proc", SYS_linkat, ENOENT}};
-  for (auto const& [missing, call, error] : cases) {
-    int const code = Process([this, denied = call, number = error](Process&) {
-                       alarm(60);
-                       umask(0777);
-                       int line[2];
-                       if (!Deny(denied, number) || pipe(line) != 0) return notPermitted;
-                       int const second = fcntl(line[1], F_DUPFD, 500);
-                       void* const lock = Take();
-                       close(line[1]);
-                       close(second);
-                       bool const guardIsntInTheLine = BytesFrom(line[0]) == 0;
-                       ZamLockfileRelease(lock);
-                       return guardIsntInTheLine && CanBeTaken() ? 0 : 1;
-                     }).ExitCode();
-    if (code == notPermitted) GTEST_SKIP() << "this user can't deny a call to itself";
-    EXPECT_EQ(code, 0) << missing;
-  }
+TEST_F(LockFileTest, IsGuardedByAProgramThatIsNoChild) {
+  void* const lock = Take();
+  fs::path const guard = "/proc/" + std::to_string(Guard());
+  EXPECT_NE(fs::read_symlink(guard / "exe"), fs::read_symlink("/proc/self/exe")) << "has none of the holder's memory";
+  EXPECT_EQ(waitpid(-1, nullptr, __WALL), -1);
+  ZamLockfileRelease(lock);
+}
+
+TEST_F(LockFileTest, IsLetGoByAHolderThatClosesAllItsFiles) {
+  int const code = Process([this](Process&) {
+                     auto const isOpen = [](int number) { return fcntl(number, F_GETFD) != -1; };
+                     void* const lost = Take();
+                     closefrom(3);
+                     int failures = !Vanishes();
+                     void* const lock = Take();
+                     while (open("/dev/null", O_RDONLY) < 20) continue;
+                     ZamLockfileRelease(lost);
+                     for (int number = 3; number <= 20; ++number) failures += !isOpen(number);
+                     failures += lock == invalid || Take() != invalid;
+                     ZamLockfileRelease(lock);
+                     return failures + Exists();
+                   }).ExitCode();
+  EXPECT_EQ(code, 0) << "numbers that are others' by now were closed";
+}
+
+TEST_F(LockFileTest, StartsNoProcessWhoseEndEndsANamespace) {
+  int const code = Process([this](Process&) {
+                     if (unshare(CLONE_NEWPID) != 0) return notPermitted;
+                     void* const lock = Take();
+                     bool const isHeld = lock != invalid && Exists() && Take() == invalid;
+                     ZamLockfileRelease(lock);
+                     Process first([](Process&) { return getpid(); });
+                     return isHeld && !Exists() && first.ExitCode() == 1 ? 0 : 1;
+                   }).ExitCode();
+  if (code == notPermitted) GTEST_SKIP() << "this user can't make a namespace";
+  EXPECT_EQ(code, 0);
+}
+
+TEST_F(LockFileTest, NeedsLittleOfTheCallersStack) {
+  wstring name = path;
+  auto const used = [&name](void* (*function)(void*)) {
+    std::vector<char> stack(1 << 19, 'x');
+    pthread_attr_t attributes;
+    pthread_t thread;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstack(&attributes, stack.data(), stack.size());
+    if (pthread_create(&thread, &attributes, function, &name) == 0) pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+    return stack.end() - std::find_if(stack.begin(), stack.end(), [](char byte) { return byte != 'x'; });
+  };
+  auto const nothing = [](void*) -> void* { return nullptr; };
+  auto const takeAndRelease = [](void* lockName) -> void* {
+    ZamLockfileRelease(ZamLockfileCreate(*static_cast<wstring*>(lockName), 0, 0));
+    return nullptr;
+  };
+  EXPECT_LT(used(takeAndRelease) - used(nothing), 12'000);
 }
 
 TEST_F(LockFileThreads, ExcludeEachOther) {

@@ -25,16 +25,25 @@ namespace ZaM {
 /// already and isn't held is no obstacle: it is emptied, and vanishes with the lock. A link, a folder, a pipe, a device
 /// or a file without the owner's write permission is never touched, and the lock can't be taken there.
 ///
-/// The file and the lock also go when the holder dies, by whatever signal, or becomes another program. On this system a
-/// small process, a guard for each lock, sees to that; waiting for children doesn't see it. It shares the memory of the
-/// holder until one of them writes to it, so that taking and releasing a lock cost what a fork costs, which grows with
-/// the memory in use. When holder and guard are killed together, as by a container's end, the file stays, without the
-/// lock. Whoever deletes or renames the file while it is held lets somebody else take the lock. On a file system
-/// without locks it can't be taken.
+/// The file and the lock also go when the holder dies, by whatever signal, or becomes another program. A guard sees to
+/// that, a small process for each lock (`zam-lock-guard` in the list of processes), which is not the holder's child. It
+/// is a program installed with the library, so that a lock costs the same however much memory the holder uses. Where
+/// the program isn't found, and where the holder is the first process of a container or a subreaper, the guard is a
+/// forked copy of the holder, at the price of a fork, and no call of `wait` sees it. A lock that no guard can be
+/// started for isn't taken, and isn't tried for again.
+///
+/// The file stays, without the lock, when holder and guard are killed together, as by a container's end; when a holder
+/// is killed that took the lock between `unshare(CLONE_NEWPID)` and its first child, where there is no guard; and, on
+/// file systems without O_TMPFILE or without /proc, when the holder is killed in the moment between making the file and
+/// starting the guard. It is then in nobody's way: who takes the lock next uses it up.
+///
+/// A holder that closes all its files, as with `closefrom`, lets the lock go. Whoever deletes or renames the file while
+/// it is held lets somebody else take the lock; the library's own functions don't. On a file system without locks it
+/// can't be taken.
 [[nodiscard]] ZAM_EXPORT void* ZamLockfileCreate(wstring const& path, int waitTime, int retries);
 
-/// Gives the lock back: when it returns, the file has gone. In a process that was forked by the holder it only frees
-/// the copy of the handle. -1 and null do nothing.
+/// Gives the lock back: when it returns, the file has gone; the guard follows. In a process that was forked by the
+/// holder it only frees the copy of the handle. -1 and null do nothing.
 ZAM_EXPORT void ZamLockfileRelease(void* handle);
 
 }  // namespace ZaM

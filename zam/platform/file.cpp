@@ -10,20 +10,11 @@
 
 #include "zam/platform/descriptor.h"
 #include "zam/platform/files.h"
+#include "zam/platform/retry.h"
 
 namespace ZaM::platform {
 
 namespace {
-
-constexpr mode_t readableAndWritable = 0666;  // less what the process's mask takes away
-
-/// Repeats a call that a signal interrupted.
-template <class Call>
-auto Retry(Call call) {
-  auto result = call();
-  while (result == -1 && errno == EINTR) result = call();
-  return result;
-}
 
 bool IsOfType(int descriptor, mode_t type) {
   struct stat status = {};
@@ -36,14 +27,17 @@ bool TryLock(int descriptor, int kind) {
   return Retry([&] { return flock(descriptor, kind | LOCK_NB); }) == 0 || errno != EWOULDBLOCK;
 }
 
+bool NameUnnamed(int file, int folder, char const* name) {
+  std::string const unnamed = "/proc/self/fd/" + std::to_string(file);
+  return linkat(AT_FDCWD, unnamed.c_str(), folder, name, AT_SYMLINK_FOLLOW) == 0;
+}
+
 int CreateLocked(std::string const& path, unsigned int permissions) {
   std::size_t const separator = path.rfind('/');
   std::string const folder = separator == std::string::npos ? "." : path.substr(0, separator + 1);
   Descriptor file(open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, permissions));
   if (!file.IsOpen()) return -1;
-  std::string const unnamed = "/proc/self/fd/" + std::to_string(file.Number());
-  bool const named = TryLock(file.Number(), LOCK_EX) &&
-                     linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+  bool const named = TryLock(file.Number(), LOCK_EX) && NameUnnamed(file.Number(), AT_FDCWD, path.c_str());
   return named ? file.Detach() : -1;
 }
 

@@ -70,6 +70,13 @@ class File {
 /// systems that have no locks.
 [[nodiscard]] bool TryLock(int descriptor, int kind);
 
+/// The permissions of a new file, less what the process's mask takes away.
+inline constexpr unsigned int readableAndWritable = 0666;
+
+/// Gives a file that was made without a name its first one; false, with the system's reason, where there is something
+/// of this name. The way leads through /proc.
+[[nodiscard]] bool NameUnnamed(int file, int folder, char const* name);
+
 /// Makes a file for writing that nobody can open before it is locked: it gets its name last. `permissions` are cut by
 /// the process's mask. The caller closes the descriptor; -1 where there is something of this name already, or where the
 /// file system has no files without a name.

@@ -2,12 +2,15 @@
 #ifndef ZAM_PLATFORM_LOCK_FILE_H
 #define ZAM_PLATFORM_LOCK_FILE_H
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "zam/platform/descriptor.h"
+#include "zam/platform/guard_process.h"
+#include "zam/platform/lock_guard.h"
 
 namespace ZaM::platform {
 
@@ -15,46 +18,65 @@ struct LockAttempt;
 
 /// A lock that is held. Its end lets the file vanish, and then the lock.
 ///
-/// What excludes others is an advisory lock on the file. The file itself goes away with the help of a guard: a small
-/// process of its own for each lock, which waits for the end of the holder. However that ends (by its own will, by a
-/// signal that can't be caught, by becoming another program), the guard takes the file away and then the lock. It is
-/// there before the file has its name, so that there is no moment in which the file could be left behind. The guard
-/// isn't seen by the program's own waiting for children, sends it no signal, and holds nothing else open.
+/// What excludes others is an advisory lock on the file. Should the holder not come to its end in order (because of a
+/// signal that can't be caught, or because it becomes another program), a guard does its work: a small process of its
+/// own for each lock, which waits for the end of the holder. It is there before a new file has its name, so that there
+/// is no moment in which the file could be left behind. It holds nothing else open.
 ///
-/// Only a holder that is killed together with its guard, such as by the end of the machine or of a whole container,
-/// leaves the file. It leaves no lock, and the next taker uses that file up.
+/// A file without a lock is left by a holder that is killed together with its guard, such as by the end of the machine
+/// or of a whole container; by one that can have no guard; and by one that is killed right after it made the file on a
+/// system that can't give a ready file its name. The next taker uses that file up.
 class LockFile {
  public:
-  /// One attempt, which doesn't wait. The path is UTF-16, with `\` and `/` as separators; a path that isn't absolute
-  /// starts at the current folder of this moment. Throws std::bad_alloc.
-  [[nodiscard]] static LockAttempt Take(std::u16string_view path);
+  /// One attempt, which doesn't wait. Paths are UTF-16, with `\` and `/` as separators; one that isn't absolute starts
+  /// at the current folder of this moment. `guardProgram` may be missing. Throws std::bad_alloc.
+  [[nodiscard]] static LockAttempt Take(std::u16string_view path, std::u16string_view guardProgram);
 
   LockFile(LockFile const&) = delete;
   /// In a process that was forked while the lock was held: leaves the lock alone.
   ~LockFile();
 
  private:
-  LockFile(Descriptor openFolder, std::string fileName);
+  /// An open file that is known again, since a program may close all of its files, and open others under the numbers.
+  class OpenFile {
+   public:
+    OpenFile() = default;
+    explicit OpenFile(int number) : descriptor(number), identity(IdentityOf(number)) {}
+    [[nodiscard]] int Number() const { return descriptor.Number(); }
+    [[nodiscard]] bool IsOpen() const { return descriptor.IsOpen(); }
+    [[nodiscard]] bool IsSame() const { return IdentityOf(Number()) == identity; }
+    /// Leaves the number to whoever has it now.
+    void Forget() { static_cast<void>(descriptor.Detach()); }
 
-  // Each gives 0 or the system's error number.
+   private:
+    using Identity = std::pair<std::uint64_t, std::uint64_t>;
+    static Identity IdentityOf(int number);
+
+    Descriptor descriptor;
+    Identity identity;
+  };
+
+  LockFile(OpenFile openFolder, std::string fileName, std::string guardProgram);
+
+  // Each gives 0 or the system's error number, or one of lock_file.cpp's own.
   int TakeNamed();
   int TakeNew();
   int TakeNewUnderItsName();
   int Open(char const* path, int flags);
   int LockOpenFile() const;
   int StartGuard();
+  void EndGuard();
 
-  static int RunGuard(void* heldLock);
-  void DismissGuard();
-  [[nodiscard]] bool HasItsName() const;
-  void Vanish() const;
-  void Unlock() const;
+  [[nodiscard]] LockedFile Locked() const { return {folder.Number(), file.Number(), hold.Number(), name.c_str()}; }
+  void ForgetWhatOthersClosed();
 
-  Descriptor folder;
+  OpenFile folder;
   std::string const name;  // within the folder
-  Descriptor file;
-  Descriptor hold;   // a file of the memory; the guard waits for a lock on it that the holder has for itself
-  int guard = -1;    // its process id; -1 without one
+  std::string const program;
+  OpenFile file;
+  OpenFile hold;  // a file of the memory, which nobody else can open: with it all three are as they were
+  GuardProcess guard;
+  bool isTaken = false;
   int const holder;  // the process that may let go
 };
 
