@@ -1,6 +1,6 @@
-// Taking and releasing a lock file in hosts of several sizes, against a file that is locked and removed without a guard:
-// what it costs that the file goes even with a holder that is killed. The third peer forks, as a guard would be started
-// without a program of its own.
+// Taking and releasing a lock file in hosts of several sizes, against a file that is locked and removed without a
+// guard: what it costs that the file goes even with a holder that is killed. The third peer forks, as a guard would be
+// started without a program of its own.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -85,11 +85,14 @@ void TakeAndRelease(benchmark::State& state) {
   state.counters["release_us"] = releasing / times;
 }
 
-#define ZAM_LOCK_BENCHMARKS(gigabytes)                                                                            \
-  BENCHMARK(TakeAndRelease<Ours>)->Name("lock_in_" #gigabytes "GB/zam")->Arg(gigabytes)->UseRealTime();            \
-  BENCHMARK(TakeAndRelease<OpenAndFlock>)->Name("lock_in_" #gigabytes "GB/flock")->Arg(gigabytes)->UseRealTime();  \
+#define ZAM_LOCK_BENCHMARKS(gigabytes)                                                                              \
+  BENCHMARK(TakeAndRelease<Ours>)->Name("lock_in_" #gigabytes "GB/zam")->Arg(gigabytes)->UseRealTime();             \
+  BENCHMARK(TakeAndRelease<OpenAndFlock>)->Name("lock_in_" #gigabytes "GB/flock")->Arg(gigabytes)->UseRealTime();   \
   BENCHMARK(TakeAndRelease<ExclusiveOpen>)->Name("lock_in_" #gigabytes "GB/o_excl")->Arg(gigabytes)->UseRealTime(); \
-  BENCHMARK(TakeAndRelease<FlockAndFork>)->Name("lock_in_" #gigabytes "GB/flock_and_fork")->Arg(gigabytes)->UseRealTime()
+  BENCHMARK(TakeAndRelease<FlockAndFork>)                                                                           \
+      ->Name("lock_in_" #gigabytes "GB/flock_and_fork")                                                             \
+      ->Arg(gigabytes)                                                                                              \
+      ->UseRealTime()
 
 ZAM_LOCK_BENCHMARKS(0);
 ZAM_LOCK_BENCHMARKS(1);

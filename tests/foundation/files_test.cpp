@@ -10,13 +10,16 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/support/failing_allocation.h"
 #include "tests/support/scoped_variable.h"
 #include "tests/support/temporary_folder.h"
 #include "zam/foundation/file_search.h"
+#include "zam/foundation/lock_file.h"
 
 namespace ZaM {
 namespace {
@@ -80,6 +83,41 @@ TEST_F(FilesTest, SearchesWhileStaticObjectsEnd) {
     std::exit(2);
   };
   EXPECT_EXIT(searchAndEnd(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(FilesTest, ClosedSearchesLeaveNothing) {
+  for (char const* const name : {"a", "b"}) folder.Write(name, "");
+  wstring const pattern = W("*");
+  _wfinddata64i32_t entry = {};
+  std::ptrdiff_t const before = test::LiveBlocks();
+  int const handle = ZamFindFirst(pattern, &entry);
+  EXPECT_TRUE(ZamFindNext(handle, &entry));
+  ZamFindClose(handle);
+  EXPECT_FALSE(ZamFindNext(handle, &entry)) << "though entries were left";
+  EXPECT_EQ(test::LiveBlocks(), before);
+}
+
+TEST_F(FilesTest, TakesNoNameAwayFromALockThatIsHeld) {
+  wstring const path = W("sub/lock");
+  wstring const whole = W("sub");
+  struct {
+    char const* name;
+    std::function<bool()> operation;
+  } const cases[] = {{"delete", [&] { return ZamDeleteFile(path); }},
+                     {"move", [&] { return ZamMoveFile(path, W("moved")); }},
+                     {"move to another file system", [&] { return ZamMoveFile(path, u"/dev/shm/zam-moved-lock"); }},
+                     {"delete the tree", [&] { return ZamDelTree(whole); }}};
+  for (auto const& [name, operation] : cases) {
+    folder.Write("sub/file", "");
+    void* const lock = ZamLockfileCreate(path, 0, 0);
+    EXPECT_FALSE(operation()) << name;
+    EXPECT_TRUE(Exists("sub/lock") && ZamLockfileCreate(path, 0, 0) == reinterpret_cast<void*>(-1)) << name;
+    ZamLockfileRelease(lock);
+    folder.Write("sub/lock", "");
+    EXPECT_TRUE(operation()) << name << ": what nobody holds";
+    EXPECT_FALSE(Exists("sub/lock"));
+    fs::remove("/dev/shm/zam-moved-lock");
+  }
 }
 
 TEST_F(FilesTest, TellsTheAttributesOfAnEntryWhoeverAsks) {
@@ -152,6 +190,14 @@ TEST_F(FilesTest, CopiesAFileAndLeavesItWritable) {
   EXPECT_FALSE(IsWritable("old"));
   EXPECT_TRUE(ZamCopyFile(W("source"), W("old"), false));
   EXPECT_TRUE(IsWritable("old") && folder.Bytes("old") == "new");
+  fs::create_directory(P("sub"));
+  fs::create_symlink("sub/link", P("nowhere"));
+  fs::create_symlink("end", P("sub/link"));
+  EXPECT_FALSE(ZamCopyFile(W("source"), W("nowhere"), true) || Exists("sub/end"));
+  EXPECT_TRUE(ZamCopyFile(W("source"), W("nowhere"), false) && folder.Bytes("sub/end") == "new");
+  EXPECT_TRUE(fs::is_symlink(P("nowhere")) && fs::is_symlink(P("sub/link")));
+  fs::create_symlink("circle", P("circle"));
+  EXPECT_FALSE(ZamCopyFile(W("source"), W("circle"), false));
   EXPECT_FALSE(ZamCopyFile(W("old"), W("old"), false));
   fs::create_hard_link(P("old"), P("same"));
   EXPECT_FALSE(ZamCopyFile(W("old"), W("same"), false));
@@ -162,6 +208,28 @@ TEST_F(FilesTest, CopiesAFileAndLeavesItWritable) {
   fs::create_directory(P("protected"));
   SetMode("protected", 0555);
   EXPECT_FALSE(ZamCopyFile(W("source"), W("protected"), false) || IsWritable("protected"));
+}
+
+TEST_F(FilesTest, CopiesHolesAsHoles) {
+  constexpr off_t size = 4 << 20;
+  struct {
+    char const* name;
+    std::vector<off_t> data;  // where a page of it lies
+  } const cases[] = {{"hole", {}}, {"begin", {0}}, {"end", {size - 4096}}, {"midst", {1 << 20, 3 << 20}}};
+  for (auto const& [name, data] : cases) {
+    int const file = open(P(name).c_str(), O_WRONLY | O_CREAT, 0666);
+    ASSERT_EQ(ftruncate(file, size), 0);
+    for (off_t const at : data) ASSERT_EQ(pwrite(file, std::string(4096, 'd').data(), 4096, at), 4096);
+    close(file);
+    folder.Write("copy", "what was there before");
+    EXPECT_TRUE(ZamCopyFile(W(name), W("copy"), false)) << name;
+    struct stat copied = {};
+    EXPECT_EQ(stat(P("copy").c_str(), &copied), 0);
+    EXPECT_LE(copied.st_blocks * 512, 1 << 17) << name;
+    EXPECT_TRUE(folder.Bytes("copy") == folder.Bytes(name)) << name;
+  }
+  EXPECT_TRUE(ZamCopyFile(u"/proc/cpuinfo", W("copy"), false));
+  EXPECT_NE(folder.Bytes("copy"), "") << "a file whose size the system doesn't know";
 }
 
 TEST_F(FilesTest, MovesWithoutReplacingAndDeletesWhatIsReadOnly) {
@@ -185,7 +253,8 @@ TEST_F(FilesTest, MovesFilesAloneToAnotherFileSystem) {
   test::ScopedVariable const place("TMPDIR", "/dev/shm");
   test::TemporaryFolder const other;
   folder.Write("file", std::string(300'000, 'f'));
-  SetMode("file", 0440);
+  bool const ownersCanBeGiven = chown(P("file").c_str(), 4711, 4712) == 0;
+  SetMode("file", 06462);  // more than the process gives to new files
   timespec const times[] = {{0, 0}, {1'000'000, 0}};
   utimensat(AT_FDCWD, P("file").c_str(), times, 0);
   folder.Write("folder/file", "");
@@ -204,7 +273,10 @@ TEST_F(FilesTest, MovesFilesAloneToAnotherFileSystem) {
   EXPECT_FALSE(Exists("file"));
   EXPECT_EQ(other.Bytes("moved"), std::string(300'000, 'f'));
   EXPECT_EQ(ZamGetFileTime(target), 1'000'000);
-  EXPECT_EQ(fs::status(other.Path() / "moved").permissions(), fs::perms(0440));
+  struct stat moved = {};
+  EXPECT_EQ(stat((other.Path() / "moved").c_str(), &moved), 0);
+  EXPECT_EQ(moved.st_mode, S_IFREG | 06462U);
+  EXPECT_TRUE(!ownersCanBeGiven || (moved.st_uid == 4711 && moved.st_gid == 4712));
 }
 
 TEST_F(FilesTest, CopiesTreesButNothingHiddenAndGoesOnBehindFailures) {

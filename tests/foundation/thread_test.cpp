@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <functional>
 #include <future>
 #include <thread>
 #include <vector>
@@ -61,6 +62,7 @@ TEST(Threads, AreWaitedForUntilTheyHaveEnded) {
   for (std::uint32_t const timeout : {endless, endless - 1, 4'294'968u}) {
     others.emplace_back([&answers, thread, timeout] { answers += ZamWaitThread(thread, timeout); });
   }
+  EXPECT_FALSE(ZamWaitThread(thread, 1)) << "while others wait longer";
   go.set_value();
   for (std::thread& other : others) other.join();
   EXPECT_EQ(answers, 3);
@@ -74,30 +76,36 @@ TEST(Threads, HaveEndedOnlyWhenTheirOwnVariablesHave) {
   static std::promise<void> begins;
   static std::promise<void> go;
   static bool ended;  // plain: ThreadSanitizer looks whether the end is seen in order
-  struct Slow {
-    ~Slow() {
-      begins.set_value();
-      go.get_future().wait();
-      ended = true;
-    }
+  static auto const end = [](void*) {
+    begins.set_value();
+    go.get_future().wait();
+    ended = true;
   };
-  for (bool const inTheMidst : {false, true}) {
+  struct Slow {
+    ~Slow() { end(nullptr); }
+  };
+  static pthread_key_t key;  // its destructor comes after those of C++
+  ASSERT_EQ(pthread_key_create(&key, end), 0);
+  std::function<void()> works[] = {[] { static thread_local Slow const slow; },
+                                   [] {
+                                     static thread_local Slow const slow;
+                                     pthread_exit(nullptr);
+                                   },
+                                   [] { pthread_setspecific(key, &key); }};
+  for (auto& work : works) {
     begins = {};
     go = {};
     ended = false;
-    auto work = [inTheMidst] {
-      static thread_local Slow const slow;
-      if (inTheMidst) pthread_exit(nullptr);
-    };
     void* const thread = Start(work);
     ASSERT_NE(thread, nullptr);
     begins.get_future().wait();
-    EXPECT_FALSE(ZamWaitThread(thread, 0));
+    for (std::uint32_t const timeout : {0, 1}) EXPECT_FALSE(ZamWaitThread(thread, timeout));
     go.set_value();
     EXPECT_TRUE(ZamWaitThread(thread, endless));
     EXPECT_TRUE(ended);
     ZamCloseThreadHandle(thread);
   }
+  pthread_key_delete(key);
 }
 
 TEST(Threads, GoOnWhenTheirHandleIsClosed) {

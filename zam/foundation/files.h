@@ -11,8 +11,9 @@ namespace ZaM {
 
 // Paths are UTF-16 with `\` or `/` between their parts. No function throws or tells why it failed; where memory runs
 // out, it failed. A file is read-only where its owner has no write permission, whoever asks, and hidden where its name
-// begins with a dot. Symbolic links are followed unless something else is said. Functions hold no state; two of them on
-// one tree at once race as the system lets them.
+// begins with a dot. Symbolic links are followed unless something else is said. A file that the library writes, or that
+// is held as a lock, shares itself with nobody: copying, moving and deleting it fail, in whatever process. Functions
+// hold no state; two of them on one tree at once race as the system lets them.
 
 /// Whether there is such an entry, and it is no folder, or is one.
 ZAM_EXPORT bool ZamFileExists(wstring const& path) noexcept;
@@ -28,15 +29,17 @@ ZAM_EXPORT bool FileIsNewerByDate(wstring const& a, wstring const& b) noexcept;
 /// separator at the end makes no difference. Folders that were made before a failure stay.
 ZAM_EXPORT bool CreateFolder(wstring path) noexcept;
 
-/// Copies a regular file, with its time of modification; the copy is writable. A target that exists is overwritten,
-/// also a read-only one, unless `failIfExists` says otherwise. Copying a file onto itself fails and leaves its content.
-/// Where a copy breaks off, a new target goes, and one that was there is left with what it got.
+/// Copies a regular file, with its time of modification and its holes; the copy is writable. A target that exists is
+/// overwritten, also a read-only one, unless `failIfExists` says otherwise. Copying a file onto itself fails and leaves
+/// its content. A link that leads nowhere exists as well: it is left alone, or the copy is made where it leads. Where a
+/// copy breaks off, a new target goes, and one that was there is left with what it got.
 ZAM_EXPORT bool ZamCopyFile(wstring const& source, wstring const& target, bool failIfExists) noexcept;
 
 /// Deletes a file, also a read-only one, or a symbolic link itself; false for a folder.
 ZAM_EXPORT bool ZamDeleteFile(wstring const& path) noexcept;
 
-/// Moves a file or a folder; false if `target` exists. To another file system only regular files are moved.
+/// Moves a file or a folder; false if `target` exists. To another file system only regular files are
+/// moved, with their permissions and, as far as this process may give files away, their owner and group.
 ZAM_EXPORT bool ZamMoveFile(wstring const& source, wstring const& target) noexcept;
 
 /// Removes an empty folder. 0 on success, -1 on failure: no `bool`.

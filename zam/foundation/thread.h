@@ -23,7 +23,8 @@ namespace ZaM {
 
 /// Waits until the thread has ended, for at most `timeout` milliseconds; 0 only looks, 0xFFFFFFFF waits without a
 /// limit. True if the thread has ended, with the destructors of its own variables, however often this is asked; false
-/// on a timeout, and for null. Any number of threads may wait. What the thread did happens before the return of true.
+/// on a timeout, also while such a destructor runs, and for null or the calling thread itself. Any number of threads
+/// may wait. What the thread did happens before the return of true.
 ZAM_EXPORT bool ZamWaitThread(void* handle, std::uint32_t timeout);
 
 /// Gives the handle up. A thread that runs goes on, and frees what it holds when it ends. No other thread may be

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "zam/platform/descriptor.h"
+#include "zam/platform/file.h"
 #include "zam/platform/files.h"
 #include "zam/platform/folder.h"
 
@@ -75,7 +76,8 @@ class TreeDeletion {
 
   bool Remove(int flags) {
     std::vector<std::string>& names = levels.back().names;
-    if (unlinkat(current.Number(), names.back().c_str(), flags) != 0) return false;
+    NameRemoval const removal(current.Number(), names.back().c_str());
+    if (!removal.IsAllowed() || unlinkat(current.Number(), names.back().c_str(), flags) != 0) return false;
     names.pop_back();
     return true;
   }

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <string>
 
+#include "zam/platform/file.h"
 #include "zam/platform/files.h"
 
 namespace ZaM::platform {
@@ -55,16 +56,19 @@ bool MakeWritable(std::u16string_view path) {
 }
 
 bool RemoveFile(std::u16string_view path) {
-  return unlink(OpenablePath(path).c_str()) == 0;
+  std::string const native = OpenablePath(path);
+  NameRemoval const removal(AT_FDCWD, native.c_str());
+  return removal.IsAllowed() && unlink(native.c_str()) == 0;
 }
 
 bool Move(std::u16string_view source, std::u16string_view target) {
   std::string const from = OpenablePath(source);
   std::string const to = OpenablePath(target);
+  NameRemoval const removal(AT_FDCWD, from.c_str());
+  if (!removal.IsAllowed()) return false;
   if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
   if (errno == EINVAL || errno == ENOSYS) return MoveInSteps(from, to);
-  if (errno != EXDEV || !IsOfType(from, S_IFREG) ||
-      !CopyFile(source, target, {.failIfExists = true, .makeWritable = false}))
+  if (errno != EXDEV || !IsOfType(from, S_IFREG) || !CopyFile(source, target, {.failIfExists = true, .isMove = true}))
     return false;
   if (unlink(from.c_str()) == 0) return true;
   unlink(to.c_str());

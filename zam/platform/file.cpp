@@ -41,6 +41,16 @@ int CreateLocked(std::string const& path, unsigned int permissions) {
   return named ? file.Detach() : -1;
 }
 
+NameRemoval::NameRemoval(int folder, char const* name) : isAllowed(true) {
+  struct stat status = {};
+  if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(status.st_mode)) return;
+  for (int const access : {O_RDONLY, O_WRONLY}) {
+    file = File(openat(folder, name, access | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (file.IsOpen()) break;
+  }
+  isAllowed = !file.IsOpen() || TryLock(file.Descriptor(), LOCK_SH);
+}
+
 File& File::operator=(File&& other) noexcept {
   if (this == &other) return *this;
   Close();

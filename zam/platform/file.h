@@ -70,6 +70,19 @@ class File {
 /// systems that have no locks.
 [[nodiscard]] bool TryLock(int descriptor, int kind);
 
+/// While it lives, nobody takes a file that is to lose its name: whoever writes to it or holds it as a lock counts as
+/// one who doesn't share it.
+class NameRemoval {
+ public:
+  /// A file that can't be opened, and what is no regular file, may always be removed.
+  NameRemoval(int folder, char const* name);
+  [[nodiscard]] bool IsAllowed() const { return isAllowed; }
+
+ private:
+  File file;
+  bool isAllowed;
+};
+
 /// The permissions of a new file, less what the process's mask takes away.
 inline constexpr unsigned int readableAndWritable = 0666;
 

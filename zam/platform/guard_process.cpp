@@ -131,8 +131,8 @@ bool GuardProcess::Start(LockedFile const& lock, std::string const& program) {
 
 void GuardProcess::End() {
   siginfo_t unused;
-  bool const isOurs = child > 0 && waitid(P_PID, static_cast<id_t>(child), &unused,
-                                          WEXITED | WNOHANG | WNOWAIT | __WALL) == 0;
+  bool const isOurs =
+      child > 0 && waitid(P_PID, static_cast<id_t>(child), &unused, WEXITED | WNOHANG | WNOWAIT | __WALL) == 0;
   if (isOurs) {
     kill(child, SIGKILL);  // it may have been stopped, and has nothing left to do
     waitpid(child, nullptr, __WALL);

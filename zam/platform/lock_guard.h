@@ -8,7 +8,7 @@ namespace ZaM::platform {
 struct LockedFile {
   int folder;
   int file;
-  int hold;  // a file in memory; who holds the lock has a record lock on it
+  int hold;          // a file in memory; who holds the lock has a record lock on it
   char const* name;  // of the file within the folder
 };
 

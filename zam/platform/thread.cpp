@@ -4,24 +4,22 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <condition_variable>
-#include <mutex>
+#include <ctime>
 #include <new>
-#include <utility>
 
 namespace ZaM::platform {
 
-/// What a thread and its handle share. A join alone allows neither a second wait nor, on the clock that nobody sets,
-/// one with a limit.
-struct Thread::Progress {
-  Start start;
+namespace {
+
+struct Call {
+  Thread::Start start;
   void* argument;
-  std::mutex lock;
-  std::condition_variable changed;
-  bool finished = false;  // guarded by `lock`; nothing but the system's part of the end remains then
 };
 
-namespace {
+void* Run(void* call) {
+  auto const [start, argument] = *std::unique_ptr<Call>(static_cast<Call*>(call));
+  return reinterpret_cast<void*>(std::uintptr_t{start(argument)});
+}
 
 /// Room for the first calls, for the system's own records and for the handler of a signal.
 constexpr std::size_t smallestStack = 65536;
@@ -52,55 +50,54 @@ class Attributes {
 
 std::unique_ptr<Thread> Thread::Create(std::size_t stackSize, Start start, void* argument) {
   try {
-    auto shared = std::make_shared<Progress>();
-    shared->start = start;
-    shared->argument = argument;
-    std::unique_ptr<Thread> handle(new Thread(shared));
-    auto record = std::make_unique<std::shared_ptr<Progress>>(std::move(shared));
-
+    std::unique_ptr<Thread> handle(new Thread);
+    auto call = std::make_unique<Call>(Call{start, argument});
     Attributes const attributes(stackSize);
-    int error = pthread_create(&handle->thread, attributes.Get(), &Run, record.get());
+    int error = pthread_create(&handle->thread, attributes.Get(), &Run, call.get());
     // The variables of its own that every thread of this program has need more than was asked for.
-    if (error == EINVAL) error = pthread_create(&handle->thread, nullptr, &Run, record.get());
+    if (error == EINVAL) error = pthread_create(&handle->thread, nullptr, &Run, call.get());
     if (error != 0) return nullptr;
-    handle->joinable = true;
-    record.release();
+    handle->isJoinable = true;
+    call.release();
     return handle;
   } catch (std::bad_alloc const&) {
     return nullptr;
   }
 }
 
-void* Thread::Run(void* record) {
-  // In the destructor of a variable of the thread's own, since a thread may also end in the midst of its function. The
-  // first one is destroyed last: the others may wait for somebody who asks meanwhile whether the thread has ended.
-  struct Finish {
-    ~Finish() {
-      std::lock_guard const guard(progress->lock);
-      progress->finished = true;
-      progress->changed.notify_all();
-    }
-    std::shared_ptr<Progress> progress;
-  };
-  std::unique_ptr<std::shared_ptr<Progress>> const shared(static_cast<std::shared_ptr<Progress>*>(record));
-  static thread_local Finish const finish{std::move(*shared)};
-  return reinterpret_cast<void*>(std::uintptr_t{finish.progress->start(finish.progress->argument)});
-}
-
 bool Thread::Wait(std::optional<std::chrono::milliseconds> timeout) {
-  std::unique_lock guard(progress->lock);
-  auto const finished = [this] { return progress->finished; };
-  if (!timeout) {
-    progress->changed.wait(guard, finished);
-  } else if (!progress->changed.wait_for(guard, *timeout, finished)) {
+  std::optional<Clock::time_point> deadline;
+  if (timeout) deadline = Clock::now() + *timeout;
+  std::unique_lock guard(lock);
+  // The system lets one thread join at a time; when its time is over, it is another's turn.
+  auto const hasEndedOrIsFree = [this] { return !isJoinable || !isBeingJoined; };
+  if (!deadline) {
+    changed.wait(guard, hasEndedOrIsFree);
+  } else if (!changed.wait_until(guard, *deadline, hasEndedOrIsFree)) {
     return false;
   }
-  if (std::exchange(joinable, false)) pthread_join(thread, nullptr);
-  return true;
+  if (!isJoinable) return true;
+  isBeingJoined = true;
+  guard.unlock();
+  bool const hasEnded = Join(deadline);
+  guard.lock();
+  isBeingJoined = false;
+  isJoinable = !hasEnded;
+  changed.notify_all();
+  return hasEnded;
+}
+
+bool Thread::Join(std::optional<Clock::time_point> deadline) const {
+  if (!deadline) return pthread_join(thread, nullptr) == 0;
+  auto const sinceBoot = deadline->time_since_epoch();
+  auto const seconds = std::chrono::duration_cast<std::chrono::seconds>(sinceBoot);
+  std::chrono::nanoseconds const rest = sinceBoot - seconds;
+  timespec const time = {seconds.count(), rest.count()};
+  return pthread_clockjoin_np(thread, nullptr, CLOCK_MONOTONIC, &time) == 0;
 }
 
 Thread::~Thread() {
-  if (joinable) pthread_detach(thread);
+  if (isJoinable) pthread_detach(thread);
 }
 
 }  // namespace ZaM::platform

@@ -5,9 +5,11 @@
 #include <pthread.h>
 
 #include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 
 namespace ZaM::platform {
@@ -31,14 +33,16 @@ class Thread {
   [[nodiscard]] bool Wait(std::optional<std::chrono::milliseconds> timeout);
 
  private:
-  struct Progress;
+  using Clock = std::chrono::steady_clock;
 
-  explicit Thread(std::shared_ptr<Progress> shared) : progress(std::move(shared)) {}
-  static void* Run(void* record);
+  Thread() = default;
+  [[nodiscard]] bool Join(std::optional<Clock::time_point> deadline) const;
 
-  std::shared_ptr<Progress> progress;  // with the thread itself
   pthread_t thread{};
-  bool joinable = false;  // started, and not joined yet; guarded by the lock in `progress`
+  bool isJoinable = false;  // guarded by `lock`, as is the next
+  bool isBeingJoined = false;
+  std::mutex lock;
+  std::condition_variable changed;
 };
 
 }  // namespace ZaM::platform
