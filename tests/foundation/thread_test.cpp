@@ -99,7 +99,7 @@ TEST(Threads, HaveEndedOnlyWhenTheirOwnVariablesHave) {
     void* const thread = Start(work);
     ASSERT_NE(thread, nullptr);
     begins.get_future().wait();
-    for (std::uint32_t const timeout : {0, 1}) EXPECT_FALSE(ZamWaitThread(thread, timeout));
+    for (std::uint32_t const timeout : {0u, 1u}) EXPECT_FALSE(ZamWaitThread(thread, timeout));
     go.set_value();
     EXPECT_TRUE(ZamWaitThread(thread, endless));
     EXPECT_TRUE(ended);
