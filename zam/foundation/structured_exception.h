@@ -76,14 +76,26 @@ struct _EXCEPTION_POINTERS {
 /// stack. These go where they would have gone without Enable. A fault in a function that mustn't throw, such as a
 /// destructor, ends in std::terminate, as any exception there does.
 ///
+/// A function of the C library that an exception leaves keeps its locks. A fault inside of `localtime_r`, `initstate`
+/// or `setlocale`, as from a bad address, is caught, but the next call of these or of their relatives (`mktime`,
+/// `strftime`, `random`) may wait for ever, on any thread. Check what is handed to them. The heap's functions alone are
+/// never left.
+///
 /// A stack overflow may strike anywhere, such as inside of the C library, which may hold locks, or in the middle of
 /// what can't throw. The thread then goes on, on stack that is kept for this, until it comes to an instruction that may
-/// throw. An exception that is being thrown there is lost, with its memory. Where handlers swallow the exception time
-/// and again, as those of iostream do, and the recursion goes on, that stack comes to its end, and with it the process.
+/// throw. An exception that is being thrown there is lost, with its memory. It isn't caught, and ends the process:
+///
+/// - where handlers swallow the exception time and again and the recursion goes on, as in `<<` and `>>` of a stream,
+///   which catch all that their buffers or locales throw, until the stack that is kept is used up as well;
+/// - in a recursion of destructors or of other functions that mustn't throw, such as the release of a chain of owners
+///   that is too long: there is no place to throw from;
+/// - on processors other than x86-64, where it strikes in what can't throw, such as the C library: the thread can't be
+///   led out of there. In a function that may throw it is caught.
+///
 /// On a stack other than the thread's own, such as that of a coroutine library, an overflow may have the code
 /// 0xC0000005.
 ///
-/// Behind the handler the thread goes on as behind any exception, floating point modes included, but with alignment
+/// After the handler the thread goes on as after any exception, floating point modes included, but with alignment
 /// checks off, should they have been on.
 class ZAM_EXPORT StructuredException : public BaseException {
  public:

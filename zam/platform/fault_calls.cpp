@@ -153,10 +153,7 @@ void ForgetThrow() noexcept {
 }
 
 FaultedCalls CallsAt(ucontext_t const& context) noexcept {
-  // Deeper than what libraries put between a program's function and the fault. A function that forbids exceptions in
-  // the outer part is taken for one of a recursion.
-  constexpr int mostDepth = 64;
-  constexpr int mostForbiddenDepth = 48;
+  constexpr int mostDepth = 64;  // more than what libraries put between a program's function and the fault
   FaultedCalls calls;
   int depth = 0;
   bool isInSystem = IsInSystem(context);  // with this function as well
@@ -180,8 +177,7 @@ FaultedCalls CallsAt(ucontext_t const& context) noexcept {
     if (IsThrow(function)) calls.isInThrow = true;
     isInsideOfBusy = isBusy;
     isInsideOfLoader = isInSystem && !isBusy;
-    calls.isHopeless = isForbidden && depth > mostForbiddenDepth;
-    return ++depth < mostDepth && !calls.isHopeless;
+    return ++depth < mostDepth;
   });
   return calls;
 }

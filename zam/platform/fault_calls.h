@@ -19,8 +19,6 @@ struct FaultedCalls {
   /// Otherwise, of the call behind whose return the outermost of those functions may allow it again: where it will find
   /// the place to return to. Null where there is no such call.
   std::uintptr_t* returnAddress = nullptr;
-  /// So many calls forbid an exception that it can't be hoped for.
-  bool isHopeless = false;
 };
 
 /// To be called before CallsAt, and not in a signal handler.

@@ -23,11 +23,10 @@ unsigned PendingFloatExceptions(_libc_fpstate const& state) {
 FaultCode RefinedFloatCode(FaultCode code, ucontext_t const& context) {
   constexpr unsigned underflow = 16;
   constexpr unsigned stackFault = 0x40;
-  _libc_fpstate const* const state = context.uc_mcontext.fpregs;
-  if (state == nullptr) return code;
-  bool const isUnderflow = (PendingFloatExceptions(*state) & underflow) != 0;
+  _libc_fpstate const& state = *context.uc_mcontext.fpregs;
+  bool const isUnderflow = (PendingFloatExceptions(state) & underflow) != 0;
   if (code == FaultCode::FloatUnderflow && !isUnderflow) return FaultCode::FloatDenormalOperand;
-  if (code == FaultCode::FloatInvalidOperation && (state->swd & stackFault) != 0) return FaultCode::FloatStackCheck;
+  if (code == FaultCode::FloatInvalidOperation && (state.swd & stackFault) != 0) return FaultCode::FloatStackCheck;
   return code;
 }
 

@@ -42,11 +42,10 @@ void StepBackOntoBreakpoint(ucontext_t& context) {
 /// A signal handler begins with the modes that a new process has. The flags of what has happened so far are left out:
 /// with traps on, they would strike again.
 void RestoreFloatModes(ucontext_t const& context) {
-  _libc_fpstate const* const state = context.uc_mcontext.fpregs;
-  if (state == nullptr) return;
+  _libc_fpstate const& state = *context.uc_mcontext.fpregs;
   constexpr unsigned flags = 0x3F;
-  __builtin_ia32_ldmxcsr(state->mxcsr & ~flags);
-  unsigned short const control = state->cwd;
+  __builtin_ia32_ldmxcsr(state.mxcsr & ~flags);
+  unsigned short const control = state.cwd;
   asm volatile("fldcw %0" : : "m"(control));
 }
 

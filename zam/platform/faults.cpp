@@ -98,7 +98,7 @@ bool GoOn(ucontext_t& context) {
   DelayedOverflow& delayed = thisThread.delayed;
   FaultedCalls const calls = CallsAt(context);
   bool const isWaiting = calls.returnAddress != nullptr;
-  delayed.isThere = !calls.mayThrow && !calls.isHopeless && (isWaiting || ++delayed.steps < mostSteps);
+  delayed.isThere = !calls.mayThrow && (isWaiting || ++delayed.steps < mostSteps);
   SetSingleStep(context, delayed.isThere && !isWaiting);
   if (calls.mayThrow) Throw(FaultCode::StackOverflow, delayed.instruction, delayed.address, context, calls);
   if (delayed.isThere && isWaiting) AwaitReturn(calls.returnAddress);

@@ -78,23 +78,6 @@ File File::CreateForWriting(std::u16string_view path) {
   return file;
 }
 
-std::optional<std::uint64_t> File::Size() const {
-  struct stat status = {};
-  if (fstat(descriptor, &status) != 0) return std::nullopt;
-  return static_cast<std::uint64_t>(status.st_size);
-}
-
-std::optional<std::size_t> File::Read(std::span<char> bytes) {
-  std::size_t total = 0;
-  while (total < bytes.size()) {
-    ssize_t const count = Retry([&] { return read(descriptor, bytes.data() + total, bytes.size() - total); });
-    if (count < 0) return std::nullopt;
-    if (count == 0) break;
-    total += static_cast<std::size_t>(count);
-  }
-  return total;
-}
-
 bool File::Write(std::string_view bytes) {
   while (!bytes.empty()) {
     ssize_t const count = Retry([&] { return write(descriptor, bytes.data(), bytes.size()); });

@@ -4,9 +4,6 @@
 #define ZAM_PLATFORM_FILE_H
 
 #include <cstddef>
-#include <cstdint>
-#include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -36,13 +33,6 @@ class File {
   [[nodiscard]] static File CreateForWriting(std::u16string_view path);
 
   [[nodiscard]] bool IsOpen() const { return descriptor >= 0; }
-
-  /// Bytes of a regular file; 0 for a pipe or a device. Nothing where the system doesn't tell.
-  [[nodiscard]] std::optional<std::uint64_t> Size() const;
-
-  /// Reads up to the size of `bytes`, less only at the end of the file. The number of bytes read, or nothing where
-  /// reading fails.
-  [[nodiscard]] std::optional<std::size_t> Read(std::span<char> bytes);
 
   /// Writes all of `bytes`; false where not all could be written. Beyond a limit on the size of files the system ends a
   /// process that doesn't ignore SIGXFSZ.

@@ -60,12 +60,6 @@ std::optional<std::size_t> GzipFile::Read(std::span<char> bytes) {
   return total;
 }
 
-bool GzipFile::IsCutOff() const {
-  int error = Z_OK;
-  gzerror(stream.get(), &error);
-  return error == Z_BUF_ERROR;
-}
-
 bool GzipFile::Write(std::string_view bytes) {
   while (!bytes.empty()) {
     auto const length = static_cast<unsigned int>(std::min(bytes.size(), mostAtOnce));

@@ -31,11 +31,8 @@ class GzipFile {
 
   /// Reads up to the size of `bytes`; less only at the end, and in front of a place where the file can't be read or
   /// holds damaged data, which the next call reports by nothing. 0 at the end. A stream that breaks off ends like a
-  /// file that is complete, and IsCutOff tells them apart.
+  /// file that is complete, and Close tells them apart.
   [[nodiscard]] std::optional<std::size_t> Read(std::span<char> bytes);
-
-  /// Whether the reading has come to the end of a gzip stream that breaks off.
-  [[nodiscard]] bool IsCutOff() const;
 
   /// Compresses all of `bytes`; false where zlib knows already that they can't be written.
   [[nodiscard]] bool Write(std::string_view bytes);
