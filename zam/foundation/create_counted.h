@@ -10,8 +10,10 @@
 
 namespace ZaM {
 
-/// Runs `operation` and returns what it gives. Where it ends in `std::bad_alloc`, or asks a container for more than
-/// that can ever hold, throws BaseException with id 5 instead; other exceptions pass through.
+/// Runs `operation` and returns what it gives. Where it ends in `std::bad_alloc`, throws BaseException with id 5
+/// instead; other exceptions pass through. So does it where a container is asked for more than any memory holds
+/// (`std::length_error`), for which `new` throws `std::bad_alloc`. For the library's own allocations only: what the
+/// functions of a program throw has to pass unchanged. A limit that the library sets is checked before.
 template <class Operation>
 decltype(auto) ReportOutOfMemory(Operation operation) {
   try {

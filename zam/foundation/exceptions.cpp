@@ -105,8 +105,9 @@ wstring OrNothing(Make make) {
   try {
     return make();
   } catch (std::bad_alloc const&) {
-    return {};
+  } catch (BaseException const&) {
   }
+  return {};
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <new>
 #include <utility>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/regex_traits.h"
 
 namespace ZaM {
@@ -64,14 +65,14 @@ class CountingIterator {
   CountingIterator& operator--() { return *this += -1; }
   CountingIterator operator++(int) { return std::exchange(*this, *this + 1); }
   CountingIterator operator--(int) { return std::exchange(*this, *this + -1); }
-  friend CountingIterator operator+(CountingIterator it, difference_type n) { return it += n; }
-  friend CountingIterator operator-(CountingIterator it, difference_type n) { return it -= n; }
-  friend difference_type operator-(CountingIterator a, CountingIterator b) { return a.place - b.place; }
-  friend bool operator==(CountingIterator a, CountingIterator b) {
-    a.steps->Count();
-    return a.place == b.place;
+  CountingIterator operator+(difference_type n) const { return CountingIterator(*this) += n; }
+  CountingIterator operator-(difference_type n) const { return CountingIterator(*this) -= n; }
+  difference_type operator-(CountingIterator other) const { return place - other.place; }
+  bool operator==(CountingIterator other) const {
+    steps->Count();
+    return place == other.place;
   }
-  friend auto operator<=>(CountingIterator a, CountingIterator b) { return a.place <=> b.place; }
+  auto operator<=>(CountingIterator other) const { return place <=> other.place; }
 
  private:
   wchar const* place = nullptr;
@@ -136,7 +137,7 @@ _Match::~_Match() {
 
 Regex::Regex(wstring expression, bool ignoringCase)
     : pattern(std::move(expression)), ignoreCase(ignoringCase), matches(nullptr) {
-  compile(pattern, false);
+  ReportOutOfMemory([&] { compile(pattern, false); });
 }
 
 Regex::~Regex() {
@@ -145,18 +146,20 @@ Regex::~Regex() {
 
 _Match* Regex::Match(wstring text) {
   destroyList(std::exchange(matches, nullptr));
-  Expression const expression = compile(pattern, ignoreCase);
-  RecordList list(matches);
-  Steps steps(text.size());
-  CountingIterator const begin(text.data(), steps);
-  CountingIterator const end(text.data() + text.size(), steps);
-  boost::match_results<CountingIterator> what;
-  for (CountingIterator start = begin;
-       boost::regex_search(start, end, what, expression, boost::regex_constants::match_not_initial_null);
-       start = what[0].second) {
-    list.Append(what[0].first - begin, what[0].length(), true);
-  }
-  list.Append(-1, -1, false);
+  ReportOutOfMemory([&] {
+    Expression const expression = compile(pattern, ignoreCase);
+    RecordList list(matches);
+    Steps steps(text.size());
+    CountingIterator const begin(text.data(), steps);
+    CountingIterator const end(text.data() + text.size(), steps);
+    boost::match_results<CountingIterator> what;
+    for (CountingIterator start = begin;
+         boost::regex_search(start, end, what, expression, boost::regex_constants::match_not_initial_null);
+         start = what[0].second) {
+      list.Append(what[0].first - begin, what[0].length(), true);
+    }
+    list.Append(-1, -1, false);
+  });
   return matches;
 }
 

@@ -54,7 +54,7 @@ class ZAM_EXPORT _Match {
 /// Errors:  boost::regex_error, from the constructor for a malformed pattern; from Match for a pattern that only
 ///          without regard to case is malformed (such as `[Z-a]`), or, with the code error_complexity or error_stack,
 ///          where it gives up. A program that catches it includes <boost/regex.hpp>; others need nothing of Boost.
-///          std::bad_alloc.
+///          BaseException with id 5 when memory runs out.
 class ZAM_EXPORT Regex {
  public:
   /// `ignoreCase` is heeded by Match alone.

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/foundation/format_text.h"
 #include "zam/foundation/satellite_file.h"
 #include "zam/platform/environment.h"
@@ -54,7 +55,7 @@ bool StaysInFolder(std::u16string_view name) {
 }
 
 wstring Format(std::u16string_view text, std::initializer_list<detail::FormatArgument> arguments, std::size_t count) {
-  return detail::FormatText(text, std::span(arguments.begin(), count), capacity);
+  return ReportOutOfMemory([&] { return detail::FormatText(text, std::span(arguments.begin(), count), capacity); });
 }
 
 wstring Missing(unsigned int id) {
@@ -65,7 +66,7 @@ wstring Missing(unsigned int id) {
 
 // The satellites first, since their copy alone may fail: a handle is never without its owner.
 ResMgr& ResMgr::operator=(ResMgr const& other) {
-  satellites = std::vector(other.satellites);
+  satellites = ReportOutOfMemory([&] { return std::vector(other.satellites); });
   moduleHandle = other.moduleHandle;
   satelliteHandle = other.satelliteHandle;
   std::ranges::copy(other.language, language);
@@ -151,7 +152,7 @@ std::u16string_view ResMgr::findText(unsigned int id) const {
 
 bool ResMgr::GetString(unsigned int id, wstring& text) const {
   std::u16string_view const found = findText(id);
-  text = found.empty() ? Missing(id) : wstring(found);
+  text = found.empty() ? Missing(id) : ReportOutOfMemory([&] { return wstring(found); });
   return !found.empty();
 }
 

@@ -44,7 +44,7 @@ class LibraryTexts;
 /// Owning:   the module must outlive the instance and its copies. A satellite lives as long as any instance that loaded
 ///           it or was copied from one that did; a further Init doesn't end it either, so that no handle dangles.
 /// Threads:  Init by one thread while no other uses the instance; everything else by any number of threads.
-/// Errors:   std::bad_alloc for lack of memory alone; a missing text reads "Resource string #… not found!".
+/// Errors:   BaseException with id 5 for lack of memory alone; a missing text reads "Resource string #… not found!".
 class ZAM_EXPORT ResMgr {
  public:
   ResMgr() = default;

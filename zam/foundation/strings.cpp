@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "zam/foundation/create_counted.h"
 #include "zam/platform/case_mapping.h"
 #include "zam/platform/unicode.h"
 
@@ -77,46 +78,54 @@ int mapCaseInBuffer(wchar* text, unsigned int size, wchar (*map)(wchar)) {
 }  // namespace
 
 wstring Replace(wstring const& text, wstring const& search, wstring const& replacement) {
-  auto const searched = terminated(text);
-  auto const wanted = terminated(search);
-  if (wanted.empty()) return text;
-  Finder const finder(wanted);
-  wstring result;
-  std::size_t done = 0;
-  for (std::size_t found; (found = finder.Find(searched, done)) != searched.npos; done = found + wanted.size()) {
-    result.append(text, done, found - done).append(replacement);
-  }
-  return result.append(text, done);
+  return ReportOutOfMemory([&] {
+    auto const searched = terminated(text);
+    auto const wanted = terminated(search);
+    if (wanted.empty()) return text;
+    Finder const finder(wanted);
+    wstring result;
+    std::size_t done = 0;
+    for (std::size_t found; (found = finder.Find(searched, done)) != searched.npos; done = found + wanted.size()) {
+      result.append(text, done, found - done).append(replacement);
+    }
+    return result.append(text, done);
+  });
 }
 
 wstring DeleteStr(wstring const& text, wstring const& characters) {
-  std::bitset<0x10000> deleted;
-  for (wchar const unit : terminated(characters)) deleted.set(unit);
-  wstring result;
-  std::ranges::remove_copy_if(text, std::back_inserter(result), [&](wchar unit) { return deleted[unit]; });
-  return result;
+  return ReportOutOfMemory([&] {
+    std::bitset<0x10000> deleted;
+    for (wchar const unit : terminated(characters)) deleted.set(unit);
+    wstring result;
+    std::ranges::remove_copy_if(text, std::back_inserter(result), [&](wchar unit) { return deleted[unit]; });
+    return result;
+  });
 }
 
 bool Split(wstring const& text, wstring const& separator, wstring& left, wstring& right) {
   auto const sought = terminated(separator);
-  auto const found = Finder(sought).Find(terminated(text), 0);
-  if (found == wstring::npos) return false;
-  wstring before(text, 0, found);
-  wstring behind(text, found + sought.size());
-  left = std::move(before);
-  right = std::move(behind);
-  return true;
+  return ReportOutOfMemory([&] {
+    auto const found = Finder(sought).Find(terminated(text), 0);
+    if (found == wstring::npos) return false;
+    wstring before(text, 0, found);
+    wstring behind(text, found + sought.size());
+    left = std::move(before);
+    right = std::move(behind);
+    return true;
+  });
 }
 
 void SplitLocatorName(wstring name, wstring& first, wstring& second) {
-  wstring behind;
-  auto const dot = terminated(name).find(u'.');
-  if (dot != wstring::npos && dot != 0) {
-    behind.assign(name, dot + 1);
-    name.resize(dot);
-  }
-  first = std::move(name);
-  second = std::move(behind);
+  ReportOutOfMemory([&] {
+    wstring behind;
+    auto const dot = terminated(name).find(u'.');
+    if (dot != wstring::npos && dot != 0) {
+      behind.assign(name, dot + 1);
+      name.resize(dot);
+    }
+    first = std::move(name);
+    second = std::move(behind);
+  });
 }
 
 std::int32_t GetNumCount(wstring text) {
@@ -135,29 +144,29 @@ bool ConvertA2W(std::string const& text, wstring& result) {
 
 bool ConvertA2W(char const* text, wstring& result) {
   if (!text) return false;
-  result = platform::Utf16FromUtf8(text);
+  result = ReportOutOfMemory([&] { return platform::Utf16FromUtf8(text); });
   return true;
 }
 
 bool ConvertW2A(wstring const& text, char* result, std::int32_t size) {
   if (!result || size <= 0) return false;
-  std::string const bytes = platform::Utf8FromUtf16(text);
+  std::string const bytes = ReportOutOfMemory([&] { return platform::Utf8FromUtf16(text); });
   if (bytes.size() >= static_cast<std::size_t>(size)) return false;
   *std::copy(bytes.begin(), bytes.end(), result) = '\0';
   return true;
 }
 
 bool ConvertW2A(wstring const& text, std::string& result) {
-  result = platform::Utf8FromUtf16(text);
+  result = ReportOutOfMemory([&] { return platform::Utf8FromUtf16(text); });
   return true;
 }
 
 wstring ZamStrToLower(wstring const& text) {
-  return withCase(text, ZamToLower);
+  return ReportOutOfMemory([&] { return withCase(text, ZamToLower); });
 }
 
 wstring ZamStrToUpper(wstring const& text) {
-  return withCase(text, ZamToUpper);
+  return ReportOutOfMemory([&] { return withCase(text, ZamToUpper); });
 }
 
 int ZamChrToLower(wchar* text, unsigned int size) {

@@ -8,8 +8,8 @@
 #include "zam/foundation/export.h"
 #include "zam/foundation/types.h"
 
-// All may be called on any thread at any time. They throw nothing but std::bad_alloc, and leave their outputs alone
-// then. Outputs may be the same objects as inputs.
+// All may be called on any thread at any time. They throw nothing but BaseException with id 5 where memory runs out,
+// and leave their outputs alone then. Outputs may be the same objects as inputs.
 //
 // Their time follows the length of their texts, whatever is searched for in them.
 //
