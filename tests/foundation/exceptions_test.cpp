@@ -5,10 +5,8 @@
 #include <exception>
 #include <limits>
 #include <string>
-#include <thread>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 #include "zam/foundation/library_texts.h"
 #include "zam/foundation/messages.h"
@@ -95,17 +93,6 @@ TEST(Exceptions, ALimitIsExceededAboveItAlone) {
     EXPECT_TRUE(failure.GetWhat() == u"passes");
     EXPECT_EQ(std::pair(failure.GetValue(), failure.GetLimit()), std::pair(std::uint64_t{21}, std::uint64_t{20}));
   }
-}
-
-TEST(Exceptions, SpeakOnSeveralThreadsAtOnce) {
-  File const failure(2003, u"a.xml");
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
-      for (int j = 0; j < 500; ++j) ASSERT_TRUE(failure.GetErrorDescription() == u"Could not open file: a.xml");
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }
 
 TEST(LibraryTexts, HoldTheTextsThatOnlyProgramsAskFor) {

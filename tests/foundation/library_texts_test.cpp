@@ -10,6 +10,7 @@
 #include "tests/support/child_process.h"
 #include "tests/support/temporary_folder.h"
 #include "zam/foundation/messages.h"
+#include "zam/foundation/placeholder.h"
 #include "zam/foundation/satellite_file.h"
 #include "zam/platform/files.h"
 
@@ -55,6 +56,9 @@ TEST(LibraryTexts, AreThereInEveryLanguageAndFitTheirSentences) {
     for (auto const& [id, english] : detail::BuiltInTexts()) {
       auto const own = texts->find(id);
       ASSERT_TRUE(own != texts->end()) << entry.path() << " lacks " << id;
+      EXPECT_TRUE(detail::PlaceholderKinds(own->second) == detail::PlaceholderKinds(english))
+          << entry.path() << ' ' << id;
+      EXPECT_EQ(own->second.ends_with(u' '), english.ends_with(u' ')) << entry.path() << ' ' << id;
       EXPECT_LE(own->second.size(), shortSentences.contains(detail::Message{id}) ? 127u - 18 : 1023u)
           << entry.path() << ' ' << id;
     }

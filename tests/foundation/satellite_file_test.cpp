@@ -4,8 +4,6 @@
 
 #include <string>
 
-#include "zam/foundation/messages.h"
-#include "zam/foundation/placeholder.h"
 #include "zam/platform/files.h"
 
 namespace ZaM::detail {
@@ -86,19 +84,6 @@ TEST(SatelliteFile, RefusesHostileStructureUnderARightChecksum) {
   for (auto const& [name, bytes] : cases) EXPECT_FALSE(DecodeSatellite(Sealed(bytes))) << name;
   EXPECT_TRUE(DecodeSatellite(Sealed(Head(2) + Entry(1, 32) + Entry(0x10000000, 66) + block + block)))
       << "the others are variations of a sound one";
-}
-
-TEST(SatelliteFile, TheGermanOneIsComplete) {
-  auto const german = DecodeSatellite(GermanSatellite());
-  ASSERT_TRUE(german);
-  EXPECT_EQ(german->size(), BuiltInTexts().size());
-  for (auto const& [id, text] : BuiltInTexts()) {
-    ASSERT_TRUE(german->contains(id)) << id;
-    EXPECT_TRUE(PlaceholderKinds(german->at(id)) == PlaceholderKinds(text)) << id;
-    EXPECT_EQ(german->at(id).ends_with(u' '), text.ends_with(u' ')) << id;
-  }
-  // Sentences that are cut at 127 units leave room for what they name.
-  for (unsigned int const id : {200u, 300u, 301u, 302u}) EXPECT_LE(german->at(id).size(), 107u) << id;
 }
 
 }  // namespace
