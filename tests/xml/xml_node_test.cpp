@@ -77,8 +77,7 @@ TEST(XmlNode, TakesChildrenOfItsOwnTypeOnly) {
   EXPECT_EQ(root->AddChild(static_cast<XmlNode*>(nullptr)), nullptr);
   XmlNodeRef const child(XmlNode::Create(u"child"));
   root->AddContent(u"text");
-  composite.AddChild(child.Get());
-  composite.AddChild(child.Get());
+  for (int i = 0; i < 2; ++i) composite.AddChild(child.Get());
   EXPECT_EQ(Describe(root.Get()), "<root>[text]<child/><child/></root>");
   EXPECT_EQ(root->RemoveChild(child->GetId()), nullptr);
   root->RemoveChild(nullptr);
@@ -87,6 +86,56 @@ TEST(XmlNode, TakesChildrenOfItsOwnTypeOnly) {
   EXPECT_EQ(Describe(root.Get()), "<root>[text]</root>");
   EXPECT_EQ(child->AddRefCount(), 2);  // its references are the caller's again
   child->Release();
+}
+
+/// Whether they are looked at in between decides how a node holds its children.
+TEST(XmlNode, KeepsChildrenInOrderWhateverIsAddedRemovedAndLookedAt) {
+  std::mt19937 random(1);
+  for (int round = 0; round < 200; ++round) {
+    XmlTree tree;  // two parents that were read, or made
+    tree.ReadBuffer("<root><p>text</p><p/></root>");
+    XmlNodeRef const made[] = {XmlNodeRef(XmlNode::Create(u"p")), XmlNodeRef(XmlNode::Create(u"p"))};
+    std::vector<XmlNode*> parents(tree.GetRoot()->GetChildren().begin(), tree.GetRoot()->GetChildren().end());
+    if (round % 2 == 0) parents = {made[0].Get(), made[1].Get()};
+    std::list<XmlNode*> expected[2];
+    if (round % 2 != 0) expected[0] = parents[0]->GetChildren();
+    XmlNodeRef children[3];
+    for (auto& child : children) child = XmlNodeRef(XmlNode::Create(u"c"));
+    for (int step = 0; step < 30; ++step) {
+      unsigned int const which = random() % 2;
+      XmlNode* const child = children[random() % 3].Get();
+      if (random() % 3 == 0) {
+        parents[which]->RemoveChild(child);
+        for (auto n = std::erase(expected[which], child); n > 0; --n) child->Release();
+      } else {
+        child->AddRefCount();
+        EXPECT_EQ(parents[which]->AddChild(child), child);
+        expected[which].push_back(child);
+      }
+      EXPECT_EQ(parents[which]->ChildCount(), expected[which].size());
+      std::list<XmlNode*> found;
+      parents[which]->FilterChildren(found, u"");
+      EXPECT_EQ(found, expected[which]);
+      bool const isLookedAt = random() % 8 == 0;
+      EXPECT_TRUE(!isLookedAt || parents[which]->GetChildren() == expected[which]);
+    }
+  }
+}
+
+TEST(XmlNode, LivesOnWhereItsTreeHasEnded) {
+  std::string text = "<a>";
+  for (int i = 0; i < 5000; ++i) text += "<b p='" + std::string(40, 'v') + "'>text</b>";
+  auto tree = std::make_unique<XmlTree>();
+  tree->ReadBuffer(text + "<c q='1'><d/>deep</c></a>");
+  XmlNode* const last = tree->GetRoot()->GetChildren().back();
+  tree->GetRoot()->RemoveChild(last);
+  std::unique_ptr<XmlProperty> const removed(tree->GetRoot()->GetChildren().front()->GetProperty(u"p"));
+  tree->GetRoot()->GetChildren().front()->RemoveProperty(u"p");
+  tree.reset();
+  XmlNodeRef const kept(last), parent(XmlNode::Create(u"parent"));
+  parent->AddChild(XmlNodeRef(kept).Detach());
+  EXPECT_EQ(Describe(parent.Get()), "<parent><c q='1'><d/>[deep]</c></parent>");
+  EXPECT_EQ(removed->GetValue().size(), 40u);
 }
 
 TEST(XmlNode, IteratesFromWhereACopiedIteratorStands) {

@@ -2,8 +2,10 @@
 
 #include <barrier>
 #include <filesystem>
+#include <list>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/support/failing_allocation.h"
@@ -124,6 +126,30 @@ void holdTree(Round& round) {
     std::thread([&] { XmlTree(&tree).WriteBuffer(); }).join();
     EXPECT_EQ(text, before);
   }
+}
+
+TEST(XmlThreads, LookAtOneTreeAtOnceAndEndItInParts) {
+  std::string const text = rows(0, 300);
+  std::string const expected = treeOf(text);
+  XmlTree tree;
+  tree.ReadBuffer(text);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < workers; ++i) {
+    threads.emplace_back([&] { EXPECT_EQ(Describe(std::as_const(tree).GetRoot()), expected); });
+  }
+  for (std::thread& thread : threads) thread.join();
+  threads.clear();
+  std::list<XmlNode*> const children = tree.GetRoot()->GetChildren();
+  for (XmlNode* child : children) tree.GetRoot()->RemoveChild(child);
+  for (int i = 0; i < workers; ++i) {
+    threads.emplace_back([&, i] {
+      int number = 0;
+      for (XmlNode* child : children) {
+        if (number++ % workers == i) child->Release();
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
 }
 
 TEST(XmlThreads, ReadWriteStreamAndParseAtOnceWhileOthersHoldTheirsOpen) {

@@ -40,11 +40,25 @@ std::string outcome(XmlTree& tree, std::function<bool()> const& read) {
   }
 }
 
+/// A tree as programs derive it, which reads its own elements by callbacks.
+struct DerivedTree : XmlTree {
+  void OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override {
+    ++roots;
+    XmlTree::OnStartElement(parser, name, attributes);
+  }
+  int roots = 0;
+};
+
 /// What one of the ways makes of a text.
 std::string read(std::string const& text) {
   TemporaryFolder const folder;
+  wstring const file = folder.Write("file", text).u16string();
   XmlTree tree;
-  return outcome(tree, [&] { return tree.Read(folder.Write("file", text).u16string()); });
+  DerivedTree derived;
+  std::string const result = outcome(tree, [&] { return tree.Read(file); });
+  EXPECT_TRUE(outcome(derived, [&] { return derived.Read(file); }) == result) << text.substr(0, 40);
+  EXPECT_EQ(derived.roots, tree.GetRoot() ? 1 : 0);
+  return result;
 }
 std::string read2(std::string const& text) {
   TemporaryFolder const folder;
@@ -205,6 +219,13 @@ TEST(XmlTree, CutsNamesAndValuesBehindWholeCharacters) {
       ASSERT_TRUE(tree.ReadBuffer(text));
       EXPECT_TRUE(tree.GetRoot()->GetName() == times(std::min(c.nameRead, c.nameWritten)));
       EXPECT_TRUE(tree.GetRoot()->GetProperties().front()->GetValue() == times(std::min(c.valueRead, c.valueWritten)));
+
+      tree.SetDoCutValues(false);
+      Ref<XmlNode> const former(tree.GetRoot());
+      tree.SetRoot(XmlNode::Create(times(c.nameWritten + extra)));
+      tree.GetRoot()->AddProperty(times(c.nameWritten + extra), times(c.valueWritten + extra));
+      std::string const whole = Describe(tree.GetRoot());
+      EXPECT_TRUE(tree.ReadBuffer(tree.WriteBuffer()) && Describe(tree.GetRoot()) == whole);
     }
   }
 }
@@ -399,6 +420,33 @@ TEST(XmlTree, RefusesDocumentsThatBlowUp) {
   EXPECT_EQ(readBuffer(entities), "<a p='x'>" + repeated("<b/>[x!]", 100) + "</a>");
   // Defaults of attributes are left out.
   EXPECT_EQ(readBuffer("<!DOCTYPE a [<!ATTLIST a" + attributes(1'000, " CDATA 'x'") + ">]><a/>"), "<a/>");
+}
+
+TEST(XmlTree, TakesNoMoreThanItIsAllowedFor) {
+  struct {
+    std::string text;
+    std::uint64_t least;  // what is enough, or about that
+    std::uint64_t most;
+  } const cases[] = {{"<a><!--" + std::string(5000, 'c') + "--></a>", 5014, 5014},
+                     {"<a>" + repeated("<b/>", 1000) + "</a>", 88'000, 200'000},
+                     {"<a p='" + std::string(30'000, 'x') + "'/>", 30'009, 40'000}};
+  TemporaryFolder const folder;
+  for (auto const& [text, least, most] : cases) {
+    XmlTree tree;
+    tree.SetFilename(folder.Write("file", Gzip(text)).u16string());
+    auto const fits = [&](std::uint64_t bytes) {
+      tree.SetMaxBytes(bytes);
+      return outcome(tree, [&] { return tree.Read(); }) != "limit";
+    };
+    std::uint64_t tooFew = 0;
+    for (std::uint64_t step = 1 << 20; step > 0; step /= 2) tooFew += fits(tooFew + step) ? 0 : step;
+    EXPECT_GE(tooFew + 1, least);
+    EXPECT_LE(tooFew + 1, most);
+    tree.SetMaxBytes(least - 1);
+    EXPECT_EQ(outcome(tree, [&] { return tree.Read2(); }), "limit");
+    EXPECT_EQ(tree.GetRoot(), nullptr);
+    EXPECT_EQ(outcome(tree, [&] { return tree.ReadBuffer(text); }), "limit");
+  }
 }
 
 TEST(XmlTree, CopiesWritesAndReleasesTreesThatAreDeeperThanTheStack) {
