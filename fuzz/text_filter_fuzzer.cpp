@@ -40,8 +40,16 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   static Ref<AsciiTextFilter> const filter(AsciiTextFilter::Create(1, true));
   filter->SetMinWordLen(data[0]);
   if (filter->GetUseDigits() != settings.useDigits) filter->SetUseDigits(settings.useDigits);
-  auto const difference = wide ? test::DifferenceFromPlainRules(*filter, ToUnits(text), settings)
-                               : test::DifferenceFromPlainRules(*filter, text, settings);
-  if (!difference.empty()) std::abort();
+  auto const compare = [&](auto const& units) {
+    auto const expected = test::FilterPlainly(units, settings);
+    for (auto const& kernel : test::Kernels()) {
+      if (kernel.runs && !test::Difference(*filter, kernel, units, settings, expected).empty()) std::abort();
+    }
+  };
+  if (wide) {
+    compare(ToUnits(text));
+  } else {
+    compare(text);
+  }
   return 0;
 }

@@ -1,52 +1,66 @@
-// Runs a filter in every way that this machine has, and compares what comes of it with the plainly told rules.
+// Runs a filter on every kernel, and compares what comes of it with the plainly told rules.
 #ifndef TESTS_TEXT_EVERY_KERNEL_H
 #define TESTS_TEXT_EVERY_KERNEL_H
 
 #include <algorithm>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "tests/text/plain_filter.h"
+#include "tests/text/vector_model.h"
 #include "zam/text/ascii_text_filter.h"
 #include "zam/text/block_kernel.h"
 
+#define ZAM_VECTOR_FILTER inline
+#include "zam/text/vector_filter.h"
+
 namespace ZaM::test {
 
-inline unsigned int Run(AsciiTextFilter& filter, std::vector<char> const& text, std::vector<char>& out,
-                        std::vector<std::int32_t>* positions) {
-  auto const length = static_cast<unsigned int>(text.size());
-  auto const outSize = static_cast<unsigned int>(out.size());
-  return positions ? filter.FilterTextA(text.data(), length, out.data(), outSize, *positions)
-                   : filter.FilterTextA(text.data(), length, out.data(), outSize);
+template <class Vector>
+inline constexpr detail::BlockKernel modelKernel{"", detail::FilterByVectors<unsigned char, Vector>,
+                                                 detail::FilterByVectors<char16_t, Vector>};
+
+/// A way to filter. This machine may lack what one needs; the models stand in for it.
+struct Kernel {
+  char const* name;
+  detail::BlockKernel const* kernel;
+  bool runs;
+};
+
+inline std::vector<Kernel> Kernels() {
+  auto const* const vector512 = detail::Vector512Kernel();
+  auto const* const vector256 = detail::Vector256Kernel();
+  return {{"StepByStep", nullptr, true},
+          {"Portable", &detail::portableKernel, true},
+          {"ModelOfAvx512", &modelKernel<VectorModel<64, 0, 64>>, true},
+          {"ModelOfAvx2", &modelKernel<VectorModel<32, 8, 8>>, true},
+          {"Avx512", vector512, vector512 != nullptr},
+          {"Avx2", vector256, vector256 != nullptr}};
 }
 
-inline unsigned int Run(AsciiTextFilter& filter, std::vector<wchar> const& text, std::vector<char>& out,
-                        std::vector<std::int32_t>* positions) {
-  auto const length = static_cast<unsigned int>(text.size());
-  auto const outSize = static_cast<unsigned int>(out.size());
-  return positions ? filter.FilterTextW(text.data(), length, out.data(), outSize, *positions)
-                   : filter.FilterTextW(text.data(), length, out.data(), outSize);
-}
-
-/// What differs between a filter of these settings and the plain rules, with and without positions, step by step and on
-/// every kernel; empty if nothing does. Text and buffer are allocated to the byte, for AddressSanitizer.
+/// What differs between a filter on a kernel and the plain rules, with and without positions; empty if nothing does.
+/// Text and buffer are allocated to the byte, for AddressSanitizer.
 template <class Unit>
-std::string DifferenceFromPlainRules(AsciiTextFilter& filter, std::basic_string<Unit> const& units, Settings settings) {
-  auto const expected = FilterPlainly(std::basic_string_view<Unit>(units), settings);
+std::string Difference(AsciiTextFilter& filter, Kernel const& kernel, std::basic_string<Unit> const& units,
+                       Settings settings, Stream const& expected) {
+  detail::TextFilterAccess::SetKernel(filter, kernel.kernel);
   std::vector<Unit> const text(units.begin(), units.end());
-  std::vector<detail::BlockKernel const*> kernels{nullptr, &detail::portableKernel};
-  if (auto const* const vector = detail::VectorKernel()) kernels.push_back(vector);
-  for (auto const* const kernel : kernels) {
-    detail::TextFilterAccess::SetKernel(filter, kernel);
-    std::string const name = kernel ? kernel->name : "no kernel";
-    for (bool const withPositions : {false, true}) {
-      std::vector<char> out(static_cast<std::size_t>(settings.outSize), '#');
-      std::vector<std::int32_t> positions(3);
-      auto const size = Run(filter, text, out, withPositions ? &positions : nullptr);
-      if (std::vector<unsigned char>(out.begin(), out.begin() + size) != expected.bytes) return name + ": the stream";
-      if (withPositions && positions != expected.positions) return name + ": the positions";
-      if (std::count(out.begin() + size, out.end(), '#') != out.end() - out.begin() - size) return name + ": a trace";
-    }
+  auto const run = [&](auto&&... rest) {
+    auto const length = static_cast<unsigned int>(text.size());
+    if constexpr (std::is_same_v<Unit, char>)
+      return filter.FilterTextA(text.data(), length, rest...);
+    else
+      return filter.FilterTextW(text.data(), length, rest...);
+  };
+  for (bool const withPositions : {false, true}) {
+    std::vector<char> out(static_cast<std::size_t>(settings.outSize), '#');
+    auto const outSize = static_cast<unsigned int>(out.size());
+    std::vector<std::int32_t> positions(3);
+    auto const size = withPositions ? run(out.data(), outSize, positions) : run(out.data(), outSize);
+    if (std::vector<unsigned char>(out.begin(), out.begin() + size) != expected.bytes) return "the stream";
+    if (withPositions && positions != expected.positions) return "the positions";
+    if (std::count(out.begin() + size, out.end(), '#') != out.end() - out.begin() - size) return "a trace";
   }
   return {};
 }

@@ -15,9 +15,9 @@ namespace detail {
 
 /// Keeps no positions.
 struct NoPositions {
-  static constexpr std::int64_t buffered = std::numeric_limits<std::int64_t>::max();
-  std::int32_t* Buffer() { return nullptr; }
-  void AddBuffered(std::size_t) {}
+  static constexpr std::int64_t mostAtOnce = std::numeric_limits<std::int64_t>::max();
+  std::int32_t* MakeRoom(std::int64_t) { return nullptr; }
+  void Keep(std::size_t) {}
   void Add(std::int64_t) {}
   void AddBehindLast() {}
   void Finish() {}
@@ -26,12 +26,20 @@ struct NoPositions {
 /// Keeps a position for each byte of the stream.
 class PositionList {
  public:
-  static constexpr std::int64_t buffered = 2048;  ///< entries that a kernel may give at once
+  static constexpr std::int64_t mostAtOnce = 2048;  ///< what `MakeRoom` writes stays in the fastest cache
 
   explicit PositionList(std::vector<std::int32_t>& positions) : list(positions) { list.clear(); }
 
-  std::int32_t* Buffer() { return buffer; }
-  void AddBuffered(std::size_t count) { list.insert(list.end(), buffer, buffer + count); }
+  /// Where a kernel may write up to `count` entries, and touch a block's behind them. To be followed by `Keep`.
+  std::int32_t* MakeRoom(std::int64_t count) {
+    kept = list.size();
+    list.resize(kept + static_cast<std::size_t>(count) + detail::blockUnits);
+    return list.data() + kept;
+  }
+
+  /// Keeps the first `count` of the entries that there was room for.
+  void Keep(std::size_t count) { list.resize(kept + count); }
+
   void Add(std::int64_t index) { list.push_back(static_cast<std::int32_t>(index)); }
   void AddBehindLast() { Add(std::int64_t{list.back()} + 1); }
 
@@ -42,7 +50,7 @@ class PositionList {
 
  private:
   std::vector<std::int32_t>& list;
-  std::int32_t buffer[buffered + detail::blockUnits];
+  std::size_t kept = 0;
 };
 
 }  // namespace detail
@@ -73,7 +81,7 @@ class AsciiTextFilter::Run {
       auto const pause = i + detail::blockUnits;
       while (GoesOn() && i < pause) FilterWord();
     }
-    if (out[o - 1] != 0) {
+    if (!closed && out[o - 1] != 0) {
       out[o++] = 0;
       positions.AddBehindLast();
     }
@@ -91,13 +99,17 @@ class AsciiTextFilter::Run {
     if (!filter.kernel) return;
     detail::Progress done;
     do {
-      auto const room = std::clamp<std::int64_t>(wide ? outSize - 2 - o : outSize - o, 0, Positions::buffered);
-      done = CallKernel({text + i, static_cast<std::size_t>(length - i), symbols, filter.pageTable, filter.minWordLen,
-                         out + o, static_cast<std::size_t>(room), positions.Buffer(), static_cast<std::uint32_t>(i)});
-      positions.AddBuffered(done.written);
+      auto const left = length - i;
+      auto const most = std::min((wide ? 4 : 1) * left + 1, Positions::mostAtOnce);  // bytes that come of it
+      auto const room = std::clamp<std::int64_t>(wide ? outSize - 2 - o : outSize - o, 0, most);
+      done =
+          CallKernel({text + i, static_cast<std::size_t>(left), symbols, filter.pageTable, filter.minWordLen, out + o,
+                      static_cast<std::size_t>(room), positions.MakeRoom(room), static_cast<std::uint32_t>(i)});
+      positions.Keep(done.written);
+      closed = done.closed;
       i += static_cast<std::int64_t>(done.taken);
       o += static_cast<std::int64_t>(done.written);
-    } while (done.taken > detail::blockUnits);
+    } while (done.taken > detail::blockUnits && GoesOn());
   }
 
   detail::Progress CallKernel(detail::Stretch<Unit> const& stretch) const {
@@ -173,9 +185,10 @@ class AsciiTextFilter::Run {
   std::int64_t outSize;  // signed and wide, so that the bounds below it may turn negative
   Positions& positions;
 
-  std::int64_t i = 0;  // where it reads
-  std::int64_t o = 0;  // where it writes
-  bool full = false;   // something didn't fit that must not be skipped
+  std::int64_t i = 0;   // where it reads
+  std::int64_t o = 0;   // where it writes
+  bool full = false;    // something didn't fit that must not be skipped
+  bool closed = false;  // a kernel has filtered up to the end of the text, and the stream ends in a 0
 };
 
 }  // namespace ZaM

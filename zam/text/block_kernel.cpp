@@ -3,8 +3,9 @@
 namespace ZaM::detail {
 
 BlockKernel const* BestKernel() {
-  auto const* const vector = VectorKernel();
-  return vector ? vector : &portableKernel;
+  if (auto const* const kernel = Vector512Kernel()) return kernel;
+  if (auto const* const kernel = Vector256Kernel()) return kernel;
+  return &portableKernel;
 }
 
 }  // namespace ZaM::detail

@@ -28,11 +28,12 @@ struct Stretch {
 struct Progress {
   std::size_t taken = 0;
   std::size_t written = 0;
+  bool closed = false;  ///< the text was filtered to its end, and the stream ends in a 0
 };
 
 /// A way to filter blocks. It takes whole words only, as many as it can, and stops where a block isn't worth the
-/// effort: at the end of the text or of the room, in a word as long as a block, at ideographs. It writes exactly what
-/// `Progress::written` says.
+/// effort: at the end of the room, in a word as long as a block, before the last few units of the text. It writes
+/// exactly what `Progress::written` says.
 struct BlockKernel {
   char const* name;
   Progress (*filterNarrow)(Stretch<unsigned char> const&);
@@ -42,8 +43,9 @@ struct BlockKernel {
 /// The kernel for any machine.
 extern BlockKernel const portableKernel;
 
-/// The kernel that uses the processor's vector instructions, null if it has none that we know.
-BlockKernel const* VectorKernel();
+/// The kernels for processors with AVX-512 VBMI2 and with AVX2, null if this one isn't.
+BlockKernel const* Vector512Kernel();
+BlockKernel const* Vector256Kernel();
 
 /// The best kernel that this machine has.
 BlockKernel const* BestKernel();

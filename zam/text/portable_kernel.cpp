@@ -64,8 +64,8 @@ std::uint64_t Load(unsigned char const* from) {
 }
 
 /// Finds out what else than letters and separators is in a block.
-void FindRareUnits(char16_t const* text, Bytes const& symbols, BlockMasks& masks) {
-  for (unsigned int i = 0; i < blockUnits; i += 8) {
+void FindRareUnits(char16_t const* text, unsigned int units, Bytes const& symbols, BlockMasks& masks) {
+  for (unsigned int i = 0; i < units; i += 8) {
     std::uint64_t const eight = Load(symbols.at + i);
     masks.dropped |= EqualBytes(eight, Symbols::dropped) << i;
     masks.ideographs |= EqualBytes(eight, Symbols::ideograph) << i;
@@ -74,12 +74,13 @@ void FindRareUnits(char16_t const* text, Bytes const& symbols, BlockMasks& masks
   masks.letters &= ~masks.ideographs;
 }
 
-/// Looks up a block's symbols and finds out what they are.
+/// Looks up the symbols of at least `units` of a block's units and finds out what they are; the others are separators.
 template <class Unit>
-BlockMasks Translate(Unit const* text, unsigned char const* table, Bytes& symbols) {
+[[gnu::always_inline]] inline BlockMasks Translate(Unit const* text, unsigned int units, unsigned char const* table,
+                                                   Bytes& symbols) {
   BlockMasks masks;
   std::uint64_t rare = 0;
-  for (unsigned int i = 0; i < blockUnits; i += 8) {
+  for (unsigned int i = 0; i < units; i += 8) {
     std::uint64_t eight = 0;
 #pragma GCC unroll 8
     for (unsigned int k = 0; k < 8; ++k) eight |= std::uint64_t{table[text[i + k]]} << 8 * k;
@@ -88,7 +89,7 @@ BlockMasks Translate(Unit const* text, unsigned char const* table, Bytes& symbol
     if constexpr (sizeof(Unit) > 1) rare |= HasByte(eight, Symbols::dropped) | HasByte(eight, Symbols::ideograph);
   }
   if constexpr (sizeof(Unit) > 1) {
-    if (rare != 0) FindRareUnits(text, symbols, masks);
+    if (rare != 0) FindRareUnits(text, units, symbols, masks);
   }
   return masks;
 }
@@ -117,7 +118,7 @@ std::size_t Expand(char16_t const* text, BlockMasks const& masks, BlockPlan cons
   auto keep = plan.keep;
   auto ideographs = plan.ideographs;
   auto closing = plan.ideographs & ~masks.open;
-  for (unsigned int i = 0; i < plan.taken; ++i) {
+  for (unsigned int i = 0; i < plan.taken + plan.closed; ++i) {
     auto const chosen = static_cast<std::uint32_t>(-(ideographs & 1));  // all bits or none: no branch to guess
     Store((EncodeIdeograph(text[i]) & chosen) | (symbols.at[i] & ~chosen), kept.at + count);
     Store(static_cast<std::uint32_t>(EachByte(i)), origins.at + count);
@@ -135,21 +136,37 @@ class PortableFilter {
   explicit PortableFilter(Stretch<Unit> const& whole) : stretch(whole) {}
 
   Progress Filter() {
-    while (stretch.length - done.taken >= blockUnits && FilterBlock() >= worthwhileUnits) continue;
+    for (;;) {
+      auto const left = stretch.length - done.taken;
+      auto const* const text = stretch.text + done.taken;
+      if (left >= blockUnits) {
+        if (FilterBlock(text, blockUnits) < worthwhileUnits) break;
+      } else {
+        if (left >= worthwhileRest) FilterRest(text, left);
+        break;
+      }
+    }
     return done;
   }
 
  private:
+  /// Filters the rest of the text, filled up with zeros, which separate words.
+  void FilterRest(Unit const* text, std::size_t count) {
+    Unit filledUp[blockUnits] = {};
+    std::copy_n(text, count, filledUp);
+    FilterBlock(filledUp, static_cast<unsigned int>(count));
+  }
+
   /// Returns how many units it took: none, if the room doesn't take what they give.
-  unsigned int FilterBlock() {
-    auto const* const text = stretch.text + done.taken;
-    auto const masks = Translate(text, stretch.symbols, symbols);
-    auto const plan = PlanBlock(masks, stretch.minWordLen);
+  [[gnu::always_inline]] unsigned int FilterBlock(Unit const* text, unsigned int units) {
+    auto const masks = Translate(text, std::min(units + 1, blockUnits), stretch.symbols, symbols);
+    auto const plan = PlanBlock(masks, stretch.minWordLen, units);
     auto const count = Gather(text, masks, plan);
-    if (count > stretch.room - done.written) return 0;
+    if (!Fits(count, plan, units, stretch.room - done.written)) return 0;
     std::memcpy(stretch.out + done.written, kept.at, count);
     if (stretch.positions) WritePositions(count);
     done.taken += plan.taken;
+    done.closed = plan.closed;
     done.written += count;
     return plan.taken;
   }

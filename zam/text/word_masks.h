@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 
 namespace ZaM::detail {
@@ -28,6 +29,9 @@ inline constexpr unsigned int blockUnits = 64;
 
 /// A block that takes fewer units than this isn't worth its effort; the text around it is better done step by step.
 inline constexpr unsigned int worthwhileUnits = 32;
+
+/// A rest of the text that is shorter than this isn't worth it either.
+inline constexpr unsigned int worthwhileRest = 8;
 
 /// What the units of a block are. A unit that is none of these separates words.
 struct BlockMasks {
@@ -42,25 +46,29 @@ struct BlockPlan {
   std::uint64_t keep = 0;        ///< the units that go into the stream
   std::uint64_t ideographs = 0;  ///< those of them that are ideographs
   unsigned int taken = 0;        ///< how many units are done with; 0 if there is no whole word
+  bool closed = false;           ///< the text ends here, and with it, in a 0, the stream
 };
 
 /// Keeps the runs of at least `length` set bits and clears all others. Not all bits may be set: what runs through a
 /// whole block has a length that isn't known here.
 constexpr std::uint64_t LongRuns(std::uint64_t bits, unsigned int length) {
+  if (length < 2) return bits;
+  // A bit survives if `length` bits from it upwards are set; each step doubles how many that is so far. The first step
+  // is the only one for most filters.
+  bits &= bits >> 1;
   length = std::min(length, blockUnits);
-  // A bit survives if `length` bits from it upwards are set; each step doubles how many that is so far.
-  for (unsigned int seen = 1; seen < length;) {
+  for (unsigned int seen = 2; seen < length;) {
     auto const step = std::min(seen, length - seen);
     bits &= bits >> step;
     seen += step;
   }
   // From the survivors the runs grow back to where they ended.
-  for (unsigned int grown = 1; grown < length;) {
+  for (unsigned int grown = 2; grown < length;) {
     auto const step = std::min(grown, length - grown);
     bits |= bits << step;
     grown += step;
   }
-  return bits;
+  return bits | bits << 1;
 }
 
 /// The runs of `letters` that follow a bit of `marks` directly.
@@ -79,7 +87,11 @@ constexpr std::uint64_t RunsBefore(std::uint64_t marks, std::uint64_t letters) {
   return runs;
 }
 
-[[gnu::always_inline]] inline BlockPlan PlanBlock(BlockMasks const& block, unsigned int minWordLen) {
+/// Plans a block of which the first `units`, one at least, are text. If these aren't all, the text ends there, and the
+/// others are separators: the first of them closes the last word, unless it was left open by a unit that writes
+/// nothing. The 0 behind that one has another place.
+[[gnu::always_inline]] inline BlockPlan PlanBlock(BlockMasks const& block, unsigned int minWordLen,
+                                                  unsigned int units) {
   auto const separators = ~(block.letters | block.ideographs);
   auto const wordEnds = separators | (block.ideographs & ~block.open);
   if (wordEnds == 0) return {};
@@ -89,8 +101,15 @@ constexpr std::uint64_t RunsBefore(std::uint64_t marks, std::uint64_t letters) {
   auto const ideographs = block.ideographs & whole;
   auto words = LongRuns(letters, minWordLen);
   if (ideographs != 0) words |= RunsBefore(ideographs, letters) | RunsBehind(block.open, letters) | ideographs;
-  auto const ends = (words & ~(ideographs & ~block.open)) << 1 & separators;
-  return {(words & ~block.dropped) | ends, ideographs, blockUnits - beyond};
+  bool const closed = units < blockUnits && (block.dropped >> (units - 1) & 1) == 0;
+  auto const text = ~std::uint64_t{0} >> (blockUnits - units - closed);
+  auto const ends = (words & ~(ideographs & ~block.open)) << 1 & separators & text;
+  return {(words & ~block.dropped) | ends, ideographs, units - beyond, closed};
+}
+
+/// Whether the room takes the `count` bytes of a block of `units` units, and a 0 that is left to be added.
+constexpr bool Fits(std::size_t count, BlockPlan const& plan, unsigned int units, std::size_t room) {
+  return count + (units < blockUnits && !plan.closed) <= room;
 }
 
 }  // namespace ZaM::detail

@@ -1,0 +1,229 @@
+// Every way to filter gives what the plain rules give: step by step, on every kernel, and on models of those that this
+// machine may lack the instructions for.
+#include <gtest/gtest.h>
+
+#include <numeric>
+#include <random>
+#include <string>
+
+#include "tests/support/failing_allocation.h"
+#include "tests/text/every_kernel.h"
+#include "zam/foundation/ref.h"
+
+namespace ZaM {
+namespace {
+
+using test::Settings;
+
+class EveryKernel : public testing::TestWithParam<test::Kernel> {
+ protected:
+  void SetUp() override {
+    if (!GetParam().runs) GTEST_SKIP() << "This processor has no instructions for " << GetParam().name << ".";
+  }
+
+  template <class Unit>
+  void ExpectPlainStream(std::basic_string<Unit> const& text, Settings settings) {
+    auto const expected = test::FilterPlainly(text, settings);
+    Ref<AsciiTextFilter>& user = filter[settings.useDigits];
+    user->SetMinWordLen(static_cast<unsigned char>(settings.minWordLen));
+    ASSERT_EQ(test::Difference(*user, GetParam(), text, settings, expected), "")
+        << text.size() << " units, minimum length " << settings.minWordLen << ", size " << settings.outSize;
+  }
+
+  template <class Unit>
+  void ExpectPlainStreamsOfRandomTexts();
+
+  Ref<AsciiTextFilter> filter[2] = {Ref<AsciiTextFilter>(AsciiTextFilter::Create(1, false)),
+                                    Ref<AsciiTextFilter>(AsciiTextFilter::Create(1, true))};
+};
+
+INSTANTIATE_TEST_SUITE_P(TextFilter, EveryKernel, testing::ValuesIn(test::Kernels()),
+                         [](auto const& tested) { return tested.param.name; });
+
+/// Text whose words, gaps and oddities are short or about as long as a block by chance.
+template <class Unit>
+struct TextMaker {
+  std::size_t Below(std::size_t bound) { return engine() % bound; }
+
+  template <std::size_t count>
+  Unit OneOf(char16_t const (&units)[count], std::size_t bound = count) {
+    return static_cast<Unit>(units[Below(bound)]);
+  }
+
+  std::basic_string<Unit> Make(std::size_t length) {
+    constexpr bool wide = sizeof(Unit) > 1;
+    std::basic_string<Unit> text;
+    bool const withIdeographs = wide && Below(2) == 0;
+    while (text.size() < length) {
+      text.append(Below(20) == 0 ? 50 + Below(90) : 1 + Below(9),
+                  OneOf(u"aZ7\u00E4\u0436\u03B1\u05D0\u0627\u06D4\u0640\u05B0", wide ? 11 : 4));
+      if (Below(8) == 0) text += static_cast<Unit>(engine());
+      for (auto count = withIdeographs && Below(3) == 0 ? 1 + Below(9) : 0; count > 0; --count) {
+        text += OneOf(ideographs);
+      }
+      if (Below(12) != 0) text.append(Below(6) == 0 ? 1 + Below(70) : 1 + Below(2), Unit{' '});
+    }
+    text.resize(length);
+    return text;
+  }
+
+  static constexpr char16_t ideographs[] = {0x3042, 0x4E00, 0xAC00, 0xFAFF, 0xD840, 0xDBFF, 0xDC00, 0x0640, u'x'};
+  std::mt19937 engine{1};
+};
+
+template <class Unit>
+void EveryKernel::ExpectPlainStreamsOfRandomTexts() {
+  constexpr unsigned int minWordLens[] = {0, 1, 2, 3, 4, 7, 31, 62, 63, 64, 65, 128, 255};
+  TextMaker<Unit> maker;
+  for (int round = 0; round < 1000 && !HasFatalFailure(); ++round) {
+    auto const text = maker.Make(maker.Below(round % 50 == 0 ? 6000 : round % 2 == 0 ? 70 : 300));
+    Settings settings{minWordLens[maker.Below(round % 3 == 0 ? 13 : 4)], maker.Below(4) != 0, 0};
+    settings.outSize = static_cast<std::int64_t>(4 * text.size() + 3);
+    auto const needed = test::FilterPlainly(text, settings).Size();
+    ExpectPlainStream(text, settings);
+    for (auto const size : {needed, needed - 1, needed + 2 - static_cast<std::int64_t>(maker.Below(12)),
+                            static_cast<std::int64_t>(maker.Below(12))}) {
+      settings.outSize = std::max<std::int64_t>(size, 0);
+      ExpectPlainStream(text, settings);
+    }
+  }
+}
+
+TEST_P(EveryKernel, FiltersBytesAsThePlainRulesDo) {
+  ExpectPlainStreamsOfRandomTexts<char>();
+}
+
+TEST_P(EveryKernel, Filters16BitTextAsThePlainRulesDo) {
+  ExpectPlainStreamsOfRandomTexts<wchar>();
+}
+
+TEST_P(EveryKernel, GivesEveryCharacterItsSymbol) {
+  for (bool const useDigits : {true, false}) {
+    std::string bytes;
+    for (int unit = 0; unit < 0x100; ++unit) bytes += {static_cast<char>(unit), ' '};
+    ExpectPlainStream(bytes, {1, useDigits, 1000});
+    std::u16string units;
+    for (int unit = 0; unit < 0x10000; ++unit) units += {static_cast<wchar>(unit), u' '};
+    ExpectPlainStream(units, {1, useDigits, 1'000'000});
+  }
+}
+
+TEST_P(EveryKernel, FindsWordsOfAnyLengthAtAnyPlaceOfABlock) {
+  constexpr std::size_t lengths[] = {1, 2, 31, 32, 33, 62, 63, 64, 65, 127, 128, 255};
+  for (auto const length : lengths) {
+    for (std::size_t before = 0; before < 66; ++before) {
+      auto const minWordLen = static_cast<unsigned int>(length + before % 2);
+      auto const text = std::string(before, ' ') + std::string(length, 'a') + " b " + std::string(80, ',') + "cd";
+      ExpectPlainStream(text, {minWordLen % 256, true, 1000});
+      std::u16string wide(text.begin(), text.end());
+      wide[before + length] = u'\u3042';  // behind the word's last letter
+      ExpectPlainStream(wide, {minWordLen % 256, true, 1000});
+      wide[before + length] = u' ';
+      wide[before] = u'\xD840';  // before its second
+      ExpectPlainStream(wide, {minWordLen % 256, true, 1000});
+    }
+  }
+}
+
+/// Streams told by hand, for the plain rules too.
+TEST(PlainRules, FilterKnownTexts) {
+  struct {
+    std::u16string text;
+    Settings settings;
+    std::vector<unsigned char> bytes;
+    std::vector<std::int32_t> positions;
+  } const cases[] = {
+      {u"  ab cd", {1, true, 64}, {0, 26, 27, 0, 28, 29, 0}, {1, 2, 3, 4, 5, 6, 7}},
+      {u"a1 b", {2, true, 64}, {0, 26, 17, 0}, {0, 0, 1, 2}},
+      {u"a1 b", {1, false, 64}, {0, 26, 0, 27, 0}, {0, 0, 1, 3, 4}},
+      {u"\u3042\u3043", {1, true, 64}, {0, 26, 37, 36, 0, 26, 37, 37, 0}, {0, 0, 0, 0, 0, 1, 1, 1, 1}},
+      {u"ab\u3042cd", {3, true, 64}, {0, 26, 27, 26, 37, 36, 0}, {0, 0, 1, 2, 2, 2, 2}},
+      {u"\u0640a\u0640", {3, true, 64}, {0, 26, 0}, {0, 1, 2}},
+      {u"\u0640 ", {1, true, 64}, {0, 0}, {0, 1}},
+      {u"x \xD840\xDC00 y",
+       {1, true, 64},
+       {0, 49, 0, 53, 32, 42, 53, 56, 42, 0, 50, 0},
+       {0, 0, 1, 2, 2, 2, 3, 3, 3, 3, 5, 6}},
+      {u"abcdefghij", {1, true, 6}, {0, 26, 27, 28, 29, 0}, {0, 0, 1, 2, 3, 4}},
+      {u"ab\u3042cd", {1, true, 8}, {0, 26, 27, 28, 29, 0}, {0, 0, 1, 3, 4, 5}},
+      {u"ab", {1, true, 0}, {}, {}},
+  };
+  for (auto const& [text, settings, bytes, positions] : cases) {
+    auto const plain = test::FilterPlainly(text, settings);
+    EXPECT_EQ(plain.bytes, bytes);
+    EXPECT_EQ(plain.positions, positions);
+  }
+  EXPECT_EQ(test::FilterPlainly(std::string_view("\xC4\xE0 cdefgh i"), {1, true, 9}).bytes,
+            (std::vector<unsigned char>{0, 30, 0}));
+}
+
+TEST(AsciiTextFilter, TakesNullForNothingAndBelievesTheGreatestSize) {
+  Ref<TextFilter> const filter(AsciiTextFilter::Create(1, true));
+  char out[5] = "#";
+  std::vector<std::int32_t> positions(3);
+  EXPECT_EQ(filter->FilterTextA("a", 1, nullptr, 0), 0u);
+  EXPECT_EQ(filter->FilterText(u"a", 1, nullptr, 0, positions), 0u);
+  EXPECT_EQ(positions, std::vector<std::int32_t>{});
+  EXPECT_EQ(filter->FilterTextA(nullptr, 0, out, 1, positions), 1u);
+  EXPECT_EQ(filter->FilterText(nullptr, 0, out, 1), 1u);
+  EXPECT_EQ(positions, std::vector<std::int32_t>{0});
+  EXPECT_EQ(filter->FilterTextW(u"\u3042", 1, out, 0xFFFFFFFF), 5u);
+  EXPECT_EQ(filter->FilterTextA("abc", 3, out, 0xFFFFFFFF), 5u);
+}
+
+TEST(AsciiTextFilter, CopiesItsSettingsItsTablesAndItsCount) {
+  auto* const source = AsciiTextFilter::Create(2, false);
+  source->AddRefCount();
+  auto* const copy = new AsciiTextFilter(*source);
+  EXPECT_EQ(copy->AddRefCount(), 3);
+  auto* const assigned = AsciiTextFilter::Create(9, true);
+  source->Release();
+  *assigned = *copy;
+  EXPECT_EQ(assigned->Release(), 2);
+  *assigned = *source;
+  source->SetUseDigits(true);
+  source->SetMinWordLen(3);
+  for (auto* const filter : {copy, assigned}) {
+    EXPECT_FALSE(filter->GetUseDigits());
+    char out[9];
+    EXPECT_EQ(std::string(out, filter->FilterTextA("ab1c de", 7, out, 9)), std::string("\0\x1A\x1B\0\x1D\x1E\0", 7));
+  }
+  EXPECT_EQ(source->Release(), 0);
+  EXPECT_EQ(assigned->Release(), 0);
+  while (copy->Release() > 0) continue;
+}
+
+TEST(AsciiTextFilter, RebuildsItsTablesAndShowsTheSameBytesWithDigitsAndWithout) {
+  std::string expected(256, '_');
+  std::iota(&expected[16], &expected[26], '0');
+  std::iota(&expected[26], &expected[52], 'A');
+  std::iota(&expected[52], &expected[58], '\xDA');
+  Ref<AsciiTextFilter> const filter(AsciiTextFilter::Create(1, true));
+  for (bool const useDigits : {true, false, true}) {
+    filter->SetUseDigits(useDigits);
+    char out[9];
+    EXPECT_EQ(filter->FilterTextW(u"1\u0661\u06F9", 3, out, 9), useDigits ? 5u : 1u);
+    EXPECT_EQ(std::string(reinterpret_cast<char const*>(filter->GetAlphaNum()), 256), expected);
+    EXPECT_EQ(filter->GetMinSymbol(), 16u);
+    EXPECT_EQ(filter->GetSymbolCount(), 208u);
+  }
+}
+
+TEST(AsciiTextFilter, ReportsThatMemoryRanOut) {
+  EXPECT_EQ(test::FailEachAllocation([] { AsciiTextFilter::Create(1, true)->Release(); }, [] {}), 1u);
+
+  Ref<AsciiTextFilter> const filter(AsciiTextFilter::Create(1, true));
+  std::u16string const wide(5000, u'\u3042');
+  std::vector<char> out(20006);
+  std::vector<std::int32_t> positions;
+  auto const grow = [&] {
+    std::vector<std::int32_t>().swap(positions);
+    filter->FilterTextW(wide.data(), 5000, out.data(), 20006, positions);
+  };
+  auto const isBounded = [&] { EXPECT_LE(positions.size(), 20001u); };
+  EXPECT_GT(test::FailEachAllocation(grow, isBounded, {.mayKeepMemory = true}), 2u);
+  EXPECT_EQ(positions.size(), 20001u);
+}
+
+}  // namespace
+}  // namespace ZaM
