@@ -175,9 +175,7 @@ struct Vector256 {
     return (bits | bits << 3) & 0x11111111;
   }
 
-  ZAM_VECTOR256_INLINE static Register AsBytes(Numbers numbers) {
-    return reinterpret_cast<Register>(numbers);
-  }
+  ZAM_VECTOR256_INLINE static Register AsBytes(Numbers numbers) { return reinterpret_cast<Register>(numbers); }
 
   ZAM_VECTOR256_INLINE static Numbers LoadNumbers(unsigned char const* from) {
     auto const bytes = _mm_loadl_epi64(reinterpret_cast<__m128i const*>(from));
@@ -242,9 +240,7 @@ struct Vector256 {
   }
 
   /// Packing works within each half of a register; this puts the quarters where they belong.
-  ZAM_VECTOR256_INLINE static Register InOrder(Register packed) {
-    return _mm256_permute4x64_epi64(packed, 0xD8);
-  }
+  ZAM_VECTOR256_INLINE static Register InOrder(Register packed) { return _mm256_permute4x64_epi64(packed, 0xD8); }
 
   ZAM_VECTOR256_INLINE static std::uint64_t MaskOf(Register bytes) {
     return static_cast<std::uint32_t>(_mm256_movemask_epi8(bytes));
