@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <type_traits>
 
 #include "tests/support/probe_nodes.h"
 #include "zam/zam.h"
@@ -9,7 +10,13 @@
 namespace ZaM::test {
 namespace {
 
+// A literal of another length than four is no tag.
+template <std::size_t size>
+constexpr bool isTag = std::is_constructible_v<detail::TagText, char const (&)[size]>;
+static_assert(!isTag<4> && isTag<5> && !isTag<6>);
+
 TEST(RepresentationTest, TakesTagsOfExactlyFourBytes) {
+  EXPECT_EQ("a\0\xC3\xA4"_tag, SetRepTag(std::string("a\0\xC3\xA4", 4)));
   struct {
     std::string name, tag;
   } const cases[] = {
@@ -89,31 +96,6 @@ void expectCounted() {
 TEST(ContractsTest, LiveByTheirCountWhichACopyTakesOver) {
   expectCounted<Analyzer>();
   expectCounted<Cache>();
-}
-
-TEST(ContractsTest, AnswerNothingInTheBase) {
-  int ends = 0;
-  Transformer* const transformer = new Ending<Transformer>(&ends);
-  transformer->DoTransform(nullptr, nullptr);
-  transformer->Release();
-  EXPECT_EQ(ends, 1);
-  Ref const node(ProbeNode::Create("node"));
-  Ending<Cache> cache(&ends);
-  EXPECT_FALSE(cache.Open() || cache.Close() || cache.Flush() || cache.DeleteFiles() || cache.GetModified());
-  // Literals find the overload that is meant.
-  EXPECT_FALSE(cache.Save(0, node.Get()) || cache.ItemExists(0) || cache.Load(0, node.Get()));
-  EXPECT_FALSE(cache.Save(u"key", node.Get()) || cache.ItemExists(u"key") || cache.Load(u"key", node.Get()));
-  Representation representation;
-  EXPECT_EQ(representation.dot(representation) + representation.dist(representation), 0.0);
-  EXPECT_FALSE(representation.IsValid());
-  EXPECT_EQ(representation.GetMinimum(), 1.0);
-  EXPECT_EQ(representation.GetMaximum(), 1.0);
-  Algorithm algorithm;
-  algorithm.DoAlgorithm(nullptr);
-  EXPECT_EQ(algorithm.CreateController(), nullptr);
-  EXPECT_FALSE(algorithm.Save(nullptr) || algorithm.Load(nullptr));
-  EXPECT_EQ(NodeFactory().CreateNode(), nullptr);
-  Visitor().DoVisit(nullptr);
 }
 
 }  // namespace

@@ -87,8 +87,31 @@ class ZAM_EXPORT Representation {
 /// A tag by its short name.
 using RepTag = Representation::RepTag;
 
-/// The four bytes of `name` as a tag, whatever they are. A name of any other length gives the tag "Dflt".
+/// The four bytes of `name` as a tag, whatever they are. A name of any other length, longer ones included, gives the
+/// tag "Dflt" without an error: two mistyped names mean the same tag. A literal is better written `"Rslt"_tag`, whose
+/// length the compiler checks.
 ZAM_EXPORT RepTag SetRepTag(std::string const& name);
+
+namespace detail {
+
+/// A literal of four bytes.
+struct TagText {
+  /// From a literal of this length alone.
+  consteval TagText(char const (&literal)[5]) : bytes{literal[0], literal[1], literal[2], literal[3]} {}
+  char bytes[4];  ///< Without the terminating zero.
+};
+
+}  // namespace detail
+
+inline namespace literals {
+
+/// `"Rslt"_tag` is the tag with these four bytes; a literal of any other length doesn't compile.
+template <detail::TagText text>
+consteval RepTag operator""_tag() {
+  return {{text.bytes[0], text.bytes[1], text.bytes[2], text.bytes[3]}};
+}
+
+}  // namespace literals
 
 }  // namespace ZaM
 
