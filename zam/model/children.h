@@ -20,7 +20,7 @@ namespace ZaM {
 class Children {
  public:
   /// Takes an iterator from `parent`, which has to outlive the range.
-  explicit Children(Composite& parent) : walk(detail::CreateWalk(parent)) {}
+  explicit Children(Composite& parent) : walk(parent.CreateIterator()) {}
 
   /// The place of a walk; at the end when it equals `std::default_sentinel`.
   class Place {

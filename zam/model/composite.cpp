@@ -1,12 +1,13 @@
 #include "zam/model/composite.h"
 
 #include <memory>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
 #include "zam/foundation/create_counted.h"
+#include "zam/model/document_node.h"
 #include "zam/model/iterator.h"
-#include "zam/model/iterator_memory.h"
 #include "zam/model/visitor.h"
 #include "zam/platform/stack.h"
 
@@ -29,33 +30,42 @@ struct Task {
   friend bool operator==(Task const&, Task const&) = default;
 };
 
-/// The lower part of a walk that has become too deep for nested calls: the open iterators lie in a list here.
-///
-/// The child that is asked next is remembered. When it comes to its own children, it leaves its iterator here instead
-/// of starting a walk of its own, and returns.
-class DeepWalk {
- public:
-  explicit DeepWalk(Task const& walked) : task(walked), outer(std::exchange(innermost, this)) {}
-  DeepWalk(DeepWalk const&) = delete;
-  DeepWalk& operator=(DeepWalk const&) = delete;
-  ~DeepWalk() { innermost = outer; }
+// So many walks may nest before the stack is looked at, which costs more than the rest of a level.
+constexpr int freeNesting = 100;
 
-  /// The walk that `composite` has to leave its iterator to, or null if it walks by itself. Answers once per child.
-  static DeepWalk* Over(Composite const& composite, Task const& task) {
-    if (!innermost || innermost->asked != &composite || innermost->task != task) return nullptr;
+/// A walk below a composite, with the open iterators on a stack of its own.
+///
+/// The child that is asked next is remembered. When its call comes to the operation of Composite, it hands its iterator
+/// over to this walk and returns, instead of walking itself: always if it is a DocumentNode and no more, since no
+/// override can be waiting for the call's end then, and any other once the thread's stack is low.
+class Walk {
+ public:
+  explicit Walk(Task const& walked) : task(walked), outer(std::exchange(innermost, this)) {}
+  Walk(Walk const&) = delete;
+  Walk& operator=(Walk const&) = delete;
+  ~Walk() { innermost = outer; }
+
+  /// The walk that has called `composite` for this task, or null. Answers once per child.
+  static Walk* CallerOf(Composite const& composite, Task const& task) {
+    if (!innermost || innermost->asked != static_cast<Node const*>(&composite) || innermost->task != task)
+      return nullptr;
     innermost->asked = nullptr;
     return innermost;
   }
 
-  void Add(IteratorHandle children) {
+  /// Whether `composite`, which this walk has called, hands its iterator over.
+  [[nodiscard]] bool Takes(Composite const& composite) const {
+    return typeid(composite) == typeid(DocumentNode) || (level >= freeNesting && platform::StackIsLow());
+  }
+
+  void Take(IteratorHandle children) {
     ReportOutOfMemory([&] { open.push_back(std::move(children)); });
   }
 
   /// Calls `ask` on every child until it answers false; returns whether it never did.
   template <class Ask>
   bool Run(IteratorHandle children, Ask const& ask) {
-    children->Start();
-    Add(std::move(children));
+    Take(std::move(children));
     while (!open.empty()) {
       Iterator& walk = *open.back();
       if (walk.Done()) {
@@ -63,9 +73,9 @@ class DeepWalk {
         if (!open.empty()) open.back()->Next();
         continue;
       }
-      std::size_t const level = open.size();
+      std::size_t const depth = open.size();
       if (!askCurrent(walk, ask)) return false;
-      if (open.size() == level) {
+      if (open.size() == depth) {
         walk.Next();
       } else {
         open.back()->Start();
@@ -79,66 +89,39 @@ class DeepWalk {
   bool askCurrent(Iterator& walk, Ask const& ask) {
     Node* const child = walk.Current();
     if (!child) return true;
-    asked = child->GetComposite();
+    asked = child;
     bool const goOn = ask(*child);
     asked = nullptr;
     return goOn;
   }
 
-  static thread_local constinit DeepWalk* innermost;
+  static thread_local constinit Walk* innermost;
 
   Task const task;
-  DeepWalk* const outer;
-  Composite const* asked = nullptr;  // the child that may leave its iterator here
+  Walk* const outer;
+  int const level = outer ? outer->level + 1 : 0;
+  Node const* asked = nullptr;       // the child that may hand its iterator over
   std::vector<IteratorHandle> open;  // one per level, the deepest last
 };
 
-thread_local constinit DeepWalk* DeepWalk::innermost = nullptr;
+thread_local constinit Walk* Walk::innermost = nullptr;
 
-// So many calls may nest before the stack is looked at. Nested calls keep an override's view of the walk exact, so the
-// list is only for where the stack would run out.
-constexpr int freeNesting = 100;
-
-thread_local constinit int nesting = 0;
-
-class NestingGuard {
- public:
-  NestingGuard() { ++nesting; }
-  NestingGuard(NestingGuard const&) = delete;
-  NestingGuard& operator=(NestingGuard const&) = delete;
-  ~NestingGuard() { --nesting; }
-};
-
-/// Calls `ask` on the children of `composite` until it answers false; returns whether it never did. `deepWalk` is
-/// what DeepWalk::Over has answered for the composite.
+/// Calls `ask` on the children of `composite` until it answers false; returns whether it never did. `caller` is what
+/// Walk::CallerOf has answered for the composite.
 template <class Ask>
-bool walkChildren(Composite& composite, DeepWalk* deepWalk, Task const& task, Ask const& ask) {
-  IteratorHandle children(detail::CreateWalk(composite));
+bool walkChildren(Composite& composite, Walk* caller, Task const& task, Ask const& ask) {
+  if (composite.ChildCount() == 0 && typeid(composite) == typeid(DocumentNode)) return true;  // needs no iterator
+  IteratorHandle children(composite.CreateIterator());
   if (!children) return true;
-  if (deepWalk) {
-    deepWalk->Add(std::move(children));
+  if (caller && caller->Takes(composite)) {
+    caller->Take(std::move(children));
     return true;
   }
-  if (nesting >= freeNesting && platform::StackIsLow()) return DeepWalk(task).Run(std::move(children), ask);
-
-  NestingGuard const guard;
-  for (children->Start(); !children->Done(); children->Next()) {
-    Node* const child = children->Current();
-    if (child && !ask(*child)) return false;
-  }
-  return true;
+  children->Start();
+  return Walk(task).Run(std::move(children), ask);
 }
 
 }  // namespace
-
-thread_local constinit bool detail::iteratorLacksMemory = false;
-
-Iterator* detail::CreateWalk(Composite& composite) {
-  iteratorLacksMemory = false;
-  Iterator* const walk = composite.CreateIterator();
-  if (!walk && iteratorLacksMemory) throw BaseException(5);
-  return walk;
-}
 
 Composite::~Composite() = default;
 
@@ -148,9 +131,9 @@ Composite* Composite::GetComposite() {
 
 void Composite::Visit(Visitor* visitor) {
   Task const task{Operation::visit, visitor};
-  DeepWalk* const deepWalk = DeepWalk::Over(*this, task);
+  Walk* const caller = Walk::CallerOf(*this, task);
   visitor->DoVisit(this);
-  walkChildren(*this, deepWalk, task, [visitor](Node& child) {
+  walkChildren(*this, caller, task, [visitor](Node& child) {
     child.Visit(visitor);
     return true;
   });
@@ -158,12 +141,12 @@ void Composite::Visit(Visitor* visitor) {
 
 bool Composite::Save(std::basic_ostream<char>* stream) {
   Task const task{Operation::save, stream};
-  return walkChildren(*this, DeepWalk::Over(*this, task), task, [stream](Node& child) { return child.Save(stream); });
+  return walkChildren(*this, Walk::CallerOf(*this, task), task, [stream](Node& child) { return child.Save(stream); });
 }
 
 bool Composite::Load(std::basic_istream<char>* stream) {
   Task const task{Operation::load, stream};
-  return walkChildren(*this, DeepWalk::Over(*this, task), task, [stream](Node& child) { return child.Load(stream); });
+  return walkChildren(*this, Walk::CallerOf(*this, task), task, [stream](Node& child) { return child.Load(stream); });
 }
 
 void Composite::AddChild(Node* /*child*/) {}

@@ -2,12 +2,10 @@
 
 #include <new>
 
-#include "zam/model/iterator_memory.h"
-
 namespace ZaM {
 
 VectorIterator* VectorIterator::Create(std::vector<Node*>& nodes) {
-  return detail::Noted(new (std::nothrow) VectorIterator(nodes));
+  return new (std::nothrow) VectorIterator(nodes);
 }
 
 }  // namespace ZaM

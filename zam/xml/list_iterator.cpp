@@ -2,13 +2,12 @@
 
 #include <new>
 
-#include "zam/model/iterator_memory.h"
 #include "zam/xml/xml_node.h"
 
 namespace ZaM {
 
 ListIterator* ListIterator::Create(std::list<XmlNode*>& nodes) {
-  return detail::Noted(new (std::nothrow) ListIterator(nodes));
+  return new (std::nothrow) ListIterator(nodes);
 }
 
 ListIterator::~ListIterator() = default;

@@ -330,11 +330,9 @@ unsigned int XmlNode::ChildCount() const {
 }
 
 Iterator* XmlNode::CreateIterator() {
-  try {
-    return ListIterator::Create(makeChildList());
-  } catch (BaseException const&) {
-    return detail::Noted<ListIterator>(nullptr);
-  }
+  Iterator* const walk = ListIterator::Create(makeChildList());
+  if (!walk) throw BaseException(ErrorId::OutOfMemory);
+  return walk;
 }
 
 XmlProperty* XmlNode::AddProperty(wstring const& propertyName, wstring const& value) {

@@ -127,7 +127,7 @@ class ZAM_EXPORT XmlNode : public Composite, public XmlSaxCallback {
 
   unsigned int ChildCount() const override;
 
-  /// A new ListIterator over the children, or null if there is no memory.
+  /// A new ListIterator over the children. Throws BaseException with id 5 if there is no memory.
   Iterator* CreateIterator() override;
 
   /// Adds a property behind the others and returns it, which stays the node's. Null, with nothing changed, if there is
