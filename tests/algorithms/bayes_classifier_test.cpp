@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+#include <initializer_list>
+#include <limits>
+#include <map>
 #include <memory>
 #include <new>
 #include <random>
@@ -68,24 +73,9 @@ class BayesClassifierTest : public ::testing::Test {
 
 Items const none = {Item(0, 0.0F, 0)};
 
-TEST_F(BayesClassifierTest, TakesClassIdsOfAnySize) {
-  DocumentNode* const document = AddDocument(*documents);
-  SetClasses({{0xFFFFFFFF, .5}, {4'000'000'000, .7}});
-  Run();
-  EXPECT_EQ(Entries(document), (Items{Item(4'000'000'000, .7F), Item(0xFFFFFFFF, .5F)}));
-  control.SetMaxResults(0);
-  for (unsigned int const id : {FullResult::MaxSlots, 0xFFFFFFFFU}) {
-    SetClasses({{id, .7}});
-    EXPECT_EQ(FailureId([&] { Run(); }), 5);
-    EXPECT_EQ(Entries(document).size(), 2U);
-  }
-}
-
-/// The rules followed step by step, in an array over all class ids.
+/// The rules followed step by step, over a list of classes in pre-order.
 Items ScoresByTheRules(std::vector<Class> const& list, unsigned int maxResults, bool normalize) {
-  unsigned int greatest = 1;
-  for (auto const& entry : list) greatest = std::max(greatest, entry.id);
-  std::vector<float> scores(greatest + 1);
+  std::map<unsigned int, float> scores;
   std::size_t best = 0;
   double bestValue = std::numeric_limits<double>::lowest();
   for (std::size_t i = 0; i < list.size(); ++i) {
@@ -96,93 +86,118 @@ Items ScoresByTheRules(std::vector<Class> const& list, unsigned int maxResults, 
     }
     scores[list[i].id] = static_cast<float>(list[i].score);
   }
-  if (normalize && list[best].low != list[best].high) {
+  if (normalize && !list.empty() && list[best].low != list[best].high) {
     double const scale = 1.0 / (list[best].high - list[best].low);
     for (auto const& entry : list) {
       if (entry.id != 0) scores[entry.id] = static_cast<float>((double{scores[entry.id]} - list[best].low) * scale);
     }
   }
-  Ref const full(FullResult::Create());
-  full->SetResults(scores);
-  return maxResults == 0 ? Slots(*full) : full->GetBestResults(maxResults);
+  Items items;
+  if (maxResults == 0) {
+    unsigned int const greatest = scores.empty() ? 1 : scores.rbegin()->first;
+    for (unsigned int id = 0; id <= greatest; ++id) items.push_back(Item(id, scores.contains(id) ? scores[id] : 0.0F));
+    return items;
+  }
+  for (auto const& [id, score] : scores) {
+    if (score > 0) items.push_back(Item(id, score));
+  }
+  std::stable_sort(items.begin(), items.end(), [](auto& a, auto& b) { return a.GetValue() > b.GetValue(); });
+  if (items.size() > maxResults) items.resize(maxResults);
+  return items.empty() ? Items{Item(0, 0.0F)} : items;
 }
 
-TEST_F(BayesClassifierTest, FollowsTheRulesForAnyClasses) {
+TEST_F(BayesClassifierTest, FollowsTheRulesOnAnyTrees) {
   std::mt19937 random(1);
   double const values[] = {notANumber, -infinite, -1e300, -1.0,        -0.0, 0.0,   1e-46,   .1,
                            .3,         .7,        1.0,    1.0 + 1e-12, 3.0,  1e300, infinite};
   auto const value = [&] { return values[random() % std::size(values)]; };
-  DocumentNode* const document = AddDocument(*documents);
-  for (int round = 0; round < 3000; ++round) {
-    std::vector<Class> list(1 + random() % 12);
-    for (auto& entry : list) entry = {static_cast<unsigned int>(random() % 10), value(), value(), value()};
-    SetClasses(list);
-    auto const maxResults = static_cast<unsigned int>(random() % 6);
-    control.SetMaxResults(maxResults);
+  // Adds children that `make` gives, and below them, in pre-order.
+  auto const grow = [&](auto& self, DocumentNode& parent, auto const& make, int depth) -> void {
+    for (auto count = random() % 4; count > 0; --count) {
+      Node* const child = make();
+      parent.AddChild(child);
+      if (auto* const document = dynamic_cast<DocumentNode*>(child); document && depth < 3) {
+        self(self, *document, make, depth + 1);
+      }
+    }
+  };
+  for (int round = 0; round < 2000; ++round) {
+    control.SetMaxResults(static_cast<unsigned int>(random() % 6));
     control.SetDoNormalize(random() % 2 == 0);
-    BayesClassifier().DoAlgorithm(&control);
-    ASSERT_EQ(Entries(document), ScoresByTheRules(list, maxResults, control.GetDoNormalize())) << "in round " << round;
+    control.SetClassTag("Clss");
+    unsigned int const greatIds[] = {0, 1, 2, 3, 0xFFFFFFFF, 4'000'000'000};
+    std::vector<Class> list;
+    SetClasses({});
+    grow(
+        grow, *classes,
+        [&]() -> Node* {
+          auto const kind = random() % 8;
+          if (kind == 0) return ProbeNode::Create("no document");
+          if (kind == 1) {  // a class tag on the chain makes no class
+            auto* const container = DocumentNode::Create(5, nullptr);
+            container->AddRepresentation(TaggedNode::Create("Clss"));
+            return container;
+          }
+          unsigned int const id = static_cast<unsigned int>(random() % (control.GetMaxResults() == 0 ? 10 : 6));
+          Class const entry{control.GetMaxResults() == 0 ? id : greatIds[id], value(), value(), value()};
+          auto* const node = ClassNode::Create(entry.id, {entry.score}, entry.low, entry.high);
+          node->valid = kind != 2;
+          node->SetTagName(kind == 3 ? "Othr" : "Clss");
+          if (kind > 3) list.push_back(entry);
+          return node;
+        },
+        0);
+
+    std::vector<DocumentNode*> scored, others;
+    documents = Ref(DocumentNode::Create());
+    control.SetRootDocument(documents.Get());
+    grow(
+        grow, *documents,
+        [&]() -> Node* {
+          auto const kind = random() % 6;
+          if (kind == 0) return ProbeNode::Create("no document");
+          auto* const document = DocumentNode::Create();
+          if (kind != 1) document->AddRepresentation(NumberVector::Create(std::vector<double>(kind == 2 ? 0 : 1, 1.0)));
+          (kind > 2 ? scored : others).push_back(document);
+          return document;
+        },
+        1);
+    CallBack callBack;
+    classifier = BayesClassifier();
+    classifier.SetCallBack(&callBack);
+    Run();
+    Items const expected =
+        list.empty() ? none : ScoresByTheRules(list, control.GetMaxResults(), control.GetDoNormalize());
+    for (DocumentNode* const document : scored) ASSERT_EQ(Entries(document), expected) << "in round " << round;
+    for (DocumentNode* const document : others) ASSERT_EQ(Entries(document), none);
+    EXPECT_EQ(callBack.GetCurrent(), list.empty() ? 0 : scored.size());
   }
 }
 
-TEST_F(BayesClassifierTest, AsksTheValidClassesOfTheTagInPreOrder) {
-  std::vector<unsigned int> calls;
-  auto const add = [&](DocumentNode& parent, unsigned int id, std::string const& tag = "Clss") {
-    auto* const node = AddClass(parent, ClassNode::Create(id, {}));
-    node->SetTagName(tag);
-    node->score = [&calls, id](Representation const&) {
-      calls.push_back(id);
-      return 0.5;
-    };
-    return node;
-  };
-  SetClasses({});
-  auto* const invalid = add(*add(*classes, 1), 2);
-  invalid->valid = false;
-  add(*add(*invalid, 3), 4, "Othr");
-  auto* const container = DocumentNode::Create(5, nullptr);
-  container->AddRepresentation(TaggedNode::Create("Clss"));
-  classes->AddChild(container);
-  add(*add(*container, 6, "Othr"), 7);
-  classes->AddChild(ProbeNode::Create("no document"));
-  add(*add(*classes, 0), 8);
-  add(*classes, 1);
-  control.SetClassTag("Clss");
-  AddDocument(*documents);
-  Run();
-  EXPECT_EQ(calls, (std::vector<unsigned int>{1, 3, 7, 8, 1}));
+TEST_F(BayesClassifierTest, RefusesFullResultsForTooGreatClassIds) {
+  DocumentNode* const document = AddDocument(*documents);
+  control.SetMaxResults(0);
+  for (unsigned int const id : {FullResult::MaxSlots, 0xFFFFFFFFU}) {
+    SetClasses({{id, .7}});
+    EXPECT_EQ(FailureId([&] { Run(); }), 8);
+    EXPECT_EQ(Entries(document), none);
+  }
 }
 
-TEST_F(BayesClassifierTest, ClassifiesDocumentsAndPassesContainersOver) {
+TEST_F(BayesClassifierTest, ClassifiesWithTheClassesOfAnEarlierRunTheRootAlone) {
   SetClasses({{1, .5}});
-  Items const scored = {Item(1, .5F)};
-  CallBack callBack;
-  classifier.SetCallBack(&callBack);
-  DocumentNode* const outer = AddDocument(*documents);
-  DocumentNode* const invalid = AddDocument(*outer, {});
-  DocumentNode* const inner = AddDocument(*invalid);
-  auto* const foreign = ProbeNode::Create("no document");
-  outer->AddChild(foreign);
   Run();
-  for (DocumentNode* const document : {outer, inner}) EXPECT_EQ(Entries(document), scored);
-  for (DocumentNode* const document : {documents.Get(), invalid}) EXPECT_EQ(Entries(document), none);
-  EXPECT_EQ(callBack.GetCurrent(), 2U);
-
-  DocumentNode* const late = AddDocument(*outer);
-  control.SetDoLearn(false);  // the classes of the first run stand
+  control.SetDoLearn(false);
   control.SetDoBatch(false);
-  for (Node* const root : std::initializer_list<Node*>{documents.Get(), outer, foreign, nullptr}) {
+  DocumentNode* const outer = AddDocument(*documents);
+  DocumentNode* const inner = AddDocument(*outer);
+  Ref const foreign(ProbeNode::Create("no document"));
+  for (Node* const root : std::initializer_list<Node*>{documents.Get(), foreign.Get(), outer, nullptr}) {
     control.SetRootDocument(root);
     Run();
   }
-  EXPECT_EQ(callBack.GetCurrent(), 3U);
-  control.SetDoBatch(true);
-  control.SetDoLearn(true);
-  control.SetRootDocument(documents.Get());
-  SetClasses({});  // no class, no effect
-  Run();
-  EXPECT_EQ(callBack.GetCurrent(), 3U);
-  EXPECT_EQ(Entries(late), none);
+  EXPECT_EQ(Entries(outer), Items{Item(1, .5F)});
+  EXPECT_EQ(Entries(inner), none);
 }
 
 TEST_F(BayesClassifierTest, ReplacesAnEarlierResultAndTakesForeignObjectsOff) {
@@ -208,18 +223,18 @@ TEST_F(BayesClassifierTest, ReplacesAnEarlierResultAndTakesForeignObjectsOff) {
   EXPECT_NE(dynamic_cast<FullResult*>(document->GetRepresentation(Representation::GetDefaultTag())), nullptr);
 }
 
-/// Cancels at the report with this number.
-class Canceling : public CallBack {
+/// Runs a function at each report, which says whether the run shall stop.
+class Reported : public CallBack {
  public:
-  explicit Canceling(unsigned int number) : at(number) {}
+  explicit Reported(std::function<bool()> called) : stops(std::move(called)) {}
   void Increment(unsigned int step, bool* stop) override {
     EXPECT_FALSE(*stop);
     CallBack::Increment(step, stop);
-    *stop = GetCurrent() == at;
+    *stop = stops();
   }
 
  private:
-  unsigned int at;
+  std::function<bool()> stops;
 };
 
 TEST_F(BayesClassifierTest, LeavesEachDocumentWithItsOldOrItsNewResult) {
@@ -235,7 +250,7 @@ TEST_F(BayesClassifierTest, LeavesEachDocumentWithItsOldOrItsNewResult) {
   control.SetMaxResults(0);
   for (unsigned int reached = 0; reached < count; ++reached) {
     for (bool const cancels : {false, true}) {
-      Canceling callBack(cancels ? reached + 1 : 0);
+      Reported callBack([&] { return cancels && callBack.GetCurrent() == reached + 1; });
       value = .25;
       dotsLeft = count;
       classifier.SetCallBack(nullptr);
@@ -249,6 +264,62 @@ TEST_F(BayesClassifierTest, LeavesEachDocumentWithItsOldOrItsNewResult) {
         EXPECT_THROW(Run(), std::bad_alloc);
       }
       for (unsigned int i = 0; i < count; ++i) EXPECT_EQ(Entries(list[i]).at(1), Item(1, i < reached ? .5F : .25F));
+    }
+  }
+}
+
+TEST_F(BayesClassifierTest, MayBeRunFromItsOwnCallbackAndFromDot) {
+  std::vector<Class> const first = {{1, .5}, {2, .25}};
+  std::vector<Class> const others[] = {{}, {{2, .75}}, {{1, .125}, {2, .25}, {70'000, .5}}};
+  for (auto const& learned : others) {
+    for (unsigned int const variant : {0U, 1U, 2U, 3U, 4U, 5U, 6U, 7U}) {
+      bool const fromDot = (variant & 1U) != 0;
+      control.SetMaxResults((variant & 2U) != 0 ? 2 : 0);
+      classifier = BayesClassifier();
+      documents = Ref(DocumentNode::Create());
+      control.SetRootDocument(documents.Get());
+      DocumentNode* const list[] = {AddDocument(*documents), AddDocument(*documents)};
+      SetClasses(first);
+      Ref const outerClasses = fromDot ? classes : nullptr;  // a callback may end the tree that it replaces
+
+      // Another run with everything else, within the work on the first document.
+      bool ran = false;
+      auto const runAnother = [&] {
+        if (std::exchange(ran, true)) return;
+        SetClasses(learned);
+        BayesControl inner = control;
+        inner.SetMaxResults((variant & 4U) != 0 ? 1 : 0);
+        inner.SetResultTag("Innr"_tag);
+        inner.SetDoNormalize(true);
+        inner.SetDoBatch(false);
+        inner.SetRootDocument(list[1]);
+        classifier.DoAlgorithm(&inner);
+        Ref(list[0]->RemoveRepresentation(Representation::GetDefaultTag()));  // ends what is being scored
+      };
+      Reported callBack([&] {
+        if (!fromDot) runAnother();
+        return false;
+      });
+      classifier.SetCallBack(&callBack);
+      if (fromDot) {
+        AddClass(*classes, ClassNode::Create(3, {}))->score = [&](Representation const&) {
+          runAnother();
+          return .125;
+        };
+      }
+      Run();
+      auto onFirst = fromDot ? first : learned;
+      if (fromDot) onFirst.push_back({3, .125});
+      for (DocumentNode* const document : list) {
+        Items const entries = Entries(document);
+        Items expected = ScoresByTheRules(document == list[0] ? onFirst : learned, control.GetMaxResults(), false);
+        if (control.GetMaxResults() == 0) {  // as many as the greatest class id ever seen asks for
+          while (expected.size() < entries.size()) {
+            expected.push_back(Item(static_cast<unsigned int>(expected.size()), 0.0F));
+          }
+        }
+        EXPECT_TRUE(entries == expected) << variant << " after " << learned.size();
+      }
     }
   }
 }
@@ -276,16 +347,6 @@ TEST_F(BayesClassifierTest, SurvivesFailedAllocations) {
     EXPECT_GT(FailEachAllocation(runAfresh, oldOrNew, {.mayKeepMemory = true}), 12U);
     EXPECT_NE(Entries(document), before);
   }
-  // An assignment that fails leaves the classifier with the list of three that it had.
-  BayesClassifier former = classifier;
-  SetClasses({{1, .75}, {2, .5}, {3, .25}});
-  Run();
-  control.SetDoLearn(false);
-  auto const hasThree = [&] {
-    Run();
-    EXPECT_EQ(Entries(document).size(), 3U);
-  };
-  EXPECT_EQ(FailEachAllocation([&] { classifier = former; }, hasThree), 4U);
   FailingAllocation const failing(0);
   EXPECT_EQ(classifier.CreateController(), nullptr);
 }

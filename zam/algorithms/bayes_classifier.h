@@ -2,13 +2,10 @@
 #ifndef ZAM_ALGORITHMS_BAYES_CLASSIFIER_H
 #define ZAM_ALGORITHMS_BAYES_CLASSIFIER_H
 
-#include <cstddef>
-#include <vector>
+#include <memory>
 
 #include "zam/algorithms/bayes_control.h"
-#include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
-#include "zam/foundation/ref.h"
 #include "zam/model/algorithm.h"
 #include "zam/model/representation.h"
 
@@ -17,7 +14,6 @@ namespace ZaM {
 class CallBack;
 class DocumentNode;
 class Node;
-class Result;
 
 /// Asks every class of a tree for its score of every document of another tree, and leaves a `Result` on each document.
 ///
@@ -28,7 +24,7 @@ class Result;
 ///     control.SetRootClass(classes);
 ///     control.SetDoClassify(true);
 ///     control.SetRootDocument(documents);
-///     control.SetResultTag(SetRepTag("Rslt"));  // the default would be the tag of the documents themselves
+///     control.SetResultTag("Rslt"_tag);  // the default would be the tag of the documents themselves
 ///     classifier.DoAlgorithm(&control);
 ///
 /// A class is a node that is both a DocumentNode and a Representation, has the class tag and is valid; the class id 0
@@ -46,18 +42,20 @@ class Result;
 /// Owning:   the list of classes points into the class tree: keep it alive until the last run that uses it. Neither
 ///           the trees nor the callback belong to the classifier.
 /// Threads:  one thread at a time, together with both trees; the callback is called on it.
-/// Errors:   UserCanceledException(20) when the callback wants to stop; BaseException with id 5 when memory runs out,
-///           or when `MaxResults` is 0 and a full result would need more than `FullResult::MaxSlots` slots; what `dot`
-///           and the callback throw passes through unchanged. Each document then has either its old or its new result,
-///           and the classifier stays usable; if learning failed, with an empty list of classes.
+/// Nesting:  the callback and `dot` may run the same classifier again. The run under way keeps the switches, tags and
+///           `MaxResults` that it was started with, and each document is scored by the classes that the classifier has
+///           when the callback returns. So classes that a callback has learned serve from the document in hand on, and
+///           those that a `dot` has learned from the next one on; a tree of classes has to live until then.
+/// Errors:   UserCanceledException(20) when the callback wants to stop; BaseException with id 5 when memory runs out;
+///           OutOfBoundsException(8, id, `FullResult::MaxSlots`) when `MaxResults` is 0 and the greatest class id
+///           doesn't fit a full result; what `dot` and the callback throw passes through unchanged. Each document then
+///           has either its old or its new result, and the classifier stays usable; if learning failed, with an empty
+///           list of classes.
 class ZAM_EXPORT BayesClassifier : public Algorithm {
  public:
   BayesClassifier() = default;
   BayesClassifier(BayesClassifier const&) = default;
-  BayesClassifier(BayesClassifier&&) = default;
-  /// Member by member; changes nothing when memory runs out.
-  BayesClassifier& operator=(BayesClassifier const& other) { return *this = BayesClassifier(other); }
-  BayesClassifier& operator=(BayesClassifier&&) = default;
+  BayesClassifier& operator=(BayesClassifier const&) = default;
   ~BayesClassifier() override;
 
   /// Calls `Increment` with a step of 1 for each document, before it is scored. Stays for all later runs; null switches
@@ -77,37 +75,24 @@ class ZAM_EXPORT BayesClassifier : public Algorithm {
   bool Load(std::basic_istream<char>* stream) override;
 
  private:
-  template <class Entry>
-  using List = detail::Reporting<std::vector<Entry>>;
-  struct Work;
+  struct ClassList;
+  class Run;
 
   void learn(BayesControl const& control);
   void classify(BayesControl const& control);
-  void getClassNodes(Node* node);
-  void prepareClassNodes();
-  void forgetClassNodes();
+  ClassList getClassNodes(Node* node);
+  static void prepareClassNodes(ClassList& list);
   void classifyNode(Node* node);
-  void classifyDocument(DocumentNode& document, Work& work) const;
   void reportProgress() const;
-  void score(Representation const& document, Work& work) const;
-  Representation const& bestClass(Work const& work) const;
-  void normalize(Representation const& best, Work& work) const;
-  void makeRoomByClass(Work& work) const;
-  Ref<Result> createSparseResult(Work& work) const;
-  Ref<Result> createFullResult(Work& work) const;
-  void replaceResult(DocumentNode& document, Ref<Result> result) const;
 
   RepTag tag{.id = 0};  // what the current step looks for: the class tag, then the document tag
   RepTag resultTag{.id = 0};
   bool doBatch = true;
   bool doNormalize = false;
   unsigned int maxResults = 3;
-  unsigned int maxClassId = 1;                 // the greatest ever seen: outlives the list of classes
-  List<Representation*> classRepresentations;  // not owned
-  List<unsigned int> classIds;                 // parallel to classRepresentations
-  CallBack* callBack = nullptr;                // not owned
-  List<unsigned int> scoredIds;                // the class ids above 0, ascending, each once
-  List<std::size_t> scoreIndices;              // parallel to classIds: the place in scoredIds; unused for id 0
+  unsigned int maxClassId = 1;               // the greatest ever seen: outlives the list of classes
+  std::shared_ptr<ClassList const> classes;  // shared with copies and with runs under way; null before learning
+  CallBack* callBack = nullptr;              // not owned
 };
 
 }  // namespace ZaM

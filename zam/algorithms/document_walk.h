@@ -5,6 +5,7 @@
 #include <deque>
 
 #include "zam/foundation/create_counted.h"
+#include "zam/model/cached_cast.h"
 #include "zam/model/document_node.h"
 
 namespace ZaM::detail {
@@ -17,10 +18,11 @@ namespace ZaM::detail {
 /// Throws BaseException with id 5 when there is no memory for it; what `visit` throws passes through.
 template <class Visit>
 void WalkDocuments(Node* root, Visit visit) {
+  CachedCast<DocumentNode> asDocument;
   // No vector: it would move its elements, and a copied iterator starts anew.
   auto path = ReportOutOfMemory([] { return std::deque<VectorIterator>(); });
   auto const enter = [&](Node* node) {
-    auto* const document = dynamic_cast<DocumentNode*>(node);
+    DocumentNode* const document = asDocument(node);
     if (!document || !visit(*document)) return;
     ReportOutOfMemory([&] { path.push_back(document->GetVectorIterator()); });
   };
