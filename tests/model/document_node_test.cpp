@@ -49,17 +49,23 @@ TEST(DocumentNodeTest, FindsAndRemovesTheFirstRepresentationUnderATag) {
   }
 }
 
-TEST(DocumentNodeTest, RefusesWhatIsNoRepresentation) {
+TEST(DocumentNodeTest, RefusesWhatIsNoRepresentationOrHangsThereAlready) {
   Ref const document(DocumentNode::Create());
   Ref const node(ProbeNode::Create("node"));
   EXPECT_FALSE(document->AddRepresentation(node.Get()));
   EXPECT_FALSE(document->AddRepresentation(nullptr));
   EXPECT_EQ(document->GetFeature(), nullptr);
+  auto* const a = TaggedNode::Create("AAAA");
+  auto* const b = TaggedNode::Create("BBBB");
+  EXPECT_TRUE(document->AddRepresentation(a) && document->AddRepresentation(b));
+  EXPECT_FALSE(document->AddRepresentation(a) || document->AddRepresentation(b));  // would make a ring
+  EXPECT_EQ(b->GetFeature(), nullptr);
 }
 
 TEST(DocumentNodeTest, NeverCountsItselfAmongItsRepresentations) {
   struct ClassNode : DocumentNode, Representation {};
   Ref const node(CreateCounted([] { return new ClassNode; }));
+  EXPECT_FALSE(node->AddRepresentation(node.Get()));
   EXPECT_EQ(node->GetRepresentation(Representation::DefaultTag), nullptr);
   EXPECT_EQ(node->RemoveRepresentation(Representation::DefaultTag), nullptr);
 }

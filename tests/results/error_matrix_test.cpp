@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
+#include <algorithm>
+#include <cstdint>
 #include <random>
 #include <utility>
 
@@ -50,6 +51,17 @@ TEST(ErrorMatrixTest, KeepsCellsApartWhoseKeysWouldMeetIn32Bits) {
   EXPECT_EQ(matrix->GetResult(70'001, 61'356), 0U);  // nor may an id beyond the range meet a cell
 }
 
+/// The index and the bound that `operation` is refused with.
+template <class Operation>
+std::pair<std::int32_t, std::int32_t> refusal(Operation operation) {
+  try {
+    operation();
+  } catch (OutOfBoundsException const& failure) {
+    return {failure.GetCurrentIndex(), failure.GetMaxIndex()};
+  }
+  return {};
+}
+
 TEST(ErrorMatrixTest, RefusesSingleTotalsOfClassesThatItHasNot) {
   Ref const matrix(ErrorMatrix::Create(3));
   std::pair<void (ErrorMatrix::*)(unsigned int), unsigned int (ErrorMatrix::*)(unsigned int) const> const totals[] = {
@@ -59,17 +71,19 @@ TEST(ErrorMatrixTest, RefusesSingleTotalsOfClassesThatItHasNot) {
   for (auto const& [increase, get] : totals) {
     (matrix.Get()->*increase)(2);
     EXPECT_EQ((matrix.Get()->*get)(2), 1U);
-    EXPECT_THROW((matrix.Get()->*increase)(3), OutOfBoundsException);
-    EXPECT_THROW((matrix.Get()->*get)(0xFFFFFFFF), OutOfBoundsException);
+    for (unsigned int const id : {3U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+      std::pair const expected(static_cast<std::int32_t>(std::min(id, 0x7FFFFFFFU)), 3);  // never negative
+      EXPECT_EQ(refusal([&] { (matrix.Get()->*increase)(id); }), expected);
+      EXPECT_EQ(refusal([&] { (matrix.Get()->*get)(id); }), expected);
+    }
   }
-  EXPECT_EQ(FailureId([] { ErrorMatrix::Create(0xFFFFFFFF); }), 5);
+  EXPECT_EQ(FailureId([] { ErrorMatrix::Create(ErrorMatrix::MaxClasses + 1); }), 4001);
 }
 
-/// Puts a document of class 1 with these entries through a visitor; gives the class under which it was counted, or 10.
-unsigned int Assign(Items const& items, double best, double distance, bool useFinalFlag = false) {
+/// Puts a document of class 1 with this result through a visitor; gives the class under which it was counted, or 10.
+unsigned int Assign(Result* result, double best, double distance, bool useFinalFlag = false) {
   Ref const document(DocumentNode::Create(1, nullptr));
-  auto* const result = SparseResult::Create();
-  result->SetResults(items);
+  result->SetTagName("Sres");
   document->AddRepresentation(result);
   Ref const matrix(ErrorMatrix::Create(10));
   ErrorMatrixVisitor visitor(matrix.Get(), best, distance);
@@ -100,10 +114,18 @@ TEST(ErrorMatrixVisitorTest, AssignsOrRejects) {
       {{Item(3, infinite), Item(4, infinite)}, 0.0, 0.0, 0},
       {{Item(3, 0.5F)}, 0.0, no, 0},
   };
-  for (auto const& [items, best, distance, assigned] : cases) EXPECT_EQ(Assign(items, best, distance), assigned);
-  // With the final flag no threshold counts.
-  EXPECT_EQ(Assign({Item(3, 0.5F), Item(4, -1.0F, 3), Item(5, 0.4F, 1)}, 1.0, 1.0, true), 4U);
-  EXPECT_EQ(Assign({Item(3, 0.5F)}, 0.0, 0.0, true), 0U);
+  for (auto const& [items, best, distance, assigned] : cases) {
+    EXPECT_EQ(Assign(ProbeResult::Create(items), best, distance), assigned);
+    EXPECT_EQ(Assign(ProbeResult::Create(items, false), best, distance), 0U);
+  }
+  // A full result gives no more of its classes than it is asked for.
+  auto* const full = FullResult::Create();
+  full->SetResults(std::vector<float>{0.0F, 0.0F, 0.0F, 0.75F, 0.5F});
+  EXPECT_EQ(Assign(full, 0.0, 0.26), 0U);
+  // With the final flag neither thresholds nor validity count.
+  EXPECT_EQ(Assign(ProbeResult::Create({Item(3, 0.5F), Item(4, -1.0F, 3), Item(5, 0.4F, 1)}, false), 1.0, 1.0, true),
+            4U);
+  EXPECT_EQ(Assign(ProbeResult::Create({Item(3, 0.5F)}), 0.0, 0.0, true), 0U);
 }
 
 TEST(ErrorMatrixVisitorTest, CountsTheDocumentsOfATreeThatHaveAnyFeature) {

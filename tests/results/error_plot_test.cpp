@@ -49,21 +49,6 @@ TEST(ErrorPlotTest, MergesValidPlotsAndNothingElse) {
   EXPECT_EQ(plot->GetBadHistogram()[100], 0.5F);
 }
 
-/// A result that calls itself valid or not, whatever it holds.
-class ProbeResult : public SparseResult {
- public:
-  static ProbeResult* Create(Items const& items, bool isValid = true) {
-    auto* const result = CreateCounted([] { return new ProbeResult; });
-    result->SetResults(items);
-    result->valid = isValid;
-    return result;
-  }
-  bool IsValid() const override { return valid; }
-
- private:
-  bool valid = true;
-};
-
 DocumentNode* AddDocument(DocumentNode& parent, unsigned int classId, Result* result = nullptr) {
   DocumentNode* const document = DocumentNode::Create(classId, nullptr);
   document->AddRepresentation(result);
@@ -104,7 +89,8 @@ TEST(ErrorPlotVisitorTest, PlotsEachClassAtItsFirstNodeWithoutAResult) {
   AddDocument(*first, 1, ProbeResult::Create({Item(2, 0.75F), Item(1, 0.5F)}));
   AddDocument(*first, 1, ProbeResult::Create({Item(1, 0.5F)}, false));
   AddDocument(*first, 1, ProbeResult::Create({}));  // valid, but nothing in it
-  AddDocument(*first, 3, SparseResult::Create());   // has no plot of its class, and gets none
+  auto* const unplotted = ProbeResult::Create({Item(3, 0.5F)});
+  AddDocument(*first, 3, unplotted);  // has no plot of its class, and gets none
   AddDocument(*again, 1, ProbeResult::Create({Item(1, 1.0F)}));
   AddDocument(*second, 0, ProbeResult::Create({Item(0, 0.5F)}));
   root->AddChild(ProbeNode::Create("no document"));
@@ -114,6 +100,7 @@ TEST(ErrorPlotVisitorTest, PlotsEachClassAtItsFirstNodeWithoutAResult) {
   ErrorPlot* const plot = PlotOf(*first);
   ASSERT_TRUE(plot && PlotOf(*second) && PlotOf(*root));
   EXPECT_FALSE(PlotOf(*again));
+  EXPECT_EQ(unplotted->asked, "valid? best 1");
   for (Node* child : Children(*first)) EXPECT_FALSE(PlotOf(dynamic_cast<DocumentNode&>(*child)));
   EXPECT_EQ(plot->GetClassId(), 1U);
   EXPECT_EQ(plot->GetCount(), 2U);

@@ -101,8 +101,8 @@ TEST(FullResultTest, IsUnchangedWhenItRefusesSlots) {
   Items const best = {Item(1, 0.7F)};
   EXPECT_EQ(result->GetBestResults(1), best);
   for (unsigned int const id : {FullResult::MaxSlots, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
-    EXPECT_EQ(FailureId([&] { result->SetResultItem(id, 0.5F, ResultTypeFinal); }), 5);
-    EXPECT_EQ(FailureId([&] { result->Initialize(id, nullptr); }), 5);
+    EXPECT_EQ(FailureId([&] { result->SetResultItem(id, 0.5F, ResultTypeFinal); }), 8);
+    EXPECT_EQ(FailureId([&] { result->Initialize(id, nullptr); }), 4001);
     EXPECT_EQ(Slots(*result), slots);
     EXPECT_EQ(result->GetBestResults(1), best);
   }

@@ -31,11 +31,11 @@ class ResultReader : public XmlSaxCallback {
     bool const isResult = std::strcmp(reinterpret_cast<char const*>(name), "Res") == 0;
     if (isResult) result->InitializeProperties(parser, attributes);
     parser->PushCallback(isResult ? static_cast<XmlSaxCallback*>(result) : this);
-    ++started;
+    reachedEnd = std::strcmp(reinterpret_cast<char const*>(name), "next") == 0;
   }
   void OnEndElement(XmlSaxParser*, unsigned char const*) override {}
 
-  int started = 0;
+  bool reachedEnd = false;
 
  private:
   Kind* result;
@@ -47,7 +47,7 @@ Ref<Kind> readInto(Ref<Kind> result, std::string const& element) {
   std::string const document = "<all>" + element + "<next/></all>";
   ResultReader<Kind> reader(result.Get());
   XmlSaxParser().ParseMemory(document.data(), static_cast<unsigned int>(document.size()), &reader);
-  EXPECT_EQ(reader.started, 3) << element;
+  EXPECT_TRUE(reader.reachedEnd) << element;
   return result;
 }
 
@@ -158,6 +158,49 @@ TEST(ResultXmlTest, ReservesLittleForGreatNumbersAndPassesOverWhatCannotBeHeld) 
     EXPECT_EQ(Slots(*readNew<FullResult>(element)), (Items{Item(0, 0.0F), Item(1, 1.0F, 0)})) << id;
     EXPECT_EQ(readNew<SparseResult>(element)->GetResults().size(), 2U);
   }
+}
+
+TEST(ResultXmlTest, LimitsWhatADocumentTakesInProportionToItsLength) {
+  // 16 MiB, and 128 bytes for each byte of the document.
+  auto const allowance = [](std::string const& element) { return (16U << 20U) + 128 * (element.size() + 18); };
+  auto const entryOf = [](std::size_t classId) {
+    return "<ClsItem ClassId='" + std::to_string(classId) + "' conf='1'/>";
+  };
+  for (std::string const padding : {"", " ", "<other/>"}) {
+    std::size_t const slots = allowance("<Res>" + padding + entryOf(2'000'000) + "</Res>") / sizeof(FullResultItem);
+    std::string const accepted = "<Res>" + padding + entryOf(slots - 1) + "</Res>";
+    EXPECT_EQ(readNew<FullResult>(accepted)->GetResults().size(), slots);
+    EXPECT_EQ(FailureId([&] { readNew<FullResult>("<Res>" + padding + entryOf(slots) + "</Res>"); }), 8);
+    // Beside another result that has taken nearly all of it.
+    std::string const second = "<Res>" + entryOf(slots + 1000) + entryOf(5'000'000) + "</Res>";
+    EXPECT_EQ(FailureId([&] { readNew<FullResult>(accepted + second); }), 8);
+  }
+  std::string counts;
+  for (int i = 0; i < 1000; ++i) counts += "<Res ClsCount='1048576'/>";
+  std::size_t const before = AllocatedBytes();
+  EXPECT_EQ(FailureId([&] { readInto(Ref(FullResult::Create()), counts); }), 0);
+  EXPECT_LT(AllocatedBytes() - before, allowance(counts) + 16 * counts.size());
+}
+
+template <class Kind>
+std::size_t slotsReadWithoutAParser() {
+  auto const bytes = [](char const* text) { return reinterpret_cast<unsigned char const*>(text); };
+  unsigned char const* attributes[] = {bytes("ClsCount"), bytes("7"), bytes("ClassId"), bytes("5"), nullptr};
+  Ref const result(Kind::Create());
+  for (auto const given : {static_cast<unsigned char const**>(nullptr), attributes}) {
+    float value = 0.5F;
+    eResultType type = ResultTypeFinal;
+    unsigned int classId = 9;
+    result->GetClsItemProperties(nullptr, given, value, type, classId);
+    EXPECT_EQ(Item(classId, value, type), Item(given ? 5 : 9, 0.5F, 1));
+    result->InitializeProperties(nullptr, given);
+  }
+  return result->GetResults().size();
+}
+
+TEST(ResultXmlTest, ReadsAttributesWithoutAParser) {
+  EXPECT_EQ(slotsReadWithoutAParser<SparseResult>(), 0U);
+  EXPECT_EQ(slotsReadWithoutAParser<FullResult>(), 8U);
 }
 
 TEST(ResultXmlTest, ComesBackValueForValue) {

@@ -12,7 +12,7 @@ namespace {
 /// A copy made as a derived class would make it.
 template <class Kind>
 void Copy(Kind const& original) {
-  ReportOutOfMemory([&] { return new Kind(original); })->Release();
+  CreateCounted([&] { return new Kind(original); })->Release();
 }
 
 TEST(ResultsOutOfMemory, LeavesSparseResultsAsTheyWere) {

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <random>
 
+#include "tests/support/failing_allocation.h"
 #include "tests/support/result_items.h"
 
 namespace ZaM::test {
@@ -65,6 +67,29 @@ TEST(SparseResultTest, SetsEntriesOfALongListLikeOnesOfAShortList) {
   }
   EXPECT_GT(expected.size(), 300U);
   EXPECT_TRUE(result->GetResults() == expected);
+}
+
+TEST(SparseResultTest, PaysForItsIndexOnlyWhereItSearchesALongListOften) {
+  Items items;
+  for (unsigned int id = 0; id < 1000; ++id) items.push_back(Item(id * 7919 % 1009, 0.5F));
+  Ref const result = Make(items);
+  std::size_t allocated = AllocatedBytes();
+  result->SetResultItem(items[999].GetIndex(), 0.75F, ResultTypeFinal);
+  EXPECT_EQ(AllocatedBytes(), allocated);
+  std::ptrdiff_t const blocks = LiveBlocks();
+  Ref const clone(result->Clone());
+  EXPECT_EQ(LiveBlocks(), blocks + 2);  // the object and its list
+  for (int i = 0; i < 3; ++i) clone->SetResultItem(items[999].GetIndex(), 0.25F, ResultTypeScored);
+  EXPECT_EQ(LiveBlocks(), blocks + 3);  // and an index
+  allocated = AllocatedBytes();
+  *result = dynamic_cast<SparseResult&>(*clone);
+  EXPECT_EQ(AllocatedBytes(), allocated + 1000 * sizeof(IndexedResult));
+
+  // Without an index this takes some 10^11 steps.
+  auto const begin = std::chrono::steady_clock::now();
+  Ref const many(SparseResult::Create());
+  for (unsigned int id = 0; id < 500'000; ++id) many->SetResultItem(id << 12U, 0.5F, ResultTypeScored);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
 }
 
 TEST(SparseResultTest, AnswersForTheFirstEntryOfAClassAndForFinalClassesInOrder) {

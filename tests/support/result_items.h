@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <limits>
 #include <ostream>
+#include <string>
 #include <vector>
 
 #include "zam/zam.h"
@@ -40,6 +41,30 @@ inline IndexedResult Item(unsigned int classId, float value, int type = 2) {
   item.Set(classId, value, Type(type));
   return item;
 }
+
+/// A result that calls itself valid or not, whatever it holds, and writes down what it was asked.
+class ProbeResult : public SparseResult {
+ public:
+  static ProbeResult* Create(Items const& items, bool isValid = true) {
+    auto* const result = CreateCounted([] { return new ProbeResult; });
+    result->SetResults(items);
+    result->valid = isValid;
+    return result;
+  }
+  bool IsValid() const override {
+    asked += "valid? ";
+    return valid;
+  }
+  Items const& GetBestResults(unsigned int count) override {
+    asked += "best " + std::to_string(count);
+    return SparseResult::GetBestResults(count);
+  }
+
+  mutable std::string asked;
+
+ private:
+  bool valid = true;
+};
 
 /// The slots of a full result, as entries.
 inline Items Slots(FullResult const& result) {

@@ -4,26 +4,15 @@
 #include <utility>
 
 #include "zam/foundation/create_counted.h"
+#include "zam/foundation/ref.h"
+#include "zam/model/representation_chain.h"
 
 namespace ZaM {
 
 namespace {
 
-/// A representation on a chain, and the object in whose feature slot it hangs.
-struct ChainEntry {
-  Node* predecessor = nullptr;
-  Node* node = nullptr;
-  Representation* representation = nullptr;
-};
-
-ChainEntry findRepresentation(Node& start, RepTag const& tag) {
-  Node* predecessor = &start;
-  for (Node* node = start.GetFeature(); node; node = node->GetFeature()) {
-    auto* const representation = dynamic_cast<Representation*>(node);
-    if (representation && representation->GetTagId() == tag.id) return {predecessor, node, representation};
-    predecessor = node;
-  }
-  return {};
+Representation* asRepresentation(Node* node) {
+  return dynamic_cast<Representation*>(node);
 }
 
 }  // namespace
@@ -36,12 +25,18 @@ DocumentNode* DocumentNode::Create(unsigned int classId, DocumentNode* parent) {
   return CreateCounted([=] { return new DocumentNode(classId, parent); });
 }
 
-// The children first, since their copy alone may fail.
+DocumentNode::DocumentNode(DocumentNode const& other)
+    : Composite(other), classId(other.classId), parentDocument(other.parentDocument), children(other.children) {
+  for (Node* const child : children) {
+    if (child) child->AddRefCount();
+  }
+}
+
 DocumentNode& DocumentNode::operator=(DocumentNode const& other) {
-  children = other.children;
-  Composite::operator=(other);
+  Ref const copy(CreateCounted([&] { return new DocumentNode(other); }));
   classId = other.classId;
   parentDocument = other.parentDocument;
+  children.swap(copy->children);  // the copy releases the former ones
   return *this;
 }
 
@@ -71,24 +66,27 @@ unsigned int DocumentNode::ChildCount() const {
 }
 
 Iterator* DocumentNode::CreateIterator() {
-  return VectorIterator::Create(children);
+  Iterator* const walk = VectorIterator::Create(children);
+  if (!walk) throw BaseException(ErrorId::OutOfMemory);
+  return walk;
 }
 
 bool DocumentNode::AddRepresentation(Node* representation) {
-  if (!dynamic_cast<Representation*>(representation)) return false;
+  if (!asRepresentation(representation)) return false;
+  for (Node* node = this; node; node = node->GetFeature()) {
+    if (node == representation) return false;
+  }
   AddFeature(representation);
   return true;
 }
 
 Representation* DocumentNode::GetRepresentation(RepTag const& tag) {
-  return findRepresentation(*this, tag).representation;
+  return detail::FindRepresentation(*this, tag, asRepresentation).representation;
 }
 
 Node* DocumentNode::RemoveRepresentation(RepTag const& tag) {
-  ChainEntry const entry = findRepresentation(*this, tag);
-  if (!entry.node) return nullptr;
-  entry.predecessor->RemoveFeature();
-  if (Node* const rest = entry.node->RemoveFeature()) AddFeature(rest);
+  detail::ChainEntry const entry = detail::FindRepresentation(*this, tag, asRepresentation);
+  if (entry.node) detail::Unhook(*this, entry);
   return entry.node;
 }
 

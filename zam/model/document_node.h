@@ -24,7 +24,9 @@ namespace ZaM {
 /// Threads:  a tree belongs to one thread at a time.
 /// Errors:   BaseException with id 5 when memory runs out; the node is then unchanged.
 ///
-/// Copying is shallow, children included; see Node for what that means.
+/// Copying is shallow: a copy shares the children, with a reference of its own to each, and doesn't become their
+/// parent. It takes over the parent, but isn't added to its children. Representations hang in the slot, which isn't
+/// copied.
 class ZAM_EXPORT DocumentNode : public Composite {
  public:
   /// A node without class and parent.
@@ -34,8 +36,9 @@ class ZAM_EXPORT DocumentNode : public Composite {
   /// caller also calls `parent->AddChild`.
   static DocumentNode* Create(unsigned int classId, DocumentNode* parent);
 
-  DocumentNode(DocumentNode const&) = default;
-  /// Changes nothing when memory runs out.
+  /// Shares the children.
+  DocumentNode(DocumentNode const& other);
+  /// Shares the children of `other` and releases its own. Changes nothing when memory runs out.
   DocumentNode& operator=(DocumentNode const& other);
 
   /// Appends `child`, and makes this node its parent if it is a DocumentNode. The caller's reference passes to this
@@ -61,7 +64,8 @@ class ZAM_EXPORT DocumentNode : public Composite {
   VectorIterator GetVectorIterator() { return VectorIterator(children); }
 
   /// Puts a representation at the end of the feature chain; the reference passes to the chain. False, with nothing
-  /// changed, if the object is null or no Representation. Of two under one tag the one that was added first is found.
+  /// changed, if the object is null or no Representation, and if it is this node or hangs on its chain already. Of two
+  /// under one tag the one that was added first is found.
   bool AddRepresentation(Node* representation);
 
   /// The first representation under this tag, or null; no reference is taken.

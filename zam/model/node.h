@@ -24,19 +24,22 @@ class Visitor;
 /// Threads:  a node and all that can be reached from it belong to one thread at a time; counts are plain numbers.
 /// Depth:    chains and trees of any length can be released. While there is room on the stack, an object that a
 ///           destructor releases ends within that destructor. Where more than half of the stack is in use, what a node
-///           owns by its slot or as a child ends behind the owner's destructor instead, before the outermost of these
+///           owns by its slot or as a child ends after the owner's destructor instead, before the outermost of these
 ///           releases returns: parents before their children, in the same order, but the memory of the parent is gone
 ///           by then.
 ///
-/// Copying is shallow, and dangerous for whoever doesn't expect it: a copy takes over the slot and the count as they
-/// stand, without a reference of its own, so that releasing both would release the chain twice. The library never
-/// copies a live node; a class that supports copies empties the slot of the copy.
+/// Copying takes the content alone, which is what derived classes add. The slot, the count and the id belong to the
+/// object and not to its content: a copy starts with an empty slot, without a reference and without an id, and an
+/// object that is assigned to keeps its own. So `*mine = *onDocument` is safe whatever hangs on the two.
 class ZAM_EXPORT Node {
  public:
-  Node(Node const&) = default;
-  Node& operator=(Node const&) = default;
+  /// With an empty slot and a count of 0.
+  Node(Node const& /*other*/) noexcept {}
+  /// Changes nothing.
+  Node& operator=(Node const& /*other*/) noexcept { return *this; }
 
   /// Puts `feature`, with all that hangs on it, at the end of the chain. The caller's reference passes to this node.
+  /// It must hang in no slot yet: on the same chain twice, it would make a ring without an end.
   virtual void AddFeature(Node* feature);
 
   /// Takes the first feature off and returns it, or null. The rest of the chain stays attached to what is returned,

@@ -19,7 +19,7 @@ class NumberPool {
       returned.pop_back();
       return number;
     }
-    if (next == 0) throw BaseException(5);
+    if (next == 0) throw LimitExceededException(u"nodes with an id", std::uint64_t{1} << 32U, ~std::uint32_t{0});
     reserveForReturnOf(next);
     return next++;
   }

@@ -28,7 +28,7 @@ class ZAM_EXPORT NodeId {
   }
 
   /// The number, never 0. Draws it on the first call: throws BaseException with id 5 if there is no memory for the
-  /// pool's book-keeping, or no number left.
+  /// pool's book-keeping, and LimitExceededException if there is no number left.
   std::uint32_t Get() const {
     if (value == 0) value = draw();
     return value;

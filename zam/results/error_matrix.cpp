@@ -1,18 +1,16 @@
 #include "zam/results/error_matrix.h"
 
-#include <tuple>
-#include <utility>
-
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/exceptions.h"
+#include "zam/results/out_of_bounds.h"
 
 namespace ZaM {
 
 namespace {
 
 std::size_t checked(unsigned int id, std::vector<unsigned int> const& totals) {
-  if (id < totals.size()) return id;
-  throw OutOfBoundsException(8, static_cast<std::int32_t>(id), static_cast<std::int32_t>(totals.size()));
+  if (id >= totals.size()) detail::ThrowOutOfBounds(id, totals.size());
+  return id;
 }
 
 }  // namespace
@@ -20,7 +18,7 @@ std::size_t checked(unsigned int id, std::vector<unsigned int> const& totals) {
 constinit RepTag const ErrorMatrix::DefaultTag = {{'E', 'm', 't', 'x'}};
 
 ErrorMatrix* ErrorMatrix::Create(unsigned int classes) {
-  if (classes > MaxClasses) throw BaseException(5);
+  RequireAtMost(u"classes of a matrix", classes, MaxClasses);
   return CreateCounted([classes] { return new ErrorMatrix(classes); });
 }
 
@@ -30,19 +28,6 @@ ErrorMatrix::ErrorMatrix(unsigned int classes)
       classImported(classes),
       classExported(classes),
       diagonal(classes) {}
-
-// Copied before anything is changed: the totals must never differ in their number of classes.
-ErrorMatrix& ErrorMatrix::operator=(ErrorMatrix const& other) {
-  std::tuple copies(other.classCount, other.classImported, other.classExported, other.diagonal, other.offDiagonal);
-  Node::operator=(other);
-  Representation::operator=(other);
-  correct = other.correct;
-  incorrect = other.incorrect;
-  rejected = other.rejected;
-  docCount = other.docCount;
-  std::tie(classCount, classImported, classExported, diagonal, offDiagonal) = std::move(copies);
-  return *this;
-}
 
 ErrorMatrix::~ErrorMatrix() = default;
 

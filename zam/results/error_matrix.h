@@ -26,8 +26,7 @@ namespace ZaM {
 /// Errors:   BaseException with id 5 when memory runs out, with nothing changed. OutOfBoundsException(8, id, number of
 ///           classes) from the operations on a single class's total, if the id isn't below the number of classes.
 ///
-/// Totals are 32 bits wide and wrap. Copying is member by member, feature slot and count included; see Node for what
-/// that means.
+/// Totals are 32 bits wide and wrap. A copy takes the numbers and the tag; see Node for what it leaves.
 class ZAM_EXPORT ErrorMatrix : public Node, public Representation {
  public:
   /// The greatest number of classes: 2²⁶, which take 1 GiB.
@@ -37,13 +36,14 @@ class ZAM_EXPORT ErrorMatrix : public Node, public Representation {
   static RepTag const DefaultTag;
   static RepTag const& GetDefaultTag() { return DefaultTag; }
 
-  /// An empty matrix for the class ids below `classes`, class 0 included. Throws BaseException with id 5 above
+  /// An empty matrix for the class ids below `classes`, class 0 included. Throws LimitExceededException above
   /// `MaxClasses`.
   static ErrorMatrix* Create(unsigned int classes);
 
   ErrorMatrix(ErrorMatrix const&) = default;
-  /// Member by member; changes nothing when memory runs out.
-  ErrorMatrix& operator=(ErrorMatrix const& other);
+  /// Changes nothing when memory runs out.
+  ErrorMatrix& operator=(ErrorMatrix const& other) { return *this = ErrorMatrix(other); }
+  ErrorMatrix& operator=(ErrorMatrix&&) = default;
 
   /// Counts one document. Nothing is counted if one of the ids isn't below the number of classes.
   void Increase(unsigned int trueClass, unsigned int assignedClass);

@@ -21,8 +21,7 @@ namespace ZaM {
 /// Owning:   made by `Create` with a count of 1, ended by `Release`.
 /// Threads:  one thread at a time.
 ///
-/// Totals are 32 bits wide and wrap. Copying is member by member, feature slot and count included; see Node for what
-/// that means.
+/// Totals are 32 bits wide and wrap. A copy takes the numbers and the tag; see Node for what it leaves.
 class ZAM_EXPORT ErrorPlot : public Node, public Representation {
  public:
   /// The number of bins.

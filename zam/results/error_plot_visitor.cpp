@@ -40,11 +40,10 @@ void ErrorPlotVisitor::DoVisit(DocumentNode* document) {
     attachPlot(*document);
     return;
   }
-  auto const plot = plots.find(document->GetClassId());
-  if (plot == plots.end() || !result->IsValid()) return;
-
+  if (!result->IsValid()) return;
   std::vector<IndexedResult> const& items = result->GetBestResults(1);
-  if (items.empty()) return;
+  auto const plot = plots.find(document->GetClassId());
+  if (plot == plots.end() || items.empty()) return;
   unsigned int const bin = binOf(items[0].GetValue());
   if (items[0].GetIndex() == document->GetClassId()) {
     plot->second->IncrGood(bin);

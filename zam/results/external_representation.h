@@ -12,8 +12,8 @@ namespace ZaM {
 /// A contract for applications: a view of a document that can hand its content out in blocks of bytes. The library has
 /// none of its own and calls nothing on it. `ExternalRepFactory` makes them from a location.
 ///
-/// Owning:   as every Node, through the `Create` of the derived class. Copying is member by member, feature slot and
-///           count included; see Node for what that means.
+/// Owning:   as every Node, through the `Create` of the derived class. A copy takes the tag; see Node for what it
+///           leaves.
 class ZAM_EXPORT ExternalRepresentation : public Node, public Representation {
  public:
   ExternalRepresentation(ExternalRepresentation const&) = default;

@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <tuple>
 #include <utility>
 
 #include "zam/foundation/create_counted.h"
+#include "zam/foundation/exceptions.h"
 #include "zam/foundation/ref.h"
 #include "zam/results/best_results.h"
+#include "zam/results/out_of_bounds.h"
 #include "zam/results/result_xml.h"
 #include "zam/xml/xml_sax_parser.h"
 
@@ -16,7 +17,7 @@ namespace ZaM {
 namespace {
 
 void checkSlotCount(std::uint64_t count) {
-  if (count > FullResult::MaxSlots) throw BaseException(5);
+  RequireAtMost(u"slots of a result", count, FullResult::MaxSlots);
 }
 
 bool isCandidate(FullResultItem const& slot) {
@@ -29,13 +30,6 @@ constinit RepTag const FullResult::DefaultTag = {{'F', 'r', 'e', 's'}};
 
 FullResult* FullResult::Create() {
   return CreateCounted([] { return new FullResult; });
-}
-
-FullResult& FullResult::operator=(FullResult const& other) {
-  std::pair copies(other.results, other.bestResults);
-  Result::operator=(other);
-  std::tie(results, bestResults) = std::move(copies);
-  return *this;
 }
 
 FullResult::~FullResult() = default;
@@ -93,9 +87,8 @@ eResultType FullResult::GetResultType(unsigned int classId) const {
 }
 
 void FullResult::SetResultItem(unsigned int classId, float value, eResultType type) {
-  std::uint64_t const needed = std::uint64_t{classId} + 1;
-  checkSlotCount(needed);
-  if (needed > results.size()) ReportOutOfMemory([&] { results.resize(needed); });
+  if (classId >= MaxSlots) detail::ThrowOutOfBounds(classId, MaxSlots);
+  if (classId >= results.size()) ReportOutOfMemory([&] { results.resize(std::size_t{classId} + 1); });
 
   FullResultItem& slot = results[classId];
   slot.SetResType(type);
@@ -126,17 +119,29 @@ Result* FullResult::Clone() {
 }
 
 void FullResult::InitializeProperties(XmlSaxParser* parser, unsigned char const** attributes) {
-  unsigned int const count = detail::ReadCount(*parser, attributes);
-  if (count != 0) Initialize(std::min(count, MostReserved), nullptr);
+  unsigned int const count = detail::ReadCount(attributes);
+  if (count == 0) return;
+  std::uint64_t const affordable = parser ? parser->GetAllowance() / sizeof(FullResultItem) : MostReserved;
+  Initialize(static_cast<unsigned int>(std::min<std::uint64_t>({count, MostReserved, affordable})), nullptr);
+  if (parser) parser->TakeAllowance(results.size() * sizeof(FullResultItem));
 }
 
-void FullResult::GetClsItemProperties(XmlSaxParser* parser, unsigned char const** attributes, float& value,
+void FullResult::GetClsItemProperties(XmlSaxParser* /*parser*/, unsigned char const** attributes, float& value,
                                       eResultType& type, unsigned int& classId) {
-  detail::ReadEntry(*parser, attributes, value, type, classId);
+  detail::ReadEntry(attributes, value, type, classId);
 }
 
 void FullResult::OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) {
-  if (detail::TakeEntry(*this, *parser, name, attributes, MaxSlots)) parser->PushCallback(this);
+  auto const entry = detail::ReadEntry(name, attributes);
+  if (!entry) return;
+  if (entry->classId < MaxSlots) {
+    std::uint64_t const before = results.size();
+    std::uint64_t const affordable = before + parser->GetAllowance() / sizeof(FullResultItem);
+    if (entry->classId >= affordable) detail::ThrowOutOfBounds(entry->classId, affordable);
+    SetResultItem(entry->classId, entry->value, entry->type);
+    parser->TakeAllowance((results.size() - before) * sizeof(FullResultItem));
+  }
+  parser->PushCallback(this);
 }
 
 void FullResult::OnEndElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/) {}

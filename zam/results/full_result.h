@@ -14,19 +14,22 @@ namespace ZaM {
 /// A slot for each class id from 0 to the greatest in use, so that a class is found by its position. Slot 0 belongs to
 /// no class: it is never a final class, though it may be among the best.
 ///
-/// A class id or a stored count can ask for billions of slots, so there are bounds: see `MaxSlots` and `MostReserved`.
-/// Stored results are read as by SparseResult.
+/// A class id or a count can ask for billions of slots, so there is a bound, `MaxSlots`. Stored results are read as by
+/// SparseResult, and there the bound is tighter: all full results that one document is read into share the parser's
+/// allowance (`XmlSaxParser::GetAllowance`), which grows with the document and gives 2 million slots, and 16 more for
+/// each byte that was read. A document that is in honest proportion never comes near that.
 ///
 /// Owning, Threads: see Result.
-/// Errors:   BaseException with id 5 when memory runs out, or when more than `MaxSlots` slots are asked for; the object
-///           is then unchanged.
+/// Errors:   BaseException with id 5 when memory runs out; LimitExceededException for more than `MaxSlots` slots, and
+///           OutOfBoundsException(8, class id, bound) for the class id of an entry beyond that, or beyond what a stored
+///           result may ask for. The object is then unchanged.
 class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
  public:
   /// The greatest number of slots: 2²⁷, which are 1 GiB. The greatest class id is one less.
   static constexpr unsigned int MaxSlots = 1U << 27;
 
-  /// The greatest `ClsCount` that a document gets slots for, which take 8 MiB: it is a mere promise, and the entries
-  /// make room for themselves.
+  /// The greatest `ClsCount` that a document gets slots for, which take 8 MiB, if the allowance suffices: it is a mere
+  /// promise, and the entries make room for themselves.
   static constexpr unsigned int MostReserved = 1U << 20;
 
   /// The tag "Fres".
@@ -37,8 +40,9 @@ class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
   static FullResult* Create();
 
   FullResult(FullResult const&) = default;
-  /// Member by member; changes nothing when memory runs out.
-  FullResult& operator=(FullResult const& other);
+  /// Changes nothing when memory runs out.
+  FullResult& operator=(FullResult const& other) { return *this = FullResult(other); }
+  FullResult& operator=(FullResult&&) = default;
 
   /// Replaces the slots by `classCount` + 1 copies of `*item`, which may be one of the slots, or of a default item if
   /// `item` is null.
@@ -80,16 +84,18 @@ class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
   Result* Clone() override;
 
   /// Takes the attributes of a stored result's element. Unless `ClsCount` is missing or 0, the result starts anew, as
-  /// `Initialize` with this number leaves it; with `MostReserved` for a number above that.
+  /// `Initialize` with this number leaves it; with a lower one above `MostReserved` and beyond the allowance. Both
+  /// `parser` and `attributes` may be null.
   void InitializeProperties(XmlSaxParser* parser, unsigned char const** attributes);
 
-  /// Sets what the attributes of an entry's element say, in any order, and leaves the others as they are. `attributes`
-  /// may be null.
+  /// Sets what the attributes of an entry's element say, in any order, and leaves the others as they are. Both `parser`
+  /// and `attributes` may be null.
   void GetClsItemProperties(XmlSaxParser* parser, unsigned char const** attributes, float& value, eResultType& type,
                             unsigned int& classId);
 
   /// Sets the slot that an element `ClsItem` stores, with 0 for what its attributes don't say. An entry whose class id
-  /// isn't below `MaxSlots` is passed over, and so is any other element with all that it holds.
+  /// isn't below `MaxSlots`, which no full result can hold, is passed over, and so is any other element with all that
+  /// it holds. Throws OutOfBoundsException for one whose slots the allowance doesn't suffice for.
   void OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override;
   /// Does nothing.
   void OnEndElement(XmlSaxParser* parser, unsigned char const* name) override;

@@ -31,8 +31,8 @@ class ZamXmlOutStream;
 /// Errors:   BaseException with id 5 when memory runs out; the object is then unchanged. Looking up what isn't there
 ///           gives 0.
 ///
-/// Copying is member by member, feature slot and count included; see Node for what that means. `Clone` is the way to
-/// an independent result.
+/// A copy takes the entries and the tag; see Node for what it leaves. `Clone` gives one that is counted, under the
+/// default tag.
 class ZAM_EXPORT Result : public Node, public Representation {
  public:
   Result(Result const&) = default;
@@ -62,8 +62,8 @@ class ZAM_EXPORT Result : public Node, public Representation {
 
   /// Writes an element called `name` at the stream's present place, ready to be read by SparseResult and FullResult:
   /// the number of entries that `GetBestResults(0)` gives, and a child for each of them whose value is above 1e-07.
-  /// Values keep six digits behind the point. docs/formats.md describes the element. What the stream throws passes
-  /// through; neither `stream` nor what it writes to belongs to the result.
+  /// Values keep six digits behind the point; an infinite one is lost, since it reads as 0. docs/formats.md describes
+  /// the element. What the stream throws passes through; neither `stream` nor what it writes to belongs to the result.
   void Save(std::string const& name, ZamXmlOutStream* stream);
   using Node::Save;
   using Representation::Save;

@@ -22,6 +22,8 @@ std::string_view View(unsigned char const* text) {
   return reinterpret_cast<char const*>(text);
 }
 
+// Numbers are read by a parser of their own, since programs may hand attributes over without one.
+
 /// Calls `take` with each name and its value.
 template <class Take>
 void ForEachAttribute(unsigned char const* const* attributes, Take take) {
@@ -50,36 +52,33 @@ void WriteResult(Result& result, std::string const& name, ZamXmlOutStream& strea
   stream.CloseNode(name);
 }
 
-unsigned int ReadCount(XmlSaxParser const& parser, unsigned char const* const* attributes) {
+unsigned int ReadCount(unsigned char const* const* attributes) {
+  XmlSaxParser numbers;
   unsigned int count = 0;
   ForEachAttribute(attributes, [&](std::string_view name, unsigned char const* text) {
-    if (name == countName) count = parser.GetSizetValue(text, 0);
+    if (name == countName) count = numbers.GetSizetValue(text, 0);
   });
   return count;
 }
 
-void ReadEntry(XmlSaxParser const& parser, unsigned char const* const* attributes, float& value, eResultType& type,
-               unsigned int& classId) {
+void ReadEntry(unsigned char const* const* attributes, float& value, eResultType& type, unsigned int& classId) {
+  XmlSaxParser numbers;
   ForEachAttribute(attributes, [&](std::string_view name, unsigned char const* text) {
     if (name == valueName) {
-      value = static_cast<float>(parser.GetDoubleValue(text, 0.0));
+      value = static_cast<float>(numbers.GetDoubleValue(text, 0.0));
     } else if (name == typeName) {
-      type = static_cast<eResultType>(parser.GetLongValue(text, 0));
+      type = static_cast<eResultType>(numbers.GetLongValue(text, 0));
     } else if (name == classIdName) {
-      classId = parser.GetSizetValue(text, 0);
+      classId = numbers.GetSizetValue(text, 0);
     }
   });
 }
 
-bool TakeEntry(Result& result, XmlSaxParser const& parser, unsigned char const* name,
-               unsigned char const* const* attributes, std::uint64_t classIds) {
-  if (View(name) != entryName) return false;
-  float value = 0.0F;
-  eResultType type = ResultTypeNone;
-  unsigned int classId = 0;
-  ReadEntry(parser, attributes, value, type, classId);
-  if (classId < classIds) result.SetResultItem(classId, value, type);
-  return true;
+std::optional<StoredEntry> ReadEntry(unsigned char const* name, unsigned char const* const* attributes) {
+  if (View(name) != entryName) return std::nullopt;
+  StoredEntry entry;
+  ReadEntry(attributes, entry.value, entry.type, entry.classId);
+  return entry;
 }
 
 }  // namespace ZaM::detail

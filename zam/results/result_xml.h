@@ -5,13 +5,13 @@
 #define ZAM_RESULTS_RESULT_XML_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "zam/results/result.h"
 
 namespace ZaM {
 
-class XmlSaxParser;
 class ZamXmlOutStream;
 
 namespace detail {
@@ -20,16 +20,21 @@ namespace detail {
 void WriteResult(Result& result, std::string const& name, ZamXmlOutStream& stream);
 
 /// The count that the attributes of a result's element give; 0 without one. `attributes` may be null.
-[[nodiscard]] unsigned int ReadCount(XmlSaxParser const& parser, unsigned char const* const* attributes);
+[[nodiscard]] unsigned int ReadCount(unsigned char const* const* attributes);
 
 /// Sets what the attributes of an entry's element give, in any order, and leaves the others. `attributes` may be null.
-void ReadEntry(XmlSaxParser const& parser, unsigned char const* const* attributes, float& value, eResultType& type,
-               unsigned int& classId);
+void ReadEntry(unsigned char const* const* attributes, float& value, eResultType& type, unsigned int& classId);
 
-/// Takes an element inside a result's. False if it isn't an entry; otherwise it is set on `result`, with 0 for what its
-/// attributes don't give, unless its class id isn't below `classIds`.
-bool TakeEntry(Result& result, XmlSaxParser const& parser, unsigned char const* name,
-               unsigned char const* const* attributes, std::uint64_t classIds = std::uint64_t{1} << 32);
+/// An entry of a stored result.
+struct StoredEntry {
+  float value = 0.0F;
+  eResultType type = ResultTypeNone;
+  unsigned int classId = 0;
+};
+
+/// The entry that an element inside a result's stores, with 0 for what its attributes don't give; nothing if the
+/// element isn't one.
+[[nodiscard]] std::optional<StoredEntry> ReadEntry(unsigned char const* name, unsigned char const* const* attributes);
 
 }  // namespace detail
 }  // namespace ZaM

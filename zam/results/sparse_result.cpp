@@ -16,14 +16,6 @@ bool isFinal(IndexedResult const& entry) {
   return IsFinalType(entry.GetResType());
 }
 
-std::uint64_t keyOf(unsigned int classId, eResultType type) {
-  return std::uint64_t{classId} << 32U | static_cast<std::uint32_t>(type & ResultTypeGroupMask);
-}
-
-std::uint64_t keyOf(IndexedResult const& entry) {
-  return keyOf(entry.GetIndex(), entry.GetResType());
-}
-
 }  // namespace
 
 constinit RepTag const SparseResult::DefaultTag = {{'S', 'r', 'e', 's'}};
@@ -32,18 +24,11 @@ SparseResult* SparseResult::Create() {
   return CreateCounted([] { return new SparseResult; });
 }
 
-SparseResult& SparseResult::operator=(SparseResult const& other) {
-  results = other.results;  // first, since this alone may fail
-  Result::operator=(other);
-  places.clear();
-  return *this;
-}
-
 SparseResult::~SparseResult() = default;
 
 void SparseResult::SetResults(std::vector<IndexedResult> const& items) {
   results = items;
-  places.clear();
+  places.Forget();
 }
 
 std::vector<IndexedResult> SparseResult::GetResults() {
@@ -52,7 +37,7 @@ std::vector<IndexedResult> SparseResult::GetResults() {
 
 void SparseResult::SortResults() {
   std::sort(results.begin(), results.end(), detail::ComesBefore);
-  places.clear();
+  places.Forget();
 }
 
 bool SparseResult::IsValid() const {
@@ -75,36 +60,15 @@ eResultType SparseResult::GetResultType(unsigned int classId) const {
 
 void SparseResult::SetResultItem(unsigned int classId, float value, eResultType type) {
   ReportOutOfMemory([&] {
-    if (IndexedResult* const entry = findInGroup(classId, type)) {
-      entry->Set(classId, value, type);
-    } else {
-      append(classId, value, type);
+    std::uint64_t const key = detail::EntryKey(classId, type);
+    std::size_t const place = places.Find(results, key);
+    if (place == results.size()) {
+      if (place == results.capacity()) results.reserve(2 * place + 1);
+      places.Append(results, key);
+      results.emplace_back();
     }
+    results[place].Set(classId, value, type);
   });
-}
-
-// A stored result may have any number of entries, and reading it must not take the square of that.
-IndexedResult* SparseResult::findInGroup(unsigned int classId, eResultType type) {
-  constexpr std::size_t shortList = 64;
-  std::uint64_t const key = keyOf(classId, type);
-  if (results.size() <= shortList) {
-    auto const match =
-        std::find_if(results.begin(), results.end(), [key](IndexedResult const& entry) { return keyOf(entry) == key; });
-    return match != results.end() ? &*match : nullptr;
-  }
-  if (places.empty()) {
-    std::unordered_map<std::uint64_t, std::size_t> made;
-    for (std::size_t i = 0; i < results.size(); ++i) made.emplace(keyOf(results[i]), i);
-    places.swap(made);
-  }
-  auto const place = places.find(key);
-  return place != places.end() ? &results[place->second] : nullptr;
-}
-
-void SparseResult::append(unsigned int classId, float value, eResultType type) {
-  if (results.size() == results.capacity()) results.reserve(2 * results.size() + 1);
-  if (!places.empty()) places.emplace(keyOf(classId, type), results.size());
-  results.emplace_back().Set(classId, value, type);
 }
 
 unsigned int SparseResult::GetFinalClassCount() {
@@ -120,6 +84,10 @@ unsigned int SparseResult::GetFinalClassId(unsigned int n) {
 
 Result* SparseResult::Clone() {
   Ref<SparseResult> clone(Create());
+  if (ReportOutOfMemory([this] { return detail::EntryPlaces().AreDistinct(results); })) {
+    clone->results = results;
+    return clone.Detach();
+  }
   for (IndexedResult const& entry : results) {
     clone->SetResultItem(entry.GetIndex(), entry.GetValue(), entry.GetResType());
   }
@@ -128,13 +96,16 @@ Result* SparseResult::Clone() {
 
 void SparseResult::InitializeProperties(XmlSaxParser* /*parser*/, unsigned char const** /*attributes*/) {}
 
-void SparseResult::GetClsItemProperties(XmlSaxParser* parser, unsigned char const** attributes, float& value,
+void SparseResult::GetClsItemProperties(XmlSaxParser* /*parser*/, unsigned char const** attributes, float& value,
                                         eResultType& type, unsigned int& classId) {
-  detail::ReadEntry(*parser, attributes, value, type, classId);
+  detail::ReadEntry(attributes, value, type, classId);
 }
 
 void SparseResult::OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) {
-  if (detail::TakeEntry(*this, *parser, name, attributes)) parser->PushCallback(this);
+  auto const entry = detail::ReadEntry(name, attributes);
+  if (!entry) return;
+  SetResultItem(entry->classId, entry->value, entry->type);
+  parser->PushCallback(this);
 }
 
 void SparseResult::OnEndElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/) {}

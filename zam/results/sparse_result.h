@@ -2,13 +2,11 @@
 #ifndef ZAM_RESULTS_SPARSE_RESULT_H
 #define ZAM_RESULTS_SPARSE_RESULT_H
 
-#include <cstddef>
-#include <cstdint>
-#include <unordered_map>
 #include <vector>
 
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
+#include "zam/results/entry_places.h"
 #include "zam/results/result.h"
 #include "zam/xml/xml_sax_callback.h"
 
@@ -37,8 +35,9 @@ class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
   static SparseResult* Create();
 
   SparseResult(SparseResult const&) = default;
-  /// Member by member; changes nothing when memory runs out.
-  SparseResult& operator=(SparseResult const& other);
+  /// Changes nothing when memory runs out.
+  SparseResult& operator=(SparseResult const& other) { return *this = SparseResult(other); }
+  SparseResult& operator=(SparseResult&&) = default;
 
   /// Replaces the list by a copy of `items`, as it stands. `items` may be the object's own list.
   void SetResults(std::vector<IndexedResult> const& items);
@@ -76,8 +75,8 @@ class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
   /// The element of a stored result takes nothing here: its entries are added to those that there are.
   void InitializeProperties(XmlSaxParser* parser, unsigned char const** attributes);
 
-  /// Sets what the attributes of an entry's element say, in any order, and leaves the others as they are. `attributes`
-  /// may be null.
+  /// Sets what the attributes of an entry's element say, in any order, and leaves the others as they are. Both `parser`
+  /// and `attributes` may be null.
   void GetClsItemProperties(XmlSaxParser* parser, unsigned char const** attributes, float& value, eResultType& type,
                             unsigned int& classId);
 
@@ -93,12 +92,9 @@ class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
 
  private:
   IndexedResult const* find(unsigned int classId) const;
-  IndexedResult* findInGroup(unsigned int classId, eResultType type);
-  void append(unsigned int classId, float value, eResultType type);
 
   detail::Reporting<std::vector<IndexedResult>> results;
-  // Of a long list, the place of the first entry of each class id and group. Empty where it would have to be made anew.
-  detail::Reporting<std::unordered_map<std::uint64_t, std::size_t>> places;
+  detail::EntryPlaces places;  // of the first entry of each class id and group
 };
 
 }  // namespace ZaM

@@ -2,6 +2,7 @@
 
 #include <libxml/encoding.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -25,6 +26,10 @@ namespace {
 
 /// What is read of a file at once. The events don't depend on it; xml_parser_benchmark does.
 constexpr std::size_t chunkSize = 65536;
+
+// See GetAllowance. A result whose count of classes is true needs less than 10 bytes of memory for each byte of it.
+constexpr std::uint64_t firstAllowance = std::uint64_t{16} << 20;
+constexpr std::uint64_t allowancePerByte = 128;
 
 /// Null and empty values give `defaultValue`, and so do those that `scan` finds no number in.
 template <class Number, class Scan>
@@ -72,12 +77,17 @@ class XmlSaxParser::Parse : public detail::XmlEventReceiver {
     if (outer == nullptr) parser.encodingHandler = nullptr;
   }
 
-  void Feed(std::string_view bytes) { events.Feed(bytes); }
+  void Feed(std::string_view bytes) {
+    allowance += allowancePerByte * bytes.size();
+    events.Feed(bytes);
+  }
 
   void Finish() {
     events.Finish();
     isFinished = true;
   }
+
+  [[nodiscard]] std::uint64_t& Allowance() { return allowance; }
 
  private:
   void OnStartDocument() override { parser.OnStartDocument(); }
@@ -104,6 +114,7 @@ class XmlSaxParser::Parse : public detail::XmlEventReceiver {
   Parse* outer = nullptr;
   detail::XmlEventParser events;
   std::vector<unsigned char const*> pairs;  // of the present start tag
+  std::uint64_t allowance = firstAllowance;
   bool isFinished = false;
 };
 
@@ -141,6 +152,14 @@ void XmlSaxParser::ParseMemory(char const* data, unsigned int size, XmlSaxCallba
   Parse document(*this, callback);
   if (data != nullptr) document.Feed({data, size});
   document.Finish();
+}
+
+std::uint64_t XmlSaxParser::GetAllowance() const {
+  return parse != nullptr ? parse->Allowance() : firstAllowance;
+}
+
+void XmlSaxParser::TakeAllowance(std::uint64_t bytes) {
+  if (parse != nullptr) parse->Allowance() -= std::min(bytes, parse->Allowance());
 }
 
 void XmlSaxParser::PushCallback(XmlSaxCallback* callback) {

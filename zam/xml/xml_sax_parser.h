@@ -105,6 +105,14 @@ class ZAM_EXPORT XmlSaxParser {
   [[nodiscard]] std::int32_t GetMajorVersion() const { return majorVersion; }
   [[nodiscard]] std::int32_t GetMinorVersion() const { return minorVersion; }
 
+  /// How many bytes of memory the callbacks of this parse may still take because a number in the document asks for
+  /// them: 16 MiB, and 128 more for each byte of the document that has been read, less what TakeAllowance was told. A
+  /// callback that makes room for as many things as a number says looks here first, so that what a document takes grows
+  /// with the document. Outside of a parse: 16 MiB.
+  [[nodiscard]] std::uint64_t GetAllowance() const;
+  /// Tells that so much of the allowance is used up, for good. No more than there is can be taken.
+  void TakeAllowance(std::uint64_t bytes);
+
   /// Numbers from attribute values, which are zero-terminated. All give `defaultValue` for null and for an empty value.
   /// White space in front is skipped, what follows the number doesn't matter ("12abc" is 12), and the process's locale
   /// has no say. Integers that don't fit become the least or the greatest number of their type.
