@@ -19,8 +19,8 @@ class Iterator;
 /// of this class returns. Where more than half of the thread's stack is in use, they go on from a list there, too: an
 /// override then gets the control back before its children have had their turn, and for `Save` and `Load` with the
 /// answer true (the walk as a whole still answers false if one of them does). That matters to a class that writes
-/// something after its children, such as an end mark. It can rely on some 8,000 levels of such classes on a stack of
-/// 8 MiB and on 500 on one of 512 KiB, if its own frame takes no more than 200 bytes; levels of DocumentNodes between
+/// something after its children, such as an end mark. It can rely on some 6,000 levels of such classes on a stack of
+/// 8 MiB and on 400 on one of 512 KiB, if its own frame takes no more than 200 bytes; levels of DocumentNodes between
 /// them take no stack.
 class ZAM_EXPORT Composite : public Node {
  public:

@@ -13,7 +13,6 @@
 #include "zam/foundation/exceptions.h"
 #include "zam/foundation/never_destroyed.h"
 #include "zam/foundation/ref.h"
-#include "zam/model/iterator_memory.h"
 #include "zam/xml/list_iterator.h"
 #include "zam/xml/node_children.h"
 #include "zam/xml/number_text.h"
