@@ -1,8 +1,5 @@
 #include "zam/foundation/regex.h"
 
-// The most states of one search, where they follow the square of the text.
-#define BOOST_REGEX_MAX_STATE_COUNT 10'000'000
-
 #include <boost/regex.hpp>
 #include <compare>
 #include <cstddef>
@@ -25,9 +22,10 @@ Expression compile(wstring const& pattern, bool ignoreCase) {
   return Expression(pattern.data(), pattern.data() + pattern.size(), flags);
 }
 
-/// The steps that one Match may still take: readings and comparisons of places. The engine bounds the states of each
-/// search alone, and not what is read in a state: a pattern can take days for a megabyte. Ordinary patterns take less
-/// than 30 steps for a unit; the constant part lets short texts have what the engine allows.
+/// The steps that one Match may still take: readings, and comparisons of places, as some states read nothing. The
+/// engine bounds the states of each search alone, and not what is read in a state: a pattern can take days for a
+/// megabyte. Ordinary patterns take less than 30 steps for a unit; the constant part lets short texts have what the
+/// engine allows.
 class Steps {
  public:
   explicit Steps(std::size_t textSize) : left(10'000'000 + 100 * static_cast<std::int64_t>(textSize)) {}

@@ -45,9 +45,8 @@ class ZAM_EXPORT _Match {
 /// the lines of the text.
 ///
 /// A pattern can take far more steps than its text is long: `(a+)+$` tries all ways to part a row of `a`. Match gives
-/// up where it takes more than 10,000,000 + 100 n steps for a text of n units, or where one search passes a bound of
-/// the engine, which follows the length of the text and the square of the pattern's. Ordinary patterns take less than
-/// 30 steps for a unit.
+/// up where it takes more than 10,000,000 + 100 n steps for a text of n units, or where one search passes the engine's
+/// own bound, which is lower for short texts. Ordinary patterns take less than 30 steps for a unit.
 ///
 /// Owning:  owns the list of the last Match.
 /// Threads: one thread at a time; separate objects are independent.
