@@ -31,6 +31,16 @@ Strings const& Words() {
   return words;
 }
 
+Strings const& Pages() {
+  static Strings const pages = [] {
+    constexpr std::size_t size = 4096;
+    Strings found;
+    for (std::size_t i = 0; i + size <= Text().size(); i += size) found.push_back(Text().substr(i, size));
+    return found;
+  }();
+  return pages;
+}
+
 Strings const& LongText() {
   static Strings const texts(1, Text());
   return texts;
@@ -52,6 +62,24 @@ std::uint32_t HashInPlainLoop(std::string const& text) {
 struct PlainLoop {
   std::uint64_t operator()(std::string const& text) const {
     static auto* volatile hash = HashInPlainLoop;
+    return hash(text);
+  }
+};
+
+/// Without multiplications, and from the end: what the library runs on processors without the instructions it likes.
+std::uint32_t HashByAdditions(std::string const& text) {
+  std::uint32_t sum = 0;
+  std::uint32_t weighted = 0;
+  for (std::size_t i = text.size(); i-- > 0;) {
+    weighted += sum;
+    sum += ZaM::detail::stringHashTable[static_cast<unsigned char>(text[i])];
+  }
+  return 2 * weighted + sum;
+}
+
+struct Additions {
+  std::uint64_t operator()(std::string const& text) const {
+    static auto* volatile hash = HashByAdditions;
     return hash(text);
   }
 };
@@ -80,17 +108,30 @@ void Short(benchmark::State& state) {
 }
 
 template <class Hash>
+void Page(benchmark::State& state) {
+  Measure<Hash>(state, Pages());
+}
+
+template <class Hash>
 void Long(benchmark::State& state) {
   Measure<Hash>(state, LongText());
 }
 
 BENCHMARK(Short<Ours>)->Name("stringhash_short/zam");
 BENCHMARK(Short<PlainLoop>)->Name("stringhash_short/plain_loop");
+BENCHMARK(Short<Additions>)->Name("stringhash_short/additions");
 BENCHMARK(Short<XxHash32>)->Name("stringhash_short/xxh32");
 BENCHMARK(Short<XxHash3>)->Name("stringhash_short/xxh3");
 
+BENCHMARK(Page<Ours>)->Name("stringhash_4096/zam");
+BENCHMARK(Page<PlainLoop>)->Name("stringhash_4096/plain_loop");
+BENCHMARK(Page<Additions>)->Name("stringhash_4096/additions");
+BENCHMARK(Page<XxHash32>)->Name("stringhash_4096/xxh32");
+BENCHMARK(Page<XxHash3>)->Name("stringhash_4096/xxh3");
+
 BENCHMARK(Long<Ours>)->Name("stringhash_long/zam");
 BENCHMARK(Long<PlainLoop>)->Name("stringhash_long/plain_loop");
+BENCHMARK(Long<Additions>)->Name("stringhash_long/additions");
 BENCHMARK(Long<XxHash32>)->Name("stringhash_long/xxh32");
 BENCHMARK(Long<XxHash3>)->Name("stringhash_long/xxh3");
 

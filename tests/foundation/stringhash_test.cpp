@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <vector>
+
+#include "zam/foundation/stringhash_kernel.h"
 
 namespace ZaM {
 namespace {
@@ -26,23 +29,28 @@ TEST(StringHash, KeepsItsTableForEver) {
   EXPECT_EQ(checksum, 0xBBDC12632954C8B7U);
 }
 
-TEST(StringHash, WeighsCharactersByTheirPlaces) {
+class EveryStringHash : public testing::TestWithParam<bool> {};
+
+INSTANTIATE_TEST_SUITE_P(StringHash, EveryStringHash, testing::Bool(),
+                         [](auto const& tested) { return tested.param ? "Avx512" : "Portable"; });
+
+TEST_P(EveryStringHash, WeighsCharactersByTheirPlaces) {
+  auto const* const kernel = GetParam() ? detail::Vector512StringHash() : &detail::portableStringHash;
+  if (!kernel) GTEST_SKIP() << "This processor has no AVX-512 VBMI2.";
   std::mt19937 engine(1);
-  for (std::uint32_t length = 0; length < 300; ++length) {
-    wstring wide;
-    std::string narrow;
+  for (std::uint32_t length = 0; length < 400; ++length) {
+    std::vector<wchar> wide(length);  // to the byte, for AddressSanitizer
+    std::vector<char> narrow(length);
     std::uint32_t expectedWide = 0;
     std::uint32_t expectedNarrow = 0;
     for (std::uint32_t i = 0; i < length; ++i) {
-      wide += static_cast<wchar>(engine());
-      narrow += static_cast<char>(engine());
-      expectedWide += (2 * i + 1) * NumberOf(wide.back() % 1024u);
-      expectedNarrow += (2 * i + 1) * NumberOf(static_cast<unsigned char>(narrow.back()));
+      wide[i] = static_cast<wchar>(length % 2 == 0 ? engine() : engine() % 256);
+      narrow[i] = static_cast<char>(engine());
+      expectedWide += (2 * i + 1) * NumberOf(wide[i] % 1024u);
+      expectedNarrow += (2 * i + 1) * NumberOf(static_cast<unsigned char>(narrow[i]));
     }
-    EXPECT_EQ(stringhash().GetStringHashW(wide), expectedWide);
-    EXPECT_EQ(stringhash(7).GetStringHashW(length, wide.data()), expectedWide);
-    EXPECT_EQ(stringhash().GetStringHash(narrow), expectedNarrow);
-    EXPECT_EQ(stringhash(0).GetStringHash(length, narrow.data()), expectedNarrow);
+    EXPECT_EQ(kernel->wide(length, wide.data()), expectedWide) << length;
+    EXPECT_EQ(kernel->narrow(length, narrow.data()), expectedNarrow) << length;
   }
 }
 
@@ -50,6 +58,8 @@ TEST(StringHash, HashesTheKnownStrings) {
   stringhash const hash;
   EXPECT_EQ(hash.GetStringHash("ab"), 0x8EBBBE13u);
   EXPECT_EQ(hash.GetStringHashW(u"ab"), 0x8EBBBE13u);
+  EXPECT_EQ(stringhash(7).GetStringHash(2, "abc"), 0x8EBBBE13u);
+  EXPECT_EQ(stringhash(7).GetStringHashW(2, u"abc"), 0x8EBBBE13u);
   EXPECT_EQ(hash.GetStringHashW(u"\u0441"), hash.GetStringHash("A"));
   EXPECT_EQ(hash.GetStringHash("\xE9"), hash.GetStringHashW(u"\u00E9"));
   EXPECT_EQ(hash.GetStringHash(std::string("\0\0", 2)), 0xCC657BC9u * 4);

@@ -1,5 +1,6 @@
 #include "zam/foundation/stringhash.h"
 
+#include "zam/foundation/stringhash_kernel.h"
 #include "zam/foundation/stringhash_table.h"
 
 namespace ZaM {
@@ -27,22 +28,29 @@ std::uint32_t Hash(std::size_t length, Character const* text) {
   return 2 * weighted + sum;
 }
 
+detail::StringHashKernel const& BestKernel() {
+  static auto const* const vector = detail::Vector512StringHash();
+  return vector ? *vector : detail::portableStringHash;
+}
+
 }  // namespace
 
+detail::StringHashKernel const detail::portableStringHash{Hash<char>, Hash<wchar>};
+
 std::uint32_t stringhash::GetStringHash(std::string const& text) const {
-  return Hash(text.size(), text.data());
+  return BestKernel().narrow(text.size(), text.data());
 }
 
 std::uint32_t stringhash::GetStringHash(std::uint32_t length, char const* text) const {
-  return Hash(length, text);
+  return BestKernel().narrow(length, text);
 }
 
 std::uint32_t stringhash::GetStringHashW(wstring const& text) const {
-  return Hash(text.size(), text.data());
+  return BestKernel().wide(text.size(), text.data());
 }
 
 std::uint32_t stringhash::GetStringHashW(std::uint32_t length, wchar const* text) const {
-  return Hash(length, text);
+  return BestKernel().wide(length, text);
 }
 
 }  // namespace ZaM

@@ -73,11 +73,14 @@ struct Vector512 {
   }
 
   ZAM_VECTOR512_INLINE static SplitUnits LoadUnits(char16_t const* from) {
+    return SplitUnitsOf(Load(from), Load(from + 32));
+  }
+
+  /// The bytes of 32 units each.
+  ZAM_VECTOR512_INLINE static SplitUnits SplitUnitsOf(Register first, Register second) {
     auto const count = Load(detail::countTo64<0>.at);
     auto const even = _mm512_add_epi8(count, count);
     auto const odd = _mm512_add_epi8(even, _mm512_set1_epi8(1));
-    auto const first = Load(from);
-    auto const second = Load(from + 32);
     return {_mm512_permutex2var_epi8(first, even, second), _mm512_permutex2var_epi8(first, odd, second)};
   }
 
@@ -100,6 +103,11 @@ struct Vector512 {
     return ForArithmetic(_mm512_cmpeq_epi8_mask(bytes, _mm512_set1_epi8(static_cast<char>(value))));
   }
 
+  /// One bit for each byte, set where those of its bits that are set in `bits` are `value`.
+  ZAM_VECTOR512_INLINE static std::uint64_t EqualLowBits(Register bytes, unsigned char bits, unsigned char value) {
+    return Equal(_mm512_and_si512(bytes, _mm512_set1_epi8(static_cast<char>(bits))), value);
+  }
+
   /// One bit for each byte, set where the byte lies from `first` to `last`.
   ZAM_VECTOR512_INLINE static std::uint64_t Between(Register bytes, unsigned char first, unsigned char last) {
     return _mm512_cmpge_epu8_mask(bytes, _mm512_set1_epi8(static_cast<char>(first))) &
@@ -109,6 +117,16 @@ struct Vector512 {
   /// The bytes of `chosen` where `mask` is set, else those of `others`.
   ZAM_VECTOR512_INLINE static Register Choose(std::uint64_t mask, Register chosen, Register others) {
     return _mm512_mask_blend_epi8(mask, others, chosen);
+  }
+
+  /// The bytes where `mask` is set; zeros elsewhere.
+  ZAM_VECTOR512_INLINE static Register Keep(std::uint64_t mask, Register bytes) {
+    return _mm512_maskz_mov_epi8(mask, bytes);
+  }
+
+  /// The first `count` bits, 0 to 64.
+  ZAM_VECTOR512_INLINE static std::uint64_t FirstBits(std::size_t count) {
+    return _bzhi_u64(~std::uint64_t{0}, static_cast<unsigned int>(count));
   }
 
   /// Stores the bytes where `keep` is set, moved together, and touches nothing else.
@@ -137,6 +155,22 @@ struct Vector512 {
 
   ZAM_VECTOR512_INLINE static Register AsBytes(Numbers numbers) { return reinterpret_cast<Register>(numbers); }
 
+  /// Adds to each number four bytes, each times a weight below 128.
+  ZAM_VECTOR512_INLINE static Numbers AddProducts(Numbers sums, Register bytes, Register weights) {
+    return reinterpret_cast<Numbers>(_mm512_dpbusd_epi32(AsBytes(sums), bytes, weights));
+  }
+
+  /// The first eight bytes as a number.
+  ZAM_VECTOR512_INLINE static std::uint64_t FirstNumber(Register bytes) { return static_cast<std::uint64_t>(bytes[0]); }
+
+  ZAM_VECTOR512_INLINE static std::uint32_t Total(Numbers numbers) {
+    auto const half = _mm256_add_epi32(__builtin_shufflevector(AsBytes(numbers), AsBytes(numbers), 0, 1, 2, 3),
+                                       __builtin_shufflevector(AsBytes(numbers), AsBytes(numbers), 4, 5, 6, 7));
+    auto const quarter = _mm_add_epi32(_mm256_castsi256_si128(half), _mm256_extracti128_si256(half, 1));
+    auto const pair = _mm_add_epi32(quarter, _mm_unpackhi_epi64(quarter, quarter));
+    return static_cast<std::uint32_t>(_mm_cvtsi128_si32(pair)) + static_cast<std::uint32_t>(_mm_extract_epi32(pair, 1));
+  }
+
   // GCC 12 warns of an uninitialised variable inside the plain form of the instructions here. With a mask of all ones,
   // the zeroing form does the same.
 
@@ -164,10 +198,6 @@ struct Vector512 {
   ZAM_VECTOR512_INLINE static std::uint64_t ForArithmetic(std::uint64_t mask) {
     asm("" : "+r"(mask));
     return mask;
-  }
-
-  ZAM_VECTOR512_INLINE static std::uint64_t FirstBits(std::size_t count) {
-    return _bzhi_u64(~std::uint64_t{0}, static_cast<unsigned int>(count));
   }
 };
 
