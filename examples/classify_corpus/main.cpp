@@ -54,7 +54,7 @@ int RunAndExplain(Options const& options, Notes& notes) {
   } catch (std::filesystem::filesystem_error const& failure) {
     return Fail(Printable(failure.what()));
   } catch (std::bad_alloc const&) {
-    return Fail(EncodeUtf8(ZaM::BaseException(5).GetErrorDescription()));
+    return Fail(EncodeUtf8(ZaM::BaseException(ZaM::ErrorId::OutOfMemory).GetErrorDescription()));
   }
 }
 

@@ -37,7 +37,7 @@ Findings Read(fs::path const& file, Progress& progress) {
   try {
     ZaM::XmlSaxParser().ParseFile(*LibraryPath(file), &reader);
   } catch (ZaM::FileIOException const& failure) {
-    bool const isOpened = failure.GetErrorId() == 2004;
+    bool const isOpened = failure.GetErrorId() == ZaM::ErrorId::FileRead;
     throw RunError{"can't read " + name + ": " +
                    (isOpened ? "it can't be read to its end, or its compressed data is damaged"
                              : "it can't be opened, or is being written")};

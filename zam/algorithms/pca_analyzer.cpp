@@ -89,7 +89,8 @@ std::size_t PcaAnalyzer::entryCount(unsigned int components, unsigned int capaci
 }
 
 void PcaAnalyzer::checkCapacity(std::size_t capacity) const {
-  if (examples.size() > capacity) throw OutOfBoundsException(8, toIndex(examples.size() - 1), toIndex(capacity));
+  if (examples.size() > capacity)
+    throw OutOfBoundsException(ErrorId::IndexOutOfRange, toIndex(examples.size() - 1), toIndex(capacity));
 }
 
 void PcaAnalyzer::allocate() {
@@ -179,10 +180,10 @@ void PcaAnalyzer::project(Node* node) {
 // The vectors have to be those of the components, and to hold a place for every active example.
 void PcaAnalyzer::checkReach() const {
   if (eigenVectors.size() < vectorCount())
-    throw OutOfBoundsException(8, toIndex(dimension), toIndex(eigenVectors.size()));
+    throw OutOfBoundsException(ErrorId::IndexOutOfRange, toIndex(dimension), toIndex(eigenVectors.size()));
   std::size_t const places = reach();
   for (std::size_t i = places; i < examples.size(); ++i) {
-    if (activity[i] > 0) throw OutOfBoundsException(8, toIndex(i), toIndex(places));
+    if (activity[i] > 0) throw OutOfBoundsException(ErrorId::IndexOutOfRange, toIndex(i), toIndex(places));
   }
 }
 

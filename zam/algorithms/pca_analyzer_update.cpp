@@ -81,7 +81,8 @@ void PcaAnalyzer::checkChange(bool removing) const {
   }
   if (!marked) return;
   checkCapacity(maxExamples);
-  if (!complete) ReportOutOfMemory([] { throw BaseException(53, u"Gram matrix of the examples"); });
+  if (!complete)
+    ReportOutOfMemory([] { throw BaseException(ErrorId::IncompleteSettings, u"Gram matrix of the examples"); });
 }
 
 bool PcaAnalyzer::prepareInsert() {
@@ -120,7 +121,8 @@ void PcaAnalyzer::makeNewGram(std::size_t index) {
 // One number that is none would be in all sums for ever.
 void PcaAnalyzer::checkNumber(double number) {
   if (!std::isfinite(number))
-    ReportOutOfMemory([] { throw BaseException(1, u"dot of the examples is no finite number"); });
+    ReportOutOfMemory(
+        [] { throw BaseException(ErrorId::InvalidArgument, u"dot of the examples is no finite number"); });
 }
 
 void PcaAnalyzer::checkSums() const {

@@ -16,8 +16,8 @@ namespace {
 static_assert(std::endian::native == std::endian::little || std::endian::native == std::endian::big);
 static_assert(sizeof(double) == 8 && std::numeric_limits<double>::is_iec559);
 
-constexpr std::int32_t writeFailure = 2001;
-constexpr std::int32_t readFailure = 2004;
+constexpr std::int32_t writeFailure = ZaM::ErrorId::FileWrite;
+constexpr std::int32_t readFailure = ZaM::ErrorId::FileRead;
 
 constexpr std::size_t chunkUnits = 512;
 constexpr std::size_t chunkBytes = 2 * chunkUnits;

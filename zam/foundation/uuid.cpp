@@ -78,7 +78,7 @@ void ZaMUuidFromString(wstring const& text, _ZAMGUID* uuid) {
   Bytes bytes = {};
   ReportOutOfMemory([&] {  // for the texts of the exceptions
     static_cast<void>(text.at(0));
-    if (!parse(text, bytes)) throw BaseException(1, u"Invalid UUID passed to ZaMUuidFromString");
+    if (!parse(text, bytes)) throw BaseException(ErrorId::InvalidArgument, u"Invalid UUID passed to ZaMUuidFromString");
   });
   *uuid = recordOf(bytes);
 }

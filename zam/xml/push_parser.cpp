@@ -228,7 +228,7 @@ PushParser::~PushParser() {
 void PushParser::Begin(std::string_view bytes) {
   auto* const copied = const_cast<xmlSAXHandler*>(handler);  // libxml2 changes the copy that it makes
   context = xmlCreatePushParserCtxt(copied, userData, bytes.data(), static_cast<int>(bytes.size()), documentName);
-  if (context == nullptr) throw BaseException(5);
+  if (context == nullptr) throw BaseException(ErrorId::OutOfMemory);
   context->_private = this;
 
   bool const isDocument = userData == nullptr;
@@ -338,7 +338,7 @@ bool PushParser::Admits(wchar const* what, std::uint64_t count, std::uint64_t mo
 }
 
 void PushParser::CheckFailures() const {
-  if (scope.HasRunOutOfMemory()) throw BaseException(5);
+  if (scope.HasRunOutOfMemory()) throw BaseException(ErrorId::OutOfMemory);
   if (userData == nullptr) return;
   ReportOutOfMemory([&] {
     RequireAtMost(limit.what, limit.count, limit.most);

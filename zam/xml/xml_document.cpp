@@ -17,7 +17,7 @@ namespace {
 /// Passes on what libxml2 has made; null is how it says that memory ran out.
 template <class T>
 T* made(T* object) {
-  if (!object) throw BaseException(5);
+  if (!object) throw BaseException(ErrorId::OutOfMemory);
   return object;
 }
 
@@ -39,7 +39,7 @@ xmlNode* newText(xmlDoc& document, std::string_view text) {
   node->content = xmlStrndup(bytesOf(text), static_cast<int>(text.size()));
   if (!node->content) {
     xmlFreeNode(node);
-    throw BaseException(5);
+    throw BaseException(ErrorId::OutOfMemory);
   }
   return node;
 }
@@ -131,7 +131,7 @@ std::string TextOf(xmlDoc& document, bool isFormatted) {
   std::string text;
   xmlOutputBuffer* const output = made(xmlOutputBufferCreateIO(&appendToString, nullptr, &text, nullptr));
   int const result = xmlSaveFormatFileTo(output, &document, nullptr, isFormatted ? 1 : 0);
-  if (result < 0 || scope.HasRunOutOfMemory()) throw BaseException(5);
+  if (result < 0 || scope.HasRunOutOfMemory()) throw BaseException(ErrorId::OutOfMemory);
   return text;
 }
 

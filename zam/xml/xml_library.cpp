@@ -111,8 +111,9 @@ void MakeThreadSettings() {
   if (areMade) return;
   void* const volatile block = std::malloc(room);  // volatile, or compilers leave both calls out
   std::free(block);
-  if (block == nullptr) throw BaseException(5);
-  if (mayLackThem && xmlIsMainThread() == 0 && xmlGetGlobalState() == nullptr) throw BaseException(5);
+  if (block == nullptr) throw BaseException(ErrorId::OutOfMemory);
+  if (mayLackThem && xmlIsMainThread() == 0 && xmlGetGlobalState() == nullptr)
+    throw BaseException(ErrorId::OutOfMemory);
   areMade = true;
 }
 

@@ -69,7 +69,7 @@ XmlNode* XmlNode::Create(wstring const& name, wstring const& content) {
 }
 
 XmlNode* XmlNode::Create(XmlNode const* source) {
-  if (!source) throw BaseException(1);
+  if (!source) throw BaseException(ErrorId::InvalidArgument);
   return CreateCounted([=] { return new XmlNode(source); });
 }
 
@@ -447,7 +447,8 @@ XmlNode const* XmlNode::findOnlyChild(wstring const& childName) const {
 
 wstring const& XmlNode::GetSubNodeText(wstring const& childName, wstring const& defaultValue, bool required) const {
   XmlNode const* const child = findOnlyChild(childName);
-  if (!child && required) throw ReportOutOfMemory([&] { return XMLFormatException(9, childName); });
+  if (!child && required)
+    throw ReportOutOfMemory([&] { return XMLFormatException(ErrorId::InvalidNodeFormat, childName); });
   if (!child) return defaultValue;
   return child->ChildCount() == 1 ? (*Children(*child).begin()).GetContent() : emptyText();
 }

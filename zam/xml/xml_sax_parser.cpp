@@ -55,7 +55,7 @@ class XmlSaxParser::Parse : public detail::XmlEventReceiver {
  public:
   Parse(XmlSaxParser& eventParser, XmlSaxCallback* callback) : parser(eventParser), events(*this, {}) {
     xmlCharEncodingHandler* const utf16 = xmlGetCharEncodingHandler(XML_CHAR_ENCODING_UTF16LE);
-    if (utf16 == nullptr) throw BaseException(17);
+    if (utf16 == nullptr) throw BaseException(ErrorId::GeneralFailure);
     ReportOutOfMemory([&] { stack.push_back(callback); });
     parser.ClearCharacterBuffer();
     outer = std::exchange(parser.parse, this);
@@ -130,17 +130,17 @@ XmlSaxParser::~XmlSaxParser() {
 }
 
 void XmlSaxParser::ParseFile(wstring const& filename, XmlSaxCallback* callback) {
-  if (callback == nullptr) throw BaseException(1);
+  if (callback == nullptr) throw BaseException(ErrorId::InvalidArgument);
   Parse document(*this, callback);
   platform::File file = ReportOutOfMemory([&] { return platform::File::OpenForReading(filename); });
-  if (!file.IsOpen()) throw Failure(2003, filename);
+  if (!file.IsOpen()) throw Failure(ErrorId::FileOpen, filename);
   detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::read);
 
   std::unique_ptr<char[]> const bytes =
       ReportOutOfMemory([] { return std::make_unique_for_overwrite<char[]>(chunkSize); });
   for (;;) {
     std::optional<std::size_t> const count = stream.Read({bytes.get(), chunkSize});
-    if (!count) throw Failure(2004, filename);
+    if (!count) throw Failure(ErrorId::FileRead, filename);
     if (*count == 0) break;
     document.Feed({bytes.get(), *count});
   }
@@ -148,7 +148,7 @@ void XmlSaxParser::ParseFile(wstring const& filename, XmlSaxCallback* callback) 
 }
 
 void XmlSaxParser::ParseMemory(char const* data, unsigned int size, XmlSaxCallback* callback) {
-  if (callback == nullptr) throw BaseException(1);
+  if (callback == nullptr) throw BaseException(ErrorId::InvalidArgument);
   Parse document(*this, callback);
   if (data != nullptr) document.Feed({data, size});
   document.Finish();
@@ -268,7 +268,7 @@ void XmlSaxParser::OnCharacters(unsigned char const* text, std::size_t length) {
     // A block that grows where it stands: a long text comes in thousands of pieces.
     bool const isBlock = characterBuffer != nullptr && characterBuffer != characterData.data();
     auto* const block = static_cast<unsigned char*>(std::realloc(isBlock ? characterBuffer : nullptr, total));
-    if (block == nullptr) throw BaseException(5);
+    if (block == nullptr) throw BaseException(ErrorId::OutOfMemory);
     if (!isBlock) std::memcpy(block, characterData.data(), characterBufferSize);
     characterBuffer = block;
   }

@@ -67,7 +67,7 @@ XmlTree::XmlTree(wstring const& path) : XmlTree() {
 }
 
 XmlTree::XmlTree(XmlTree const* source) : XmlTree() {
-  if (!source) throw BaseException(1);
+  if (!source) throw BaseException(ErrorId::InvalidArgument);
   SetFilename(source->filename);
   compression = source->compression;
   doCutValues = source->doCutValues;
@@ -110,13 +110,13 @@ bool XmlTree::Read() {
 /// Returns whether the file is well-formed. It is read to its end in any case, so that damage in it is always reported.
 bool XmlTree::parseFile(detail::TreeBuilder& builder, detail::XmlEventOptions const& options) const {
   platform::File file = ReportOutOfMemory([this] { return platform::File::OpenForReading(filename); });
-  if (!file.IsOpen()) throw ReportOutOfMemory([this] { return FileIOException(2003, filename); });
+  if (!file.IsOpen()) throw ReportOutOfMemory([this] { return FileIOException(ErrorId::FileOpen, filename); });
   detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::read);
   detail::XmlEventParser parser(builder, options);
   auto const buffer = ReportOutOfMemory([] { return std::make_unique_for_overwrite<char[]>(pieceSize); });
   for (std::uint64_t size = 0;;) {
     auto const count = stream.Read({buffer.get(), pieceSize});
-    if (!count) throw ReportOutOfMemory([this] { return FileIOException(2004, filename); });
+    if (!count) throw ReportOutOfMemory([this] { return FileIOException(ErrorId::FileRead, filename); });
     if (*count == 0) break;
     RequireAtMost(documentSize, size += *count, maxBytes);
     parser.Feed({buffer.get(), *count});
@@ -181,7 +181,7 @@ bool XmlTree::Write() const {
   std::string const text = makeText(true);
   return ReportOutOfMemory([&] {
     platform::File file = platform::File::CreateForWriting(filename);
-    if (!file.IsOpen()) throw FileIOException(2002, filename);
+    if (!file.IsOpen()) throw FileIOException(ErrorId::FileCreate, filename);
     bool isWritten;
     if (compression == 0) {
       isWritten = file.Write(text) && file.Close();
@@ -189,7 +189,7 @@ bool XmlTree::Write() const {
       detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::write);
       isWritten = stream.Write(text) && stream.Close();
     }
-    if (!isWritten) throw FileIOException(2001, filename);
+    if (!isWritten) throw FileIOException(ErrorId::FileWrite, filename);
     return true;
   });
 }
@@ -205,7 +205,7 @@ std::string const& XmlTree::WriteBuffer() const {
 }
 
 std::string XmlTree::makeText(bool isFormatted) const {
-  if (!root) throw BaseException(27);
+  if (!root) throw BaseException(ErrorId::InvalidXmlNode);
   detail::XmlScope const scope;
   detail::SetKeepBlanks(false);
   return ReportOutOfMemory([&] {

@@ -76,7 +76,7 @@ ZamXmlOutStream::~ZamXmlOutStream() {
 
 void ZamXmlOutStream::Open(wstring const& filename) {
   bool const isOpen = compressedFile || (fileStream && fileStream->is_open());
-  if (isOpen) throw XmlException(3003);
+  if (isOpen) throw XmlException(ErrorId::FileAlreadyOpen);
   handOver();  // what was written without a file mustn't get into this one
   if (storageType == StorageFile || storageType == StorageCompressed) {
     OpenFile(filename, storageType == StorageCompressed);
@@ -131,7 +131,7 @@ void ZamXmlOutStream::CreateNode(std::string const& name) {
 }
 
 void ZamXmlOutStream::CloseNode(std::string const& name) {
-  if (nodeStack.empty() || nodeStack.top() != name) throw XmlException(3002);
+  if (nodeStack.empty() || nodeStack.top() != name) throw XmlException(ErrorId::XmlNodeNotClosable);
   char* out = makeRoom(name.size() + 4);
   if (tagOpen) out = Put(out, '>');
   out = Put(out, "</");
@@ -204,7 +204,7 @@ void ZamXmlOutStream::OpenFile(wstring const& filename, bool compressed) {
   ReportOutOfMemory([&] {
     if (compressed) {
       platform::File file = platform::File::CreateForWriting(filename);
-      if (!file.IsOpen()) throw FileIOException(2002, filename);
+      if (!file.IsOpen()) throw FileIOException(ErrorId::FileCreate, filename);
       compressedFile = std::make_unique<detail::GzipFile>(std::move(file), detail::GzipFile::Mode::write);
       return;
     }
@@ -214,7 +214,7 @@ void ZamXmlOutStream::OpenFile(wstring const& filename, bool compressed) {
     *lock = platform::File::CreateForWriting(filename);
     errno = 0;
     if (lock->IsOpen()) plain->open(path, std::ios_base::out);
-    if (lock->IsOpen() && plain->fail() && errno == ENOMEM) throw BaseException(5);
+    if (lock->IsOpen() && plain->fail() && errno == ENOMEM) throw BaseException(ErrorId::OutOfMemory);
     fileStream = std::move(plain);
     fileLock = std::move(lock);
   });
@@ -232,7 +232,7 @@ void ZamXmlOutStream::closeFiles() {
 }
 
 void ZamXmlOutStream::requireOpenTag() const {
-  if (nodeStack.empty() || !tagOpen) throw XmlException(3001);
+  if (nodeStack.empty() || !tagOpen) throw XmlException(ErrorId::NoOpenXmlNode);
 }
 
 void ZamXmlOutStream::addValue(std::string const& name, std::u16string_view value) {
@@ -265,7 +265,7 @@ char* ZamXmlOutStream::makeRoom(std::size_t size) {
 }
 
 char* ZamXmlOutStream::makeRoomForValue(std::size_t others, std::u16string_view value) {
-  if (!encodingHandler) throw BaseException(17);
+  if (!encodingHandler) throw BaseException(ErrorId::GeneralFailure);
   return makeRoom(others + detail::EscapedCapacity(value.size()));
 }
 
