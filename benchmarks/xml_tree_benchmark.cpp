@@ -1,5 +1,6 @@
-// Reading a document of 20 MB into a tree, plain and gzip, alone and with the release of the tree: ours by both ways,
-// libxml2's document model and pugixml. `MB` is the heap that the tree takes, `peak_MB` the most memory meanwhile.
+// Reading a document of 20 MB into a tree, plain and gzip, alone, with the release of the tree, and with a look at each
+// name, attribute and text before that: ours by both ways, libxml2's document model, as it is by default and with short
+// texts inside of its nodes, and pugixml. `MB` is the heap that the tree takes, `peak_MB` the most memory meanwhile.
 // Every measurement begins with a heap as a new process has it, or some would pay for what others have left behind.
 #include <benchmark/benchmark.h>
 #include <libxml/parser.h>
@@ -60,8 +61,9 @@ struct ZamRead2 {
   ZaM::XmlTree tree;
 };
 
+template <int options>
 struct Libxml2 {
-  explicit Libxml2(std::string const& file) : document(xmlReadFile(file.c_str(), nullptr, XML_PARSE_NOBLANKS)) {}
+  explicit Libxml2(std::string const& file) : document(xmlReadFile(file.c_str(), nullptr, options)) {}
   Libxml2(Libxml2 const&) = delete;
   ~Libxml2() { xmlFreeDoc(document); }
   xmlDocPtr document;
@@ -85,6 +87,47 @@ struct Pugixml {
   }
   pugi::xml_document document;
 };
+
+std::size_t look(ZaM::XmlNode const& node) {
+  if (node.IsContent()) return node.GetContent().size();
+  std::size_t size = node.GetName().size();
+  for (ZaM::XmlProperty const* property : node.GetProperties()) {
+    size += property->GetName().size() + property->GetValue().size();
+  }
+  for (ZaM::XmlNode const* child : node.GetChildren()) size += look(*child);
+  return size;
+}
+
+std::size_t look(xmlNode const& node) {
+  auto const length = [](xmlChar const* text) { return static_cast<std::size_t>(xmlStrlen(text)); };
+  if (node.type != XML_ELEMENT_NODE) return length(node.content);
+  std::size_t size = length(node.name);
+  for (xmlAttr const* attribute = node.properties; attribute != nullptr; attribute = attribute->next) {
+    size += length(attribute->name) + (attribute->children ? length(attribute->children->content) : 0);
+  }
+  for (xmlNode const* child = node.children; child != nullptr; child = child->next) size += look(*child);
+  return size;
+}
+
+std::size_t look(pugi::xml_node const& node) {
+  std::size_t size = std::string_view(node.name()).size() + std::string_view(node.value()).size();
+  for (pugi::xml_attribute const& attribute : node.attributes()) {
+    size += std::string_view(attribute.name()).size() + std::string_view(attribute.value()).size();
+  }
+  for (pugi::xml_node const& child : node.children()) size += look(child);
+  return size;
+}
+
+template <class Tree>
+std::size_t lookAtAll(Tree const& tree) {
+  if constexpr (requires { tree.tree; }) {
+    return look(*tree.tree.GetRoot());
+  } else if constexpr (std::is_same_v<Tree, Pugixml>) {
+    return look(tree.document.document_element());
+  } else {
+    return look(*xmlDocGetRootElement(tree.document));
+  }
+}
 
 double heapInUse() {
   struct mallinfo2 const info = mallinfo2();
@@ -128,6 +171,11 @@ void readAndRelease(benchmark::State& state, std::string const& file) {
   for (auto _ : state) benchmark::DoNotOptimize(std::make_unique<Tree>(file).get());
 }
 
+template <class Tree>
+void readLookAndRelease(benchmark::State& state, std::string const& file) {
+  for (auto _ : state) benchmark::DoNotOptimize(lookAtAll(Tree(file)));
+}
+
 void add(std::string const& name, std::function<void(benchmark::State&)> const& function) {
   benchmark::RegisterBenchmark(name.c_str(), function)
       ->Setup([](benchmark::State const&) { malloc_trim(0); })
@@ -140,9 +188,12 @@ void addFamilies(std::string const& name, std::string const& file) {
   auto const addVariant = [&]<class Tree>(std::string const& variant, std::type_identity<Tree>) {
     add(name + variant, [file](benchmark::State& state) { read<Tree>(state, file); });
     add(name + "_and_release" + variant, [file](benchmark::State& state) { readAndRelease<Tree>(state, file); });
+    add(name + "_look_and_release" + variant,
+        [file](benchmark::State& state) { readLookAndRelease<Tree>(state, file); });
   };
   addVariant("/zam", std::type_identity<Zam>());
-  addVariant("/libxml2", std::type_identity<Libxml2>());
+  addVariant("/libxml2", std::type_identity<Libxml2<0>>());
+  addVariant("/libxml2_compact", std::type_identity<Libxml2<XML_PARSE_COMPACT>>());
   addVariant("/pugixml", std::type_identity<Pugixml>());
 }
 
