@@ -83,9 +83,9 @@ struct XmlNode::Properties {
   }
 
   [[nodiscard]] XmlProperty* Find(wstring const& propertyName) const {
-    if (!byName.empty()) {
-      auto const found = byName.find(propertyName);
-      return found == byName.end() ? nullptr : found->second;
+    if (byName) {
+      auto const found = byName->find(propertyName);
+      return found == byName->end() ? nullptr : found->second;
     }
     auto const found = std::find_if(list.begin(), list.end(),
                                     [&](XmlProperty const* property) { return property->GetName() == propertyName; });
@@ -93,18 +93,17 @@ struct XmlNode::Properties {
   }
 
   /// The name is new here.
-  XmlProperty* Add(wstring const& propertyName, wstring const& value) {
-    auto property = std::make_unique<XmlProperty>(propertyName, value);
+  XmlProperty* Add(std::unique_ptr<XmlProperty> property) {
     std::list<XmlProperty*> entry{property.get()};
-    if (byName.empty() && list.size() >= mostUnmapped) map();
-    if (!byName.empty()) byName.emplace(propertyName, property.get());
+    if (!byName && list.size() >= mostUnmapped) map();
+    if (byName) byName->emplace(property->GetName(), property.get());
     list.splice(list.end(), entry);
     return property.release();
   }
 
   void Remove(wstring const& propertyName) {
     list.remove(Find(propertyName));
-    byName.erase(propertyName);
+    if (byName) byName->erase(propertyName);
   }
 
   /// What XmlNode::attributeWord says; null where nobody has looked.
@@ -121,12 +120,12 @@ struct XmlNode::Properties {
 
  private:
   void map() {
-    std::map<wstring, XmlProperty*> all;
-    for (XmlProperty* property : list) all.emplace(property->GetName(), property);
-    byName.swap(all);
+    auto all = std::make_unique<std::map<wstring, XmlProperty*>>();
+    for (XmlProperty* property : list) all->emplace(property->GetName(), property);
+    byName = std::move(all);
   }
 
-  std::map<wstring, XmlProperty*> byName;  // the same; empty while there are few
+  std::unique_ptr<std::map<wstring, XmlProperty*>> byName;  // the same; null while there are few
 };
 
 XmlNode::XmlNode(wstring const& elementName)
@@ -169,7 +168,7 @@ void XmlNode::copyOwnData(XmlNode const& source) {
   if (!source.content.IsEmpty()) SetContent(source.content.Copy());
   initialized = source.initialized;
   source.forEachAttribute([this](wstring const& propertyName, wstring const& value) {
-    ReportOutOfMemory([&] { makeProperties().Add(propertyName, value); });
+    ReportOutOfMemory([&] { makeProperties().Add(std::make_unique<XmlProperty>(propertyName, value)); });
   });
 }
 
@@ -217,7 +216,8 @@ XmlNode::Properties& XmlNode::makeProperties() const {
     auto properties = std::make_unique<Properties>();
     if (detail::StoredAttributes const* const stored = Properties::StoredIn(held)) {
       for (auto const& entry : stored->Entries()) {
-        properties->Add(*entry.name, detail::ToWide(stored->Value(entry)));
+        wstring value = detail::ToWide(stored->Value(entry));
+        properties->Add(std::unique_ptr<XmlProperty>(new XmlProperty(*entry.name, std::move(value))));
       }
     }
     return properties;
@@ -337,7 +337,8 @@ Iterator* XmlNode::CreateIterator() {
 XmlProperty* XmlNode::AddProperty(wstring const& propertyName, wstring const& value) {
   return ReportOutOfMemory([&] {
     Properties& properties = makeProperties();
-    return properties.Find(propertyName) ? nullptr : properties.Add(propertyName, value);
+    if (properties.Find(propertyName)) return static_cast<XmlProperty*>(nullptr);
+    return properties.Add(std::make_unique<XmlProperty>(propertyName, value));
   });
 }
 

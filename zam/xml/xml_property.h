@@ -2,6 +2,8 @@
 #ifndef ZAM_XML_XML_PROPERTY_H
 #define ZAM_XML_XML_PROPERTY_H
 
+#include <utility>
+
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/export.h"
 #include "zam/foundation/types.h"
@@ -32,6 +34,12 @@ class ZAM_EXPORT XmlProperty {
   wstring const& SetValue(wstring const& newValue) { return value = newValue; }
 
  private:
+  friend class XmlNode;
+
+  /// Takes the value over.
+  XmlProperty(wstring const& propertyName, wstring&& propertyValue)
+      : name(propertyName), value(std::move(propertyValue)) {}
+
   detail::Reporting<wstring> name;
   detail::Reporting<wstring> value;
 };
