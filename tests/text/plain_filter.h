@@ -10,43 +10,32 @@
 
 namespace ZaM::test {
 
-/// How the symbols go on from the first unit of a range to its last.
-enum class Course { same, ascending, digits, cyrillicExtras };
-
-/// A range of 16-bit units. It ends where the next one begins.
+/// A range of 16-bit units with one symbol, or with symbols that ascend. It ends where the next one begins.
 struct Range {
   char16_t first;
-  Course course;
   unsigned char symbol;
+  bool ascends;
 };
 
 inline constexpr Range rangesBehindLatin1[] = {
-    {0x0100, Course::same, 0},        {0x0391, Course::ascending, 26},     {0x03AA, Course::same, 0},
-    {0x03B1, Course::ascending, 26},  {0x03D8, Course::same, 0},           {0x03F0, Course::ascending, 65},
-    {0x03FA, Course::same, 0},        {0x0400, Course::cyrillicExtras, 0}, {0x0410, Course::ascending, 26},
-    {0x0430, Course::ascending, 26},  {0x0450, Course::cyrillicExtras, 0}, {0x0460, Course::same, 0},
-    {0x0531, Course::ascending, 26},  {0x0557, Course::same, 0},           {0x0559, Course::same, 1},
-    {0x055C, Course::same, 0},        {0x0561, Course::ascending, 26},     {0x0587, Course::same, 0},
-    {0x0591, Course::ascending, 61},  {0x05B0, Course::same, 1},           {0x05C0, Course::same, 0},
-    {0x05D0, Course::ascending, 26},  {0x05F3, Course::same, 0},           {0x0610, Course::ascending, 170},
-    {0x0616, Course::same, 0},        {0x0621, Course::ascending, 27},     {0x0623, Course::same, 26},
-    {0x0626, Course::ascending, 32},  {0x0640, Course::same, 1},           {0x0641, Course::ascending, 59},
-    {0x064B, Course::same, 1},        {0x0653, Course::same, 69},          {0x0654, Course::same, 26},
-    {0x0656, Course::same, 1},        {0x0659, Course::same, 0},           {0x0660, Course::digits, 16},
-    {0x066A, Course::same, 0},        {0x0670, Course::same, 1},           {0x0671, Course::ascending, 70},
-    {0x06D5, Course::same, 0},        {0x06D6, Course::ascending, 176},    {0x06F0, Course::digits, 16},
-    {0x06FA, Course::ascending, 202}, {0x0700, Course::same, 0},           {0x2E80, Course::same, 241},
-    {0x2FE0, Course::same, 0},        {0x3040, Course::same, 241},         {0xD7B0, Course::same, 0},
-    {0xD800, Course::same, 241},      {0xE000, Course::same, 0},           {0xF900, Course::same, 241},
-    {0xFB00, Course::same, 0}};
+    {0x0100, 0, false},  {0x0391, 26, true},   {0x03AA, 0, false},   {0x03B1, 26, true},   {0x03D8, 0, false},
+    {0x03F0, 65, true},  {0x03FA, 0, false},   {0x0410, 26, true},   {0x0430, 26, true},   {0x0460, 0, false},
+    {0x0531, 26, true},  {0x0557, 0, false},   {0x0559, 1, false},   {0x055C, 0, false},   {0x0561, 26, true},
+    {0x0587, 0, false},  {0x0591, 61, true},   {0x05B0, 1, false},   {0x05C0, 0, false},   {0x05D0, 26, true},
+    {0x05F3, 0, false},  {0x0610, 170, true},  {0x0616, 0, false},   {0x0621, 27, true},   {0x0623, 26, false},
+    {0x0626, 32, true},  {0x0640, 1, false},   {0x0641, 59, true},   {0x064B, 1, false},   {0x0653, 69, false},
+    {0x0654, 26, false}, {0x0656, 1, false},   {0x0659, 0, false},   {0x0660, 16, true},   {0x066A, 0, false},
+    {0x0670, 1, false},  {0x0671, 70, true},   {0x06D5, 0, false},   {0x06D6, 176, true},  {0x06F0, 16, true},
+    {0x06FA, 202, true}, {0x0700, 0, false},   {0x2E80, 241, false}, {0x2FE0, 0, false},   {0x3040, 241, false},
+    {0xD7B0, 0, false},  {0xD800, 241, false}, {0xE000, 0, false},   {0xF900, 241, false}, {0xFB00, 0, false}};
 
-/// The letter that each byte from 0x30 on folds to; "." separates, "!" and "?" are the symbols 55 and 56.
+/// The letter that each byte from 0x30 on folds to; "^" and "_" go on behind "Z", and "." separates.
 inline constexpr std::string_view latin1Letters =
     "0123456789......."
     "ABCDEFGHIJKLMNOPQRSTUVWXYZ......"
     "ABCDEFGHIJKLMNOPQRSTUVWXYZ....."
     "................................................................"
-    "AAAAEFSSSEEEENOPQRSOOOOXYUUUU!?S"
+    "AAAAEFSSSEEEENOPQRSOOOOXYUUUU^_S"
     ".AAAE..SSEEEE......OOOO..UUUU...";
 static_assert(latin1Letters.size() == 0x100 - 0x30);
 
@@ -54,29 +43,18 @@ inline unsigned char SymbolOfLatin1(unsigned int byte, bool useDigits) {
   if (byte < 0x30) return 0;
   char const letter = latin1Letters[byte - 0x30];
   if (letter == '.') return 0;
-  if (letter == '!') return 55;
-  if (letter == '?') return 56;
   if (letter >= 'A') return static_cast<unsigned char>(letter - 'A' + 26);
   return useDigits ? static_cast<unsigned char>(letter - '0' + 16) : 0;
 }
 
 inline unsigned char SymbolOf(char16_t unit, bool useDigits) {
   if (unit < 0x100) return SymbolOfLatin1(unit, useDigits);
-  constexpr unsigned char extras[] = {31, 56, 30, 29, 31, 48, 34, 34, 55, 37, 39, 49, 36, 34, 45, 49};
+  constexpr unsigned char cyrillicExtras[] = {31, 56, 30, 29, 31, 48, 34, 34, 55, 37, 39, 49, 36, 34, 45, 49};
+  if (unit >> 4 == 0x40 || unit >> 4 == 0x45) return cyrillicExtras[unit & 0xF];
   auto range = std::begin(rangesBehindLatin1);
   while (range + 1 != std::end(rangesBehindLatin1) && range[1].first <= unit) ++range;
-  auto const step = static_cast<unsigned int>(unit - range->first);
-  switch (range->course) {
-    case Course::same:
-      return range->symbol;
-    case Course::ascending:
-      return static_cast<unsigned char>(range->symbol + step);
-    case Course::digits:
-      return useDigits ? static_cast<unsigned char>(range->symbol + step) : 0;
-    case Course::cyrillicExtras:
-      return extras[step];
-  }
-  return 0;
+  auto const symbol = range->symbol + (range->ascends ? unit - range->first : 0);
+  return symbol >= 16 && symbol < 26 && !useDigits ? 0 : static_cast<unsigned char>(symbol);
 }
 
 /// What comes of a text.

@@ -15,31 +15,6 @@ namespace {
 
 using test::Settings;
 
-class EveryKernel : public testing::TestWithParam<test::Kernel> {
- protected:
-  void SetUp() override {
-    if (!GetParam().runs) GTEST_SKIP() << "This processor has no instructions for " << GetParam().name << ".";
-  }
-
-  template <class Unit>
-  void ExpectPlainStream(std::basic_string<Unit> const& text, Settings settings) {
-    auto const expected = test::FilterPlainly(text, settings);
-    Ref<AsciiTextFilter>& user = filter[settings.useDigits];
-    user->SetMinWordLen(static_cast<unsigned char>(settings.minWordLen));
-    ASSERT_EQ(test::Difference(*user, GetParam(), text, settings, expected), "")
-        << text.size() << " units, minimum length " << settings.minWordLen << ", size " << settings.outSize;
-  }
-
-  template <class Unit>
-  void ExpectPlainStreamsOfRandomTexts();
-
-  Ref<AsciiTextFilter> filter[2] = {Ref<AsciiTextFilter>(AsciiTextFilter::Create(1, false)),
-                                    Ref<AsciiTextFilter>(AsciiTextFilter::Create(1, true))};
-};
-
-INSTANTIATE_TEST_SUITE_P(TextFilter, EveryKernel, testing::ValuesIn(test::Kernels()),
-                         [](auto const& tested) { return tested.param.name; });
-
 /// Text whose words, gaps and oddities are short or about as long as a block by chance.
 template <class Unit>
 struct TextMaker {
@@ -58,9 +33,7 @@ struct TextMaker {
       text.append(Below(20) == 0 ? 50 + Below(90) : 1 + Below(9),
                   OneOf(u"aZ7\u00E4\u0436\u03B1\u05D0\u0627\u06D4\u0640\u05B0", wide ? 11 : 4));
       if (Below(8) == 0) text += static_cast<Unit>(engine());
-      for (auto count = withIdeographs && Below(3) == 0 ? 1 + Below(9) : 0; count > 0; --count) {
-        text += OneOf(ideographs);
-      }
+      for (auto n = withIdeographs && Below(3) == 0 ? 1 + Below(9) : 0; n > 0; --n) text += OneOf(ideographs);
       if (Below(12) != 0) text.append(Below(6) == 0 ? 1 + Below(70) : 1 + Below(2), Unit{' '});
     }
     text.resize(length);
@@ -71,29 +44,46 @@ struct TextMaker {
   std::mt19937 engine{1};
 };
 
-template <class Unit>
-void EveryKernel::ExpectPlainStreamsOfRandomTexts() {
-  constexpr unsigned int minWordLens[] = {0, 1, 2, 3, 4, 7, 31, 62, 63, 64, 65, 128, 255};
-  TextMaker<Unit> maker;
-  for (int round = 0; round < 1000 && !HasFatalFailure(); ++round) {
-    auto const text = maker.Make(maker.Below(round % 50 == 0 ? 6000 : round % 2 == 0 ? 70 : 300));
-    Settings settings{minWordLens[maker.Below(round % 3 == 0 ? 13 : 4)], maker.Below(4) != 0, 0};
-    settings.outSize = static_cast<std::int64_t>(4 * text.size() + 3);
-    auto const needed = test::FilterPlainly(text, settings).Size();
-    ExpectPlainStream(text, settings);
-    for (auto const size : {needed, needed - 1, needed + 2 - static_cast<std::int64_t>(maker.Below(12)),
-                            static_cast<std::int64_t>(maker.Below(12))}) {
-      settings.outSize = std::max<std::int64_t>(size, 0);
+class EveryKernel : public testing::TestWithParam<test::Kernel> {
+ protected:
+  void SetUp() override {
+    if (!GetParam().runs) GTEST_SKIP() << "This processor has no instructions for " << GetParam().name << ".";
+  }
+
+  template <class Unit>
+  void ExpectPlainStream(std::basic_string<Unit> const& text, Settings settings) {
+    AsciiTextFilter& user = *filters[settings.useDigits];
+    user.SetMinWordLen(static_cast<unsigned char>(settings.minWordLen));
+    ASSERT_EQ(test::Difference(user, GetParam(), text, settings, test::FilterPlainly(text, settings)), "")
+        << text.size() << " units, minimum length " << settings.minWordLen << ", size " << settings.outSize;
+  }
+
+  template <class Unit>
+  void ExpectPlainStreamsOfRandomTexts() {
+    constexpr unsigned int minWordLens[] = {0, 1, 2, 3, 4, 7, 31, 62, 63, 64, 65, 128, 255};
+    TextMaker<Unit> maker;
+    for (int round = 0; round < 1500 && !HasFatalFailure(); ++round) {
+      auto const text = maker.Make(maker.Below(round % 50 == 0 ? 6000 : round % 2 == 0 ? 70 : 300));
+      Settings settings{minWordLens[maker.Below(round % 3 == 0 ? 13 : 4)], maker.Below(4) != 0, 0};
+      settings.outSize = static_cast<std::int64_t>(4 * text.size() + 3);
+      auto const needed = test::FilterPlainly(text, settings).Size();
       ExpectPlainStream(text, settings);
+      for (auto const size : {needed, needed - 1, needed + 2 - static_cast<std::int64_t>(maker.Below(12)),
+                              static_cast<std::int64_t>(maker.Below(12))}) {
+        settings.outSize = std::max<std::int64_t>(size, 0);
+        ExpectPlainStream(text, settings);
+      }
     }
   }
-}
 
-TEST_P(EveryKernel, FiltersBytesAsThePlainRulesDo) {
+  Ref<AsciiTextFilter> filters[2]{Ref(AsciiTextFilter::Create(1, false)), Ref(AsciiTextFilter::Create(1, true))};
+};
+
+INSTANTIATE_TEST_SUITE_P(TextFilter, EveryKernel, testing::ValuesIn(test::Kernels()),
+                         [](auto const& tested) { return tested.param.name; });
+
+TEST_P(EveryKernel, FiltersAsThePlainRulesDo) {
   ExpectPlainStreamsOfRandomTexts<char>();
-}
-
-TEST_P(EveryKernel, Filters16BitTextAsThePlainRulesDo) {
   ExpectPlainStreamsOfRandomTexts<wchar>();
 }
 
@@ -108,23 +98,6 @@ TEST_P(EveryKernel, GivesEveryCharacterItsSymbol) {
   }
 }
 
-TEST_P(EveryKernel, FindsWordsOfAnyLengthAtAnyPlaceOfABlock) {
-  constexpr std::size_t lengths[] = {1, 2, 31, 32, 33, 62, 63, 64, 65, 127, 128, 255};
-  for (auto const length : lengths) {
-    for (std::size_t before = 0; before < 66; ++before) {
-      auto const minWordLen = static_cast<unsigned int>(length + before % 2);
-      auto const text = std::string(before, ' ') + std::string(length, 'a') + " b " + std::string(80, ',') + "cd";
-      ExpectPlainStream(text, {minWordLen % 256, true, 1000});
-      std::u16string wide(text.begin(), text.end());
-      wide[before + length] = u'\u3042';  // behind the word's last letter
-      ExpectPlainStream(wide, {minWordLen % 256, true, 1000});
-      wide[before + length] = u' ';
-      wide[before] = u'\xD840';  // before its second
-      ExpectPlainStream(wide, {minWordLen % 256, true, 1000});
-    }
-  }
-}
-
 /// Streams told by hand, for the plain rules too.
 TEST(PlainRules, FilterKnownTexts) {
   struct {
@@ -135,7 +108,6 @@ TEST(PlainRules, FilterKnownTexts) {
   } const cases[] = {
       {u"  ab cd", {1, true, 64}, {0, 26, 27, 0, 28, 29, 0}, {1, 2, 3, 4, 5, 6, 7}},
       {u"a1 b", {2, true, 64}, {0, 26, 17, 0}, {0, 0, 1, 2}},
-      {u"a1 b", {1, false, 64}, {0, 26, 0, 27, 0}, {0, 0, 1, 3, 4}},
       {u"\u3042\u3043", {1, true, 64}, {0, 26, 37, 36, 0, 26, 37, 37, 0}, {0, 0, 0, 0, 0, 1, 1, 1, 1}},
       {u"ab\u3042cd", {3, true, 64}, {0, 26, 27, 26, 37, 36, 0}, {0, 0, 1, 2, 2, 2, 2}},
       {u"\u0640a\u0640", {3, true, 64}, {0, 26, 0}, {0, 1, 2}},
@@ -153,8 +125,7 @@ TEST(PlainRules, FilterKnownTexts) {
     EXPECT_EQ(plain.bytes, bytes);
     EXPECT_EQ(plain.positions, positions);
   }
-  EXPECT_EQ(test::FilterPlainly(std::string_view("\xC4\xE0 cdefgh i"), {1, true, 9}).bytes,
-            (std::vector<unsigned char>{0, 30, 0}));
+  EXPECT_EQ(test::FilterPlainly("\xC4\xE0 cdefgh i", {1, true, 9}).bytes, (std::vector<unsigned char>{0, 30, 0}));
 }
 
 TEST(AsciiTextFilter, TakesNullForNothingAndBelievesTheGreatestSize) {
@@ -175,22 +146,18 @@ TEST(AsciiTextFilter, CopiesItsSettingsItsTablesAndItsCount) {
   auto* const source = AsciiTextFilter::Create(2, false);
   source->AddRefCount();
   auto* const copy = new AsciiTextFilter(*source);
-  EXPECT_EQ(copy->AddRefCount(), 3);
   auto* const assigned = AsciiTextFilter::Create(9, true);
-  source->Release();
   *assigned = *copy;
-  EXPECT_EQ(assigned->Release(), 2);
-  *assigned = *source;
   source->SetUseDigits(true);
   source->SetMinWordLen(3);
   for (auto* const filter : {copy, assigned}) {
-    EXPECT_FALSE(filter->GetUseDigits());
     char out[9];
     EXPECT_EQ(std::string(out, filter->FilterTextA("ab1c de", 7, out, 9)), std::string("\0\x1A\x1B\0\x1D\x1E\0", 7));
+    EXPECT_EQ(filter->AddRefCount(), 3);
   }
-  EXPECT_EQ(source->Release(), 0);
-  EXPECT_EQ(assigned->Release(), 0);
-  while (copy->Release() > 0) continue;
+  for (auto* const filter : {source, copy, assigned}) {
+    while (filter->Release() > 0) continue;
+  }
 }
 
 TEST(AsciiTextFilter, RebuildsItsTablesAndShowsTheSameBytesWithDigitsAndWithout) {

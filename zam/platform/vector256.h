@@ -255,12 +255,14 @@ struct Vector256 {
   }
 
   ZAM_VECTOR256_INLINE static void StoreKept16(std::uint64_t keep, __m128i bytes, unsigned char* to) {
-    auto const* const places = reinterpret_cast<double const*>(detail::placesOfBits.of);
-    auto const both = _mm_loadh_pd(_mm_load_sd(places + (keep & 0xFF)), places + (keep >> 8 & 0xFF));
-    auto const inHalves = _mm_add_epi8(_mm_castpd_si128(both), _mm_set_epi64x(0x0808080808080808, 0));
+    auto const first = detail::placesOfBits.of[keep & 0xFF];
+    auto const second = detail::placesOfBits.of[keep >> 8 & 0xFF];
+    auto const both = _mm_set_epi64x(static_cast<std::int64_t>(second), static_cast<std::int64_t>(first));
+    auto const inHalves = _mm_add_epi8(both, _mm_set_epi64x(0x0808080808080808, 0));
     auto const kept = _mm_shuffle_epi8(bytes, inHalves);
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(to), kept);
-    _mm_storeh_pd(reinterpret_cast<double*>(to + std::popcount(keep & 0xFF)), _mm_castsi128_pd(kept));
+    std::int64_t const halves[] = {kept[0], kept[1]};
+    std::memcpy(to, &halves[0], sizeof halves[0]);
+    std::memcpy(to + std::popcount(keep & 0xFF), &halves[1], sizeof halves[1]);
   }
 };
 
