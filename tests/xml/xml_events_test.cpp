@@ -8,6 +8,8 @@
 #include <utility>
 
 #include "tests/support/temporary_folder.h"
+#include "zam/xml/libxml2_events.h"
+#include "zam/xml/xml_event_shaper.h"
 
 namespace ZaM::detail::test {
 namespace {
@@ -107,6 +109,68 @@ TEST(XmlEventParser, TellsTheSameWhereverTheInputIsCut) {
       parser.Finish();
       ASSERT_EQ(recorder.log, events) << document << " cut at " << cut;
       EXPECT_TRUE(parser.IsWellFormed());
+    }
+  }
+}
+
+/// What is told up to a fault, but for the text right in front of it.
+template <class Parser>
+std::string eventsOf(Parser& parser, Recorder& recorder, std::string_view document, std::size_t cut) {
+  parser.Feed(document.substr(0, cut));
+  parser.Feed(document.substr(cut));
+  parser.Finish();
+  return recorder.log + (parser.IsWellFormed() ? "" : " malformed");
+}
+
+TEST(XmlEventParser, GoesOnWithLibxml2WhereverTheScannerStops) {
+  std::string const around = "<?xml version='1.0'?><!--c--><x:a xmlns:x='u'> <b> 1&#13;<c p='&lt;' q='2'/>";
+  std::string const documents[] = {
+      "<a>]]></a>",
+      "<a>1</a><b/>",
+      "<!--c--><!DOCTYPE a [<!ENTITY e '1<b/>'>]><a>&e;</a>",
+      "\xEF\xBB\xBF<!DOCTYPE a><a>\xC3\xA9</a>",
+      "<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>",
+      "<?xml version='1.1'?><a/>",
+      "<!--c--><?xml version='1.0'?><a/>",
+      "<?p?><a>1</b>",
+      "<a p='1' q='2' p='3'/>",
+      "<a p1='' p2='' p3='' p4='' p5='' p6='' p7='' p8='' p9='' p10='' p11='' p12='' p1=''/>",
+      "<a p=''q=''/>",
+      "<a p='<'/>",
+      "<a><!--1--2--></a>",
+      "<a><?xml 1?></a>",
+      "<a><?p1?2?><?p\x01?></a>",
+      "<a><![CDATA[1\x01]]></a>",
+      "<a>1<![CDATA[2]]>",
+      "<a>&#0;</a>",
+      "<a>&#xD800;</a>",
+      "<a p='&#x110000;'/>",
+      "<a>\xC0\x80</a>",
+      "<a>\xED\xA0\x80</a>",
+      "<a>\xEF\xBF\xBE</a>",
+      "<a>\xF4\x90\x80\x80</a>",
+      "<a p='\xC3'/>",
+      "<\xC3\x97/>",
+      "<a\xC2\xB7/><a/>",
+      "<\xC2\xB7/>",
+      "<1/>",
+      "<a",
+      "",
+      " <a/>",
+      around + "</b><d:e>&e;</d:e></x:a>",
+      around + " </b> </x:a>\n<c/>",
+      around + "\r\n<![CDATA[3\r\n]]>\r</b></x:b>"};
+  for (std::string const& document : documents) {
+    for (XmlEventOptions const options : {plain, withoutBlanks, model}) {
+      for (std::size_t cut = 0; cut <= document.size(); ++cut) {
+        Recorder expected;
+        XmlEventShaper shaper(expected, options);
+        Libxml2Events libxml2(shaper, {});
+        Recorder recorder;
+        XmlEventParser parser(recorder, options);
+        ASSERT_EQ(eventsOf(parser, recorder, document, cut), eventsOf(libxml2, expected, document, cut))
+            << document << " cut at " << cut;
+      }
     }
   }
 }

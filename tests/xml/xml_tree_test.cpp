@@ -404,7 +404,7 @@ TEST(XmlTree, RefusesDocumentsThatBlowUp) {
       "<!DOCTYPE a [<!ENTITY e '" + repeated("<b/>", 25'000) + "'>]><a>" + repeated("&e;", 10'000) + "</a>",
       "<!DOCTYPE a [<!ENTITY % e '" + big + "'>" + repeated("%e;", 10'000) + "]><a/>",
       nested + "]><a>&e8;</a>",
-      "<a" + attributes(100'000, "=''") + "/>",
+      "<!DOCTYPE a><a" + attributes(100'000, "=''") + "/>",
       "<!DOCTYPE a [<!ATTLIST b" + attributes(100'000, " CDATA 'x'") + ">]><a/>",
   };
   for (bool const substitute : {false, true}) {

@@ -19,6 +19,8 @@ constexpr std::string_view blanks = " \t\r\n";
 
 /// The ASCII characters of any of the encodings that declarations are read in.
 std::string Letters(std::string_view head) {
+  bool const isWide = head.substr(0, 4).find('\0') != head.npos || head.starts_with('\xFE') || head.starts_with('\xFF');
+  if (!isWide) return std::string(head.starts_with("\xEF\xBB\xBF") ? head.substr(3) : head);
   std::string letters;
   std::copy_if(head.begin(), head.end(), std::back_inserter(letters), [](char c) { return c > 0; });
   return letters;
@@ -67,7 +69,8 @@ bool IsHeadComplete(std::string_view head) {
 bool IsEncodingAllowed(std::string_view head) {
   if (head.starts_with("\x4C\x6F\xA7\x94")) return false;  // a declaration in EBCDIC
   std::string const letters = Letters(head);
-  if (!letters.starts_with("<?xml")) return true;
+  bool const isDeclared = letters.starts_with("<?xml") && blanks.find(letters.c_str()[5]) != blanks.npos;
+  if (!isDeclared) return true;
   std::string_view rest = std::string_view(letters).substr(0, letters.find("?>"));
   constexpr std::string_view word = "encoding";
   for (std::size_t place; (place = rest.find(word)) != rest.npos;) {

@@ -2,6 +2,7 @@
 #ifndef ZAM_XML_XML_EVENTS_H
 #define ZAM_XML_XML_EVENTS_H
 
+#include <cstddef>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -108,13 +109,16 @@ class XmlEventParser {
   void Feed(std::string_view bytes);
   void Finish();
 
+  /// Room for so many bytes. Those that are read into its beginning, and fed next, aren't copied.
+  [[nodiscard]] std::span<char> Room(std::size_t size);
+
   /// After Finish.
   [[nodiscard]] bool IsWellFormed() const;
 
  private:
-  class Libxml2;
+  class Parsers;
 
-  std::unique_ptr<Libxml2> libxml2;
+  std::unique_ptr<Parsers> parsers;
 };
 
 }  // namespace ZaM::detail

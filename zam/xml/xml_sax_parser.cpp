@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -77,6 +78,8 @@ class XmlSaxParser::Parse : public detail::XmlEventReceiver {
     if (outer == nullptr) parser.encodingHandler = nullptr;
   }
 
+  [[nodiscard]] std::span<char> Room(std::size_t size) { return events.Room(size); }
+
   void Feed(std::string_view bytes) {
     allowance += allowancePerByte * bytes.size();
     events.Feed(bytes);
@@ -136,13 +139,12 @@ void XmlSaxParser::ParseFile(wstring const& filename, XmlSaxCallback* callback) 
   if (!file.IsOpen()) throw Failure(ErrorId::FileOpen, filename);
   detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::read);
 
-  std::unique_ptr<char[]> const bytes =
-      ReportOutOfMemory([] { return std::make_unique_for_overwrite<char[]>(chunkSize); });
   for (;;) {
-    std::optional<std::size_t> const count = stream.Read({bytes.get(), chunkSize});
+    std::span<char> const room = document.Room(chunkSize);
+    std::optional<std::size_t> const count = stream.Read(room);
     if (!count) throw Failure(ErrorId::FileRead, filename);
     if (*count == 0) break;
-    document.Feed({bytes.get(), *count});
+    document.Feed({room.data(), *count});
   }
   document.Finish();
 }

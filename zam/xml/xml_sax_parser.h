@@ -52,12 +52,15 @@ namespace ZaM {
 ///   families, GB2312, GBK, GB18030 and Big5. A document that names another counts as malformed. For all but the first
 ///   two, ASCII and ISO-8859-1, the C library opens its own tables.
 ///
-/// Limits, each with a LimitExceededException where it is passed, after the events in front of that place: 4,096
-///   attributes on one element; 50,000 different names; 500,000 bytes of declarations, and 10,000 declared attributes
-///   and as many values in lists; references to entities that stand for more than 1,000,000 bytes and for more than 5
-///   times the document, each reference counted with 20 bytes on top, or that nest deeper than libxml2 takes; in a
-///   document that declares entities, 50,000 bytes in a name and 10,000,000 in one tag, value, comment, processing
-///   instruction or CDATA section.
+/// Limits: a document in UTF-8 without a document type has none, and is parsed in time that is in proportion to its
+/// size;
+///   text is collected up to 4,294,967,295 bytes. Any other document, which libxml2 parses, has these, each with a
+///   LimitExceededException where it is passed, after the events in front of that place: 4,096 attributes on one
+///   element; 50,000 different names; 500,000 bytes of declarations, and 10,000 declared attributes and as many values
+///   in lists; references to entities that stand for more than 1,000,000 bytes and for more than 5 times the document,
+///   each reference counted with 20 bytes on top, or that nest deeper than libxml2 takes; in a document that declares
+///   entities, 50,000 bytes in a name and 10,000,000 in one tag, value, comment, processing instruction or CDATA
+///   section, in any other 10,000,000 and 1,000,000,000.
 ///
 /// Sequence: one parse after the other, each with the same parser or another. A callback may parse another document
 ///           with the parser that it was called by: that parse has a stack of its own, and the outer one goes on with
@@ -76,10 +79,11 @@ class ZAM_EXPORT XmlSaxParser {
   XmlSaxParser& operator=(XmlSaxParser const&) = delete;
   ~XmlSaxParser();
 
-  /// Parses a file in constant memory. A file that begins with the gzip signature is inflated while it is read, with
-  /// all of its gzip streams, and bytes behind them are ignored; any other is taken as it is. A gzip file that breaks
-  /// off is like a document that does. All of the file is read, also behind a fault in the document. While it is
-  /// parsed, the library's writers can't open it, and a file that one of them has open can't be opened here.
+  /// Parses a file in constant memory, but for the largest tag, comment or processing instruction in it. A file that
+  /// begins with the gzip signature is inflated while it is read, with all of its gzip streams, and bytes behind them
+  /// are ignored; any other is taken as it is. A gzip file that breaks off is like a document that does. All of the
+  /// file is read, also behind a fault in the document. While it is parsed, the library's writers can't open it, and a
+  /// file that one of them has open can't be opened here.
   void ParseFile(wstring const& filename, XmlSaxCallback* callback);
 
   /// Parses `size` bytes, which aren't inflated. Null is an empty document.

@@ -1,0 +1,105 @@
+// Any bytes as events, fed in pieces of any size: the library's own scanner, with libxml2 where it gives up, tells of
+// the same as libxml2 alone.
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "zam/foundation/exceptions.h"
+#include "zam/xml/libxml2_events.h"
+#include "zam/xml/xml_event_shaper.h"
+#include "zam/xml/xml_events.h"
+
+namespace {
+
+using namespace ZaM::detail;
+
+/// Writes down what it is told. Texts that nothing follows are kept apart: how much of the last one is told of in front
+/// of a fault is left open, and so is whether the end of the document is told of behind one.
+class Recorder : public XmlEventReceiver {
+ public:
+  void OnStartDocument() override { note("^"); }
+  void OnEndDocument() override { ends += '$'; }
+  void OnStartElement(XmlElement const& element) override {
+    note("<", element.name, element.localName);
+    for (auto const& [name, localName, value] : element.attributes) {
+      if (name.data()[name.size()] != 0 || value.data()[value.size()] != 0) std::abort();
+      note(" ", name, localName, value);
+    }
+  }
+  void OnEndElement(std::string_view name) override { note("/", name); }
+  void OnCharacters(std::string_view piece) override {
+    if (piece.empty()) std::abort();
+    add('T', piece);
+  }
+  void OnCData(std::string_view piece) override { add('C', piece); }
+  void OnComment(std::string_view comment) override { note("!", comment); }
+  void OnProcessingInstruction(std::string_view target, std::string_view data) override { note("?", target, data); }
+  void OnEntityReference(std::string_view name, std::string_view content) override { note("&", name, content); }
+
+  std::string log;
+  std::string text;
+  std::string ends;
+
+ private:
+  template <class... Parts>
+  void note(Parts... parts) {
+    log += std::exchange(text, {});
+    ((log.append(parts) += '\n'), ...);
+    kind = 0;
+  }
+  void add(char newKind, std::string_view piece) {
+    if (piece.empty()) return;
+    if (std::exchange(kind, newKind) != newKind) text += newKind;
+    text += piece;
+  }
+  char kind = 0;
+};
+
+template <class Parser>
+std::string parse(Parser& parser, Recorder const& recorder, std::string_view document, std::size_t pieceSize) {
+  std::string outcome;
+  try {
+    for (; !document.empty(); document.remove_prefix(std::min(document.size(), pieceSize))) {
+      parser.Feed(document.substr(0, pieceSize));
+    }
+    parser.Finish();
+    outcome = parser.IsWellFormed() ? "well-formed " + recorder.text + recorder.ends : "malformed";
+  } catch (ZaM::LimitExceededException const&) {
+    outcome = "limit";
+  }
+  return recorder.log + outcome;
+}
+
+std::string parseByLibxml2(std::string_view document, XmlEventOptions const& options, std::size_t pieceSize) {
+  Recorder recorder;
+  XmlEventShaper shaper(recorder, options);
+  Libxml2Events libxml2(shaper, {});
+  return parse(libxml2, recorder, document, pieceSize);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+  if (size < 2) return 0;
+  XmlEventOptions const options = {
+      .substitutesEntities = (data[0] & 1) != 0, .keepsBlanks = (data[0] & 2) != 0, .isModel = (data[0] & 4) != 0};
+  std::size_t const pieceSize = data[1] < 128 ? data[1] + std::size_t{1} : size;
+  std::string_view const document(reinterpret_cast<char const*>(data + 2), size - 2);
+
+  Recorder recorder;
+  XmlEventParser parser(recorder, options);
+  std::string const byUs = parse(parser, recorder, document, pieceSize);
+
+  // Where libxml2 tells a fault, or a comment `<!-->-->`, may depend on the pieces that it gets.
+  std::string const byLibxml2 = parseByLibxml2(document, options, document.size());
+  if (byUs != byLibxml2 && byUs != parseByLibxml2(document, options, pieceSize)) {
+    std::fprintf(stderr, "libxml2:\n%s\nscanner:\n%s\n", byLibxml2.c_str(), byUs.c_str());
+    std::abort();
+  }
+  return 0;
+}
