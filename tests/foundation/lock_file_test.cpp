@@ -5,17 +5,17 @@
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <poll.h>
-#include <pthread.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <ucontext.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -26,9 +26,9 @@
 #include <functional>
 #include <iterator>
 #include <list>
+#include <new>
 #include <random>
 #include <set>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -63,7 +63,7 @@ namespace fs = std::filesystem;
 
 constexpr int patience = 60'000;  // retries of a millisecond each, for what must succeed sooner or later
 void* const invalid = reinterpret_cast<void*>(-1);
-constexpr int notPermitted = 2;  // a process's exit code
+constexpr int notPermitted = 77;  // a process's exit code
 
 /// Waits for a byte: 1, or 0 where nobody has the other end any more.
 int BytesFrom(int pipeEnd) {
@@ -76,10 +76,11 @@ int BytesFrom(int pipeEnd) {
 class Process {
  public:
   explicit Process(std::function<int(Process&)> const& work) {
-    if (pipe(line) != 0 || (id = fork()) < 0) throw std::runtime_error("no process");
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, line) != 0 || (id = fork()) < 0) throw std::bad_alloc();
     setpgid(id, id);
-    if (id == 0) _exit(work(*this));
+    if (id == 0) std::swap(line[0], line[1]);
     close(line[1]);
+    if (id == 0) [&]() noexcept { _exit(work(*this)); }();
   }
   Process(Process const&) = delete;
   ~Process() {
@@ -88,9 +89,9 @@ class Process {
     close(line[0]);
   }
 
-  /// The process tells that it has come to a point; false if it has ended without.
-  void Say() { static_cast<void>(!write(line[1], "!", 1)); }
-  bool Listen() { return BytesFrom(line[0]) == 1; }
+  /// From one to the other; false if that has ended without a word.
+  void Say() { send(line[0], "!", 1, MSG_NOSIGNAL); }
+  bool Hear() { return BytesFrom(line[0]) == 1; }
 
   void Kill() {
     if (id > 0) kill(-id, SIGKILL);
@@ -120,7 +121,7 @@ bool Deny(unsigned int call, int error) {
 }
 
 class LockFileTest : public testing::Test {
- protected:
+ public:
   void* Take(int retries = 0) const { return ZamLockfileCreate(path, 1, retries); }
   bool Exists() const { return fs::exists(fs::symlink_status(file)); }
 
@@ -129,18 +130,20 @@ class LockFileTest : public testing::Test {
     for (int i = 0; i < patience && Exists(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return !Exists() && CanBeTaken();
   }
-  /// The process that guards the lock, on whose folder it holds its hand; 0 without one.
+
+  /// The process that guards the lock that is held; 0 before it has its name.
   pid_t Guard() const {
     std::error_code ignored;
     for (fs::path const& process : fs::directory_iterator("/proc")) {
       std::string name;
       if (!(std::ifstream(process / "comm") >> name) || name != "zam-lock-guard") continue;
       for (fs::path const& open : fs::directory_iterator(process / "fd", ignored)) {
-        if (fs::read_symlink(open, ignored) == folder.Path()) return std::stoi(process.filename().string());
+        if (fs::equivalent(open, file, ignored)) return std::stoi(process.filename().string());
       }
     }
     return 0;
   }
+
   bool CanBeTaken() const {
     void* const lock = Take(patience);
     bool const held = lock != invalid && fs::is_regular_file(file) && fs::is_empty(file) && Take(1) == invalid;
@@ -152,8 +155,6 @@ class LockFileTest : public testing::Test {
   fs::path const file = folder.Path() / "lock";
   wstring const path = folder.Wide("lock");
 };
-
-using LockFileThreads = LockFileTest;
 
 TEST_F(LockFileTest, IsAFileForAsLongAsOneHoldsIt) {
   EXPECT_TRUE(CanBeTaken());
@@ -212,21 +213,6 @@ TEST_F(LockFileTest, IsTriedForAsOftenAsAllowedWithTheSleepBetween) {
   }
 }
 
-TEST_F(LockFileTest, IsntTakenNorAThreadStartedWhereTheSystemGivesNoMoreOfThem) {
-  auto const start = [](void*) -> std::uint32_t { return 0; };
-  int const code = Process([&](Process&) {
-                     if (!Deny(SYS_clone, EAGAIN) || !Deny(SYS_clone3, EAGAIN)) return notPermitted;
-                     SleepLog log;
-                     sleepLog = &log;
-                     bool const isTaken = Take(3) != invalid;
-                     bool const isStarted = ZamCreateThread(0, start, nullptr) != nullptr;
-                     return isTaken || isStarted || !log.milliseconds.empty() ? 1 : 0;
-                   }).ExitCode();
-  if (code == notPermitted) GTEST_SKIP() << "this user can't deny a call to itself";
-  EXPECT_EQ(code, 0) << "nobody holds it, so no more attempts are made";
-  EXPECT_TRUE(!Exists() && CanBeTaken());
-}
-
 TEST_F(LockFileTest, IsntTakenWhereSomethingElseStands) {
   folder.Write("victim", "mine");
   folder.Write("folder/file", "mine");
@@ -278,7 +264,7 @@ TEST_F(LockFileTest, GoesWithAHolderThatIsKilledAtAnyMoment) {
       self.Say();
       for (;;) ZamLockfileRelease(ZamLockfileCreate(own, 0, 0));
     });
-    ASSERT_TRUE(holder.Listen());
+    ASSERT_TRUE(holder.Hear());
     std::this_thread::sleep_for(std::chrono::microseconds(random() % 2000));
   }
   for (int i = 0; i < patience && !fs::is_empty(folder.Path()); ++i)
@@ -286,165 +272,130 @@ TEST_F(LockFileTest, GoesWithAHolderThatIsKilledAtAnyMoment) {
   EXPECT_TRUE(fs::is_empty(folder.Path()));
 }
 
-TEST_F(LockFileTest, IsntInheritedByChildrenAndOtherPrograms) {
-  int toHolder[2];
-  int toChild[2];
-  ASSERT_TRUE(pipe(toHolder) == 0 && pipe(toChild) == 0);
-  for (bool const becomesAnotherProgram : {false, true}) {
-    {
-      Process holder([&](Process& self) {
-        void* const lock = Take();
-        close(toChild[1]);
-        if (lock != invalid && fork() == 0) {
-          setpgid(0, 0);
-          ZamLockfileRelease(lock);
-          self.Say();
-          _exit(BytesFrom(toChild[0]));
-        }
-        BytesFrom(toHolder[0]);
-        return execlp("sleep", "sleep", "1000", nullptr);
-      });
-      ASSERT_TRUE(holder.Listen());
-      EXPECT_EQ(Take(), invalid) << "the child's release is none";
-      if (becomesAnotherProgram) {
-        ASSERT_EQ(write(toHolder[1], "!", 1), 1);
-        EXPECT_TRUE(Vanishes());
-      }
-    }
-    EXPECT_TRUE(Vanishes()) << "although the child lives";
-  }
-  for (int const end : {toHolder[0], toHolder[1], toChild[0], toChild[1]}) close(end);
-}
-
-/// Each process of this test holds and loses the lock in another situation.
+/// In each situation a process takes the lock, somebody does something to the guard, and the holder ends.
 TEST_F(LockFileTest, IsGuardedWhateverTheSystemAndTheHolderCanDo) {
+  enum End { killed, becomesAnotherProgram };
   struct {
     char const* name;
+    End end;
+    bool byProgram;                 // which is no child, and has nothing of the holder's memory
     std::function<bool()> prepare;  // false where that isn't permitted
   } const situations[] = {
-      {"all is there", [] { return true; }},
-      {"no program to guard", [] { return Deny(SYS_execve, ENOENT); }},
-      {"a holder that inherits orphans", [] { return prctl(PR_SET_CHILD_SUBREAPER, 1) == 0; }},
-      {"no way to close many files", [] { return Deny(SYS_close_range, ENOSYS); }},
-      {"the same without the program", [] { return Deny(SYS_close_range, ENOSYS) && Deny(SYS_execve, ENOENT); }},
-      {"no files without a name, as without /proc", [] { return Deny(SYS_linkat, ENOENT); }},
-      {"the same without the program", [] { return Deny(SYS_linkat, ENOENT) && Deny(SYS_execve, ENOENT); }},
+      {"all is there", killed, true, [] { return true; }},
+      {"another program", becomesAnotherProgram, true, [] { return true; }},
+      {"no guard is installed", killed, false, [] { return Deny(SYS_execve, ENOENT); }},
+      {"orphans become the holder's", becomesAnotherProgram, false,
+       [] { return prctl(PR_SET_CHILD_SUBREAPER, 1) == 0; }},
+      {"no close_range", killed, true, [] { return Deny(SYS_close_range, ENOSYS); }},
+      {"neither", killed, false, [] { return Deny(SYS_close_range, ENOSYS) && Deny(SYS_execve, ENOENT); }},
+      {"no file without a name, as without /proc", killed, true, [] { return Deny(SYS_linkat, ENOENT); }},
   };
-  for (auto const& [name, prepare] : situations) {
-    Process holder([&, start = prepare](Process& self) {
+  int ofChildren[2];
+  ASSERT_EQ(pipe(ofChildren), 0);
+  for (auto const& [name, end, byProgram, prepare] : situations) {
+    Process holder([&, hasProgram = byProgram, start = prepare](Process& self) {
       alarm(60);
       umask(0777);
-      static int signals = 0;
-      struct sigaction ofEnds = {};
-      ofEnds.sa_handler = [](int) { ++signals; };
-      ofEnds.sa_flags = SA_NOCLDSTOP;
-      sigaction(SIGCHLD, &ofEnds, nullptr);
-      int line[2];
-      if (!start() || pipe(line) != 0) return notPermitted;
-      int const second = fcntl(line[1], F_DUPFD, 500);
+      struct sigaction onEnd = {};
+      onEnd.sa_handler = [](int) { _exit(1); };
+      onEnd.sa_flags = SA_NOCLDSTOP;
+      sigaction(SIGCHLD, &onEnd, nullptr);
+      if (!start()) return notPermitted;
       auto const openFiles = test::FilesIn("/proc/self/fd");
       int failures = 0;
-      // What is done to the guard changes nothing, nor does waiting for children see it.
       for (int const sent : {0, SIGTERM, SIGSTOP, SIGKILL}) {
         void* const lock = Take();
         pid_t guard = 0;
-        while ((guard = Guard()) == 0) std::this_thread::yield();  // a forked one names itself late
-        failures += kill(guard, sent) != 0;
-        failures += waitpid(-1, nullptr, 0) != -1 || Take() != invalid;
+        while ((guard = Guard()) == 0) std::this_thread::yield();
+        fs::path const process = "/proc/" + std::to_string(guard);
+        while (test::FilesIn(process / "fd") != 3) std::this_thread::yield();  // and keeps nothing else open
+        failures += (fs::read_symlink(process / "exe") != fs::read_symlink("/proc/self/exe")) != hasProgram;
+        failures += kill(guard, sent) != 0 || waitpid(-1, nullptr, 0) != -1 || Take() != invalid;
+        failures += hasProgram && waitpid(-1, nullptr, __WALL) != -1;
         ZamLockfileRelease(lock);
         failures += Exists() || !CanBeTaken();
         if (sent == SIGSTOP) kill(guard, SIGCONT);
-        while (Guard() != 0) std::this_thread::yield();
       }
       failures += waitpid(-1, nullptr, __WALL) != -1 || test::FilesIn("/proc/self/fd") != openFiles;
-      failures += Take() == invalid;
-      close(line[1]);
-      close(second);
-      failures += BytesFrom(line[0]) != 0;  // the guard isn't in the line
-      if (failures + signals != 0) return 1;
-      self.Say();
-      return pause();
-    });
-    bool const isHeld = holder.Listen();
-    if (!isHeld && holder.ExitCode() == notPermitted) continue;
-    EXPECT_TRUE(isHeld && Take() == invalid) << name;
-    holder.Kill();
-    EXPECT_TRUE(Vanishes()) << name;
-  }
-}
 
-TEST_F(LockFileTest, IsGuardedByAProgramThatIsNoChild) {
-  void* const lock = Take();
-  fs::path const guard = "/proc/" + std::to_string(Guard());
-  EXPECT_NE(fs::read_symlink(guard / "exe"), fs::read_symlink("/proc/self/exe")) << "has none of the holder's memory";
-  EXPECT_EQ(waitpid(-1, nullptr, __WALL), -1);
-  ZamLockfileRelease(lock);
-}
-
-TEST_F(LockFileTest, IsLetGoByAHolderThatClosesAllItsFiles) {
-  int const code = Process([this](Process&) {
-                     auto const isOpen = [](int number) { return fcntl(number, F_GETFD) != -1; };
-                     void* const lost = Take();
-                     closefrom(3);
-                     int failures = !Vanishes();
-                     void* const lock = Take();
-                     while (open("/dev/null", O_RDONLY) < 20) continue;
-                     ZamLockfileRelease(lost);
-                     for (int number = 3; number <= 20; ++number) failures += !isOpen(number);
-                     failures += lock == invalid || Take() != invalid;
-                     ZamLockfileRelease(lock);
-                     return failures + Exists();
-                   }).ExitCode();
-  EXPECT_EQ(code, 0) << "numbers that are others' by now were closed";
-}
-
-TEST_F(LockFileTest, StartsNoProcessWhoseEndEndsANamespace) {
-  int const code = Process([this](Process&) {
-                     if (unshare(CLONE_NEWPID) != 0) return notPermitted;
-                     void* const lock = Take();
-                     bool const isHeld = lock != invalid && Exists() && Take() == invalid;
-                     ZamLockfileRelease(lock);
-                     Process first([](Process&) { return getpid(); });
-                     return isHeld && !Exists() && first.ExitCode() == 1 ? 0 : 1;
-                   }).ExitCode();
-  if (code == notPermitted) GTEST_SKIP() << "this user can't make a namespace";
-  EXPECT_EQ(code, 0);
-}
-
-TEST_F(LockFileTest, NeedsLittleOfTheCallersStack) {
-  wstring name = path;
-  auto const used = [&name](void* (*function)(void*)) {
-    std::vector<char> stack(1 << 19, 'x');
-    pthread_attr_t attributes;
-    pthread_t thread;
-    pthread_attr_init(&attributes);
-    pthread_attr_setstack(&attributes, stack.data(), stack.size());
-    if (pthread_create(&thread, &attributes, function, &name) == 0) pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
-    return stack.end() - std::find_if(stack.begin(), stack.end(), [](char byte) { return byte != 'x'; });
-  };
-  auto const nothing = [](void*) -> void* { return nullptr; };
-  auto const takeAndRelease = [](void* lockName) -> void* {
-    ZamLockfileRelease(ZamLockfileCreate(*static_cast<wstring*>(lockName), 0, 0));
-    return nullptr;
-  };
-  EXPECT_LT(used(takeAndRelease) - used(nothing), 12'000);
-}
-
-TEST_F(LockFileThreads, ExcludeEachOther) {
-  std::atomic<int> inside = 0;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
-      for (int round = 0; round < 50; ++round) {
-        void* const lock = Take(patience);
-        EXPECT_TRUE(lock != invalid && ++inside == 1);
-        --inside;
+      void* const lock = Take();
+      if (failures != 0 || lock == invalid) return 1;
+      close(ofChildren[1]);
+      if (fork() == 0) {
+        setpgid(0, 0);
         ZamLockfileRelease(lock);
+        self.Say();
+        _exit(BytesFrom(ofChildren[0]));
       }
+      self.Hear();
+      return execlp("sleep", "sleep", "1000", nullptr);
     });
+    bool const isHeld = holder.Hear();
+    if (!isHeld && holder.ExitCode() == notPermitted) continue;
+    EXPECT_TRUE(isHeld && Take() == invalid) << name << ": the child's release is none";
+    if (end == killed) holder.Kill();
+    holder.Say();
+    EXPECT_TRUE(Vanishes()) << name << ": although the child lives";
   }
-  for (std::thread& thread : threads) thread.join();
+  for (int const end : ofChildren) close(end);
+}
+
+TEST_F(LockFileTest, HasHoldersThatDoStrangeThings) {
+  struct {
+    char const* name;
+    std::function<int()> failures;
+  } const cases[] = {
+      {"take it where the system gives no more processes, which is nobody's hold",
+       [this] {
+         if (!Deny(SYS_clone, EAGAIN) || !Deny(SYS_clone3, EAGAIN)) return notPermitted;
+         SleepLog log;
+         sleepLog = &log;
+         auto const start = [](void*) -> std::uint32_t { return 0; };
+         int const taken = (Take(3) != invalid) + (ZamCreateThread(0, start, nullptr) != nullptr);
+         return taken + Exists() + !log.milliseconds.empty();
+       }},
+      {"close all their files, and open others under the numbers",
+       [this] {
+         void* const lost = Take();
+         closefrom(3);
+         int failures = !Vanishes();
+         void* const lock = Take();
+         while (open("/dev/null", O_RDONLY) < 20) continue;
+         ZamLockfileRelease(lost);
+         for (int number = 3; number <= 20; ++number) failures += fcntl(number, F_GETFD) == -1;
+         failures += lock == invalid || Take() != invalid;
+         ZamLockfileRelease(lock);
+         return failures + Exists();
+       }},
+      {"make a namespace, which would end with its first process",
+       [this] {
+         if (unshare(CLONE_NEWPID) != 0) return notPermitted;
+         void* const lock = Take();
+         int const failures = lock == invalid || !Exists() || Take() != invalid;
+         ZamLockfileRelease(lock);
+         return failures + Exists() + (Process([](Process&) { return getpid(); }).ExitCode() != 1);
+       }},
+      {"have little stack",
+       [this] {
+         static LockFileTest const* test;
+         static ucontext_t before, inside;
+         test = this;
+         std::vector<char> stack(1 << 18, 'x');
+         getcontext(&inside);
+         inside.uc_stack = {stack.data(), 0, stack.size()};
+         inside.uc_link = &before;
+         makecontext(
+             &inside, [] { ZamLockfileRelease(test->Take()); }, 0);
+         swapcontext(&before, &inside);
+         auto const used = std::find_if(stack.begin(), stack.end(), [](char byte) { return byte != 'x'; });
+         return stack.end() - used < 13'000 ? 0 : 1;
+       }},
+  };
+  for (auto const& [name, failures] : cases) {
+    int const code = Process([&run = failures](Process&) { return run(); }).ExitCode();
+    EXPECT_TRUE(code == 0 || code == notPermitted) << name << ": " << code;
+    EXPECT_TRUE(CanBeTaken()) << name;
+  }
 }
 
 }  // namespace

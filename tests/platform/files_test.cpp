@@ -8,32 +8,20 @@
 namespace ZaM::platform {
 namespace {
 
-class ReadFileTest : public testing::Test {
- protected:
-  std::optional<std::string> Read(std::u16string const& name, std::size_t limit = 100) const {
-    return ReadFile(folder.Path().u16string() + u"/" + name, limit);
-  }
-
-  test::TemporaryFolder folder;
-};
-
-TEST_F(ReadFileTest, GivesTheBytesOfAFileUpToTheLimit) {
-  std::string const bytes("\0a\r\n\xFF", 5);
+TEST(ReadFile, GivesTheBytesOfAFileUpToTheLimitAndNothingElse) {
+  test::TemporaryFolder const folder;
+  auto const read = [&](std::u16string const& name, std::size_t limit) {
+    return ReadFile(folder.Wide("") + name, limit);
+  };
+  std::string const bytes("\0a\r\n\xFF", 5), large(100'000, 'x');
   folder.Write("B\xC3\xA4r/file", bytes);
-  EXPECT_EQ(Read(u"B\u00E4r/file", 5), bytes);
-  EXPECT_EQ(Read(u"B\u00E4r\\file", 5), bytes);
-  EXPECT_EQ(Read(u"B\u00E4r/file", 4), std::nullopt);
-  folder.Write("large", std::string(100'000, 'x'));
-  EXPECT_EQ(Read(u"large", 100'000), std::string(100'000, 'x'));
-}
-
-TEST_F(ReadFileTest, GivesNothingForWhatIsNoFile) {
-  folder.Write("folder/file", "x");
+  folder.Write("large", large);
   ASSERT_EQ(mkfifo((folder.Path() / "pipe").c_str(), 0600), 0);
-  EXPECT_EQ(Read(u"missing"), std::nullopt);
-  EXPECT_EQ(Read(u"folder"), std::nullopt);
-  EXPECT_EQ(Read(u"pipe"), std::nullopt) << "and doesn't wait for its other end";
-  EXPECT_EQ(Read(std::u16string(u"folder/file\0.x", 14)), std::nullopt) << "the path doesn't end at a zero";
+  for (char16_t const* const name : {u"B\u00E4r/file", u"B\u00E4r\\file"}) EXPECT_EQ(read(name, 5), bytes);
+  EXPECT_EQ(read(u"B\u00E4r/file", 4), std::nullopt);
+  EXPECT_EQ(read(u"large", 100'000), large);
+  for (char16_t const* const name : {u"missing", u"B\u00E4r", u"pipe"}) EXPECT_EQ(read(name, 100), std::nullopt);
+  EXPECT_EQ(read(std::u16string(u"large\0.x", 8), 100'000), std::nullopt) << "the path doesn't end at a zero";
 }
 
 }  // namespace
