@@ -8,8 +8,6 @@
 #include <type_traits>
 #include <utility>
 
-#include "zam/foundation/library_texts.h"
-#include "zam/foundation/messages.h"
 #include "zam/platform/unicode.h"
 
 namespace ZaM {
@@ -40,11 +38,8 @@ TEST(Exceptions, SpeakOfTheirDetail) {
       {Said(Base(ErrorId::InvalidArgument)), u"Invalid argument specified."},
       {Said(Base(5, u"unused")), u"Out of memory"},
       {Said(Base(25, u"no %s, 100%")), u"no %s, 100%"},
-      {Said(Base(25)), u"Feature not supported."},
       {Said(Base(37)), u"Failed to load form definition, because preprocessing method '' is not installed."},
-      {Said(Base(53, u"tag")), u"The settings are incomplete: tag"},
       {Said(Base(53)), u"The settings are incomplete: %s"},
-      {Said(Base(9)), u"ZaM exception number 9"},
       {Said(Base(4001)), u"ZaM exception number 4001"},
       {Said(Bounds(8, 7, 5)), u"Zam-Exception: Index (7) out of range (0 - 4). "},
       {Said(Bounds(8, 0, least)), u"Zam-Exception: Index (0) out of range (0 - 2147483647). "},
@@ -55,9 +50,7 @@ TEST(Exceptions, SpeakOfTheirDetail) {
        u"This XML file was saved by a newer version '7.1' of this software. Please update to the new version."},
       {Said(Format(17, u"100%s")), u"Invalid XML format for node '100%s' detected."},
       {Said(File(2003, u"a%20b%s.xml")), u"Could not open file: a%20b%s.xml"},
-      {Said(File(2003)), u"Could not open file: "},
       {Said(File(2004)), u"Could not read file"},
-      {Said(File(25, u"a.xml")), u"This file format is not supported: a.xml"},
       {Said(File(-7, u"a%s.xml")), u"FileIOException -7, Filename: a%s.xml"},
       {Said(Canceled(21)), u"Training canceled by user"},
       {Said(Canceled(5)), u"ZaM exception number 5"},
@@ -79,7 +72,6 @@ TEST(Exceptions, SentencesAreCutToTheCapacityOfTheirClass) {
   EXPECT_TRUE(Base(25, words).GetErrorDescription() == words);
   EXPECT_TRUE(Format(11, words).GetErrorDescription() == (u"Invalid XML format for node '" + words).substr(0, 127));
   EXPECT_TRUE(Collection(1003, words).GetErrorDescription() == (u"Item with name '" + words).substr(0, 255));
-  EXPECT_TRUE(File(2003, words).GetErrorDescription() == (u"Could not open file: " + words).substr(0, 1023));
   EXPECT_TRUE(File(7, words).GetErrorDescription() == u"FileIOException 7, Filename: " + words);
 }
 
@@ -93,14 +85,6 @@ TEST(Exceptions, ALimitIsExceededAboveItAlone) {
     EXPECT_TRUE(failure.GetWhat() == u"passes");
     EXPECT_EQ(std::pair(failure.GetValue(), failure.GetLimit()), std::pair(std::uint64_t{21}, std::uint64_t{20}));
   }
-}
-
-TEST(LibraryTexts, HoldTheTextsThatOnlyProgramsAskFor) {
-  EXPECT_TRUE(detail::LibraryTexts::Get().GetString(509) == u"Error in %s, Function %s: %s (0x%x)");
-  for (unsigned int const missing : {0u, 100u, 103u, 701u}) {
-    EXPECT_TRUE(detail::LibraryModule()->FindText(missing).empty()) << missing;
-  }
-  EXPECT_TRUE(detail::LibraryModule()->GetPath().ends_with(u"/zam/zam.mod"));
 }
 
 }  // namespace
