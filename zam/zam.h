@@ -34,6 +34,7 @@
 #include "zam/foundation/uuid.h"
 #include "zam/model/algorithm.h"
 #include "zam/model/analyzer.h"
+#include "zam/model/bulk_dot.h"
 #include "zam/model/cache.h"
 #include "zam/model/call_back.h"
 #include "zam/model/children.h"

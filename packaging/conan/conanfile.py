@@ -15,7 +15,8 @@ class Zam(ConanFile):
     settings = "os", "compiler", "build_type", "arch"
     options = {"shared": [True, False]}
     default_options = {"shared": True}
-    requires = "libxml2/[>=2.9 <3]", "zlib/[>=1.2.11 <2]", "icu/[>=72]", "boost/[>=1.76 <2]", "util-linux-libuuid/[>=2.36]"
+    requires = ("libxml2/[>=2.9 <3]", "zlib/[>=1.2.11 <2]", "icu/[>=72]", "boost/[>=1.76 <2]", "eigen/[>=3.3 <4]",
+                "util-linux-libuuid/[>=2.36]")
     generators = ()
 
     def set_version(self):

@@ -167,10 +167,12 @@ TEST_F(PcaAnalyzerTest, StaysWholeWhenAProductOrAnAllocationFails) {
     Step step;
     Activities activities;
     unsigned int products;
-  } const cases[] = {{learnStep, {1, 1, 1, 1, 1}, 15},
-                     {insertStep, {1, 1, 1, 1, 1, 0, 0}, 14},
-                     {removeStep, {-1, 1, 1, -1, 1, 1, 1}, 0}};
-  for (auto const& [step, activities, products] : cases) {
+    bool accelerated;
+  } const cases[] = {{learnStep, {1, 1, 1, 1, 1}, 15, false},
+                     {insertStep, {1, 1, 1, 1, 1, 0, 0}, 14, false},
+                     {removeStep, {-1, 1, 1, -1, 1, 1, 1}, 0, true}};
+  for (auto const& [step, activities, products, accelerated] : cases) {
+    control.SetEnableAcceleration(accelerated);
     Run(activities);
     PcaAnalyzer const start = analyzer;
     std::string const before = step == learnStep ? "" : Saved();
@@ -223,8 +225,82 @@ TEST_F(PcaAnalyzerTest, StaysWholeWhenAProductOrAnAllocationFails) {
   EXPECT_TRUE(Saved() == before);
 }
 
+TEST_F(PcaAnalyzerTest, ReportsEachPassAndStopsWhereItIsTold) {
+  struct : CallBack {
+    void Increment(unsigned int step, bool* stop) override {
+      CallBack::Increment(step, stop);
+      *stop = GetCurrent() == last;
+    }
+    unsigned int last = 0;  // the pass that isn't done any more
+  } callBack;
+  analyzer.SetCallBack(&callBack);
+  for (bool const accelerated : {false, true}) {
+    control.SetEnableAcceleration(accelerated);
+    control.SetMaxIterations(1000);
+    callBack = {};
+    Learn(scattered);
+    unsigned int const passes = analyzer.GetPasses();
+    EXPECT_EQ(passes, callBack.GetCurrent());
+    EXPECT_EQ(passes <= 3, accelerated) << passes;
+    for (unsigned int const most : {1U, passes}) {
+      control.SetMaxIterations(most);
+      Learn(scattered);
+      EXPECT_EQ(analyzer.GetPasses(), most);
+      EXPECT_EQ(analyzer.GetConverged(), most == passes);
+    }
+    std::string const before = Saved();
+    for (auto const& [step, activities] : {std::pair(removeStep, Activities{-1, 1, 1, 1, 1, 1, 1}),
+                                           std::pair(learnStep, Activities{1, 1, 1, 1, 1, 1, 1})}) {
+      callBack = {};
+      callBack.last = 2;
+      Run(activities);
+      EXPECT_EQ(FailureOf(step), 21);
+      EXPECT_EQ(callBack.GetCurrent(), 2U);
+      EXPECT_TRUE(Saved() == (step == learnStep ? "" : before));
+      EXPECT_EQ(analyzer.GetPasses(), step == learnStep ? 0 : passes);
+    }
+  }
+}
+
+/// Computes rows of products by itself.
+class BulkPoint : public Point, public BulkDot {
+ public:
+  static BulkPoint* Create(Vector numbers) {
+    return CreateCounted([&] { return new BulkPoint(std::move(numbers)); });
+  }
+  double dot(Representation const& other) const override {
+    ADD_FAILURE() << "asked for one product";
+    return Point::dot(other);
+  }
+  void dotAll(Representation const* const* others, std::size_t count, double* products) const override {
+    for (std::size_t i = 0; i < count; ++i) products[i] = others[i] ? Point::dot(*others[i]) : 0.0;
+  }
+
+ protected:
+  using Point::Point;
+};
+
+TEST_F(PcaAnalyzerTest, TakesProductsInBulkWhereARepresentationHasThem) {
+  std::string models[2];
+  Vector projected[2];
+  for (bool const bulk : {false, true}) {
+    analyzer = PcaAnalyzer();
+    examples.clear();
+    for (Vector const& point : scattered)
+      examples.emplace_back(bulk ? static_cast<Point*>(BulkPoint::Create(point)) : Point::Create(point));
+    examples[3] = {};
+    Run({1, 1, 1, 1, 1}, {learnStep});
+    Run({1, 1, -1, 1, 1, 0, 0}, {insertStep, removeStep});
+    models[bulk] = Saved();
+    projected[bulk] = bulk ? Project(BulkPoint::Create({1, 2, 3})) : Project({1, 2, 3});
+  }
+  EXPECT_TRUE(models[0] == models[1] && !models[0].empty());
+  EXPECT_EQ(projected[0], projected[1]);
+}
+
 TEST_F(PcaAnalyzerTest, LearnsFromFewOrUnfitExamplesWhatTheyAllow) {
   for (double const unfit : {infinite, -infinite, notNumber, 1e308}) {
+    control.SetEnableAcceleration(unfit > 0.0);
     Point::onDot = [unfit](Point const& x, Point const& y) {
       return &x != &y && x.numbers == y.numbers ? unfit : Product(x.numbers, y.numbers);
     };
@@ -233,6 +309,7 @@ TEST_F(PcaAnalyzerTest, LearnsFromFewOrUnfitExamplesWhatTheyAllow) {
     EXPECT_EQ(Project({1, 1}), Vector(2)) << unfit;
   }
   Point::onDot = nullptr;
+  control.SetEnableAcceleration(false);
 
   // A null pointer counts as zero, and may stand beside every change.
   Learn({{1, 2}, {0, 0}, {3, 5}, {-2, 7}, {0, 0}, {4, 1}});

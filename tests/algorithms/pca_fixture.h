@@ -159,9 +159,10 @@ class PcaFixture : public ::testing::Test {
     return analyzer.Load(&stream);
   }
 
-  static DocumentNode* Document(Vector const& numbers) {
+  static DocumentNode* Document(Vector const& numbers) { return Document(Point::Create(numbers)); }
+  static DocumentNode* Document(Point* point) {
     auto* const document = DocumentNode::Create();
-    document->AddRepresentation(Point::Create(numbers));
+    document->AddRepresentation(point);
     return document;
   }
 
@@ -175,8 +176,9 @@ class PcaFixture : public ::testing::Test {
   }
 
   /// The coordinates that a document with this content gets.
-  Vector Project(Vector const& numbers) {
-    Ref const document(Document(numbers));
+  Vector Project(Vector const& numbers) { return Project(Point::Create(numbers)); }
+  Vector Project(Point* point) {
+    Ref const document(Document(point));
     PcaControl projection;
     projection.SetDoProject(true);
     projection.SetResultTag(coordinates);

@@ -132,10 +132,14 @@ TEST_F(PcaLearningTest, EqualsThePrimalComponents) {
   struct {
     std::size_t points, axes;
     unsigned int dimension;
-  } const cases[] = {{12, 2, 1}, {30, 5, 3}, {40, 4, 4}, {25, 2, 5}, {10, 6, 0}, {5, 1, 3}, {4, 8, 1}};
-  for (auto const& [count, axes, dimension] : cases) {
+    bool accelerated = false;
+  } const cases[] = {{12, 2, 1},       {30, 5, 3},      {40, 4, 4},       {25, 2, 5},       {10, 6, 0},
+                     {5, 1, 3},        {4, 8, 1},       {12, 2, 1, true}, {30, 5, 3, true}, {25, 2, 5, true},
+                     {10, 6, 0, true}, {5, 4, 4, true}, {60, 9, 9, true}, {4, 8, 9, true}};
+  for (auto const& [count, axes, dimension, accelerated] : cases) {
     SCOPED_TRACE(dimension);
     control.SetDimension(dimension);
+    control.SetEnableAcceleration(accelerated);
     Matrix points = RandomPoints(count, axes);
     Learn(points);
     ExpectComponentsOf(points);
@@ -234,7 +238,7 @@ TEST_F(PcaLearningTest, IteratesFromTheFormerVectorsUntilTheImagesAreOrthogonal)
 
 TEST_F(PcaLearningTest, InsertsAndRemovesAsIfLearnedAfresh) {
   control.SetMaxIterations(3000);
-  control.SetTargetActivity(7);  // doesn't matter to those who come in
+  control.SetTargetActivity(7);  // doesn't matter to those who come in, as little as how the model was learned before
   struct {
     bool inserts, removes, all;
   } const changes[] = {{true, false, false}, {true, false, true}, {false, true, false}, {true, true, false}};
@@ -271,6 +275,7 @@ TEST_F(PcaLearningTest, InsertsAndRemovesAsIfLearnedAfresh) {
         states.push_back(1);
       }
       SetPoints(points);
+      control.SetEnableAcceleration(random() % 2 == 0);
       std::vector<Step> steps(1, inserts ? insertStep : removeStep);
       if (removes) steps.push_back(removeStep);
       Run(marks, steps);

@@ -98,6 +98,32 @@ TEST(SymmetricProductTest, InnerProductAndSubtractionTakeEveryElementOnce) {
   }
 }
 
+TEST(SymmetricProductTest, RowsAreTakenAsOneByOne) {
+  std::mt19937 engine(7);
+  std::size_t const stride = 41;
+  for (auto const* const kernel : EveryKernel()) {
+    for (std::size_t count = 0; count < stride; ++count) {
+      for (std::size_t rowCount = 0; rowCount < 20; ++rowCount) {
+        std::vector<double> numbers(rowCount * stride), y(stride), factors(rowCount), sums(rowCount + 1, 0.5);
+        for (auto* const list : {&numbers, &y, &factors})
+          for (auto& x : *list) x = static_cast<double>(engine() % 100);  // so that nothing is rounded
+        RowBlock const rows{numbers.data(), stride, rowCount};
+        auto expectedSums = sums, expected = y;
+        for (std::size_t r = 0; r < rowCount; ++r) {
+          for (std::size_t k = 0; k < count; ++k) {
+            expectedSums[r] += numbers[r * stride + k] * y[k];
+            expected[k] -= factors[r] * numbers[r * stride + k];
+          }
+        }
+        kernel->addInnerProducts(rows, y.data(), count, sums.data());
+        kernel->subtractScaledRows(y.data(), factors.data(), rows, count);
+        ASSERT_EQ(sums, expectedSums) << kernel->name;
+        ASSERT_EQ(y, expected) << kernel->name;
+      }
+    }
+  }
+}
+
 TEST(SymmetricProductTest, WritesNothingIfMemoryRunsOut) {
   std::mt19937 engine(7);
   std::vector<IndexRange> const members = {{0, 3}, {5, 9}};

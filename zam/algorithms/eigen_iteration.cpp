@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
-#include <utility>
 
 namespace ZaM::detail {
 
@@ -13,84 +11,37 @@ bool IsPositive(double value) {
 
 EigenIteration::EigenIteration(CentredGram const& matrix, std::vector<std::int8_t> const& activity,
                                std::size_t vectorCount)
-    : gram(matrix) {
-  for (std::size_t i = 0; i < activity.size(); ++i) {
-    if (activity[i] > 0) order.push_back(i);
-  }
-  length = order.size();
-  count = std::min(vectorCount, length);
-  std::sort(order.begin(), order.end(),
-            [&](auto a, auto b) { return std::pair(activity[a], a) < std::pair(activity[b], b); });
-
-  std::int8_t former = 0;
-  for (std::size_t const example : order) {
-    addMember(example, activity[example], former);
-    rowSums.push_back(gram.rowSums[example]);
-  }
-  vectors.resize(count * length);
-  images.resize(count * length);
-  innerProducts.resize(count);
+    : product(matrix, activity),
+      length(product.Length()),
+      count(std::min(vectorCount, length)),
+      vectors(count * length),
+      images(count * length),
+      innerProducts(count) {
   for (std::size_t i = 0; i < count; ++i) innerProducts[i].resize(i + 1);
-}
-
-void EigenIteration::addMember(std::size_t example, std::int8_t activity, std::int8_t& former) {
-  if (activity != former) {
-    std::size_t const first = groups.empty() ? 0 : groups.back().first + groups.back().size;
-    groups.push_back({.first = first, .size = 0, .members = {}});
-    former = activity;
-  }
-  Group& group = groups.back();
-  if (group.members.empty() || group.members.back().end != example) group.members.push_back({example, example});
-  ++group.members.back().end;
-  ++group.size;
 }
 
 void EigenIteration::LoadVectors(std::vector<std::vector<double>> const& rows) {
   for (std::size_t i = 0; i < count; ++i) {
     double* const vector = vectors.data() + i * length;
-    for (std::size_t k = 0; k < length; ++k) vector[k] = order[k] < rows[i].size() ? rows[i][order[k]] : 0.0;
+    product.Gather(rows[i], vector);
     double const factor = 1.0 / std::sqrt(InnerProduct(vector, vector, length));
     bool const usable = std::isfinite(factor) && factor > 0.0;
     for (std::size_t k = 0; k < length; ++k) vector[k] = usable ? vector[k] * factor : 0.0;
   }
 }
 
-unsigned int EigenIteration::Run(double epsilon, unsigned int maxPasses) {
+unsigned int EigenIteration::Run(double epsilon, unsigned int maxPasses, std::function<void()> const& beforePass) {
   unsigned int passes = 0;
-  bool converged = false;
-  bool vanished = false;
   do {
-    gramTimesEigenVectors();
+    beforePass();
+    product.Multiply(vectors.data(), count, images.data());
     converged = epsilon > offDiagonalShare();
     orthogonalize();
-    vanished = !normalizeImages();
+    bool const vanished = !normalizeImages();
+    converged = converged || vanished;
     ++passes;
-  } while (!converged && !vanished && passes != maxPasses);
+  } while (!converged && passes != maxPasses);
   return passes;
-}
-
-void EigenIteration::gramTimesEigenVectors() {
-  for (Group const& group : groups) {
-    MultiplySymmetric(gram.lowerTriangle, group.members, vectors.data() + group.first, images.data() + group.first,
-                      count, length);
-    centreImages(group);
-  }
-}
-
-// The centring of the matrix is of rank two, so it needn't be done entry by entry: with s the sum of the vector and q
-// its inner product with the row sums, row j of the image loses ((r[j] - T/n) · s + q) / n.
-void EigenIteration::centreImages(Group const& group) {
-  double const inverse = 1.0 / gram.exampleCount;
-  double const* const sums = rowSums.data() + group.first;
-  for (std::size_t i = 0; i < count; ++i) {
-    double const* const vector = vectors.data() + i * length + group.first;
-    double const vectorSum = std::accumulate(vector, vector + group.size, 0.0);
-    double const weightedSum = InnerProduct(vector, sums, group.size);
-    double* const row = image(i) + group.first;
-    for (std::size_t j = 0; j < group.size; ++j) {
-      row[j] = inverse * (row[j] - inverse * ((sums[j] - inverse * gram.total) * vectorSum + weightedSum));
-    }
-  }
 }
 
 // How far the images are from being orthogonal; not a number if there is nothing to compare with.
@@ -147,7 +98,7 @@ double EigenIteration::Eigenvalue(std::size_t vector) const {
 
 void EigenIteration::StoreVectors(std::vector<std::vector<double>>& rows) const {
   for (std::size_t i = 0; i < rows.size(); ++i) {
-    for (std::size_t k = 0; k < length; ++k) rows[i][order[k]] = i < count ? vectors[i * length + k] : 0.0;
+    product.Scatter(i < count ? vectors.data() + i * length : nullptr, rows[i]);
   }
 }
 

@@ -11,6 +11,7 @@
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/exceptions.h"
 #include "zam/foundation/ref.h"
+#include "zam/model/bulk_dot.h"
 #include "zam/model/document_node.h"
 #include "zam/results/full_result.h"
 
@@ -33,6 +34,8 @@ void PcaAnalyzer::DoAlgorithm(Control* control) {
   if (!parameters) return;
   representationTag = parameters->GetRepresentationTag();
   if (parameters->GetDoExamples()) setExamples(parameters);
+  if (parameters->GetDoLearn() || parameters->GetDoInsert() || parameters->GetDoRemove())
+    enableAcceleration = parameters->GetEnableAcceleration();
   if (parameters->GetDoLearn()) learnAnew(*parameters);
   if (parameters->GetDoInsert()) insert();
   if (parameters->GetDoRemove()) remove();
@@ -113,6 +116,8 @@ void PcaAnalyzer::deallocate() {
 void PcaAnalyzer::forgetModel() {
   deallocate();
   exampleCount = 0;
+  passes = 0;
+  converged = false;
 }
 
 // Not so after a learning that was refused, which leaves vectors without entries.
@@ -128,7 +133,14 @@ bool PcaAnalyzer::hasGramRow(std::size_t index) const {
 class PcaAnalyzer::Projection {
  public:
   explicit Projection(PcaAnalyzer const& model)
-      : analyzer(model), products(std::min(model.examples.size(), model.reach())), coordinates(model.dimension) {}
+      : analyzer(model),
+        partners(std::min(model.examples.size(), model.reach())),
+        products(partners.size()),
+        coordinates(model.dimension) {
+    for (std::size_t j = 0; j < partners.size(); ++j) {
+      if (model.activity[j] > 0) partners[j] = model.examples[j];
+    }
+  }
 
   /// Valid until the next call.
   std::vector<float> const& Project(Representation const& document) {
@@ -147,11 +159,10 @@ class PcaAnalyzer::Projection {
  private:
   // The row of the centred Gram matrix that the document would have; 0 for examples that aren't active.
   void multiplyWithExamples(Representation const& document, double inverse) {
+    DotAll(document, partners.data(), partners.size(), products.data());
     double total = 0.0;
     for (std::size_t j = 0; j < products.size(); ++j) {
-      if (analyzer.activity[j] <= 0) continue;
-      products[j] = analyzer.examples[j] ? document.dot(*analyzer.examples[j]) : 0.0;
-      total += products[j];
+      if (analyzer.activity[j] > 0) total += products[j];
     }
     for (std::size_t j = 0; j < products.size(); ++j) {
       if (analyzer.activity[j] <= 0) continue;
@@ -160,8 +171,9 @@ class PcaAnalyzer::Projection {
   }
 
   PcaAnalyzer const& analyzer;
-  std::vector<double> products;    // one per example that the model has a place for
-  std::vector<float> coordinates;  // one per component
+  std::vector<Representation const*> partners;  // the active ones of the examples that the model has a place for
+  std::vector<double> products;                 // one per partner
+  std::vector<float> coordinates;               // one per component
 };
 
 void PcaAnalyzer::project(Node* node) {

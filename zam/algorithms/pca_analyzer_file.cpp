@@ -139,6 +139,8 @@ bool PcaAnalyzer::Load(std::basic_istream<char>* stream) {
   }
 
   deallocate();
+  passes = 0;
+  converged = false;
   try {
     if (ReportOutOfMemory([&] { return loadBody(*stream); })) return true;
   } catch (...) {

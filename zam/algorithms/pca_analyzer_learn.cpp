@@ -3,8 +3,11 @@
 #include <random>
 
 #include "zam/algorithms/eigen_iteration.h"
+#include "zam/algorithms/krylov_iteration.h"
 #include "zam/algorithms/pca_analyzer.h"
 #include "zam/foundation/create_counted.h"
+#include "zam/model/bulk_dot.h"
+#include "zam/model/call_back.h"
 
 namespace ZaM {
 
@@ -22,7 +25,7 @@ class StartNumbers {
 }  // namespace
 
 bool PcaAnalyzer::prepare() {
-  deallocate();
+  forgetModel();
   allocate();
   exampleCount = static_cast<unsigned int>(examples.size());
   constexpr unsigned int FewestExamples = 4;
@@ -36,7 +39,7 @@ bool PcaAnalyzer::prepare() {
 void PcaAnalyzer::makeGram() {
   for (std::size_t i = 0; i < examples.size(); ++i) {
     ReportOutOfMemory([&] { gram[i].resize(i + 1); });
-    for (std::size_t j = 0; j <= i; ++j) gram[i][j] = gramEntry(i, j);
+    if (examples[i]) DotAll(*examples[i], examples.data(), i + 1, gram[i].data());
   }
   gramTotal = 0.0;
   for (std::size_t i = 0; i < examples.size(); ++i) {
@@ -47,10 +50,6 @@ void PcaAnalyzer::makeGram() {
     gramRowSums[i] += gram[i][i];
   }
   for (double const sum : gramRowSums) gramTotal += sum;
-}
-
-double PcaAnalyzer::gramEntry(std::size_t left, std::size_t right) const {
-  return examples[left] && examples[right] ? examples[left]->dot(*examples[right]) : 0.0;
 }
 
 // One vector of random numbers and cosines of rising frequency, all in the scale of the first.
@@ -83,23 +82,43 @@ std::vector<std::vector<double>> PcaAnalyzer::startVectors() const {
 
 // The model's vectors, from which an iteration may start, change when everything that can fail is done.
 void PcaAnalyzer::learn(std::vector<std::vector<double>> const& start) {
-  ReportOutOfMemory([&] {
-    for (std::vector<double>& vector : eigenVectors) vector.resize(maxExamples);
-    detail::EigenIteration iteration({.lowerTriangle = gram,
-                                      .rowSums = gramRowSums,
-                                      .total = gramTotal,
-                                      .exampleCount = static_cast<double>(exampleCount)},
-                                     activity, vectorCount());
+  detail::CentredGram const matrix{.lowerTriangle = gram,
+                                   .rowSums = gramRowSums,
+                                   .total = gramTotal,
+                                   .exampleCount = static_cast<double>(exampleCount)};
+  if (enableAcceleration) {
+    auto iteration = ReportOutOfMemory([&] { return detail::KrylovIteration(matrix, activity, vectorCount()); });
+    run(iteration);
+  } else {
+    auto iteration = ReportOutOfMemory([&] { return detail::EigenIteration(matrix, activity, vectorCount()); });
     iteration.LoadVectors(start);
-    constexpr unsigned int DefaultPasses = 1000;  // where no limit was set, which might be never to converge
-    iteration.Run(epsilon, maxIterations == 0 ? DefaultPasses : maxIterations);
+    run(iteration);
+  }
+}
 
-    iteration.StoreVectors(eigenVectors);
-    for (std::size_t i = 0; i < vectorCount(); ++i) {
-      eigenValues[i] = iteration.Eigenvalue(i);
-      scaleVector(i);
-    }
+template <class Iteration>
+void PcaAnalyzer::run(Iteration& iteration) {
+  constexpr unsigned int DefaultPasses = 1000;  // where no limit was set, which might be never to converge
+  ReportOutOfMemory([this] {
+    for (std::vector<double>& vector : eigenVectors) vector.resize(maxExamples);
   });
+  unsigned int const done =
+      iteration.Run(epsilon, maxIterations == 0 ? DefaultPasses : maxIterations, [this] { reportPass(); });
+  passes = done;
+  converged = iteration.Converged();
+
+  iteration.StoreVectors(eigenVectors);
+  for (std::size_t i = 0; i < vectorCount(); ++i) {
+    eigenValues[i] = iteration.Eigenvalue(i);
+    scaleVector(i);
+  }
+}
+
+void PcaAnalyzer::reportPass() const {
+  if (!callBack) return;
+  bool canceled = false;
+  callBack->Increment(1, &canceled);
+  if (canceled) throw UserCanceledException(ErrorId::TrainingCanceled);
 }
 
 // The squared length of a vector becomes sqrt(n) / eigenvalue, so that a projection needs no factor of its own.

@@ -1,10 +1,12 @@
 // Insertion and removal of examples.
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "zam/algorithms/pca_analyzer.h"
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/exceptions.h"
+#include "zam/model/bulk_dot.h"
 
 namespace ZaM {
 
@@ -109,12 +111,18 @@ bool PcaAnalyzer::prepareInsert() {
 // Pairs of two new examples are computed twice. An example that keeps its place free has no row. A pair with an example
 // that isn't in the model, or leaves in this run, counts as 0: there may be a number of an earlier user of the place.
 void PcaAnalyzer::makeNewGram(std::size_t index) {
-  if (!hasGramRow(index)) ReportOutOfMemory([&] { gram[index].resize(index + 1); });
+  auto [partners, products] = ReportOutOfMemory([&] {
+    if (!hasGramRow(index)) gram[index].resize(index + 1);
+    return std::pair(std::vector<Representation const*>(examples.size()), std::vector<double>(examples.size()));
+  });
   for (std::size_t j = 0; j < examples.size(); ++j) {
-    if (j > index && !hasGramRow(j)) continue;
-    double const entry = activity[j] >= 0 ? gramEntry(index, j) : 0.0;
-    checkNumber(entry);
-    (j <= index ? gram[index][j] : gram[j][index]) = entry;
+    if (activity[j] >= 0 && (j <= index || hasGramRow(j))) partners[j] = examples[j];
+  }
+  DotAll(*examples[index], partners.data(), partners.size(), products.data());
+  for (std::size_t j = 0; j < examples.size(); ++j) {
+    checkNumber(products[j]);
+    if (j <= index) gram[index][j] = products[j];
+    if (j > index && hasGramRow(j)) gram[j][index] = products[j];
   }
 }
 

@@ -19,7 +19,7 @@ class Node;
 /// The steps run in the order examples, learn, insert, remove, project, whatever the order in which they were asked
 /// for. By default a run does nothing. `Dimension`, `MaxIterations`, `MaxExamples`, `Epsilon` and `EnableRelearn` reach
 /// the analyzer with `DoLearn` only: insertion and removal work with those of the last learning, or of the loaded
-/// model.
+/// model. `EnableAcceleration` counts for each run, and isn't stored.
 ///
 /// Tags: the two defaults are equal, "Dflt". Set `ResultTag` to another tag than `RepresentationTag`: under the same
 /// tag a projection takes the documents' own representations off and releases them.
@@ -114,6 +114,12 @@ class ZAM_EXPORT PcaControl : public Control {
   Node* GetSourceNode() { return sourceNode; }
   void SetSourceNode(Node* root) { sourceNode = root; }
 
+  /// Whether a learning, insertion or removal of this run looks for the components by a block Lanczos iteration instead
+  /// of the orthogonal one: in far fewer passes, and all of them. `Epsilon` then bounds each residual: the image of a
+  /// component differs from its multiple by at most `Epsilon` times the greatest eigenvalue. False by default.
+  bool GetEnableAcceleration() const { return enableAcceleration; }
+  void SetEnableAcceleration(bool value) { enableAcceleration = value; }
+
  private:
   bool doExamples = false;
   bool doLearn = false;
@@ -132,6 +138,7 @@ class ZAM_EXPORT PcaControl : public Control {
   detail::Reporting<std::vector<Representation*>> exampleVector;  // not owned
   detail::Reporting<std::vector<std::int8_t>> activityVector;
   Node* sourceNode = nullptr;  // not owned
+  bool enableAcceleration = false;
 };
 
 }  // namespace ZaM

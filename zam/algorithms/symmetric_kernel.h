@@ -45,6 +45,13 @@ struct GroupLoops {
   void (*addTile)(SymmetricTile const& tile, GroupPart rows, GroupPart columns);
 };
 
+/// Rows of numbers, one behind the other at a distance of `stride`.
+struct RowBlock {
+  double const* first;
+  std::size_t stride;
+  std::size_t count;
+};
+
 /// All loops for one level of processors.
 struct SymmetricKernel {
   char const* name;
@@ -52,6 +59,8 @@ struct SymmetricKernel {
   GroupLoops narrow;  ///< for a last group that is no wider than this
   double (*innerProduct)(double const* x, double const* y, std::size_t count);
   void (*subtractScaled)(double* y, double factor, double const* x, std::size_t count);
+  void (*addInnerProducts)(RowBlock rows, double const* y, std::size_t count, double* products);
+  void (*subtractScaledRows)(double* y, double const* factors, RowBlock rows, std::size_t count);
 };
 
 /// What any machine can run.

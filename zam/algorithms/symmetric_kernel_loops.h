@@ -189,10 +189,53 @@ void SubtractScaledLoop(double* y, double factor, double const* x, std::size_t c
   for (; k < count; ++k) y[k] -= factor * x[k];
 }
 
+/// Several rows at a time, so that `y` is loaded for all of them once.
+template <int width, int blockRows>
+void AddInnerProductsLoop(RowBlock rows, double const* y, std::size_t count, double* products) {
+  std::size_t r = 0;
+  for (; r + blockRows <= rows.count; r += blockRows) {
+    double const* const first = rows.first + r * rows.stride;
+    Register<width> sums[blockRows] = {};
+    std::size_t k = 0;
+    for (; k + width <= count; k += width) {
+      auto const factor = Load<width>(y + k);
+      for (std::size_t i = 0; i < blockRows; ++i) sums[i] = sums[i] + Load<width>(first + i * rows.stride + k) * factor;
+    }
+    for (std::size_t i = 0; i < blockRows; ++i) {
+      for (std::size_t lane = 0; lane < width; ++lane) products[r + i] += sums[i][lane];
+      for (std::size_t j = k; j < count; ++j) products[r + i] += first[i * rows.stride + j] * y[j];
+    }
+  }
+  for (; r < rows.count; ++r) products[r] += InnerProductLoop<width>(rows.first + r * rows.stride, y, count);
+}
+
+template <int width, int blockRows>
+void SubtractScaledRowsLoop(double* y, double const* factors, RowBlock rows, std::size_t count) {
+  std::size_t r = 0;
+  for (; r + blockRows <= rows.count; r += blockRows) {
+    double const* const first = rows.first + r * rows.stride;
+    std::size_t k = 0;
+    for (; k + width <= count; k += width) {
+      auto numbers = Load<width>(y + k);
+      for (std::size_t i = 0; i < blockRows; ++i)
+        numbers = numbers - factors[r + i] * Load<width>(first + i * rows.stride + k);
+      Store<width>(numbers, y + k);
+    }
+    for (; k < count; ++k)
+      for (std::size_t i = 0; i < blockRows; ++i) y[k] -= factors[r + i] * first[i * rows.stride + k];
+  }
+  for (; r < rows.count; ++r) SubtractScaledLoop<width>(y, factors[r], rows.first + r * rows.stride, count);
+}
+
 template <int wide, int narrow, int blockRows>
 constexpr SymmetricKernel MakeSymmetricKernel(char const* name) {
-  return {name, Loops<wide, blockRows>::Table(), Loops<narrow, blockRows>::Table(), InnerProductLoop<wide>,
-          SubtractScaledLoop<wide>};
+  return {name,
+          Loops<wide, blockRows>::Table(),
+          Loops<narrow, blockRows>::Table(),
+          InnerProductLoop<wide>,
+          SubtractScaledLoop<wide>,
+          AddInnerProductsLoop<wide, blockRows>,
+          SubtractScaledRowsLoop<wide, blockRows>};
 }
 
 }  // namespace

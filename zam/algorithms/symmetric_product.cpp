@@ -152,4 +152,12 @@ void SubtractScaled(double* y, double factor, double const* x, std::size_t count
   BestSymmetricKernel().subtractScaled(y, factor, x, count);
 }
 
+void AddInnerProducts(RowBlock rows, double const* y, std::size_t count, double* products) {
+  BestSymmetricKernel().addInnerProducts(rows, y, count, products);
+}
+
+void SubtractScaledRows(double* y, double const* factors, RowBlock rows, std::size_t count) {
+  BestSymmetricKernel().subtractScaledRows(y, factors, rows, count);
+}
+
 }  // namespace ZaM::detail

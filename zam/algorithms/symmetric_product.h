@@ -34,6 +34,12 @@ void MultiplySymmetric(std::vector<std::vector<double>> const& lowerTriangle, st
 /// y -= factor * x. The two don't overlap.
 void SubtractScaled(double* y, double factor, double const* x, std::size_t count);
 
+/// products[r] += the inner product of row r and y.
+void AddInnerProducts(RowBlock rows, double const* y, std::size_t count, double* products);
+
+/// y -= the sum of factors[r] * row r. `y` is none of the rows.
+void SubtractScaledRows(double* y, double const* factors, RowBlock rows, std::size_t count);
+
 }  // namespace ZaM::detail
 
 #endif

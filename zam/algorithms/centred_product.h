@@ -1,0 +1,60 @@
+// The product of a centred Gram matrix with some vectors; internal.
+#ifndef ZAM_ALGORITHMS_CENTRED_PRODUCT_H
+#define ZAM_ALGORITHMS_CENTRED_PRODUCT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "zam/algorithms/symmetric_product.h"
+
+namespace ZaM::detail {
+
+/// A Gram matrix with the sums that centre it: the entry (j, k) of the centred matrix, divided by n, is
+/// (G[j][k] - (r[j] + r[k] - T/n) / n) / n.
+struct CentredGram {
+  std::vector<std::vector<double>> const& lowerTriangle;  // row i with i + 1 entries, for each active example
+  std::vector<double> const& rowSums;                     // r
+  double total;                                           // T
+  double exampleCount;                                    // n
+};
+
+/// Only active examples take part, those with an activity above 0. They couple with examples of the same activity
+/// alone, so that the matrix falls into one block per activity. The vectors are held without gaps, the examples sorted
+/// by activity.
+class CentredProduct {
+ public:
+  /// `activity` has an entry for each example; the matrix and its sums must outlive this object. Throws std::bad_alloc.
+  CentredProduct(CentredGram const& matrix, std::vector<std::int8_t> const& activity);
+
+  /// The length of a vector: the number of active examples.
+  [[nodiscard]] std::size_t Length() const { return order.size(); }
+
+  /// Multiplies `count` vectors, row by row. Throws BaseException with id 5 when memory runs out.
+  void Multiply(double const* vectors, std::size_t count, double* images) const;
+
+  /// Takes the entries of `row` at the active examples. A row that ends early counts as zero from there on.
+  void Gather(std::vector<double> const& row, double* vector) const;
+
+  /// The way back to `row`, which reaches all active examples. A null vector stands for zeros.
+  void Scatter(double const* vector, std::vector<double>& row) const;
+
+ private:
+  struct Group {
+    std::size_t first;                // where its examples begin in a vector
+    std::size_t size;                 // how many they are
+    std::vector<IndexRange> members;  // the examples
+  };
+
+  void addMember(std::size_t example, std::int8_t activity, std::int8_t& former);
+  void centre(Group const& group, double const* vectors, std::size_t count, double* images) const;
+
+  CentredGram gram;
+  std::vector<std::size_t> order;  // the example at each place of a vector
+  std::vector<Group> groups;
+  std::vector<double> rowSums;  // of the examples in `order`
+};
+
+}  // namespace ZaM::detail
+
+#endif

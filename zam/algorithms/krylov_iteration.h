@@ -1,0 +1,91 @@
+// Block Lanczos iteration on a centred Gram matrix; internal.
+#ifndef ZAM_ALGORITHMS_KRYLOV_ITERATION_H
+#define ZAM_ALGORITHMS_KRYLOV_ITERATION_H
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <random>
+#include <vector>
+
+#include "zam/algorithms/centred_product.h"
+#include "zam/algorithms/small_eigenproblem.h"
+
+namespace ZaM::detail {
+
+/// Finds the leading eigenvectors of a centred Gram matrix, those with the eigenvalues of greatest magnitude, in far
+/// fewer passes than EigenIteration: each pass adds a block of vectors to an orthonormal basis, which holds all that
+/// was learned of the matrix before, and not the last images alone. From time to time the best approximations within
+/// the basis are taken (Rayleigh and Ritz); when the basis is full, they replace it (a thick restart). See K. Wu, H.
+/// Simon: "Thick-restart Lanczos method for large symmetric eigenvalue problems", SIAM J. Matrix Anal. Appl. 22 (2000).
+///
+/// A block of b vectors finds no more than b eigenvectors of one eigenvalue. Where so many were found, the iteration
+/// goes on with as many vectors as are wanted: for the identity, a block of 8 alone would never find a ninth one.
+///
+/// It starts from fixed random vectors, and needs no others. Vectors beyond the number of active examples stay zero.
+///
+/// Throws std::bad_alloc out of the constructor, BaseException with id 5 when memory runs out in a run, and what its
+/// user throws before a pass.
+class KrylovIteration {
+ public:
+  /// `activity` has an entry for each example; the matrix and its sums must outlive this object.
+  KrylovIteration(CentredGram const& matrix, std::vector<std::int8_t> const& activity, std::size_t vectorCount);
+
+  /// Iterates until each residual ‖A e - λ e‖ is at most `epsilon` times the greatest eigenvalue, as far as the
+  /// arithmetic allows, or `maxPasses` are done; at least one pass. Returns the number of passes.
+  unsigned int Run(double epsilon, unsigned int maxPasses, std::function<void()> const& beforePass);
+
+  /// Whether the last run ended since all residuals were small enough.
+  [[nodiscard]] bool Converged() const { return converged; }
+
+  /// The magnitude of the eigenvalue that belongs to a vector, after a run. 0 if it vanished.
+  [[nodiscard]] double Eigenvalue(std::size_t vector) const;
+
+  /// Puts the vectors, of unit length or zero, to the active examples' places in `rows`, which must reach them.
+  void StoreVectors(std::vector<std::vector<double>>& rows) const;
+
+ private:
+  void reserve(std::size_t blockSize);
+  void multiplyBlock();
+  void projectImages();
+  void takePartsOff();
+  void makeNextBlock();
+  [[nodiscard]] bool isApproximationDue() const;
+  void approximate();
+  [[nodiscard]] bool areResidualsBelow(double bound) const;
+  [[nodiscard]] bool mayLackCopies(double bound) const;
+  void keepApproximations(std::size_t kept);
+  void widenBlock();
+  void fillRandomly(std::size_t index);
+  void orthogonalize(std::size_t index);
+  [[nodiscard]] double norm(double const* vector) const;
+  double* vector(std::size_t index) { return basis.data() + index * length; }
+  double* image(std::size_t index) { return images.data() + index * length; }
+
+  CentredProduct product;
+  std::size_t length;  // of a vector: the number of active examples
+  std::size_t count;   // of vectors that can be independent
+  std::size_t width;   // of a block
+  bool converged = false;
+
+  std::size_t capacity = 0;        // of the basis
+  std::size_t size = 0;            // of the basis
+  std::size_t next = 0;            // how many vectors behind the basis are the next block
+  std::size_t last = 0;            // how many vectors of the basis came in last
+  std::vector<double> basis;       // row by row, orthonormal, with the next block behind it
+  std::vector<double> images;      // of the last block, which become the next one
+  std::vector<double> projection;  // of the matrix onto the basis: columns of `capacity`, the lower triangle
+  std::vector<double> parts;       // of the images along the basis, image by image
+  std::vector<double> lengths;     // of the images before they are made a block
+  std::vector<double> along;       // the parts of one vector along those before it
+  std::vector<double> rotated;     // pieces of approximations
+  std::vector<double> coupling;    // of the last block, `width` columns, with the next one
+  EigenPairs ritz;                 // of the projection
+  std::size_t formerSize = 0;      // of the basis, when approximations were taken
+  double scale = 0.0;              // the greatest length of an image
+  std::minstd_rand random{271828};
+};
+
+}  // namespace ZaM::detail
+
+#endif
