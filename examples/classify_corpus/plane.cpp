@@ -77,6 +77,7 @@ void Plane::LearnOrLoad(fs::path const& model, std::vector<PendingFile>& outputs
   control.SetDoLearn(true);
   control.SetDimension(Dimensions);
   control.SetMaxExamples(MostExamples);
+  control.SetEnableAcceleration(true);
   analyzer.DoAlgorithm(&control);
   if (!model.empty()) outputs.push_back(save(model));
 }

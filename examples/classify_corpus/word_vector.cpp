@@ -26,4 +26,17 @@ double WordVector::dot(ZaM::Representation const& other) const {
   return sum;
 }
 
+void WordVector::dotAll(ZaM::Representation const* const* others, std::size_t count, double* products) const {
+  std::vector<double> weights(terms.empty() ? 0 : terms.back().index + std::size_t{1});
+  for (auto const& [index, weight] : terms) weights[index] = weight;
+  for (std::size_t i = 0; i < count; ++i) {
+    products[i] = 0.0;
+    if (!others[i]) continue;
+    for (auto const& [index, weight] : static_cast<WordVector const&>(*others[i]).terms) {
+      if (index >= weights.size()) break;
+      products[i] += weights[index] * static_cast<double>(weight);
+    }
+  }
+}
+
 }  // namespace classify

@@ -21,13 +21,16 @@ struct WeightedTerm {
 /// Invariant: ascending indices, each once; the squares of the weights add up to 1, unless the vector is empty.
 /// Empty is how a document without any known term looks: it isn't valid, and the classifier passes it over.
 /// Owning:    made by `Create` with a count of 1, ended by `Release`.
-class WordVector : public ZaM::Node, public ZaM::Representation {
+class WordVector : public ZaM::Node, public ZaM::Representation, public ZaM::BulkDot {
  public:
   static WordVector* Create(std::vector<WeightedTerm> terms);
 
   /// The cosine of the angle between two documents over the same vocabulary: 1 for equal ones, 0 for those without a
   /// common term. `other` is a WordVector.
   double dot(ZaM::Representation const& other) const override;
+
+  /// The same for many: laid out by its terms once, this vector needs no search for those of each other one.
+  void dotAll(ZaM::Representation const* const* others, std::size_t count, double* products) const override;
 
   bool IsValid() const override { return !terms.empty(); }
   std::span<WeightedTerm const> Terms() const { return terms; }
