@@ -438,6 +438,21 @@ TEST(XmlSaxParser, ReportsEachLimitThatADocumentPasses) {
   EXPECT_EQ(outcome("<!DOCTYPE a [<!ENTITY e '&f;'><!ENTITY f '<b>&e;</b>'>]><a>&e;</a>", From::memory), "malformed");
 }
 
+TEST(XmlSaxParser, TakesNoMoreOfADocumentThanItMay) {
+  std::string const document = "<a>" + std::string(200'000, '.') + "</a>";  // 300 bytes as a gzip file
+  for (From const source : everySource) {
+    XmlSaxParser parser;
+    Recorder recorder;
+    parser.SetMaxBytes(document.size());
+    parse(parser, source, document, &recorder);
+    EXPECT_TRUE(recorder.log.ends_with("</a>$"));
+    parser.SetMaxBytes(document.size() - 1);
+    EXPECT_THROW(parse(parser, source, document, &recorder), LimitExceededException);
+    parser.SetMaxBytes(1'000);
+    expectUsable(parser);
+  }
+}
+
 TEST(XmlSaxParser, ReadsWhatTheLibraryCanWrite) {
   std::string const long10 = std::string(10'500'000, '.');
   for (std::string const& document :

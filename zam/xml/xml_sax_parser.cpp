@@ -81,6 +81,7 @@ class XmlSaxParser::Parse : public detail::XmlEventReceiver {
   [[nodiscard]] std::span<char> Room(std::size_t size) { return events.Room(size); }
 
   void Feed(std::string_view bytes) {
+    RequireAtMost(u"bytes of an XML document", fed += bytes.size(), parser.maxBytes);
     allowance += allowancePerByte * bytes.size();
     events.Feed(bytes);
   }
@@ -117,6 +118,7 @@ class XmlSaxParser::Parse : public detail::XmlEventReceiver {
   Parse* outer = nullptr;
   detail::XmlEventParser events;
   std::vector<unsigned char const*> pairs;  // of the present start tag
+  std::uint64_t fed = 0;
   std::uint64_t allowance = firstAllowance;
   bool isFinished = false;
 };

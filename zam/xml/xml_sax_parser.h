@@ -21,6 +21,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 #include "zam/foundation/export.h"
@@ -88,6 +89,11 @@ class ZAM_EXPORT XmlSaxParser {
 
   /// Parses `size` bytes, which aren't inflated. Null is an empty document.
   void ParseMemory(char const* data, unsigned int size, XmlSaxCallback* callback);
+
+  /// How many bytes a parse takes of a document that is inflated, which may be a thousand times what a file has. No
+  /// bound unless one is set. A longer document ends in LimitExceededException, after events of what stands in front.
+  [[nodiscard]] std::uint64_t GetMaxBytes() const { return maxBytes; }
+  void SetMaxBytes(std::uint64_t most) { maxBytes = most; }
 
   /// Puts `callback` on the stack; null puts one that does nothing. Meant for OnStartElement.
   void PushCallback(XmlSaxCallback* callback);
@@ -160,6 +166,7 @@ class ZAM_EXPORT XmlSaxParser {
   std::int32_t majorVersion = -1;
   std::int32_t minorVersion = -1;
   Parse* parse = nullptr;  // the one under way; not owned
+  std::uint64_t maxBytes = std::numeric_limits<std::uint64_t>::max();
 };
 
 }  // namespace ZaM
