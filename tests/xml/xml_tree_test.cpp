@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -305,9 +306,48 @@ TEST(XmlTree, ReadsFilesOfEverySizeAndCutAnywhere) {
       EXPECT_TRUE(read2(Gzip("<a>" + filler + "</a>")) == "<a>[" + filler + "]</a>") << length;
     }
   }
+}
+
+/// Also what is made to cost more than in proportion to its size; only that takes as long as no row may.
+TEST(XmlTree, LosesNothingOfDocumentsThatAreLargeInEveryWay) {
+  auto const numbered = [](int count, char const* before, char const* behind) {
+    std::string all;
+    for (int i = 0; i < count; ++i) all += before + std::to_string(i) + behind;
+    return all;
+  };
   std::string const filler(11'000'000, 'x');
-  EXPECT_TRUE(read2("<a>" + filler + "</a>") == "<a>[" + filler + "]</a>");
-  EXPECT_TRUE(read2("<a p='" + filler + "'/>") == "<a p='" + filler.substr(0, 1024) + "'/>");
+  struct {
+    char const* name;
+    std::string content;
+    std::size_t children;  // as Read2 has them
+  } const cases[] = {
+      {"names", numbered(60'000, "<n", "/>"), 60'000},
+      {"attributes", "<b" + numbered(5'000, " p", "='v'") + "/>", 1},
+      {"attributes of many elements", repeated("<b" + numbered(4'000, " p", "='v'") + "/>", 50), 50},
+      {"value", "<b p='" + filler + "'/>", 1},
+      {"text", filler, 1},
+      {"CDATA section", "<![CDATA[" + filler + "]]>", 1},
+      {"processing instruction", "<?p " + filler + "?>", 1},
+      {"comment", "<!--" + filler + "-->", 1},
+      {"ids", numbered(60'000, "<n xml:id='i", "'/>"), 60'000},
+      {"namespaces", numbered(40'000, "<b xmlns:x", "='urn:u'>") + repeated("</b>", 40'000), 1},
+  };
+  TemporaryFolder const folder;
+  for (auto const& [name, content, children] : cases) {
+    SCOPED_TRACE(name);
+    auto const start = std::chrono::steady_clock::now();
+    std::string const text = "<a>" + content + "<end/></a>";
+    XmlTree tree;
+    tree.SetDoCutValues(false);
+    EXPECT_TRUE(tree.Read(folder.Write("file", text).u16string()));
+    EXPECT_TRUE(tree.GetRoot()->GetChildren().back()->GetName() == u"end");
+    ASSERT_TRUE(tree.Read2());
+    EXPECT_EQ(tree.GetRoot()->ChildCount(), children + 1);
+    std::string const written = tree.WriteBuffer();
+    EXPECT_TRUE(tree.ReadBuffer(text) && tree.WriteBuffer() == written);
+    EXPECT_TRUE(tree.ReadBuffer(written) && tree.WriteBuffer() == written);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
+  }
 }
 
 TEST(XmlTree, ReportsCompressedDataThatIsDamaged) {
