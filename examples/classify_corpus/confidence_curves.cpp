@@ -33,14 +33,6 @@ ConfidenceCurve::ConfidenceCurve(ErrorPlot const& plot, std::size_t documents) {
   wrong = Scaled(plot.GetBadHistogram(), counted);
 }
 
-std::optional<Threshold> ConfidenceCurve::ThresholdFor(double share) const {
-  for (unsigned int i = 0; i < right.size(); ++i) {
-    double const accepted = right[i] + wrong[i];
-    if (accepted > 0 && right[i] >= share * accepted) return Threshold{i, right[i] / accepted, accepted};
-  }
-  return std::nullopt;
-}
-
 std::vector<ConfidenceCurve> CurvesOf(Findings const& findings) {
   Ref<DocumentNode> const plots = CreatePlotTree(findings.ClassCount());
   ZaM::ErrorPlotVisitor visitor;

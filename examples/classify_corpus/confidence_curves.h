@@ -4,19 +4,11 @@
 
 #include <zam/zam.h>
 
-#include <optional>
 #include <vector>
 
 #include "findings.h"
 
 namespace classify {
-
-/// A confidence from which on documents are accepted, in hundredths, and what it does.
-struct Threshold {
-  unsigned int hundredths;
-  double right;     // share of the accepted documents that are in their own class
-  double accepted;  // share of all documents
-};
 
 /// The two curves of an error plot: of the documents of a class, or of all.
 class ConfidenceCurve {
@@ -29,9 +21,6 @@ class ConfidenceCurve {
   std::vector<double> const& Right() const { return right; }
   /// As `Right`, of those that are wrong.
   std::vector<double> const& Wrong() const { return wrong; }
-
-  /// The lowest threshold at which at least this share of the accepted documents is right. Nothing if there is none.
-  std::optional<Threshold> ThresholdFor(double share) const;
 
  private:
   std::vector<double> right;

@@ -124,6 +124,10 @@ int Evaluate(Options const& options, Notes& notes) {
     std::vector<PendingFile> outputs;
     Findings const findings = options.loadResults.empty() ? Classify(options, progress, clocks, notes, outputs)
                                                           : Load(options, progress, clocks, notes);
+    if (findings.ClassCount() == 1)
+      notes.Add("a single class: it has nothing to be told from", findings.ClassNames()[1]);
+    if (options.distanceThreshold > 0 && findings.settings.maxResults == 1)
+      throw RunError{"--distance-threshold needs a second class, and these results have one alone"};
     auto const matrix = clocks.evaluate.Time(
         findings.Tested().size(), [&] { return Evaluate(findings, options.bestThreshold, options.distanceThreshold); });
     report = Report(findings, *matrix, clocks);

@@ -78,6 +78,8 @@ void Experiment::drawOnPlane(std::vector<Document const*> const& training, std::
     examples.push_back({Ref(WordVector::Create(vocabulary.Weigh(document->terms))), document->file->classId,
                         place.corpus.NameOf(*document->file)});
   }
+  place.progress.Begin("map", 2);
+  place.progress.Step(CancelId::Classifying, 0);
   Plane plane(std::move(examples));
   plane.LearnOrLoad(place.options.model, place.outputs);
 
@@ -88,6 +90,7 @@ void Experiment::drawOnPlane(std::vector<Document const*> const& training, std::
     root->AddChild(nodes.back());
     nodes.back()->AddRepresentation(WordVector::Create(vocabulary.Weigh(document->terms)));
   }
+  place.progress.Step(CancelId::Classifying);
   plane.Project(*root);
   place.findings.map.fold = fold;
   place.findings.map.examples = plane.ExampleCount();

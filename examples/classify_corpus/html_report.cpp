@@ -12,6 +12,7 @@
 #include "plane_map.h"
 #include "report_pictures.h"
 #include "run_error.h"
+#include "sure_thresholds.h"
 #include "utf8.h"
 
 namespace classify {
@@ -63,31 +64,43 @@ std::string Figure(std::string const& id, std::string const& value, std::string 
 
 std::string Figures(ZaM::ErrorMatrix const& matrix, std::size_t classes) {
   unsigned int const documents = matrix.GetDocCount();
+  unsigned int const accepted = documents - matrix.GetRejected();
   return "<div class=\"figures\">\n" +
          Figure("accuracy", Percent(matrix.GetCorrect(), documents),
                 "accuracy: " + Grouped(matrix.GetCorrect()) + " of " + Grouped(documents)) +
          Figure("rejected", Percent(matrix.GetRejected(), documents), "rejected: " + Grouped(matrix.GetRejected())) +
+         Figure("right", Percent(matrix.GetCorrect(), accepted),
+                "right among accepted: " + Grouped(matrix.GetCorrect()) + " of " + Grouped(accepted)) +
          Figure("macro-f1", Percent(MacroF1(matrix, classes), 1), "macro F1") + "</div>\n";
 }
 
-std::string ThresholdCell(ConfidenceCurve const& curve, double share) {
-  auto const threshold = curve.ThresholdFor(share);
-  if (!threshold) return "&ndash;";
-  return "&ge; " + Fixed(threshold->hundredths / 100.0, 2) + " (" + Percent(threshold->accepted, 1) + ")";
+std::string Interval(Outcome const& outcome) {
+  return Fixed(100 * outcome.Low(), 0) + "&ndash;" + Percent(outcome.High(), 1);
 }
 
-std::string ClassRows(Findings const& findings, ZaM::ErrorMatrix const& matrix,
-                      std::vector<ConfidenceCurve> const& curves) {
+std::string ThresholdCell(AssignedDocuments const& assigned, double share) {
+  if (auto const threshold = assigned.ThresholdFor(share)) {
+    auto const& [hundredths, outcome] = *threshold;
+    return "&ge; " + Fixed(hundredths / 100.0, 2) + "<br><small>" + Grouped(outcome.right) + " of " +
+           Grouped(outcome.accepted) + " (" + Interval(outcome) + ")</small>";
+  }
+  Outcome const all = assigned.All();
+  if (all.accepted >= AssignedDocuments::FewestDocuments) return "&ndash;";
+  return "<small>too few: " + Grouped(all.right) + " of " + Grouped(all.accepted) + " (" + Interval(all) + ")</small>";
+}
+
+std::string ClassRows(Findings const& findings, ZaM::ErrorMatrix const& matrix) {
+  std::vector<AssignedDocuments> const assigned = AssignedIn(findings);
   std::vector<std::vector<std::string>> rows;
   for (unsigned int id = 1; id <= findings.ClassCount(); ++id) {
     ClassFigures const figures(matrix, id);
     rows.push_back({Escaped(findings.ClassNames()[id]), Grouped(matrix.GetClassCount(id)),
                     Percent(figures.found, figures.Assigned()), Percent(figures.found, figures.documents),
                     Percent(2 * figures.found, figures.Involved())});
-    for (double const share : sharesRight) rows.back().push_back(ThresholdCell(curves[id], share));
+    for (double const share : sharesRight) rows.back().push_back(ThresholdCell(assigned[id], share));
   }
   rows.push_back({"<b>all</b>", Grouped(matrix.GetDocCount()), "", "", ""});
-  for (double const share : sharesRight) rows.back().push_back(ThresholdCell(curves[0], share));
+  for (double const share : sharesRight) rows.back().push_back(ThresholdCell(assigned[0], share));
   return html::Table({"class", "documents", "precision", "recall", "F1", "95 % right", "98 % right", "99 % right"},
                      rows);
 }
@@ -141,18 +154,20 @@ std::string Map(Findings const& findings) {
 }
 
 std::string Body(Findings const& findings, ZaM::ErrorMatrix const& matrix, Options const& options,
-                 StageClocks const& clocks, std::vector<ConfidenceCurve> const& curves) {
+                 StageClocks const& clocks) {
   return "<h1>Classification of " + Escaped(findings.corpus) + "</h1>\n" + Figures(matrix, findings.ClassCount()) +
          "<nav><a href=\"#classes\">Classes</a><a href=\"#matrix\">Confusion matrix</a>"
          "<a href=\"#confusions\">Worst confusions</a><a href=\"#confidence\">Confidence</a>"
          "<a href=\"#rejection\">Rejection</a><a href=\"#map\">Map</a><a href=\"#times\">Times</a></nav>\n" +
          Section("setup", "What was run", "", Setup(findings, options)) +
-         Section("classes", "Classes",
-                 "Precision: of the documents that were given the class, those that belong to it. Recall: of the "
-                 "documents of the class, those that were given it. The last columns name the lowest confidence to ask "
-                 "for if that share of the accepted documents has to be right, and the share of documents that is then "
-                 "accepted.",
-                 ClassRows(findings, matrix, curves)) +
+         Section(
+             "classes", "Classes",
+             "Precision: of the documents that were given the class, those that belong to it. Recall: of the "
+             "documents of the class, those that were given it. The last columns are for deciding on new documents: "
+             "the lowest confidence to ask of those that are given the class if that share of them has to be right; "
+             "how many of the tested ones that accepts, and how many of these were right; and where their share "
+             "lies among more documents, with a probability of 95 %. Fewer than 30 documents are too few to tell.",
+             ClassRows(findings, matrix)) +
          Section(
              "matrix", "Confusion matrix",
              "A row for each class, a column for what its documents were taken for. Blue is right, red is wrong; the "
@@ -160,10 +175,11 @@ std::string Body(Findings const& findings, ZaM::ErrorMatrix const& matrix, Optio
              html::Picture(matrixFile, "Confusion matrix")) +
          Section("confusions", "Worst confusions", "With some of the documents that were misplaced.",
                  Confusions(findings, matrix, options)) +
-         Section("confidence", "How far a confidence can be trusted",
-                 "For each confidence that may be asked for, the share of the documents that have it and are in their "
-                 "own class, and of those that have it and are in another one. All documents, then each class.",
-                 CurvePictures(findings)) +
+         Section(
+             "confidence", "How far a confidence can be trusted",
+             "For each confidence that may be asked for, the share of the documents that have it and are in their "
+             "own class, and of those that have it and are in another one. All documents, then those of each class.",
+             CurvePictures(findings)) +
          Section("rejection", "What rejecting unsure documents gains",
                  "The options <code>--best-threshold</code> and <code>--distance-threshold</code> leave documents to a "
                  "person: how many, and how many of the others are still wrong. The figures at the points are the "
@@ -209,7 +225,7 @@ std::vector<PendingFile> HtmlReport::Write(Findings const& findings, ZaM::ErrorM
       DrawRejection(RejectionCurve(findings, ThresholdKind::Best), RejectionCurve(findings, ThresholdKind::Distance)));
   if (!findings.map.points.empty()) add(mapFile, DrawMap(findings.corpus, findings.map, findings.ClassNames()));
   // The page comes last, so that it never shows pictures that aren't there yet.
-  add(pageFile, html::Page("Classification of " + findings.corpus, Body(findings, matrix, options, clocks, curves)));
+  add(pageFile, html::Page("Classification of " + findings.corpus, Body(findings, matrix, options, clocks)));
   return files;
 }
 

@@ -36,10 +36,12 @@ class Progress : public ZaM::CallBack {
   using Clock = std::chrono::steady_clock;
 
   void draw();
+  std::string timeLeft();
   void erase();
 
   bool isShown;
   std::size_t width = 0;         // of what stands on the terminal
+  Clock::time_point begun{};     // of the stage
   Clock::time_point nextDraw{};  // drawing at each step would take longer than the work
 };
 

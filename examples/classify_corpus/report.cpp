@@ -123,10 +123,13 @@ std::string WorstConfusions(ZaM::ErrorMatrix const& matrix, Names const& names) 
 
 std::string Summary(ZaM::ErrorMatrix const& matrix, std::size_t classes) {
   unsigned int const documents = matrix.GetDocCount();
+  unsigned int const accepted = documents - matrix.GetRejected();
   std::string const of = " of " + Grouped(documents) + " documents\n";
   return "accuracy " + Right(Percent(matrix.GetCorrect(), documents), 8) + "   " + Grouped(matrix.GetCorrect()) + of +
          "rejected " + Right(Percent(matrix.GetRejected(), documents), 8) + "   " + Grouped(matrix.GetRejected()) + of +
-         "macro F1 " + Right(Percent(MacroF1(matrix, classes), 1), 8) + '\n';
+         "right    " + Right(Percent(matrix.GetCorrect(), accepted), 8) + "   " + Grouped(matrix.GetCorrect()) +
+         " of " + Grouped(accepted) + " accepted documents\n" + "macro F1 " +
+         Right(Percent(MacroF1(matrix, classes), 1), 8) + '\n';
 }
 
 std::string SpeedTable(StageClocks const& clocks) {

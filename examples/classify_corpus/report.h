@@ -24,8 +24,8 @@ inline constexpr std::size_t MaxMatrixClasses = 100;
 /// The cells off the diagonal with most documents, the greatest first, at most ten.
 std::string WorstConfusions(ZaM::ErrorMatrix const& matrix, std::vector<std::string> const& classNames);
 
-/// Accuracy, rejected share and macro F1. The last one is the mean over the classes that have tested documents or were
-/// assigned to one; a rejected document counts as missed by its class.
+/// Accuracy, rejected share, the share of right ones among the accepted, and macro F1. The last one is the mean over
+/// the classes that have tested documents or were assigned to one; a rejected document counts as missed by its class.
 std::string Summary(ZaM::ErrorMatrix const& matrix, std::size_t classes);
 
 /// Documents per second of each stage that there was.

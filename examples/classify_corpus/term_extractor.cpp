@@ -1,9 +1,15 @@
 #include "term_extractor.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
+#include "number_sort.h"
+
 namespace classify {
+
+// The hash of a term is what `stringhash` gives for its symbols: the sum of their numbers with the weights 1, 3, 5 …
+// Terms overlap, so it is cheaper to look each number up once, and to make the hash of a pair of those of its words.
 
 namespace {
 
@@ -12,49 +18,77 @@ constexpr std::size_t fragmentLength = 4;
 }  // namespace
 
 TermExtractor::TermExtractor(unsigned char minWordLength, bool useDigits)
-    : textFilter(ZaM::AsciiTextFilter::Create(minWordLength, useDigits)) {}
+    : textFilter(ZaM::AsciiTextFilter::Create(minWordLength, useDigits)) {
+  for (std::size_t symbol = 0; symbol < numbers.size(); ++symbol) {
+    char const text = static_cast<char>(symbol);
+    numbers[symbol] = ZaM::stringhash().GetStringHash(1, &text);
+  }
+}
 
 Terms TermExtractor::Extract(std::u16string_view text) {
-  std::string_view const stream = filter(text);
-  occurrences.clear();
+  filter(text);
+  for (auto& hashes : occurrences) hashes.clear();
+  auto& words = occurrences[static_cast<std::size_t>(TermKind::Word)];
+  auto& pairs = occurrences[static_cast<std::size_t>(TermKind::Pair)];
   // The stream is 0, word, 0, word, 0: a pair of words and the edges of a word are just longer stretches of it.
-  std::size_t previous = 0;
-  std::size_t begin = 1;
-  for (std::size_t end; (end = stream.find('\0', begin)) != std::string_view::npos; begin = end + 1) {
-    if (end == begin) continue;  // a word of nothing but dropped marks
-    addWord(stream, begin, end);
-    if (previous > 0) add(TermKind::Pair, stream.substr(previous, end - previous));
-    previous = begin;
+  Stretch previous;  // word, with all zeros behind it; empty before the first one
+  char const* const stream = symbols.data();
+  for (std::size_t begin = 1, end = 0; begin < length; begin = end + 1) {
+    auto const* const zero = static_cast<char const*>(std::memchr(stream + begin, 0, length - begin));
+    if (zero == nullptr) break;
+    end = static_cast<std::size_t>(zero - stream);
+    Stretch const behind = measure(end, end + 1);
+    if (end == begin) {  // a word of nothing but dropped marks
+      if (previous.length > 0) previous = joined(previous, behind);
+      continue;
+    }
+    Stretch const word = measure(begin, end);
+    words.push_back(word.hash);
+    if (previous.length > 0) pairs.push_back(joined(previous, word).hash);
+    addFragments(begin - 1, end + 1);
+    previous = joined(word, behind);
   }
   return mergeEqualTerms();
 }
 
-std::string_view TermExtractor::filter(std::u16string_view text) {
+void TermExtractor::filter(std::u16string_view text) {
   symbols.resize(4 * text.size() + 3);  // takes everything, even if each unit is an ideograph
-  unsigned int const count = textFilter->FilterTextW(text.data(), static_cast<unsigned int>(text.size()),
-                                                     symbols.data(), static_cast<unsigned int>(symbols.size()));
-  return {symbols.data(), count};
+  length = textFilter->FilterTextW(text.data(), static_cast<unsigned int>(text.size()), symbols.data(),
+                                   static_cast<unsigned int>(symbols.size()));
+  values.resize(length);
+  for (std::size_t i = 0; i < length; ++i) values[i] = numbers[static_cast<unsigned char>(symbols[i])];
 }
 
-void TermExtractor::addWord(std::string_view stream, std::size_t begin, std::size_t end) {
-  add(TermKind::Word, stream.substr(begin, end - begin));
-  for (std::size_t i = begin - 1; i + fragmentLength <= end + 1; ++i)
-    add(TermKind::Fragment, stream.substr(i, fragmentLength));
+TermExtractor::Stretch TermExtractor::measure(std::size_t begin, std::size_t end) const {
+  Stretch stretch{0, 0, end - begin};
+  std::uint32_t weight = 1;
+  for (std::size_t i = begin; i < end; ++i, weight += 2) {
+    stretch.hash += weight * values[i];
+    stretch.sum += values[i];
+  }
+  return stretch;
 }
 
-void TermExtractor::add(TermKind kind, std::string_view stretch) {
-  occurrences.push_back({hasher.GetStringHash(static_cast<std::uint32_t>(stretch.size()), stretch.data()), 1, kind});
+// The weights of the second one begin where those of the first one end.
+TermExtractor::Stretch TermExtractor::joined(Stretch const& first, Stretch const& second) {
+  auto const offset = static_cast<std::uint32_t>(2 * first.length);
+  return {first.hash + second.hash + offset * second.sum, first.sum + second.sum, first.length + second.length};
+}
+
+void TermExtractor::addFragments(std::size_t begin, std::size_t end) {
+  auto& fragments = occurrences[static_cast<std::size_t>(TermKind::Fragment)];
+  for (std::size_t i = begin; i + fragmentLength <= end; ++i)
+    fragments.push_back(values[i] + 3 * values[i + 1] + 5 * values[i + 2] + 7 * values[i + 3]);
 }
 
 Terms TermExtractor::mergeEqualTerms() {
-  std::sort(occurrences.begin(), occurrences.end(), [](Term const& a, Term const& b) { return a.Key() < b.Key(); });
   Terms terms;
-  for (Term const& term : occurrences) {
-    if (terms.empty() || terms.back().Key() != term.Key()) {
-      terms.push_back(term);
-    } else if (terms.back().count < std::numeric_limits<std::uint16_t>::max()) {
-      ++terms.back().count;
-    }
+  for (std::size_t kind = 0; kind < TermKindCount; ++kind) {
+    SortNumbers(occurrences[kind], scratch);
+    ForEachRun(occurrences[kind], [&](std::uint32_t hash, std::size_t count) {
+      constexpr std::size_t greatest = std::numeric_limits<std::uint16_t>::max();
+      terms.push_back({hash, static_cast<std::uint16_t>(std::min(count, greatest)), static_cast<TermKind>(kind)});
+    });
   }
   terms.shrink_to_fit();
   return terms;

@@ -4,6 +4,7 @@
 
 #include <zam/zam.h>
 
+#include <array>
 #include <compare>
 #include <cstdint>
 #include <string_view>
@@ -57,15 +58,26 @@ class TermExtractor {
   static constexpr std::size_t MaxUnits = std::size_t{1} << 28;
 
  private:
-  std::string_view filter(std::u16string_view text);
-  void addWord(std::string_view stream, std::size_t begin, std::size_t end);
-  void add(TermKind kind, std::string_view symbols);
+  // A stretch of the stream by what its hash and that of longer ones are made of.
+  struct Stretch {
+    std::uint32_t hash = 0;
+    std::uint32_t sum = 0;
+    std::size_t length = 0;
+  };
+
+  void filter(std::u16string_view text);
+  Stretch measure(std::size_t begin, std::size_t end) const;
+  static Stretch joined(Stretch const& first, Stretch const& second);
+  void addFragments(std::size_t begin, std::size_t end);
   Terms mergeEqualTerms();
 
   ZaM::Ref<ZaM::AsciiTextFilter> textFilter;
-  ZaM::stringhash hasher;
-  std::vector<char> symbols;
-  Terms occurrences;
+  std::array<std::uint32_t, 256> numbers;                             // the hash of each symbol by itself
+  std::vector<char> symbols;                                          // the stream
+  std::size_t length = 0;                                             // of it
+  std::vector<std::uint32_t> values;                                  // the number of each of its symbols
+  std::array<std::vector<std::uint32_t>, TermKindCount> occurrences;  // hashes
+  std::vector<std::uint32_t> scratch;
 };
 
 /// One for each job.

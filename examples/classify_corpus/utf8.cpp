@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 namespace classify {
 
@@ -36,6 +37,17 @@ CodePoint FirstOf(std::string_view bytes) {
   return isOverlong || isSurrogate || value > 0x10FFFF ? invalid : CodePoint{value, length};
 }
 
+// How many ASCII characters are in front. Looks at eight at once: most text is made of long runs of them.
+std::size_t AsciiLength(std::string_view bytes) {
+  std::size_t length = 0;
+  for (std::uint64_t block; length + sizeof block <= bytes.size(); length += sizeof block) {
+    std::memcpy(&block, bytes.data() + length, sizeof block);
+    if ((block & 0x8080808080808080U) != 0) break;
+  }
+  while (length < bytes.size() && static_cast<unsigned char>(bytes[length]) < 0x80) ++length;
+  return length;
+}
+
 void Append(char32_t value, std::u16string& text) {
   if (value < 0x10000) {
     text += static_cast<char16_t>(value);
@@ -68,6 +80,10 @@ std::optional<std::u16string> DecodeUtf8(std::string_view bytes) {
   std::u16string text;
   text.reserve(bytes.size());
   while (!bytes.empty()) {
+    std::size_t const plain = AsciiLength(bytes);
+    text.insert(text.end(), bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(plain));
+    bytes.remove_prefix(plain);
+    if (bytes.empty()) break;
     auto const [value, length] = FirstOf(bytes);
     if (length == 0) return std::nullopt;
     Append(value, text);

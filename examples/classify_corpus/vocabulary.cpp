@@ -1,9 +1,12 @@
 #include "vocabulary.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
-#include <unordered_map>
+#include <numeric>
 #include <utility>
+
+#include "number_sort.h"
 
 namespace classify {
 
@@ -19,26 +22,6 @@ struct KindRule {
 // is seen in one document alone costs memory and finds nothing.
 constexpr KindRule rules[TermKindCount] = {{1.0F, 1}, {0.5F, 2}, {0.5F, 1}};
 
-KindRule RuleOf(TermKind kind) {
-  return rules[static_cast<std::size_t>(kind)];
-}
-
-struct KeyHash {
-  std::size_t operator()(TermKey const& key) const {
-    return std::size_t{key.hash} * TermKindCount + static_cast<std::size_t>(key.kind);
-  }
-};
-
-using DocumentCounts = std::unordered_map<TermKey, std::uint32_t, KeyHash>;
-
-DocumentCounts CountDocuments(std::vector<Document const*> const& training) {
-  DocumentCounts counts;
-  for (Document const* document : training)
-    for (Term const& term : document->terms) ++counts[term.Key()];
-  std::erase_if(counts, [](auto const& entry) { return entry.second < RuleOf(entry.first.kind).fewestDocuments; });
-  return counts;
-}
-
 void ScaleToLengthOne(std::vector<WeightedTerm>& terms) {
   if (terms.empty()) return;
   double sum = 0;
@@ -50,28 +33,52 @@ void ScaleToLengthOne(std::vector<WeightedTerm>& terms) {
 }  // namespace
 
 Vocabulary::Vocabulary(std::vector<Document const*> const& training) {
-  DocumentCounts const counts = CountDocuments(training);
-  keys.reserve(counts.size());
-  for (auto const& [key, count] : counts) keys.push_back(key);
-  std::sort(keys.begin(), keys.end());
-
-  weights.reserve(keys.size());
   auto const total = static_cast<float>(training.size());
-  for (TermKey const& key : keys)
-    weights.push_back(RuleOf(key.kind).weight * (1 + std::log(total / static_cast<float>(counts.at(key)))));
+  std::vector<std::uint32_t> hashes;
+  std::vector<std::uint32_t> scratch;
+  for (std::size_t kind = 0; kind < TermKindCount; ++kind) {
+    hashes.clear();
+    for (Document const* document : training)
+      for (Term const& term : document->terms)
+        if (term.kind == static_cast<TermKind>(kind)) hashes.push_back(term.hash);
+    SortNumbers(hashes, scratch);
+    ForEachRun(hashes, [&](std::uint32_t hash, std::size_t count) {
+      if (count < rules[kind].fewestDocuments) return;
+      keys.push_back({static_cast<TermKind>(kind), hash});
+      weights.push_back(rules[kind].weight * (1 + std::log(total / static_cast<float>(count))));
+    });
+  }
+  makeIndex();
 }
 
 Vocabulary::Vocabulary(std::vector<TermKey> givenKeys, std::vector<float> givenWeights)
-    : keys(std::move(givenKeys)), weights(std::move(givenWeights)) {}
+    : keys(std::move(givenKeys)), weights(std::move(givenWeights)) {
+  makeIndex();
+}
+
+// Hashes are spread evenly, so that a place is found by the first bits of a hash and a few steps.
+void Vocabulary::makeIndex() {
+  shift = 32U - std::min(24U, static_cast<unsigned int>(std::bit_width(keys.size() / 4)));
+  std::size_t const bucketsPerKind = (std::size_t{0xFFFFFFFF} >> shift) + 1;
+  starts.assign(TermKindCount * bucketsPerKind + 1, 0);
+  for (TermKey const& key : keys) ++starts[bucketOf(key) + 1];
+  std::partial_sum(starts.begin(), starts.end(), starts.begin());
+}
+
+std::size_t Vocabulary::bucketOf(TermKey const& key) const {
+  std::size_t const bucketsPerKind = (std::size_t{0xFFFFFFFF} >> shift) + 1;
+  return static_cast<std::size_t>(key.kind) * bucketsPerKind + (std::size_t{key.hash} >> shift);
+}
 
 std::vector<WeightedTerm> Vocabulary::Weigh(Terms const& terms) const {
   std::vector<WeightedTerm> weighted;
-  auto place = keys.begin();
+  weighted.reserve(terms.size());
   for (Term const& term : terms) {
-    place = std::lower_bound(place, keys.end(), term.Key());
-    if (place == keys.end()) break;
-    if (*place != term.Key()) continue;
-    auto const index = static_cast<std::uint32_t>(place - keys.begin());
+    TermKey const key = term.Key();
+    std::size_t const bucket = bucketOf(key);
+    std::uint32_t index = starts[bucket];
+    while (index < starts[bucket + 1] && keys[index].hash < key.hash) ++index;
+    if (index == starts[bucket + 1] || keys[index].hash != key.hash) continue;
     weighted.push_back({index, weights[index] * (1 + std::log(static_cast<float>(term.count)))});
   }
   ScaleToLengthOne(weighted);

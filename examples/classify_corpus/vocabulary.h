@@ -37,8 +37,13 @@ class Vocabulary {
   std::vector<WeightedTerm> Weigh(Terms const& terms) const;
 
  private:
-  std::vector<TermKey> keys;   // ascending; the place is the term's number
-  std::vector<float> weights;  // by number, the part that is the same for all documents
+  void makeIndex();
+  std::size_t bucketOf(TermKey const& key) const;
+
+  std::vector<TermKey> keys;          // ascending; the place is the term's number
+  std::vector<float> weights;         // by number, the part that is the same for all documents
+  unsigned int shift = 0;             // of a hash, to its bucket
+  std::vector<std::uint32_t> starts;  // by bucket, where its terms begin; one more for the end
 };
 
 }  // namespace classify

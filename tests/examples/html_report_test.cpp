@@ -67,6 +67,8 @@ TEST_F(ReportPage, ShowsTheFiguresOfTheRunAndAllPicturesInABrowser) {
   EXPECT_TRUE(Contains(run.output, "rejected " + Right(TextOf(page, "rejected"), 8))) << run.output;
   EXPECT_TRUE(Contains(run.output, "macro F1 " + Right(TextOf(page, "macro-f1"), 8))) << run.output;
   EXPECT_TRUE(Contains(page, "<td>fish</td><td>music</td><td>1</td>")) << page;
+  EXPECT_TRUE(Contains(run.output, "right    " + Right(TextOf(page, "right"), 8))) << run.output;
+  EXPECT_TRUE(Contains(page, "<small>too few: ")) << page;
 
   ProcessResult const loaded = Classify({"--load-results", Results(), "--report", Part(1, "")});
   ASSERT_EQ(loaded.exitCode, 0) << loaded.output;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "report.h"
+#include "sure_thresholds.h"
 
 namespace classify {
 namespace {
@@ -51,7 +52,35 @@ TEST(Report, CountsByClassAndInAll) {
   EXPECT_EQ(Summary(*Pets(), 3),
             "accuracy   60.0 %   3 of 5 documents\n"
             "rejected   20.0 %   1 of 5 documents\n"
+            "right      75.0 %   3 of 4 accepted documents\n"
             "macro F1   65.0 %\n");
+}
+
+// Of 40 documents that are taken for cats the ten least certain ones are dogs; of dogs nobody is sure.
+TEST(Report, TrustsWhatWasAssignedAndTellsHowMuchThatRestsOn) {
+  Findings findings;
+  for (char const* name : {"cat", "dog"}) findings.AddClass(name);
+  auto const add = [&](unsigned int trueClass, unsigned int assigned, float confidence) {
+    Ref<ZaM::SparseResult> const result(ZaM::SparseResult::Create());
+    result->SetResultItem(assigned, confidence, ZaM::ResultTypeScored);
+    findings.Add("x", trueClass, 0, result.Get());
+  };
+  for (int i = 0; i < 30; ++i) add(1, 1, 0.7F);
+  for (int i = 0; i < 10; ++i) add(2, 1, 0.5F);
+  for (int i = 0; i < 29; ++i) add(2, 2, 1.2F);
+  findings.Add("x", 2, 0, nullptr);
+  std::vector<AssignedDocuments> assigned = AssignedIn(findings);
+  EXPECT_EQ(assigned[0].All().accepted, 69U);
+  EXPECT_EQ(assigned[1].ThresholdFor(0.75)->hundredths, 0U);
+  EXPECT_EQ(assigned[1].ThresholdFor(0.76)->hundredths, 51U);
+  EXPECT_EQ(assigned[1].ThresholdFor(0.76)->outcome.accepted, 30U);
+  EXPECT_FALSE(assigned[2].ThresholdFor(0.76)) << "29 documents are too few, though all of them are right";
+  EXPECT_NEAR(assigned[2].All().Low(), 0.883, 0.001);
+  EXPECT_EQ(assigned[2].All().High(), 1);
+  assigned[2].Add(0.7F, false);
+  EXPECT_EQ(assigned[2].ThresholdFor(0.76)->outcome.right, 29U) << "the nearest that suffices";
+  EXPECT_NEAR(assigned[1].All().Low(), 0.598, 0.001);
+  EXPECT_NEAR(assigned[1].All().High(), 0.858, 0.001);
 }
 
 TEST(Report, HasSomethingToSayOfNothing) {
