@@ -187,7 +187,7 @@ TEST_F(FilesTest, CopiesAFileAndLeavesItWritable) {
   EXPECT_TRUE(ZamCopyFile(W("source"), W("old"), false));
   EXPECT_TRUE(IsWritable("old") && folder.Bytes("old") == "new");
   fs::create_directory(P("sub"));
-  fs::create_symlink("sub/link", P("nowhere"));
+  fs::create_symlink(P("sub/link"), P("nowhere"));
   fs::create_symlink("end", P("sub/link"));
   EXPECT_FALSE(ZamCopyFile(W("source"), W("nowhere"), true) || Exists("sub/end"));
   EXPECT_TRUE(ZamCopyFile(W("source"), W("nowhere"), false) && folder.Bytes("sub/end") == "new");
