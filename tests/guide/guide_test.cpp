@@ -221,9 +221,9 @@ TEST(GuideTest, SpeaksTheUsersLanguage) {
   ZaM::ResMgr resources;
   resources.Init(&texts);
   EXPECT_TRUE(resources.GetString(1, u"inbox", nullptr, nullptr) == u"Sorting inbox");
-  std::int32_t const letters = 12;
+  std::int32_t const sorted = 12;
   std::int32_t const folders = 3;
-  EXPECT_TRUE(resources.GetStringL(2, &letters, &folders, nullptr) == u"12 letters in 3 folders");
+  EXPECT_TRUE(resources.GetStringL(2, &sorted, &folders, nullptr) == u"12 letters in 3 folders");
   EXPECT_TRUE(resources.GetString(3, u"inbox", nullptr, nullptr) == u"Resource string #3 not found!");
 
   try {

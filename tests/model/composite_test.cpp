@@ -158,7 +158,7 @@ TEST(CompositeTest, WalksInPreOrderHoweverDeepTheTree) {
 
 TEST(CompositeTest, WalksAMillionLevelsAndKeepsWhatOverridesWriteAfterTheirChildren) {
   constexpr int levels = 1'000'000;
-  constexpr int brackets = 100;
+  constexpr int brackets = 125;  // more than nest before the stack is looked at
   RunOnStack(smallStack, [&] {
     Ref<DocumentNode> const root(StoredNode::Create('('));
     DocumentNode* last = root.Get();

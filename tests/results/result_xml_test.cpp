@@ -171,9 +171,11 @@ TEST(ResultXmlTest, LimitsWhatADocumentTakesInProportionToItsLength) {
     std::string const accepted = "<Res>" + padding + entryOf(slots - 1) + "</Res>";
     EXPECT_EQ(readNew<FullResult>(accepted)->GetResults().size(), slots);
     EXPECT_EQ(FailureId([&] { readNew<FullResult>("<Res>" + padding + entryOf(slots) + "</Res>"); }), 8);
-    // Beside another result that has taken nearly all of it.
-    std::string const second = "<Res>" + entryOf(slots + 1000) + entryOf(5'000'000) + "</Res>";
-    EXPECT_EQ(FailureId([&] { readNew<FullResult>(accepted + second); }), 8);
+    // A second result shares what there is.
+    auto const both = [&](std::size_t classId) { return accepted + "<Res>" + entryOf(classId) + "</Res>"; };
+    std::size_t const more = slots + 16 * (both(slots).size() - accepted.size());
+    EXPECT_EQ(readNew<FullResult>(both(more - 1))->GetResults().size(), more);
+    EXPECT_EQ(FailureId([&] { readNew<FullResult>(both(more)); }), 8);
   }
   std::string counts;
   for (int i = 0; i < 1000; ++i) counts += "<Res ClsCount='1048576'/>";
