@@ -10,12 +10,15 @@
 #include <memory>
 #include <new>
 #include <random>
+#include <thread>
 #include <utility>
+#include <vector>
 
 #include "tests/support/failing_allocation.h"
 #include "tests/support/number_vector.h"
 #include "tests/support/probe_nodes.h"
 #include "tests/support/result_items.h"
+#include "zam/model/children.h"
 
 namespace ZaM::test {
 namespace {
@@ -357,6 +360,33 @@ TEST_F(BayesClassifierTest, WalksTreesThatAreDeeperThanTheStack) {
   control.SetRootDocument(documents.Get());
   Run();
   EXPECT_EQ(Entries(document), Items{Item(1, .5F)});
+}
+
+TEST_F(BayesClassifierTest, SharesItsClassesWithClassifiersOnOtherThreads) {
+  constexpr std::size_t threadCount = 4;
+  constexpr int documentsOfAThread = 200;
+  SetClasses({{1, .2, 0, 2}, {2, .7, -1, 1}, {3, .5, 0, 1}});
+  control.SetDoNormalize(true);
+  DocumentNode* const document = AddDocument(*documents);
+  Run();
+  Items const expected = Entries(document);
+
+  std::vector<Ref<DocumentNode>> trees;
+  for (std::size_t i = 0; i < threadCount; ++i) {
+    trees.emplace_back(DocumentNode::Create());
+    for (int k = 0; k < documentsOfAThread; ++k) AddDocument(*trees[i]);
+  }
+  {
+    std::vector<std::jthread> threads;
+    for (Ref<DocumentNode> const& tree : trees)
+      threads.emplace_back([this, root = tree.Get()] {
+        BayesControl own = control;
+        own.SetRootDocument(root);
+        BayesClassifier().DoAlgorithm(&own);
+      });
+  }
+  for (Ref<DocumentNode> const& tree : trees)
+    for (Node* child : Children(*tree)) EXPECT_EQ(Entries(dynamic_cast<DocumentNode*>(child)), expected);
 }
 
 TEST_F(BayesClassifierTest, DoesNothingWithoutAControlOfItsOwnAndItsSwitches) {

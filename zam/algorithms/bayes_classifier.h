@@ -41,7 +41,9 @@ class Node;
 ///           the number of classes alone; with 0 on the greatest class id that this object has ever seen.
 /// Owning:   the list of classes points into the class tree: keep it alive until the last run that uses it. Neither
 ///           the trees nor the callback belong to the classifier.
-/// Threads:  one thread at a time, together with both trees; the callback is called on it.
+/// Threads:  one thread at a time, together with its tree of documents; the callback is called on it. A tree of
+///           classes is only read: classifiers on any number of threads may share one, as long as nobody changes it
+///           and its classes let `dot`, `IsValid`, `GetMinimum` and `GetMaximum` be called at the same time.
 /// Nesting:  the callback and `dot` may run the same classifier again. The run under way keeps the switches, tags and
 ///           `MaxResults` that it was started with, and each document is scored by the classes that the classifier has
 ///           when the callback returns. So classes that a callback has learned serve from the document in hand on, and
