@@ -102,7 +102,9 @@ bool XmlTree::Read() {
     parseFile(builder, {});
   } else {
     // The events are told to a derived class, which may take them itself.
-    XmlSaxParser().ParseFile(filename, this);
+    XmlSaxParser parser;
+    parser.SetMaxBytes(maxBytes);
+    parser.ParseFile(filename, this);
   }
   return true;
 }

@@ -115,7 +115,8 @@ class ZAM_EXPORT XmlTree : public XmlSaxCallback {
   void SetDoCutValues(bool cut) { doCutValues = cut; }
 
   /// What a document may take that is read, in bytes: its text, inflated, and its nodes, each for itself; no bound at
-  /// the start. Where it would take more, reading ends in LimitExceededException.
+  /// the start. Where it would take more, reading ends in LimitExceededException. For `Read` of a derived tree, which
+  /// may keep nothing or something else, the text alone counts.
   std::uint64_t GetMaxBytes() const { return maxBytes; }
   void SetMaxBytes(std::uint64_t most) { maxBytes = most; }
 
