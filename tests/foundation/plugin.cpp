@@ -1,7 +1,7 @@
 // A plugin of a host that knows nothing of the library: uses something of every room.
 #include <zam/zam.h>
 
-extern "C" int UseTheLibrary() {
+extern "C" ZAM_EXPORT int UseTheLibrary() {
   using namespace ZaM;
   Ref root(DocumentNode::Create());
   root->AddChild(DocumentNode::Create(1, root.Get()));

@@ -78,12 +78,14 @@ struct Outcome {
   bool isSameOnBothWays;
 };
 
-Outcome outcomeFor(std::filesystem::path const& file) {
+Outcome outcomeFor(std::filesystem::path const& file) try {
   XmlTree byEvents(file.u16string());
   XmlTree byModel;
   byModel.SetFilename(file.u16string());
   bool const isAccepted = byModel.Read2();
   return {isAccepted, isAccepted && byEvents.GetRoot() && agree(*byEvents.GetRoot(), *byModel.GetRoot())};
+} catch (ZaM::LimitExceededException const&) {
+  return {false, false};
 }
 
 /// What the suite expects of a test, or that it doesn't concern this library.

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <memory>
 #include <new>
 #include <optional>
 #include <utility>
@@ -31,13 +32,14 @@ struct DelayedOverflow {
 };
 
 struct ThreadFaults {
-  FaultTranslator translate = nullptr;  // null on a thread that didn't ask
+  FaultTranslator translate;
   FaultStack stack;
   DelayedOverflow delayed;
 };
 
-// Threads that never asked come here too, from inside of a fault: the first access mustn't allocate.
-[[gnu::tls_model("initial-exec")]] thread_local constinit ThreadFaults thisThread;
+// Null on a thread that never asked, which comes here too, from inside of a fault: the first access mustn't allocate.
+// No more than a pointer, since all copies of the library in a process share the little room that there is for that.
+[[gnu::tls_model("initial-exec")]] thread_local constinit ThreadFaults* thisThread = nullptr;
 
 constexpr std::array faultSignals = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGTRAP};
 
@@ -87,7 +89,7 @@ void Throw(FaultCode code, void* instruction, void* address, ucontext_t& context
   bool const isBadCall = code == FaultCode::AccessViolation && instruction == address;
   if (calls.isInThrow) ForgetThrow();
   PrepareToThrow(context, isBadCall, code == FaultCode::Breakpoint);
-  thisThread.translate(static_cast<std::uint32_t>(code), instruction, address, &context);
+  thisThread->translate(static_cast<std::uint32_t>(code), instruction, address, &context);
 }
 
 /// Brings a thread that has overflown its stack, and now goes on in the reserve, nearer to a place that an exception
@@ -95,7 +97,7 @@ void Throw(FaultCode code, void* instruction, void* address, ucontext_t& context
 /// a function between such places, which are run one by one. Returns false if it gives up.
 bool GoOn(ucontext_t& context) {
   constexpr int mostSteps = 100'000;
-  DelayedOverflow& delayed = thisThread.delayed;
+  DelayedOverflow& delayed = thisThread->delayed;
   FaultedCalls const calls = CallsAt(context);
   bool const isWaiting = calls.returnAddress != nullptr;
   delayed.isThere = !calls.mayThrow && (isWaiting || ++delayed.steps < mostSteps);
@@ -108,7 +110,7 @@ bool GoOn(ucontext_t& context) {
 /// Whether this is what GoOn has waited for. If it isn't, another fault came first, and the overflow is forgotten.
 bool IsNextStep(FaultCode code, ucontext_t& context) {
   bool const hasReturned = TakeAwaitedReturn(context);
-  bool const wasThere = std::exchange(thisThread.delayed.isThere, false);
+  bool const wasThere = std::exchange(thisThread->delayed.isThere, false);
   if (wasThere) SetSingleStep(context, false);
   return hasReturned || (wasThere && code == FaultCode::SingleStep);
 }
@@ -117,10 +119,10 @@ bool IsNextStep(FaultCode code, ucontext_t& context) {
 /// false if the signal has to be passed on.
 bool Translate(siginfo_t const& signal, ucontext_t& context) {
   std::optional<FaultCode> code = FaultCodeOf(signal, context);
-  FaultStack& stack = thisThread.stack;
+  if (!code || thisThread == nullptr) return false;
+  FaultStack& stack = thisThread->stack;
   std::uintptr_t const stackPointer = StackPointer(context);
-  // A fault while another one is being dealt with.
-  if (!code || thisThread.translate == nullptr || IsOnAlternativeStack(stack, stackPointer)) return false;
+  if (IsOnAlternativeStack(stack, stackPointer)) return false;  // a fault while another one is being dealt with
   if (IsNextStep(*code, context)) {
     GoOn(context);
     return true;
@@ -133,13 +135,13 @@ bool Translate(siginfo_t const& signal, ucontext_t& context) {
   auto const address = reinterpret_cast<std::uintptr_t>(signal.si_addr);
   if (hasNoAddress && IsStackOverflow(stack, stackPointer - mostSignalFrame, stackPointer) && OpenReserve(stack)) {
     // If it's the instruction that is at fault, it will be so again.
-    thisThread.delayed = {true, instruction, signal.si_addr, 0};
+    thisThread->delayed = {true, instruction, signal.si_addr, 0};
     SetSingleStep(context, true);
     return true;
   }
   if (signal.si_signo == SIGSEGV && IsStackOverflow(stack, address, stackPointer)) {
     code = FaultCode::StackOverflow;
-    thisThread.delayed = {true, instruction, signal.si_addr, 0};
+    thisThread->delayed = {true, instruction, signal.si_addr, 0};
     if (OpenReserve(stack) && GoOn(context)) return true;
   }
   bool const isBadCall = instruction == signal.si_addr;
@@ -159,8 +161,9 @@ void OnSignal(int number, siginfo_t* signal, void* context) {
 
 /// Takes back what TranslateFaults has given to a thread.
 void OnThreadEnd(void* /*given*/) {
-  thisThread.translate = nullptr;
-  WithdrawFaultStack(thisThread.stack);
+  std::unique_ptr<ThreadFaults> const given(thisThread);
+  thisThread = nullptr;
+  WithdrawFaultStack(given->stack);
 }
 
 /// What the first TranslateFaults gives to the process, for good.
@@ -193,21 +196,24 @@ struct ProcessFaults {
 
 bool TranslateFaults(FaultTranslator translate) try {
   static ProcessFaults const process;
-  bool const isNew = thisThread.translate == nullptr;
-  if (isNew && !ProvideFaultStack(thisThread.stack)) return false;
-  if (isNew && pthread_setspecific(process.threadEnd, &thisThread) != 0) {
-    WithdrawFaultStack(thisThread.stack);
-    return false;
+  if (thisThread == nullptr) {
+    auto given = std::make_unique<ThreadFaults>(ThreadFaults{translate, {}, {}});
+    if (!ProvideFaultStack(given->stack)) return false;
+    if (pthread_setspecific(process.threadEnd, given.get()) != 0) {
+      WithdrawFaultStack(given->stack);
+      return false;
+    }
+    thisThread = given.release();
   }
-  thisThread.translate = translate;
-  LockReserve(thisThread.stack);
+  thisThread->translate = translate;
+  LockReserve(thisThread->stack);
   return true;
 } catch (std::bad_alloc const&) {
   return false;
 }
 
 void RestoreStackReserve() noexcept {
-  if (thisThread.translate != nullptr) LockReserve(thisThread.stack);
+  if (thisThread != nullptr) LockReserve(thisThread->stack);
 }
 
 }  // namespace ZaM::platform

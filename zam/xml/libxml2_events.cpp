@@ -219,6 +219,10 @@ xmlSAXHandler const Libxml2Events::Impl::handler = [] {
                                xmlChar const* notation) {
     Of(self).push.DeclareUnparsedEntity(name, publicId, systemId, notation);
   };
+  // libxml2 leaves it to the handler to refuse this, and the event parser's handler has never done so.
+  made.notationDecl = [](void* self, xmlChar const*, xmlChar const* publicId, xmlChar const* systemId) {
+    if (Of(self).shaper.options.isModel && publicId == nullptr && systemId == nullptr) Of(self).push.Stop();
+  };
   made.attributeDecl = [](void* self, xmlChar const* element, xmlChar const* name, int type, int, xmlChar const* value,
                           xmlEnumeration* allowed) {
     xmlFreeEnumeration(allowed);
