@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <limits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -24,8 +23,8 @@ constexpr std::uint64_t freeExpansion = 1'000'000;
 constexpr std::uint64_t mostExpansionPerByte = 5;
 constexpr std::size_t costOfReference = 20;
 
-/// What an element in an entity, or an attribute that a document type adds, costs beyond its characters: a reference
-/// takes time and memory for its nodes rather than for their text.
+/// What an element in an entity costs beyond its characters: a reference takes time and memory for its nodes rather
+/// than for their text.
 constexpr std::size_t costOfNode = 20;
 
 /// libxml2 compares each declaration of an attribute with all others of the element: so many take it 0.2 s.
@@ -59,9 +58,6 @@ constexpr std::size_t prologPieceSize = 4096;
 
 /// The first piece is parsed with the second.
 constexpr std::size_t firstPieceSize = 1024;
-
-/// How long a text may have become that goes on: libxml2 counts in int, and doubles its room.
-constexpr int mostText = std::numeric_limits<int>::max() / 4;
 
 constexpr wchar expansionName[] = u"bytes that references in an XML document stand for";
 
@@ -141,105 +137,26 @@ bool TagScan::Add(std::string_view bytes) {
   return true;
 }
 
-/// What is put in front of libxml2's own handler where it builds a document. Its functions are called with the context
-/// of the parse, or with that of an entity's content, which belongs to the same PushParser.
-struct PushParser::DocumentHandler {
-  static PushParser& Of(void* context) {
-    return *static_cast<PushParser*>(static_cast<xmlParserCtxt*>(context)->_private);
-  }
-
-  static void DeclareEntity(void* context, xmlChar const* name, int type, xmlChar const* publicId,
-                            xmlChar const* systemId, xmlChar* content) {
-    Of(context).DeclareEntity(name, type, publicId, systemId, content);
-  }
-
-  static void DeclareAttribute(void* context, xmlChar const* element, xmlChar const* name, int type, int defaultType,
-                               xmlChar const* defaultValue, xmlEnumeration* values) {
-    if (Of(context).AdmitsAttributeDeclaration()) {
-      xmlSAX2AttributeDecl(context, element, name, type, defaultType, defaultValue, values);
-    } else {
-      xmlFreeEnumeration(values);
-    }
-  }
-
-  static xmlEntity* FindEntity(void* context, xmlChar const* name) {
-    return Of(context).Expand(xmlSAX2GetEntity(context, name));
-  }
-
-  static xmlEntity* FindParameterEntity(void* context, xmlChar const* name) {
-    return Of(context).FindParameterEntity(name);
-  }
-
-  /// `attributes` holds five pointers each: a name, a prefix, a namespace, and the ends of the value.
-  static void StartElement(void* context, xmlChar const* name, xmlChar const* prefix, xmlChar const* uri,
-                           int namespaceCount, xmlChar const** namespaces, int attributeCount, int defaultedCount,
-                           xmlChar const** attributes) {
-    PushParser& self = Of(context);
-    for (int i = attributeCount - defaultedCount; i < attributeCount; ++i) {
-      self.CountDefault(static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]));
-    }
-    if (!self.AdmitsAttributes(static_cast<std::size_t>(attributeCount))) return;
-    xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, attributeCount, defaultedCount,
-                          attributes);
-  }
-
-  /// libxml2 refuses a text of more than 10,000,000 bytes, but only where it comes in pieces. Documents hold longer
-  /// ones, and no text is larger than what it is read from.
-  static void AddText(void* context, xmlChar const* text, int length) {
-    auto& parser = *static_cast<xmlParserCtxt*>(context);
-    int const options = parser.options;
-    if (parser.nodelen < mostText) parser.options |= XML_PARSE_HUGE;
-    xmlSAX2Characters(context, text, length);
-    parser.options = options;
-  }
-
-  static xmlSAXHandler const* Instance() {
-    static xmlSAXHandler const instance = [] {
-      xmlSAXHandler made = {};
-      xmlSAXVersion(&made, 2);
-      made.entityDecl = &DeclareEntity;
-      made.attributeDecl = &DeclareAttribute;
-      made.getEntity = &FindEntity;
-      made.getParameterEntity = &FindParameterEntity;
-      made.startElementNs = &StartElement;
-      made.externalSubset = nullptr;
-      // The same function for both, as libxml2 has it: otherwise it would look for blanks that can be ignored.
-      made.characters = made.ignorableWhitespace = &AddText;
-      return made;
-    }();
-    return &instance;
-  }
-};
-
-PushParser::PushParser()
-    : handler(DocumentHandler::Instance()), userData(nullptr), doSubstitute(GetSubstituteEntities()) {}
-
 PushParser::PushParser(xmlSAXHandler const& eventHandler, void* handlerData, bool doSubstituteEntities)
     : handler(&eventHandler), userData(handlerData), doSubstitute(doSubstituteEntities) {}
 
 PushParser::~PushParser() {
   if (context == nullptr) return;
   // A context doesn't own what it has read of a document.
-  XmlDocument const rest(context->myDoc);
+  xmlDoc* const declarations = context->myDoc;
   context->myDoc = nullptr;
   xmlFreeParserCtxt(context);
+  xmlFreeDoc(declarations);
 }
 
 void PushParser::Begin(std::string_view bytes) {
   auto* const copied = const_cast<xmlSAXHandler*>(handler);  // libxml2 changes the copy that it makes
   context = xmlCreatePushParserCtxt(copied, userData, bytes.data(), static_cast<int>(bytes.size()), documentName);
   if (context == nullptr) throw BaseException(ErrorId::OutOfMemory);
-  context->_private = this;
-
-  bool const isDocument = userData == nullptr;
-  bool const keepsBlanks = isDocument && GetKeepBlanks();
   context->options = 0;  // the host's, for this thread
-  // Where a document is built the content of an entity is parsed by a context of its own, which knows the options
-  // alone.
   // Huge ones for markup of more than 10,000,000 bytes, as long as no entity is declared.
-  xmlCtxtUseOptions(context, (isDocument ? 0 : XML_PARSE_HUGE) | XML_PARSE_NONET | XML_PARSE_COMPACT |
-                                 (keepsBlanks ? 0 : XML_PARSE_NOBLANKS) | (utf32 ? XML_PARSE_IGNORE_ENC : 0) |
-                                 (isDocument && doSubstitute ? XML_PARSE_NOENT : 0));
+  xmlCtxtUseOptions(context, XML_PARSE_HUGE | XML_PARSE_NONET | XML_PARSE_COMPACT | XML_PARSE_NOBLANKS |
+                                 (utf32 ? XML_PARSE_IGNORE_ENC : 0));
   // Not through the option: that would let libxml2 ask for external entities too.
   context->replaceEntities = doSubstitute ? 1 : 0;
 }
@@ -316,18 +233,6 @@ std::string_view PushParser::ContentOf(std::string const& entity) const {
   return found == nullptr || found->content == nullptr ? std::string_view() : View(found->content);
 }
 
-void PushParser::CountDefault(std::size_t size) {
-  Count(size + costOfNode);
-}
-
-XmlDocument PushParser::TakeDocument() {
-  if (context == nullptr) return nullptr;
-  XmlDocument document(context->myDoc);
-  context->myDoc = nullptr;
-  if (!IsWellFormed()) document.reset();
-  return document;
-}
-
 /// Stops the parse where a document has more of something than it may.
 bool PushParser::Admits(wchar const* what, std::uint64_t count, std::uint64_t most) {
   if (count > most && !isStopped) {
@@ -339,7 +244,6 @@ bool PushParser::Admits(wchar const* what, std::uint64_t count, std::uint64_t mo
 
 void PushParser::CheckFailures() const {
   if (scope.HasRunOutOfMemory()) throw BaseException(ErrorId::OutOfMemory);
-  if (userData == nullptr) return;
   ReportOutOfMemory([&] {
     RequireAtMost(limit.what, limit.count, limit.most);
     if (std::uint64_t const most = scope.PassedLimit()) {
@@ -428,7 +332,7 @@ void PushParser::DeclareEntity(xmlChar const* name, int type, xmlChar const* pub
                                xmlChar* content) {
   if (!AdmitsNames() || !AdmitsContent(content)) return;
   // With it libxml2 lets entities nest deeper than a stack.
-  if (userData != nullptr) context->options &= ~XML_PARSE_HUGE;
+  context->options &= ~XML_PARSE_HUGE;
   if (type == XML_EXTERNAL_PARAMETER_ENTITY) {
     // libxml2 would ask for it wherever entities are substituted. What is empty is passed over, and still tells libxml2
     // that there may be declarations which it hasn't seen.

@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,11 +15,6 @@
 #include "zam/xml/xml_library.h"
 
 namespace ZaM::detail {
-
-struct FreeXmlDocument {
-  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
-};
-using XmlDocument = std::unique_ptr<xmlDoc, FreeXmlDocument>;
 
 /// What one element may have.
 inline constexpr std::size_t mostAttributes = 4096;
@@ -40,11 +34,11 @@ class TagScan {
   char quote = 0;  // the one that the scan is inside of, or 0
 };
 
-/// One parse, whose input comes in pieces of any size. It reports events to a handler or builds a document.
+/// One parse, whose input comes in pieces of any size and whose events go to a handler.
 ///
-/// Sequence: Feed* Finish TakeDocument?, on one thread
-/// Errors:   BaseException with id 5 where memory runs out, also inside libxml2: the events so far, or the document,
-///           may be wrong then. Malformed documents are no exception. LimitExceededException for a document that
+/// Sequence: Feed* Finish, on one thread
+/// Errors:   BaseException with id 5 where memory runs out, also inside libxml2: the events so far may be wrong then.
+///           Malformed documents are no exception. LimitExceededException for a document that
 ///           - has more than 65,536 bytes in front of the end of its first declaration;
 ///           - has a start tag with more than 4,096 attributes: libxml2's time grows with the square of their number;
 ///           - declares more than 500,000 bytes itself, more than 10,000 attributes, or has more than 10,000 `|` in its
@@ -57,15 +51,11 @@ class TagScan {
 ///             2.11 on; or to a parameter entity behind 10,000 references;
 ///           - declares an entity, and has a name of more than 50,000 bytes, or 10,000,000 bytes in one tag, value,
 ///             comment, processing instruction or CDATA section; where it declares none, a name of 10,000,000 bytes or
-///             1,000,000,000 in one of the others;
-///           - nests deeper than 257 elements where a document is built.
+///             1,000,000,000 in one of the others.
 /// Encodings are those of IsEncodingAllowed; a document in another counts as malformed.
 /// External entities are passed over without being opened; internal ones are substituted where that is switched on.
 class PushParser {
  public:
-  /// Builds a document, with the switches of the process.
-  PushParser();
-
   /// Reports events to `handler`, which stays the caller's, with `userData`. The handler forwards what it is asked
   /// about entities to the five operations below, or a document's entities are unknown. The content of an entity is
   /// reported for each reference in the content of an element, also where entities aren't substituted.
@@ -100,12 +90,6 @@ class PushParser {
   [[nodiscard]] bool IsBehindReturn(char const* text) const;
   /// What the declaration of a general entity has, or nothing.
   [[nodiscard]] std::string_view ContentOf(std::string const& entity) const;
-  /// Counts a value that an attribute has by default.
-  void CountDefault(std::size_t size);
-
-  /// The document, after Finish; null for a malformed one.
-  [[nodiscard]] XmlDocument TakeDocument();
-
   /// Whether one more attribute may be declared. Stops the parse where it may not.
   [[nodiscard]] bool AdmitsAttributeDeclaration();
 
@@ -117,8 +101,7 @@ class PushParser {
     return areFew || CountsAttributes(attributes);
   }
 
-  // What libxml2 asks a handler about entities. Where a document is built libxml2 keeps them itself, and asks here only
-  // what they may cost.
+  // What libxml2 asks a handler about entities.
   void DeclareSubset(xmlChar const* name, xmlChar const* publicId, xmlChar const* systemId);
   void DeclareEntity(xmlChar const* name, int type, xmlChar const* publicId, xmlChar const* systemId, xmlChar* content);
   void DeclareUnparsedEntity(xmlChar const* name, xmlChar const* publicId, xmlChar const* systemId,
@@ -127,8 +110,6 @@ class PushParser {
   [[nodiscard]] xmlEntity* FindParameterEntity(xmlChar const* name);
 
  private:
-  struct DocumentHandler;
-
   void Begin(std::string_view bytes);
   void AddToHead(std::string_view piece);
   void ParseHead();
@@ -151,8 +132,8 @@ class PushParser {
 
   XmlScope scope;
   xmlSAXHandler const* handler;
-  void* userData;                    // null where a document is built
-  bool doSubstitute;                 // of events
+  void* userData;
+  bool doSubstitute;
   xmlParserCtxt* context = nullptr;  // null before the encoding is known
   std::string head;                  // the bytes in front of that
   std::optional<Utf32Decoder> utf32;

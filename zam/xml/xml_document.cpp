@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "zam/foundation/exceptions.h"
+#include "zam/xml/xml_library.h"
 
 namespace ZaM::detail {
 

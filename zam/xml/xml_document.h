@@ -2,12 +2,18 @@
 #ifndef ZAM_XML_XML_DOCUMENT_H
 #define ZAM_XML_XML_DOCUMENT_H
 
+#include <libxml/tree.h>
+
+#include <memory>
 #include <string>
 #include <string_view>
 
-#include "zam/xml/push_parser.h"
-
 namespace ZaM::detail {
+
+struct FreeXmlDocument {
+  void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
+};
+using XmlDocument = std::unique_ptr<xmlDoc, FreeXmlDocument>;
 
 // Everything here throws BaseException with id 5 when memory runs out, also where libxml2 would go on without telling.
 // Texts are taken as they are, with nothing in them read as markup, and none is merged with another. Names and texts
