@@ -8,12 +8,16 @@
 
 namespace ZaM::detail {
 
-/// Surrounds every use of libxml2 by the library. It makes libxml2 ready, and while one lives on a thread:
+/// Surrounds every parse and all writing that libxml2 does for the library, and all reading of trees. It makes libxml2
+/// ready, and while one lives on a thread:
 ///
 /// - No parse on that thread can reach anything outside its document. No external entity, no document type and no
 ///   inclusion is opened, whatever switches are set.
-/// - What libxml2 reports on that thread isn't printed; only whether memory ran out is kept. This holds for the host
-///   program's own use of libxml2 within a callback as well, but not on other threads.
+/// - What libxml2 reports on that thread isn't printed; only whether memory ran out is kept.
+///
+/// Both hold for the host program's own use of libxml2 within a callback as well, wherever a scope lives then, but not
+/// on other threads: in the events of a tree that is read, and in those that libxml2 sends. In events of an
+/// XmlSaxParser that come from XmlScanner there is none, and the host's use is as it is elsewhere.
 ///
 /// Scopes nest, and end on the thread where they began. Neither they nor anything else here ever clean libxml2 up: its
 /// tables belong to the whole process, another thread or the host may be at work in them, and they don't grow.

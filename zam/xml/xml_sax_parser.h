@@ -49,6 +49,10 @@ namespace ZaM {
 ///   returns; what the callbacks saw tells whether the document was complete. Nothing outside the document is ever
 ///   opened: external entities are passed over. Defaults of attributes are, too.
 ///
+/// libxml2 within callbacks: a callback may use it. Where the document is one that libxml2 parses (see Limits), what
+///   that use reports isn't printed, and it opens no external entity; otherwise it is as it is outside of a parse. A
+///   program that counts on either sets it for its own parse, with XML_PARSE_NONET, XML_PARSE_NOERROR and the like.
+///
 /// Encodings: UTF-8, UTF-16, UTF-32, ASCII, ISO-8859-x, windows-125x, Shift_JIS, ISO-2022-JP, the EUC and KOI8
 ///   families, GB2312, GBK, GB18030 and Big5. A document that names another counts as malformed. For all but the first
 ///   two, ASCII and ISO-8859-1, the C library opens its own tables.
