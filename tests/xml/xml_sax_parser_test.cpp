@@ -106,6 +106,8 @@ TEST(XmlSaxParser, SendsEventsWithTheTextInFrontOfThem) {
       {"<x:a xmlns:x='u' p='1&amp;2&#10;3' q=''/>", "^<x:a xmlns:x='u' p='1&2\n3' q=''></x:a>$"},
       {"<!DOCTYPE a [<!ENTITY e '1<b p=\"&f;\"/>2'><!ENTITY f '3'>]><a p='&f;'>0&e;4</a>",
        "^<a p='3'>[01]<b p='3'></b>[24]</a>$"},
+      {"<!DOCTYPE a [<!ENTITY e '&#13;&#10;'><!ENTITY f ']]'>]><a>&f;&e;</a>", "^<a>[]]\n]</a>$"},
+      {"<!DOCTYPE a [<!ENTITY e ']]&#62;'>]><a><b/>&e;</a>", "^<a><b></b>"},
       {"<!DOCTYPE a [<!ATTLIST a p CDATA 'default'>]><a q='&#233;'/>", "^<a q='\xC3\xA9'></a>$"},
       {"<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>", "^<a>[\xC3\xA9]</a>$"},
       {std::string("\xFF\xFE<\0a\0>\0\x3D\xD8\x00\xDE<\0/\0a\0>\0", 20), "^<a>[\xF0\x9F\x98\x80]</a>$"},
