@@ -103,6 +103,10 @@ void PrintTemplate() {
 int Run(std::vector<std::string> const& arguments) {
   if (arguments.size() == 1 && arguments[0] == "--template") {
     PrintTemplate();
+  } else if (arguments.size() == 1 && arguments[0] == "--help") {
+    std::cout << usage;
+  } else if (arguments.size() == 1 && arguments[0] == "--version") {
+    std::cout << "zam_compile_texts " ZAM_VERSION "\n";
   } else if (arguments.size() == 2) {
     Compile(LibraryTexts(), arguments[0], arguments[1]);
   } else if (arguments.size() == 4 && arguments[0] == "--texts") {

@@ -260,6 +260,7 @@ constexpr Syntax apply{"apply", applying, applyingFooter, AddApplying, CheckDist
 std::optional<int> Parse(Syntax const& syntax, int argc, char const* const* argv, Options& options) {
   CLI::App app(syntax.description, std::string("classify_corpus ") + syntax.name);
   app.footer(syntax.footer);
+  app.set_version_flag("--version", "classify_corpus " CLASSIFY_CORPUS_VERSION);
   app.get_formatter()->column_width(28);
   syntax.add(app, options);
   try {

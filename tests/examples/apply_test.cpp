@@ -152,6 +152,7 @@ TEST_F(Apply, HasExamplesThatWork) {
   fs::create_symlink(Corpus() + "/fish", folder.Path() / "inbox");
   folder.Write("letter.txt", "river trout");
   folder.Write("few", "fish/1.txt\nmusic/1.txt\n");
+  EXPECT_TRUE(Classify({"--version"}).output.starts_with("classify_corpus 0."));
   int run = 0;
   for (char const* command : {"learn", "apply", "evaluate"}) {
     std::string const help = Classify({command, "--help"}).output;

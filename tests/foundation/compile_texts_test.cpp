@@ -133,6 +133,11 @@ TEST_F(CompileTextsTest, SaysWhatItCannotReadOrWrite) {
   EXPECT_TRUE(std::filesystem::exists(itself));
   EXPECT_EQ(test::RunProcess({"/bin/sh", "-c", ZAM_TEST_COMPILE_TEXTS " --template > /dev/full"}).exitCode, 1);
   EXPECT_EQ(test::RunProcess({ZAM_TEST_COMPILE_TEXTS}).exitCode, 2);
+  for (char const* const question : {"--help", "--version"}) {
+    auto const answer = test::RunProcess({ZAM_TEST_COMPILE_TEXTS, question});
+    EXPECT_EQ(answer.exitCode, 0);
+    EXPECT_NE(answer.output.find("zam_compile_texts "), std::string::npos);
+  }
 }
 
 }  // namespace

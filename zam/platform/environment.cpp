@@ -62,23 +62,23 @@ std::vector<std::u16string> PreferredLanguages() {
   std::string_view const locale = WithoutEncoding(MessageLocale());
   if (locale == "C" || locale == "POSIX") return {};
 
-  std::vector<std::u16string> languages;
+  std::vector<std::u16string> preferred;
   for (std::string_view rest = Variable("LANGUAGE"); !rest.empty();) {
     std::string_view const entry = rest.substr(0, rest.find(':'));
     rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
     std::string_view const name = WithoutEncoding(entry);
     if (name.empty()) continue;
     if (IsEnglish(name)) {
-      languages.emplace_back(u"en");
+      preferred.emplace_back(u"en");
       break;
     }
     std::u16string variety = Utf16FromUtf8(name);
     std::ranges::replace(variety, u'_', u'-');
     std::u16string usual = variety.substr(0, variety.find(u'-'));
-    languages.push_back(std::move(variety));
-    if (usual != languages.back()) languages.push_back(std::move(usual));
+    preferred.push_back(std::move(variety));
+    if (usual != preferred.back()) preferred.push_back(std::move(usual));
   }
-  return languages;
+  return preferred;
 }
 
 }  // namespace ZaM::platform
