@@ -29,7 +29,7 @@ void Experiment::Run(unsigned int fold) {
 
   auto const& [options, corpus, documents, progress, clocks, notes, findings, outputs] = place;
   LearnedClasses const classes = clocks.train.Time(training.size(), [&] {
-    return LearnClasses(training, corpus.classNames, options.settings, options.jobs, progress);
+    return LearnClasses(training, place.corpus.classNames, place.options.settings, place.options.jobs, place.progress);
   });
   noteUntrained(classes, fold);
   auto const results = clocks.classify.Time(tests.size(), [&] { return classify(tests, classes); });

@@ -73,8 +73,8 @@ TEST(ErrorMatrixTest, RefusesSingleTotalsOfClassesThatItHasNot) {
     EXPECT_EQ((matrix.Get()->*get)(2), 1U);
     for (unsigned int const id : {3U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
       std::pair const expected(static_cast<std::int32_t>(std::min(id, 0x7FFFFFFFU)), 3);  // never negative
-      EXPECT_EQ(refusal([&] { (matrix.Get()->*increase)(id); }), expected);
-      EXPECT_EQ(refusal([&] { (matrix.Get()->*get)(id); }), expected);
+      EXPECT_EQ(refusal([&, change = increase] { (matrix.Get()->*change)(id); }), expected);
+      EXPECT_EQ(refusal([&, total = get] { (matrix.Get()->*total)(id); }), expected);
     }
   }
   EXPECT_EQ(FailureId([] { ErrorMatrix::Create(ErrorMatrix::MaxClasses + 1); }), 4001);

@@ -496,7 +496,7 @@ TEST(XmlTree, TakesNoMoreThanItIsAllowedFor) {
     tree.SetMaxBytes(least - 1);
     EXPECT_EQ(outcome(tree, [&] { return tree.Read2(); }), "limit");
     EXPECT_EQ(tree.GetRoot(), nullptr);
-    EXPECT_EQ(outcome(tree, [&] { return tree.ReadBuffer(text); }), "limit");
+    EXPECT_EQ(outcome(tree, [&, &document = text] { return tree.ReadBuffer(document); }), "limit");
     DerivedTree derived;  // of which the text alone counts
     derived.SetFilename(folder.Wide("file"));
     derived.SetMaxBytes(text.size());
