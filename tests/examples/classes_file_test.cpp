@@ -59,6 +59,7 @@ class ClassesFile : public SmallCorpus {
   // With the hash that belongs to the bytes.
   static std::string Hashed(std::string bytes) {
     std::vector<Word> words(bytes.size() / sizeof(Word) - 2);
+    if (words.empty()) return bytes;
     std::memcpy(words.data(), bytes.data(), words.size() * sizeof(Word));
     classes_form::Hash hash;
     hash.Add(words);

@@ -158,12 +158,14 @@ TEST(CompositeTest, WalksInPreOrderHoweverDeepTheTree) {
 
 TEST(CompositeTest, WalksAMillionLevelsAndKeepsWhatOverridesWriteAfterTheirChildren) {
   constexpr int levels = 1'000'000;
-  constexpr int brackets = 125;  // more than nest before the stack is looked at
+  constexpr int brackets = 102;  // more than nest before the stack is looked at
+  constexpr int distance = 9000;
   RunOnStack(smallStack, [&] {
     Ref<DocumentNode> const root(StoredNode::Create('('));
     DocumentNode* last = root.Get();
     for (int level = 1; level < levels; ++level) {
-      DocumentNode* const next = level % (levels / brackets) == 0 ? StoredNode::Create('(') : DocumentNode::Create();
+      bool const isBracket = level % distance == 0 && level / distance < brackets;
+      DocumentNode* const next = isBracket ? StoredNode::Create('(') : DocumentNode::Create();
       last->AddChild(next);
       last = next;
     }
