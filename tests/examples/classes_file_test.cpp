@@ -69,8 +69,7 @@ class ClassesFile : public SmallCorpus {
   }
 
   static std::string WithWord(std::string bytes, std::size_t place, Word word) {
-    std::memcpy(bytes.data() + place * sizeof(Word), &word, sizeof word);
-    return bytes;
+    return bytes.replace(place * sizeof(Word), sizeof word, reinterpret_cast<char const*>(&word), sizeof word);
   }
 };
 

@@ -24,7 +24,8 @@ struct VectorModel {
     Register low, high;
   };
 
-  static Register LoadFirst(void const* from, std::size_t count) {
+  // Not inlined, since GCC 12 would see reads past the end of a small buffer on ways that aren't taken.
+  [[gnu::noinline]] static Register LoadFirst(void const* from, std::size_t count) {
     Register loaded{};
     std::copy_n(static_cast<unsigned char const*>(from), count, loaded.begin());
     return loaded;
