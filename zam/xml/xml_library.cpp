@@ -82,7 +82,7 @@ class Gate {
 [[maybe_unused]] Gate const& gateAtLoad = Gate::Instance();
 
 /// What libxml2 says where a document passes a limit of its own, and the limit. All of it has blanks, since names from
-/// the document, which have none, may be part of its messages.
+/// the document, which have none, may be part of its messages. Text from the document stands only after a line end.
 struct Limit {
   std::string_view message;
   std::uint64_t most;
@@ -95,7 +95,8 @@ constexpr Limit limits[] = {
 
 /// 0 for what is about none.
 std::uint64_t LimitIn(char const* message) {
-  std::string_view const text = message == nullptr ? std::string_view() : message;
+  std::string_view text = message == nullptr ? std::string_view() : message;
+  text = text.substr(0, text.find('\n'));
   for (auto const& [part, most] : limits) {
     if (text.find(part) != std::string_view::npos) return most;
   }
