@@ -1,89 +1,20 @@
-// The code that docs/guide.md shows; scripts/check-docs compares the two.
+// What docs/guide.md shows, with the pieces in examples/guide; scripts/check-docs compares the two.
 #include <gtest/gtest.h>
 #include <zam/zam.h>
 
 #include <cstdint>
 #include <memory>
-#include <numeric>
 #include <string>
 #include <vector>
 
+#include "examples/guide/linear_classes.h"
+#include "examples/guide/scale.h"
+#include "examples/guide/text_file.h"
+#include "examples/guide/words.h"
+#include "tests/support/temporary_folder.h"
+
+namespace guide {
 namespace {
-
-// A view of a document as numbers, on the document's feature chain under a tag of its own.
-class NumberVector : public ZaM::Node, public ZaM::Representation {
- public:
-  static NumberVector* Create(ZaM::RepTag const& tag, std::vector<double> numbers) {
-    return ZaM::CreateCounted([&] { return new NumberVector(tag, std::move(numbers)); });
-  }
-
-  bool IsValid() const override { return !numbers.empty(); }
-  std::vector<double> const numbers;
-
- protected:
-  NumberVector(ZaM::RepTag const& given, std::vector<double> content)
-      : Representation(given), numbers(std::move(content)) {}
-};
-
-// A class of the class tree, with the weights that it has learned.
-class LinearClass : public ZaM::DocumentNode, public ZaM::Representation {
- public:
-  static LinearClass* Create(unsigned int number, ZaM::RepTag const& tag, std::vector<double> weights) {
-    return ZaM::CreateCounted([&] { return new LinearClass(number, tag, std::move(weights)); });
-  }
-
-  bool IsValid() const override { return true; }
-  double GetMinimum() const override { return -1.0; }
-  double GetMaximum() const override { return 1.0; }
-
-  // What isn't a vector of the same length has nothing in common with the class.
-  double dot(Representation const& document) const override {
-    auto const* const vector = dynamic_cast<NumberVector const*>(&document);
-    if (!vector || vector->numbers.size() != weights.size()) return GetMinimum();
-    return std::inner_product(weights.begin(), weights.end(), vector->numbers.begin(), 0.0);
-  }
-
- protected:
-  LinearClass(unsigned int number, ZaM::RepTag const& given, std::vector<double> learned)
-      : DocumentNode(number, nullptr), Representation(given), weights(std::move(learned)) {}
-
- private:
-  std::vector<double> const weights;
-};
-
-ZaM::RepTag const classTag = ZaM::SetRepTag("Clss");
-ZaM::RepTag const vectorTag = ZaM::SetRepTag("Vect");
-ZaM::RepTag const resultTag = ZaM::SetRepTag("Rslt");
-
-ZaM::Ref<ZaM::DocumentNode> makeClasses() {
-  ZaM::Ref classes(ZaM::DocumentNode::Create());
-  classes->AddChild(LinearClass::Create(1, classTag, {1.0, 0.0}));
-  classes->AddChild(LinearClass::Create(2, classTag, {0.0, 1.0}));
-  return classes;
-}
-
-ZaM::Ref<ZaM::DocumentNode> makeDocuments(std::vector<std::vector<double>> const& vectors) {
-  ZaM::Ref documents(ZaM::DocumentNode::Create());
-  for (auto const& numbers : vectors) {
-    ZaM::Ref document(ZaM::DocumentNode::Create(numbers[0] > numbers[1] ? 1 : 2, nullptr));
-    document->AddRepresentation(NumberVector::Create(vectorTag, numbers));
-    documents->AddChild(document.Detach());
-  }
-  return documents;
-}
-
-ZaM::BayesControl makeControl(ZaM::Node* classes, ZaM::Node* documents) {
-  ZaM::BayesControl control;
-  control.SetDoLearn(true);
-  control.SetDoClassify(true);
-  control.SetDoNormalize(true);
-  control.SetClassTag(classTag);
-  control.SetDocumentTag(vectorTag);
-  control.SetResultTag(resultTag);  // the three tags are equal by default: keep them apart
-  control.SetRootClass(classes);
-  control.SetRootDocument(documents);
-  return control;
-}
 
 TEST(GuideTest, ClassifiesAndEvaluates) {
   ZaM::Ref const classes = makeClasses();
@@ -114,20 +45,6 @@ TEST(GuideTest, ClassifiesAndEvaluates) {
   EXPECT_EQ(overall->GetGoodHistogram()[0], 1.0f);  // the share of documents that are right, whatever the confidence
 }
 
-// Cancels a run after a number of documents.
-class Limit : public ZaM::CallBack {
- public:
-  explicit Limit(unsigned int documents) { SetMaximum(documents); }
-
-  void Increment(unsigned int step, bool* stop) override {
-    if (GetCurrent() == GetMaximum()) {
-      *stop = true;
-      return;
-    }
-    CallBack::Increment(step, stop);
-  }
-};
-
 TEST(GuideTest, CancelsARun) {
   ZaM::Ref const classes = makeClasses();
   ZaM::Ref const documents = makeDocuments({{0.9, 0.1}, {0.2, 0.8}, {0.5, 0.4}});
@@ -138,40 +55,6 @@ TEST(GuideTest, CancelsARun) {
   EXPECT_THROW(classifier.DoAlgorithm(&control), ZaM::UserCanceledException);
   EXPECT_EQ(limit.GetCurrent(), 2u);
 }
-
-// The parameters of the algorithm below.
-struct ScaleControl : ZaM::Control {
-  ZaM::DocumentNode* root = nullptr;
-  double factor = 1.0;
-  ZaM::CallBack* progress = nullptr;
-};
-
-// An algorithm of one's own: replaces each document's vector by a scaled one.
-class Scale : public ZaM::Algorithm {
- public:
-  void DoAlgorithm(ZaM::Control* control) override {
-    auto const* const block = dynamic_cast<ScaleControl*>(control);
-    if (!block || !block->root) return;
-    for (ZaM::Node* child : ZaM::Children(*block->root)) {
-      bool stop = false;
-      if (block->progress) block->progress->Increment(1, &stop);
-      if (stop) throw ZaM::UserCanceledException(ZaM::ErrorId::DocumentAnalysisCanceled);
-      scale(dynamic_cast<ZaM::DocumentNode*>(child), block->factor);
-    }
-  }
-
-  ZaM::Control* CreateController() override { return new ScaleControl; }
-
- private:
-  static void scale(ZaM::DocumentNode* document, double factor) {
-    auto* const vector = document ? dynamic_cast<NumberVector*>(document->GetRepresentation(vectorTag)) : nullptr;
-    if (!vector) return;
-    std::vector<double> scaled = vector->numbers;
-    for (double& number : scaled) number *= factor;
-    document->AddRepresentation(NumberVector::Create(vectorTag, std::move(scaled)));
-    ZaM::Ref const former(document->RemoveRepresentation(vectorTag));  // the earlier of the two
-  }
-};
 
 TEST(GuideTest, RunsAnAlgorithmOfOnesOwn) {
   ZaM::Ref const documents = makeDocuments({{0.5, 0.25}});
@@ -191,20 +74,6 @@ TEST(GuideTest, RunsAnAlgorithmOfOnesOwn) {
   block.progress = &limit;
   EXPECT_THROW(scale.DoAlgorithm(control.get()), ZaM::UserCanceledException);
   expectScaled();
-}
-
-std::vector<std::string> wordsOf(ZaM::wstring const& text) {
-  ZaM::Ref filter(ZaM::AsciiTextFilter::Create(2, false));  // words of two letters and more, digits separate
-  std::vector<char> symbols(4 * text.size() + 6);           // a unit gives at most four bytes
-  auto const length = static_cast<unsigned int>(text.size());
-  unsigned int const count =
-      filter->FilterTextW(text.data(), length, symbols.data(), static_cast<unsigned int>(symbols.size()));
-
-  std::vector<std::string> words;  // the stream is 0, word, 0, word, 0 …
-  for (char const* word = symbols.data() + 1; word < symbols.data() + count; word += words.back().size() + 1) {
-    words.emplace_back(word);
-  }
-  return words;
 }
 
 TEST(GuideTest, FiltersWords) {
@@ -246,4 +115,26 @@ TEST(GuideTest, SpeaksTheUsersLanguage) {
   EXPECT_TRUE(ZaM::SetLanguage(u"en"));
 }
 
+TEST(GuideTest, FindsAFactory) {
+  ZaM::test::TemporaryFolder const folder;
+  ZaM::wstring const path = folder.Write("letter.txt", std::string(10'000, 'x')).u16string();
+  auto& platform = ZaM::ExternalRepFactoryPlatform::GetFactoryPlatform();
+  platform.AddFactory(new TextFileFactory);  // the registry's from here on, also if it turns it down
+
+  ZaM::Ref document(ZaM::DocumentNode::Create());
+  if (auto const* factory = platform.GetFactory("text file")) {
+    document->AddRepresentation(factory->CreateRepresentation(path));
+  }
+
+  std::string text;
+  auto* const file = dynamic_cast<ZaM::ExternalRepresentation*>(document->GetRepresentation(fileTag));
+  char block[4096];
+  while (unsigned int const size = file->GetBlock(block, sizeof block)) text.append(block, size);
+  EXPECT_EQ(text, std::string(10'000, 'x'));
+
+  platform.RemoveFactory("text file");
+  EXPECT_EQ(platform.GetFactoryCount(), 0u);
+}
+
 }  // namespace
+}  // namespace guide
