@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "fuzz/units.h"
 #include "tests/support/xml_text.h"
 #include "zam/zam.h"
 
@@ -20,26 +21,11 @@ void require(bool holds) {
   if (!holds) std::abort();
 }
 
-class Bytes {
- public:
-  Bytes(std::uint8_t const* first, std::size_t count) : next(first), rest(count) {}
-  bool AreLeft() const { return rest > 0; }
-  unsigned int Take() { return rest == 0 ? 0 : (--rest, *next++); }
-
-  /// Up to fifteen units, most of them ASCII.
-  wstring TakeText() {
-    wstring text(Take() % 16, u'\0');
-    for (wchar& unit : text) {
-      unsigned int const byte = Take();
-      unit = static_cast<wchar>(byte < 0xC0 ? byte : byte << 8 | Take());
-    }
-    return text;
-  }
-
- private:
-  std::uint8_t const* next;
-  std::size_t rest;
-};
+/// Up to fifteen units.
+wstring takeText(Bytes& bytes) {
+  std::size_t const most = bytes.Take() % 16;
+  return bytes.TakeText(most);
+}
 
 void build(XmlNode& root, Bytes& bytes) {
   constexpr int mostLevels = 200;
@@ -48,19 +34,19 @@ void build(XmlNode& root, Bytes& bytes) {
   while (bytes.AreLeft()) {
     switch (bytes.Take() % 6) {
       case 0:
-        open[level]->AddContent(bytes.TakeText());
+        open[level]->AddContent(takeText(bytes));
         break;
       case 1:
-        open[level]->AddProperty(bytes.TakeText(), bytes.TakeText());
+        open[level]->AddProperty(takeText(bytes), takeText(bytes));
         break;
       case 2:
-        open[level]->SetContent(bytes.TakeText());
+        open[level]->SetContent(takeText(bytes));
         break;
       case 3:
-        if (level + 1 < mostLevels) open[level + 1] = open[level]->AddChild(bytes.TakeText()), ++level;
+        if (level + 1 < mostLevels) open[level + 1] = open[level]->AddChild(takeText(bytes)), ++level;
         break;
       case 4:
-        open[level]->AddSubNodeText(bytes.TakeText(), bytes.TakeText());
+        open[level]->AddSubNodeText(takeText(bytes), takeText(bytes));
         break;
       default:
         if (level > 0) --level;
@@ -103,7 +89,7 @@ std::string essence(XmlNode const& node, bool isRoot) {
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   Bytes bytes(data, size);
   XmlTree tree;
-  tree.SetRoot(XmlNode::Create(bytes.TakeText()));
+  tree.SetRoot(XmlNode::Create(takeText(bytes)));
   build(*tree.GetRoot(), bytes);
   XmlTree again;
   require(again.ReadBuffer(tree.WriteBuffer()));

@@ -1,0 +1,98 @@
+// Any bytes as text, as UUID and as numbers, and any units as bytes.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+#include "fuzz/units.h"
+#include "zam/zam.h"
+
+namespace {
+
+using namespace ZaM;
+
+void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+bool IsWellFormed(wstring const& text) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if ((text[i] & 0xF800) != 0xD800) continue;
+    if (text[i] >= 0xDC00 || i + 1 == text.size() || (text[++i] & 0xFC00) != 0xDC00) return false;
+  }
+  return true;
+}
+
+/// What is well-formed comes back as it was; anything else is made well-formed.
+void ConvertBytes(std::string const& bytes) {
+  wstring wide;
+  require(ConvertA2W(bytes, wide) && IsWellFormed(wide));
+  std::string again;
+  require(ConvertW2A(wide, again));
+  if (wide.find(u'\uFFFD') == wstring::npos) require(again == bytes.c_str());
+  wstring byParser;
+  XmlSaxParser().ConvertString(reinterpret_cast<unsigned char const*>(bytes.data()),
+                               static_cast<int>(std::strlen(bytes.c_str())), byParser);
+  require(byParser == wide);
+}
+
+void ConvertUnits(wstring const& units) {
+  std::string bytes;
+  require(ConvertW2A(units, bytes));
+  std::string room(bytes.size() + 1, 'x');
+  require(ConvertW2A(units, room.data(), static_cast<std::int32_t>(room.size())));
+  require(room.back() == '\0' && room.compare(0, bytes.size(), bytes) == 0);
+  require(!ConvertW2A(units, room.data(), static_cast<std::int32_t>(bytes.size())));
+  wstring again;
+  require(ConvertA2W(bytes, again));
+  if (IsWellFormed(units)) require(again == units.substr(0, units.find(u'\0')));
+  require(ZamStrToLower(units).size() == units.size() && ZamStrToUpper(units).size() == units.size());
+}
+
+/// Where a UUID was read its text form differs from what was given in case alone.
+void ReadUuid(wstring const& text) {
+  _ZAMGUID uuid = {1, 2, 3, {4}};
+  try {
+    ZaMUuidFromString(text, &uuid);
+    require(ZaMUuidToString(&uuid) == ZamStrToLower(text));
+  } catch (BaseException const& failure) {
+    require(failure.GetErrorId() == ErrorId::InvalidArgument && uuid.data1 == 1 && uuid.data4[0] == 4);
+  } catch (std::out_of_range const&) {
+    require(text.empty());
+  }
+}
+
+/// Whatever the bytes are, they make a UUID, whose text form gives it back.
+void WriteUuid(Bytes bytes) {
+  unsigned char given[sizeof(_ZAMGUID)];
+  for (unsigned char& byte : given) byte = static_cast<unsigned char>(bytes.Take());
+  _ZAMGUID uuid;
+  std::memcpy(&uuid, given, sizeof uuid);
+  _ZAMGUID again;
+  ZaMUuidFromString(ZaMUuidToString(&uuid), &again);
+  require(std::memcmp(&again, given, sizeof again) == 0);
+}
+
+/// As the C library reads it, where it fits.
+void ReadNumber(std::string const& bytes) {
+  auto const* const value = reinterpret_cast<unsigned char const*>(bytes.c_str());
+  XmlSaxParser parser;
+  long long const number = std::strtoll(bytes.c_str(), nullptr, 10);
+  if (number > INT32_MIN && number < INT32_MAX) require(parser.GetLongValue(value, 0) == number);
+  if (number != 0 && number > INT64_MIN && number < INT64_MAX) require(parser.GetTimetValue(value, 0) == number);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+  std::string const bytes(reinterpret_cast<char const*>(data), size);
+  wstring const units = Bytes(data, size).TakeText(size);
+  ConvertBytes(bytes);
+  ConvertUnits(units);
+  ReadUuid(units);
+  WriteUuid(Bytes(data, size));
+  ReadNumber(bytes);
+  return 0;
+}
