@@ -1,4 +1,16 @@
 // Files and folders: what there is, and making, copying, moving and deleting it.
+//
+// Paths are UTF-16, with `\` or `/` between their parts. Symbolic links are followed unless a function says otherwise.
+//
+// A file is read-only if its owner has no write permission; who asks makes no difference. It is hidden if its name
+// begins with a dot. A file that the library is writing can't be copied, moved or deleted through it, in any process.
+// The same holds for a file that is held as a lock.
+//
+//     ZamCopyFile(u"/etc/hosts", u"/tmp/hosts", true);   // true
+//     ZamCopyFile(u"/etc/hosts", u"/tmp/hosts", true);   // false: it exists
+//
+// Threads: any. No function holds state. Two that change the same files at once interfere as the system lets them.
+// Errors:  no function throws or says why it failed. Lack of memory is a failure like others.
 #ifndef ZAM_FOUNDATION_FILES_H
 #define ZAM_FOUNDATION_FILES_H
 
@@ -8,12 +20,6 @@
 #include "zam/foundation/types.h"
 
 namespace ZaM {
-
-// Paths are UTF-16 with `\` or `/` between their parts. No function throws or tells why it failed; where memory runs
-// out, it failed. A file is read-only where its owner has no write permission, whoever asks, and hidden where its name
-// begins with a dot. Symbolic links are followed unless something else is said. A file that the library writes, or that
-// is held as a lock, shares itself with nobody: copying, moving and deleting it fail, in whatever process. Functions
-// hold no state; two of them on one tree at once race as the system lets them.
 
 /// Whether there is such an entry, and it is no folder, or is one.
 ZAM_EXPORT bool ZamFileExists(wstring const& path) noexcept;

@@ -1,11 +1,12 @@
 // A lock between processes and threads in the form of a file.
+//
+// Both may be called on any thread at any time.
 #ifndef ZAM_FOUNDATION_LOCK_FILE_H
 #define ZAM_FOUNDATION_LOCK_FILE_H
 
 #include "zam/foundation/export.h"
 #include "zam/foundation/types.h"
 
-// Both may be called on any thread at any time.
 namespace ZaM {
 
 /// Takes the lock at `path`: makes a file there that exists as long as the lock is held. Returns its handle, which

@@ -1,4 +1,6 @@
 // Paths as texts: folder, name, and what two paths have in common. Nothing here looks at the disk.
+//
+// Only `\` separates here, not `/`. No function throws; where memory runs out they give an empty text or false.
 #ifndef ZAM_FOUNDATION_PATHS_H
 #define ZAM_FOUNDATION_PATHS_H
 
@@ -6,8 +8,6 @@
 #include "zam/foundation/types.h"
 
 namespace ZaM {
-
-// Only `\` separates here, not `/`. No function throws; where memory runs out they give an empty text or false.
 
 /// What stands before the last `\`; empty if there is none.
 ZAM_EXPORT wstring GetFolder(wstring const& path) noexcept;

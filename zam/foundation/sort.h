@@ -1,4 +1,11 @@
 // Sorting and searching arrays of pointers, under a comparison with a context of its own.
+//
+// Which sort? `q3sort` where many elements are equal, unless they come sorted already; `q3sortb` otherwise; `insort`
+// for a few elements, and where equal ones have to keep their order.
+//
+// Elements are moved and handed to the comparison, never dereferenced: they may be null, or numbers in disguise.
+// Nothing is allocated. Which elements are compared, in which order, depends on the results of the comparisons alone,
+// so every build of the library leaves equal elements in the same order. Threads may sort different arrays at once.
 #ifndef ZAM_FOUNDATION_SORT_H
 #define ZAM_FOUNDATION_SORT_H
 
@@ -20,13 +27,6 @@ namespace ZaM {
 /// The same two elements have to compare the same way each time, and the comparison must not change the array. A
 /// comparison that throws or contradicts itself leaves all elements in the array, in some order.
 using Comparison = int (*)(void const* left, void const* right, void const* context);
-
-// Which sort? `q3sort` where many elements are equal, unless they come sorted already; `q3sortb` otherwise; `insort`
-// for a few elements, and where equal ones have to keep their order.
-//
-// Elements are moved and handed to the comparison, never dereferenced: they may be null, or numbers in disguise.
-// Nothing is allocated. Which elements are compared, in which order, depends on the results of the comparisons alone,
-// so every build of the library leaves equal elements in the same order. Threads may sort different arrays at once.
 
 /// Insertion sort of `count` elements; none for 0 and below. Stable. O(n²), O(n) for what is nearly sorted.
 ZAM_EXPORT void insort(void const** array, std::int32_t count, void const* context, Comparison compare);

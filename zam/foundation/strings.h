@@ -1,4 +1,15 @@
 // Everyday work on wide strings: substitution, cutting, counting, narrow text, case.
+//
+// All may be called on any thread at any time. They throw nothing but BaseException with id 5 where memory runs out,
+// and leave their outputs alone then. Outputs may be the same objects as inputs.
+//
+// Their time follows the length of their texts, whatever is searched for in them.
+//
+// A search ends at the first zero unit of the text that it goes through, and texts and sets that are searched for end
+// at their own one: a zero unit is never found. What stands behind it still belongs to the text and isn't lost.
+//
+// Case never depends on the process's locale. One unit becomes one unit, by the simple mappings of Unicode, which are
+// those of English: the capital of i is I, and that of U+00DF is itself. Surrogates stay as they are.
 #ifndef ZAM_FOUNDATION_STRINGS_H
 #define ZAM_FOUNDATION_STRINGS_H
 
@@ -8,13 +19,6 @@
 #include "zam/foundation/export.h"
 #include "zam/foundation/types.h"
 
-// All may be called on any thread at any time. They throw nothing but BaseException with id 5 where memory runs out,
-// and leave their outputs alone then. Outputs may be the same objects as inputs.
-//
-// Their time follows the length of their texts, whatever is searched for in them.
-//
-// A search ends at the first zero unit of the text that it goes through, and texts and sets that are searched for end
-// at their own one: a zero unit is never found. What stands behind it still belongs to the text and isn't lost.
 namespace ZaM {
 
 /// `text` with `replacement` in place of each `search`. Goes from left to right; occurrences don't overlap, and what
@@ -55,9 +59,6 @@ ZAM_EXPORT bool ConvertW2A(wstring const& text, char* result, std::int32_t size)
 
 /// The same into a string of any length, without the zero byte. Always true.
 ZAM_EXPORT bool ConvertW2A(wstring const& text, std::string& result);
-
-// Case never depends on the process's locale. One unit becomes one unit, by the simple mappings of Unicode, which are
-// those of English: the capital of i is I, and that of U+00DF is itself. Surrogates stay as they are.
 
 /// `text` in the other case, up to its first zero unit.
 [[nodiscard]] ZAM_EXPORT wstring ZamStrToLower(wstring const& text);

@@ -7,18 +7,16 @@
 //     Show(fault.GetErrorDescription());               // "StructuredException. The thread tried to read from …"
 //   }
 //
-// The code that may fault has to be compiled for it: with CMake, the program links zam::faults; otherwise it passes
-// -fnon-call-exceptions to GCC, without which an instruction that isn't a call is taken for one that can't throw, and
-// the process ends in std::terminate. Clang has no such option: there a fault reaches handlers and destructors of the
-// calling functions alone, where the compiler couldn't see that the called one never throws.
+// Code that may fault has to be compiled for it. With CMake, the program links zam::faults. Other builds pass
+// -fnon-call-exceptions to GCC: without it GCC assumes that only calls throw, and a fault ends in std::terminate. Clang
+// has no such option. There, only functions further up the stack can catch the fault, and only if Clang couldn't see
+// that the function they call never throws.
 //
-// Even so no function can be left where it calls one that is declared never to throw, as those of the C library are:
-// where a bad address reaches memcpy or strlen, the process ends in std::terminate if the function that called it has
-// something to destroy or to catch itself. The same goes for the library's own functions, which aren't compiled for
-// faults: check what is handed to them.
+// A fault can't leave a function that is declared never to throw, such as memcpy and strlen of the C library. If a bad
+// address reaches one, the process ends in std::terminate, unless its caller has nothing to destroy and catches
+// nothing. The library's own functions aren't compiled for faults either: check what is handed to them.
 //
-// A fault often means that something has been overwritten. Whoever catches one should save what is dear to the user and
-// end, rather than go on as if nothing had happened.
+// A fault often means that memory was overwritten. A program that catches one should save the user's work and end.
 #ifndef ZAM_FOUNDATION_STRUCTURED_EXCEPTION_H
 #define ZAM_FOUNDATION_STRUCTURED_EXCEPTION_H
 

@@ -1,4 +1,6 @@
 // The names and numbers of the machine and the process.
+//
+// All may be called on any thread at any time.
 #ifndef ZAM_FOUNDATION_SYSTEM_IDENTITY_H
 #define ZAM_FOUNDATION_SYSTEM_IDENTITY_H
 
@@ -7,7 +9,6 @@
 #include "zam/foundation/export.h"
 #include "zam/foundation/types.h"
 
-// All may be called on any thread at any time.
 namespace ZaM {
 
 /// The number of processors of the machine that are switched on; at least 1. Limits that were set for the process or

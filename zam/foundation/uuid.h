@@ -1,4 +1,6 @@
 // UUIDs: numbers of 128 bits that no two things in the world share.
+//
+// All may be called on any thread at any time.
 #ifndef ZAM_FOUNDATION_UUID_H
 #define ZAM_FOUNDATION_UUID_H
 
@@ -7,7 +9,6 @@
 #include "zam/foundation/export.h"
 #include "zam/foundation/types.h"
 
-// All may be called on any thread at any time.
 namespace ZaM {
 
 /// A UUID as a record of 16 bytes without gaps. The first three fields are numbers in the machine's own byte order, so

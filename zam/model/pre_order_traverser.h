@@ -21,9 +21,8 @@ class PreOrderTraverser;
 ///     while (!documents->Done()) handle(documents->Next());
 ///     documents->Release();
 ///
-/// Children are listed when `Next` returns their parent: what is changed below that parent later doesn't change the
-/// walk, up to the children that were listed, whose own children are still to be listed. A child that isn't a
-/// DocumentNode is skipped with everything below it.
+/// `Next` lists the children of the document that it returns. Children that are added or removed there later make no
+/// difference to the walk. A child that isn't a DocumentNode is skipped with everything below it.
 ///
 /// Owning:   one owner and no count; `Release` destroys the traverser. It holds plain pointers to the documents that it
 ///           has listed: these must live until `Next` has given them, or until the traverser is released.

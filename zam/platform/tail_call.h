@@ -1,13 +1,14 @@
 // How the compilers are told that a call has to be a jump, in unoptimised builds too.
-#ifndef ZAM_PLATFORM_TAIL_CALL_H
-#define ZAM_PLATFORM_TAIL_CALL_H
-
+//
 // A function that hands its work on to the next object of a chain needs no stack for it if the call is a jump.
 //
 //     ZAM_TAIL_CALLING void Link::Append(Link* link) {
 //       if (next) { ZAM_TAIL_CALL next->Append(link); }
 //       next = link;
 //     }
+#ifndef ZAM_PLATFORM_TAIL_CALL_H
+#define ZAM_PLATFORM_TAIL_CALL_H
+
 #if defined(__clang__)
 #define ZAM_TAIL_CALLING
 #define ZAM_TAIL_CALL [[clang::musttail]] return

@@ -29,9 +29,9 @@ class GzipFile {
   /// Takes `openFile`, which is open, over; closes it where this throws.
   GzipFile(platform::File openFile, Mode mode);
 
-  /// Reads up to the size of `bytes`; less only at the end, and in front of a place where the file can't be read or
-  /// holds damaged data, which the next call reports by nothing. 0 at the end. A stream that breaks off ends like a
-  /// file that is complete, and Close tells them apart.
+  /// Fills `bytes` and returns its size. The count is smaller in two cases: at the end of the file, and just before a
+  /// place that can't be read or is damaged. The next call then returns 0 for the end, nothing for the fault. A gzip
+  /// stream that is cut off ends like a complete one; Close tells the difference.
   [[nodiscard]] std::optional<std::size_t> Read(std::span<char> bytes);
 
   /// Compresses all of `bytes`; false where zlib knows already that they can't be written.

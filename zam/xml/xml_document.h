@@ -1,4 +1,8 @@
 // How libxml2's document model is filled by hand and turned into text; internal.
+//
+// Everything here throws BaseException with id 5 when memory runs out, also where libxml2 would go on without telling.
+// Texts are taken as they are, with nothing in them read as markup, and none is merged with another. Names and texts
+// have to be such that XML 1.0 can carry them.
 #ifndef ZAM_XML_XML_DOCUMENT_H
 #define ZAM_XML_XML_DOCUMENT_H
 
@@ -14,10 +18,6 @@ struct FreeXmlDocument {
   void operator()(xmlDoc* document) const { xmlFreeDoc(document); }
 };
 using XmlDocument = std::unique_ptr<xmlDoc, FreeXmlDocument>;
-
-// Everything here throws BaseException with id 5 when memory runs out, also where libxml2 would go on without telling.
-// Texts are taken as they are, with nothing in them read as markup, and none is merged with another. Names and texts
-// have to be such that XML 1.0 can carry them.
 
 /// A document without a root.
 XmlDocument NewDocument();

@@ -2,8 +2,7 @@
 //
 //   class Titles : public ZaM::XmlSaxCallback {
 //    public:
-//     void OnStartElement(ZaM::XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes)
-//     override {
+//     void OnStartElement(ZaM::XmlSaxParser* parser, unsigned char const* name, unsigned char const**) override {
 //       parser->PushCallback(this);                       // this object is told of what lies inside, too
 //     }
 //     void OnEndElement(ZaM::XmlSaxParser* parser, unsigned char const* name) override {
