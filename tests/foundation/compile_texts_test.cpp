@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/support/child_process.h"
 #include "tests/support/temporary_folder.h"
@@ -122,22 +125,27 @@ TEST_F(CompileTextsTest, PrintsATemplateThatItTakes) {
 }
 
 TEST_F(CompileTextsTest, SaysWhatItCannotReadOrWrite) {
-  auto const unreadable = test::RunProcess({ZAM_TEST_COMPILE_TEXTS, folder.Path(), output});
-  EXPECT_EQ(unreadable.exitCode, 1);
-  EXPECT_EQ(unreadable.output, folder.Path().string() + ": can't be read\n");
-  auto const unwritable = test::RunProcess({ZAM_TEST_COMPILE_TEXTS, folder.Write("in.po", ""), folder.Path()});
-  EXPECT_EQ(unwritable.exitCode, 1);
-  EXPECT_EQ(unwritable.output, folder.Path().string() + ": can't be written\n");
-  auto const itself = folder.Write("de.po", "");
-  EXPECT_EQ(test::RunProcess({ZAM_TEST_COMPILE_TEXTS, itself, itself}).exitCode, 1);
-  EXPECT_TRUE(std::filesystem::exists(itself));
-  EXPECT_EQ(test::RunProcess({"/bin/sh", "-c", ZAM_TEST_COMPILE_TEXTS " --template > /dev/full"}).exitCode, 1);
-  EXPECT_EQ(test::RunProcess({ZAM_TEST_COMPILE_TEXTS}).exitCode, 2);
-  for (char const* const question : {"--help", "--version"}) {
-    auto const answer = test::RunProcess({ZAM_TEST_COMPILE_TEXTS, question});
-    EXPECT_EQ(answer.exitCode, 0);
-    EXPECT_NE(answer.output.find("zam_compile_texts "), std::string::npos);
+  std::string const tool = ZAM_TEST_COMPILE_TEXTS, here = folder.Path(), in = folder.Write("in.po", ""),
+                    itself = folder.Write("de.po", "");
+  struct {
+    std::vector<std::string> words;
+    int exitCode;
+    std::string output;  // a part of it
+  } const cases[] = {
+      {{tool, here, output}, 1, here + ": can't be read\n"},
+      {{tool, in, here}, 1, here + ": can't be written\n"},
+      {{tool, itself, itself}, 1, ""},
+      {{"/bin/sh", "-c", tool + " --template > /dev/full"}, 1, ""},
+      {{tool}, 2, ""},
+      {{tool, "--help"}, 0, "zam_compile_texts "},
+      {{tool, "--version"}, 0, "zam_compile_texts "},
+  };
+  for (auto const& [words, exitCode, part] : cases) {
+    auto const result = test::RunProcess(words);
+    EXPECT_EQ(result.exitCode, exitCode) << result.output;
+    EXPECT_NE(result.output.find(part), std::string::npos) << result.output;
   }
+  EXPECT_TRUE(std::filesystem::exists(itself));
 }
 
 }  // namespace

@@ -18,8 +18,9 @@ namespace fs = std::filesystem;
 template <class... Exceptions>
 constexpr bool copiesNeverFail = ((std::is_nothrow_copy_constructible_v<Exceptions> &&
                                    std::is_nothrow_copy_assignable_v<Exceptions>)&&...);
-static_assert(copiesNeverFail<BaseException, OutOfBoundsException, XMLFormatException, FileIOException,
-                              CollectionException, XmlException, StructuredException, WinOperationException>);
+static_assert(
+    copiesNeverFail<BaseException, OutOfBoundsException, XMLFormatException, FileIOException, CollectionException,
+                    XmlException, StructuredException, WinOperationException, LimitExceededException>);
 
 constexpr std::int32_t failed = 1'000'000;
 

@@ -12,7 +12,6 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <ucontext.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,7 +19,6 @@
 #include <chrono>
 #include <climits>
 #include <cstddef>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -37,24 +35,6 @@
 #include "tests/support/files_in.h"
 #include "tests/support/temporary_folder.h"
 #include "zam/foundation/thread.h"
-
-namespace {
-
-/// Between attempts it isn't slept as long as there is a log of how long it would have been.
-struct SleepLog {
-  std::vector<long> milliseconds;
-  std::function<void()> instead = [] {};
-}* sleepLog = nullptr;
-
-}  // namespace
-
-/// Takes the place of the C library's.
-extern "C" [[gnu::visibility("default")]] int nanosleep(timespec const* time, timespec* rest) {
-  if (sleepLog == nullptr) return clock_nanosleep(CLOCK_REALTIME, 0, time, rest) == 0 ? 0 : -1;
-  sleepLog->milliseconds.push_back(time->tv_sec * 1000 + time->tv_nsec / 1'000'000);
-  sleepLog->instead();
-  return 0;
-}
 
 namespace ZaM {
 namespace {
@@ -174,43 +154,41 @@ TEST_F(LockFileTest, IsAFileForAsLongAsOneHoldsIt) {
   ZamLockfileRelease(nullptr);
 }
 
-TEST_F(LockFileTest, IsTriedForAsOftenAsAllowedWithTheSleepBetween) {
+TEST_F(LockFileTest, IsTriedForAsLongAsAllowedWhereItMayBecomeFree) {
+  using std::chrono::milliseconds;
   folder.Write("protected", "");
   fs::permissions(folder.Path() / "protected", fs::perms::owner_write, fs::perm_options::remove);
-  constexpr int never = 0;
+  constexpr int hopeless = 20'000;  // milliseconds that no correct case sleeps for
   struct {
     std::string name;
-    int retries, waitTime, freedIn;  // the number of the sleep in which the lock is let go
-    std::vector<long> sleeps;        // milliseconds
+    int retries, waitTime, sleeps;  // milliseconds, the last one all together
     bool taken;
-  } const cases[] = {{"free", 3, 100, never, {}, true},
-                     {"lock", 0, 100, never, {}, false},
-                     {"lock", -1, 100, never, {}, false},
-                     {"lock", INT_MIN, 100, never, {}, false},
-                     {"lock", 1, 1, never, {1}, false},
-                     {"lock", 3, 100, never, {100, 100, 100}, false},
-                     {"lock", 3, 100, 3, {100, 100, 100}, true},
-                     {"lock", INT_MAX, 2500, 2, {2500, 2500}, true},
-                     {"lock", 1000, -1, never, {}, false},
-                     {"protected", 2, 100, never, {100, 100}, false},  // access is denied
-                     {".", 2, 100, never, {100, 100}, false},
-                     {"missing/lock", 3, 100, never, {}, false},
-                     {std::string(256, 'n'), 3, 100, never, {}, false},
-                     {std::string(255, 'n'), 3, 100, never, {}, true}};
-  for (auto const& test : cases) {
-    void* held = Take();
-    SleepLog log;
-    log.instead = [&] {
-      if (std::ssize(log.milliseconds) == test.freedIn) ZamLockfileRelease(std::exchange(held, invalid));
-    };
-    sleepLog = &log;
-    void* const lock = ZamLockfileCreate(folder.Wide(test.name), test.waitTime, test.retries);
-    sleepLog = nullptr;
-    EXPECT_EQ(lock != invalid, test.taken) << test.name << test.retries;
-    EXPECT_EQ(log.milliseconds, test.sleeps) << test.name << test.retries;
+  } const cases[] = {{"free", 3, hopeless, 0, true},
+                     {"lock", 0, hopeless, 0, false},
+                     {"lock", -1, hopeless, 0, false},
+                     {"lock", INT_MIN, hopeless, 0, false},
+                     {"lock", 100, -1, 0, false},
+                     {"lock", 3, 20, 60, false},
+                     {"protected", 2, 20, 40, false},  // access is denied
+                     {".", 2, 20, 40, false},
+                     {"missing/lock", 3, hopeless, 0, false},
+                     {std::string(256, 'n'), 3, hopeless, 0, false},
+                     {std::string(255, 'n'), 3, hopeless, 0, true}};
+  void* const held = Take();
+  for (auto const& [name, retries, waitTime, sleeps, taken] : cases) {
+    auto const start = std::chrono::steady_clock::now();
+    void* const lock = ZamLockfileCreate(folder.Wide(name), waitTime, retries);
+    auto const time = std::chrono::steady_clock::now() - start;
+    EXPECT_EQ(lock != invalid, taken) << name << retries;
+    EXPECT_GE(time, milliseconds(sleeps)) << name << retries;
+    EXPECT_LT(time, milliseconds(hopeless)) << name << retries;
     ZamLockfileRelease(lock);
-    ZamLockfileRelease(held);
   }
+  std::jthread const holder([held] {
+    std::this_thread::sleep_for(milliseconds(20));
+    ZamLockfileRelease(held);
+  });
+  EXPECT_TRUE(CanBeTaken());
 }
 
 TEST_F(LockFileTest, IsntTakenWhereSomethingElseStands) {
@@ -348,11 +326,10 @@ TEST_F(LockFileTest, HasHoldersThatDoStrangeThings) {
       {"take it where the system gives no more processes, which is nobody's hold",
        [this] {
          if (!Deny(SYS_clone, EAGAIN) || !Deny(SYS_clone3, EAGAIN)) return notPermitted;
-         SleepLog log;
-         sleepLog = &log;
+         alarm(10);
          auto const start = [](void*) -> std::uint32_t { return 0; };
-         int const taken = (Take(3) != invalid) + (ZamCreateThread(0, start, nullptr) != nullptr);
-         return taken + Exists() + !log.milliseconds.empty();
+         bool const isTaken = ZamLockfileCreate(path, 20'000, 3) != invalid;
+         return isTaken + (ZamCreateThread(0, start, nullptr) != nullptr) + Exists();
        }},
       {"close all their files, and open others under the numbers",
        [this] {
@@ -374,21 +351,6 @@ TEST_F(LockFileTest, HasHoldersThatDoStrangeThings) {
          int const failures = lock == invalid || !Exists() || Take() != invalid;
          ZamLockfileRelease(lock);
          return failures + Exists() + (Process([](Process&) { return getpid(); }).ExitCode() != 1);
-       }},
-      {"have little stack",
-       [this] {
-         static LockFileTest const* test;
-         static ucontext_t before, inside;
-         test = this;
-         std::vector<char> stack(1 << 18, 'x');
-         getcontext(&inside);
-         inside.uc_stack = {stack.data(), 0, stack.size()};
-         inside.uc_link = &before;
-         makecontext(
-             &inside, [] { ZamLockfileRelease(test->Take()); }, 0);
-         swapcontext(&before, &inside);
-         auto const used = std::find_if(stack.begin(), stack.end(), [](char byte) { return byte != 'x'; });
-         return stack.end() - used < 13'000 ? 0 : 1;
        }},
   };
   for (auto const& [name, failures] : cases) {

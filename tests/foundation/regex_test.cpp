@@ -35,15 +35,6 @@ TEST(Regex, FindsEachMatchInATextOfItsOwn) {
     Places expected;
   } const cases[] = {
       {u"a", u"banana", {{1, 1}, {3, 1}, {5, 1}}},
-      {u"z", u"banana", {}},
-      {u"x*", u"", {}},
-      {u"x*", u"ab", {{1, 0}, {2, 0}}},
-      {u"^a", u"aaa", {{0, 1}, {1, 1}, {2, 1}}},
-      {u"\\ba", u"aaba", {{0, 1}, {1, 1}}},
-      {u"(?<=a)a", u"aaaa", {{1, 1}, {3, 1}}},
-      {u"^.$", u"a\nb\ncc", {{0, 1}, {2, 1}}},
-      {u"(a)\\1", u"aaaaa", {{0, 2}, {2, 2}}},
-      {u"a\\Kb", u"abab", {{1, 1}, {3, 1}}},
       {u".", u"\U0001F600", {{0, 1}, {1, 1}}},
       {u"\U0001F600", u"a\U0001F600", {{1, 2}}},
       {u"a\\x{0}b|\\x{444F}", {u'a', 0, u'b', 0x444F}, {{0, 3}, {3, 1}}},
@@ -98,9 +89,9 @@ Places FindInBytes(std::string const& pattern, std::string const& text) try {
 TEST(Regex, AgreesWithTheEngineOverBytes) {
   std::mt19937 random(7);
   std::string const pieces[] = {
-      "a",       "b",     "B",     ".",           "^",           "$",           "|",           "(",
-      ")",       "*",     "+",     "?",           "*?",          "{1,2}",       "[ab]",        "[^a]",
-      "\\w",     "\\W",   "\\b",   "\\d",         "\\s",         "[A-Z]",       "[[:alpha:]",  "(?=b)",
+      "a",       "b",     "B",     ".",           "^",           "$",           "|",           "(",          ")",
+      "*",       "+",     "?",     "*?",          "{1,2}",       "[ab]",        "[^a]",        "\\w",        "\\W",
+      "\\b",     "\\d",   "\\s",   "[A-Z]",       "[[:alpha:]",  "(?=b)",       "(?<=a)",      "\\1",        "\\K",
       "(?i:aB)", "\\x61", "\\101", "[[:print:]]", "[[:graph:]]", "[[:punct:]]", "[[:cntrl:]]", "[[:blank:]]"};
   int malformed = 0;
   for (int round = 0; round < 20'000; ++round) {

@@ -16,45 +16,15 @@ namespace {
 using std::string_literals::operator""s;
 using test::FailureId;
 
-/// Takes `limit` bytes and then fails.
-struct Limited : std::streambuf {
-  explicit Limited(std::size_t limit) { setp(bytes, bytes + limit); }
-  char bytes[2000];
-};
-
-/// `count` as it is stored.
-std::string Count(std::uint32_t count) {
-  std::string bytes;
-  for (unsigned int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(count >> shift & 0xFF);
-  return bytes;
-}
-
-/// The units of `text`, without count and terminator, as they are stored.
-std::string Units(wstring const& text) {
-  std::string bytes;
-  for (wchar const unit : text) (bytes += static_cast<char>(unit & 0xFF)) += static_cast<char>(unit >> 8);
-  return bytes;
-}
-
-wstring Text(std::size_t length) {
-  wstring text;
-  for (std::size_t i = 0; i < length; ++i) text += static_cast<wchar>(0xFFFF - 37 * i);
-  return text;
-}
-
 TEST(StreamHelper, StoresTheLowestByteFirst) {
-  std::ostringstream out;
-  StreamHelper::WriteBool(&out, true);
-  StreamHelper::WriteBool(&out, false);
-  StreamHelper::WriteLong(&out, -2);
-  StreamHelper::WriteLong(&out, 0x01020304);
-  StreamHelper::WriteDouble(&out, -1.0000000000000002);
-  wstring text = u"a\xD800";
-  StreamHelper::WriteString(&out, text);
-  wstring none;
-  StreamHelper::WriteString(&out, none);
   std::string const stored =
       "\x01\0\xFE\xFF\xFF\xFF\x04\x03\x02\x01\x01\0\0\0\0\0\xF0\xBF\x06\0\0\0a\0\0\xD8\0\0\x02\0\0\0\0\0"s;
+  wstring text = u"a\xD800", none;
+  std::ostringstream out;
+  for (bool const flag : {true, false}) StreamHelper::WriteBool(&out, flag);
+  for (std::int32_t const number : {-2, 0x01020304}) StreamHelper::WriteLong(&out, number);
+  StreamHelper::WriteDouble(&out, -1.0000000000000002);
+  for (wstring* const string : {&text, &none}) StreamHelper::WriteString(&out, *string);
   EXPECT_EQ(out.str(), stored);
 
   std::istringstream in(stored + "\xFE\xFF\x02"s);
@@ -62,16 +32,33 @@ TEST(StreamHelper, StoresTheLowestByteFirst) {
   std::int32_t longs[2];
   double real;
   std::int16_t small;
-  none = u"old";
+  wstring strings[2] = {u"old", u"old"};
   for (bool* const flag : {&flags[0], &flags[1]}) StreamHelper::ReadBool(&in, *flag);
   for (std::int32_t& number : longs) StreamHelper::ReadLong(&in, number);
   StreamHelper::ReadDouble(&in, real);
-  for (wstring* const string : {&text, &none}) StreamHelper::ReadString(&in, *string);
+  for (wstring& string : strings) StreamHelper::ReadString(&in, string);
   StreamHelper::ReadShort(&in, small);
   StreamHelper::ReadBool(&in, flags[2]);  // a byte of 2
-  EXPECT_TRUE(flags[0] && !flags[1] && flags[2]);
+  EXPECT_TRUE(flags[0] && !flags[1] && flags[2] && strings[0] == text && strings[1].empty());
   EXPECT_TRUE(longs[0] == -2 && longs[1] == 0x01020304 && real == -1.0000000000000002 && small == -2);
-  EXPECT_TRUE(text == u"a\xD800" && none.empty());
+}
+
+/// A count, and units, as they are stored.
+std::string Count(std::size_t count) {
+  std::string bytes;
+  for (unsigned int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(count >> shift & 0xFF);
+  return bytes;
+}
+std::string Units(wstring const& text) {
+  std::string bytes;
+  for (wchar const unit : text) bytes += {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
+  return bytes;
+}
+
+wstring Text(std::size_t length) {
+  wstring text;
+  for (std::size_t i = 0; i < length; ++i) text += static_cast<wchar>(0xFFFF - 37 * i);
+  return text;
 }
 
 TEST(StreamHelper, ReadsStoredTextsOfAnyForm) {
@@ -100,46 +87,32 @@ TEST(StreamHelper, ReadsStoredTextsOfAnyForm) {
     std::size_t const allocated = test::AllocatedBytes();
     EXPECT_EQ(FailureId([&] { StreamHelper::ReadString(&in, text); }), failure) << name;
     EXPECT_LT(test::AllocatedBytes() - allocated, 20'000u) << name;
-    EXPECT_TRUE(text == expected) << name;
-    EXPECT_EQ(in.fail(), failure != 0) << name;
+    EXPECT_TRUE(text == expected && in.fail() == (failure != 0)) << name;
   }
-}
-
-TEST(StreamHelper, GivesTextsOfAnyLengthBack) {
   for (std::size_t const length : {1u, 511u, 512u, 2000u}) {
-    wstring text = Text(length);
+    wstring text = Text(length), read;
     std::stringstream stream;
     StreamHelper::WriteString(&stream, text);
-    EXPECT_EQ(stream.str(), Count(static_cast<std::uint32_t>(2 * length + 2)) + Units(text + u'\0'));
-    wstring read;
+    EXPECT_EQ(stream.str(), Count(2 * length + 2) + Units(text + u'\0'));
     StreamHelper::ReadString(&stream, read);
-    EXPECT_EQ(read, text);
-    EXPECT_EQ(stream.peek(), std::char_traits<char>::eof());
+    EXPECT_TRUE(read == text && stream.peek() == std::char_traits<char>::eof()) << length;
   }
 }
 
-/// Runs `use` and returns what it fails with: an id, and a sentence without a path.
-std::pair<std::int32_t, wstring> Failure(std::function<void()> const& use) {
-  try {
-    use();
-    return {};
-  } catch (FileIOException const& failure) {
-    EXPECT_TRUE(failure.GetPathname().empty());
-    return {failure.GetErrorId(), failure.GetErrorDescription()};
-  }
-}
-
-TEST(StreamHelper, KeepsWhatArrivedOfANumber) {
-  std::istringstream in("\x11\x22"s);
-  std::int32_t number = -1;
-  EXPECT_EQ(Failure([&] { StreamHelper::ReadLong(&in, number); }), std::pair(2004, wstring(u"Could not read file")));
-  EXPECT_EQ(static_cast<std::uint32_t>(number), 0xFFFF2211u);
-  bool flag = true;
-  EXPECT_EQ(FailureId([&] { StreamHelper::ReadBool(&in, flag); }), 2004);
-  EXPECT_TRUE(flag);
+/// The sentence, which names no path, in which a use ends; nothing where it ends well.
+wstring Failure(std::function<void()> const& use) try {
+  use();
+  return {};
+} catch (FileIOException const& failure) {
+  return failure.GetErrorDescription();
 }
 
 TEST(StreamHelper, ReportsStreamsThatEndAnywhere) {
+  /// Takes `limit` bytes and then fails.
+  struct Limited : std::streambuf {
+    explicit Limited(std::size_t limit) { setp(bytes, bytes + limit); }
+    char bytes[2000];
+  };
   wstring text = Text(600);
   std::string const stored = Count(1202) + Units(text + u'\0');
   std::pair<std::size_t, std::function<void(std::ostream*)>> const writes[] = {
@@ -153,33 +126,36 @@ TEST(StreamHelper, ReportsStreamsThatEndAnywhere) {
         Limited buffer(limit);
         std::ostream out(&buffer);
         out.exceptions(thrown);
-        auto const failed = Failure([&, &use = write] { use(&out); });
-        EXPECT_EQ(failed,
-                  limit < length ? std::pair(2001, wstring(u"Could not write file: ")) : std::pair(0, wstring()));
+        EXPECT_EQ(Failure([&, &use = write] { use(&out); }), limit < length ? u"Could not write file: " : u"");
       }
     }
     for (std::size_t length = 0; length <= stored.size(); ++length) {
       std::istringstream in(stored.substr(0, length));
       in.exceptions(thrown);
       wstring read;
-      EXPECT_EQ(FailureId([&] { StreamHelper::ReadString(&in, read); }), length < stored.size() ? 2004 : 0) << length;
+      auto const failure = Failure([&] { StreamHelper::ReadString(&in, read); });
+      EXPECT_EQ(failure, length < stored.size() ? u"Could not read file" : u"") << length;
     }
   }
+  std::istringstream in("\x11\x22"s);
+  std::int32_t number = -1;
+  bool flag = true;
+  EXPECT_EQ(FailureId([&] { StreamHelper::ReadLong(&in, number); }), 2004);
+  EXPECT_EQ(static_cast<std::uint32_t>(number), 0xFFFF2211u) << "what arrived of it";
+  EXPECT_TRUE(FailureId([&] { StreamHelper::ReadBool(&in, flag); }) == 2004 && flag);
 }
 
 TEST(StreamHelper, SurvivesALackOfMemory) {
+  wstring text = Text(1700), read;
   std::stringstream stream;
-  wstring text = Text(1700);
   StreamHelper::WriteString(&stream, text);
-  wstring read;
-  std::size_t const failures = test::FailEachAllocation(
-      [&] {
-        stream.seekg(0);
-        read = wstring();
-        StreamHelper::ReadString(&stream, read);
-      },
-      [&] { EXPECT_TRUE(read.size() % 512 == 0 && read == text.substr(0, read.size())); }, {.mayKeepMemory = true});
-  EXPECT_GE(failures, 2u);
+  auto const readAgain = [&] {
+    stream.seekg(0);
+    read = wstring();
+    StreamHelper::ReadString(&stream, read);
+  };
+  auto const isFront = [&] { EXPECT_TRUE(read.size() % 512 == 0 && read == text.substr(0, read.size())); };
+  EXPECT_GE(test::FailEachAllocation(readAgain, isFront, {.mayKeepMemory = true}), 2u);
   EXPECT_TRUE(read == text);
 }
 

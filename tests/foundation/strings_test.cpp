@@ -116,25 +116,52 @@ TEST(Strings, KnowDigitsAndSeparators) {
   }
 }
 
-TEST(Strings, AreReadFromNarrowText) {
-  std::pair<std::string, wstring> const cases[] = {{"", u""},
-                                                   {"Gr\xC3\xBC\xC3\x9F\x65", u"Grüße"},
-                                                   {"\xF0\x9F\x98\x80\0b"s, u"\U0001F600"},
-                                                   {"a\xFFg\xE2\x82", u"a\uFFFDg\uFFFD"}};
+TEST(Strings, AreReadFromNarrowTextThatMayBeMalformed) {
+  std::pair<std::string, wstring> const cases[] = {
+      {"", u""},
+      {"Gr\xC3\xBC\xC3\x9F\x65", u"Grüße"},
+      {"\xF0\x9F\x98\x80\0b"s, u"\U0001F600"},
+      {"a\x80z", u"a\uFFFDz"},                            // continuation alone
+      {"\xC0\xAF", u"\uFFFD\uFFFD"},                      // overlong
+      {"\xE0\x80\xAF", u"\uFFFD\uFFFD\uFFFD"},            // overlong, second byte already impossible
+      {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},            // a surrogate
+      {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},  // beyond U+10FFFF
+      {"\xF0\x9F\x98z", u"\uFFFDz"},                      // cut off: one for what made sense so far
+      {"g\xE2\x82", u"g\uFFFD"},                          // cut off by the end
+      {"\xF5\xFF", u"\uFFFD\uFFFD"},                      // no first bytes
+      {"\xF0\x90\xC3\xA4", u"\uFFFD\u00E4"},              // the byte that broke it begins a new one
+      {"\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41", u"\uFFFD\uFFFD\uFFFD\uFFFDA"},
+  };
   for (auto const& [text, expected] : cases) {
-    wstring result = u"old";
-    EXPECT_TRUE(ConvertA2W(text, result) && result == expected) << text;
-    EXPECT_TRUE(ConvertA2W(text.c_str(), result) && result == expected) << text;
+    // In front of it, plain text of any length.
+    for (std::size_t length = 0; length < 20; ++length) {
+      wstring result = u"old";
+      EXPECT_TRUE(ConvertA2W(std::string(length, 'p') + text, result) && result == wstring(length, u'p') + expected);
+      EXPECT_TRUE(ConvertA2W(text.c_str(), result) && result == expected) << text;
+    }
   }
   wstring result = u"old";
   EXPECT_FALSE(ConvertA2W(static_cast<char const*>(nullptr), result));
   EXPECT_TRUE(result == u"old");
 }
 
+TEST(Strings, HoldEveryCharacterOnTheWayThereAndBack) {
+  for (char32_t point = 1; point <= 0x10FFFF; ++point) {
+    if (point == 0xD800) point = 0xE000;
+    bool const isPair = point >= 0x10000;
+    wstring units = {u'<', static_cast<wchar>(isPair ? 0xD7C0 + (point >> 10) : point), u'>'};
+    if (isPair) units.insert(2, 1, static_cast<wchar>(0xDC00 | (point & 0x3FF)));
+    std::string bytes;
+    wstring back;
+    ASSERT_TRUE(ConvertW2A(units, bytes) && ConvertA2W(bytes, back) && back == units) << std::uint32_t{point};
+  }
+}
+
 TEST(Strings, AreWrittenAsNarrowTextOnlyAsAWhole) {
   std::pair<wstring, std::string> const cases[] = {{u"", ""},
                                                    {u"ü\U0001F600\0g"s, "\xC3\xBC\xF0\x9F\x98\x80\0g"s},
-                                                   {{0xD800, u'g', 0xDC00}, "\xEF\xBF\xBDg\xEF\xBF\xBD"}};
+                                                   {{0xD800, u'g', 0xDC00}, "\xEF\xBF\xBDg\xEF\xBF\xBD"},
+                                                   {{0xD83D, 0xD83D, 0xDE00}, "\xEF\xBF\xBD\xF0\x9F\x98\x80"}};
   for (auto const& [text, expected] : cases) {
     std::string result = "old";
     EXPECT_TRUE(ConvertW2A(text, result));

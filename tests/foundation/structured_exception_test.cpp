@@ -19,6 +19,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "tests/support/run_on_stack.h"
 
@@ -61,12 +62,6 @@ Value Unknown(Value value) {
 FAULTY void Divide(int dividend, int divisor) {
   Unknown(Unknown(dividend) / Unknown(divisor));
 }
-FAULTY void Divide(double dividend, double divisor) {
-  Unknown(Unknown(dividend) / Unknown(divisor));
-}
-FAULTY void Multiply(double a, double b) {
-  Unknown(Unknown(a) * Unknown(b));
-}
 FAULTY void Call(std::uintptr_t address) {
   reinterpret_cast<void (*)()>(address)();
 }
@@ -81,60 +76,57 @@ FAULTY void ReadBehindTheEndOfAFile() {
 }
 
 #if defined(__x86_64__)
-FAULTY void ReadMisaligned() {
-  alignas(4) char volatile bytes[8] = {};
-  asm volatile(
-      "pushf\n orl $0x40000, (%%rsp)\n popf\n"
-      "movl 1(%0), %%eax\n"
-      "pushf\n andl $~0x40000, (%%rsp)\n popf\n"
-      :
-      : "r"(bytes)
-      : "eax", "memory", "cc");
-}
-FAULTY void Trace() {
-  asm volatile("pushf\n orl $0x100, (%%rsp)\n popf\n nop\n nop\n" : : : "memory", "cc");
-}
-FAULTY void Break() {
-  asm volatile("int3");
-}
-FAULTY void BeIllegal() {
-  asm volatile("ud2");
-}
-FAULTY void Halt() {
-  asm volatile("hlt");
-}
 FAULTY void WithTrap(unsigned exceptions, double a, double b, void (*calculate)(double, double)) {
   __builtin_ia32_ldmxcsr(__builtin_ia32_stmxcsr() & ~(exceptions << 7));
   calculate(a, b);
 }
+
+long long divisors[2];
+
+// A division whose quotient is out of range by -1, with the divisor in rdi and behind rsi, and the dividend in rdx:rax.
+#define DIVIDE(prepare, divide, low, high)                                                            \
+  [](long long divisor) __attribute__((no_sanitize("address", "undefined"))) {                        \
+    divisors[0] = divisors[1] = divisor;                                                              \
+    asm volatile(prepare "\n" divide                                                                  \
+                 : "+D"(divisor)                                                                      \
+                 : "S"(divisors), "a"(static_cast<long long>(low)), "d"(static_cast<long long>(high)) \
+                 : "rbx", "rcx", "r8", "r12", "r13", "r15", "memory", "cc");                          \
+  }
 #endif
 
 TEST(StructuredExceptions, GiveEachFaultItsCode) {
   SKIP_WITHOUT_FAULTS();
 #if defined(__x86_64__)
   double const tiny = 5e-324;
-  auto const divide = [](double a, double b) { Divide(a, b); };
-  auto const multiply = [](double a, double b) { Multiply(a, b); };
+  auto const divide = [](double a, double b) { Unknown(Unknown(a) / Unknown(b)); };
+  auto const multiply = [](double a, double b) { Unknown(Unknown(a) * Unknown(b)); };
   struct Case {
     char const* name;
     std::uint32_t code;
     std::function<void()> fault;
   };
-  Case const cases[] = {
+  std::vector<Case> cases = {
       {"none", 0, [] {}},
-      {"misaligned", 0x80000002, ReadMisaligned},
-      {"breakpoint", 0x80000003, Break},
-      {"trace", 0x80000004, Trace},
+      {"misaligned", 0x80000002,
+       []() FAULTY {
+         alignas(4) char volatile bytes[8] = {};
+         asm volatile(
+             "pushf\n orl $0x40000, (%%rsp)\n popf\n movl 1(%0), %%eax\n pushf\n andl $~0x40000, (%%rsp)\n popf\n"
+             :
+             : "r"(bytes)
+             : "eax", "memory", "cc");
+       }},
+      {"breakpoint", 0x80000003, []() FAULTY { asm volatile("int3"); }},
+      {"trace", 0x80000004,
+       []() FAULTY {
+         asm volatile("pushf\n orl $0x100, (%%rsp)\n popf\n nop\n nop\n" : : : "memory", "cc");
+       }},
       {"low address", 0xC0000005, [] { ReadFrom(16); }},
       {"address that none can have", 0xC0000005, [] { ReadFrom(std::uintptr_t{1} << 63); }},
       {"call to nowhere", 0xC0000005, [] { Call(0); }},
-      {"call into data", 0xC0000005,
-       [] {
-         int data = 0;
-         Call(reinterpret_cast<std::uintptr_t>(&data));
-       }},
+      {"call into data", 0xC0000005, [] { Call(reinterpret_cast<std::uintptr_t>(divisors)); }},
       {"shortened file", 0xC0000006, ReadBehindTheEndOfAFile},
-      {"illegal", 0xC000001D, BeIllegal},
+      {"illegal", 0xC000001D, []() FAULTY { asm volatile("ud2"); }},
       {"denormal", 0xC000008D, [&] { WithTrap(FE_INVALID << 1, tiny, 1, multiply); }},
       {"float by zero", 0xC000008E, [&] { WithTrap(FE_DIVBYZERO, 1, 0, divide); }},
       {"inexact", 0xC000008F, [&] { WithTrap(FE_INEXACT, 1, 3, divide); }},
@@ -142,75 +134,42 @@ TEST(StructuredExceptions, GiveEachFaultItsCode) {
       {"overflow", 0xC0000091, [&] { WithTrap(FE_OVERFLOW, 1e300, 1e300, multiply); }},
       {"underflow", 0xC0000093, [&] { WithTrap(FE_UNDERFLOW, 1e-300, 1e-300, multiply); }},
       {"by zero", 0xC0000094, [] { Divide(1, 0); }},
-      {"privileged", 0xC0000096, Halt},
+      {"privileged", 0xC0000096, []() FAULTY { asm volatile("hlt"); }},
   };
+  void (*const divisions[])(long long) = {
+      DIVIDE("", "idivl %%edi", 0x80000000, -1),
+      DIVIDE("", "idivq %%rdi", std::numeric_limits<long long>::min(), -1),
+      DIVIDE("", "idivw %%di", 0x8000, -1),
+      DIVIDE("", "idivb %%dil", 0x8000, 0),
+      DIVIDE("movq %%rdi, %%rbx\n movb $1, %%bh", "idivb %%bl", 0x8000, 0),
+      DIVIDE("movq %%rdi, %%rbx\n shlq $8, %%rbx", "idivb %%bh", 0x8000, 0),
+      DIVIDE("", "idivl (%%rsi)", 0x80000000, -1),
+      DIVIDE("leaq -400(%%rsi), %%r13", "idivw 400(%%r13)", 0x8000, -1),
+      DIVIDE("movq $1, %%r12\n movq %%rsi, %%r13", "idivb -4(%%r13,%%r12,4)", 0x8000, 0),
+      DIVIDE("movq %%rsi, %%r15\n shrq $3, %%r15", "idivl 0(,%%r15,8)", 0x80000000, -1),
+  };
+  for (auto* const division : divisions) {
+    cases.push_back({"quotient out of range", 0xC0000095, [division] { division(-1); }});
+    cases.push_back({"divisor of zero", 0xC0000094, [division] { division(0); }});
+  }
   std::thread([&] {
     StructuredException::Enable();
     for (Case const& one : cases) {
       std::fenv_t modes;
       std::fegetenv(&modes);
-      bool isDestroyed = false;
+      int destroyed = 0;
       struct AtEnd {
-        bool& done;
-        ~AtEnd() { done = true; }
+        int& count;
+        ~AtEnd() { ++count; }
+      };
+      auto const run = [&] {
+        AtEnd const atEnd{destroyed};
+        one.fault();
       };
       // Twice: a handler must leave nothing behind that hides the next fault.
-      for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(CodeOf([&] {
-                    AtEnd const atEnd{isDestroyed};
-                    one.fault();
-                  }),
-                  one.code)
-            << one.name;
-      }
-      EXPECT_TRUE(isDestroyed) << one.name;
+      for (int i = 0; i < 2; ++i) EXPECT_EQ(CodeOf(run), one.code) << one.name << ", " << &one - cases.data();
+      EXPECT_EQ(destroyed, 2) << one.name;
       std::fesetenv(&modes);
-    }
-  }).join();
-#endif
-}
-
-#if defined(__x86_64__)
-long long divisors[2];
-
-// A division whose quotient is out of range by -1, with the divisor in rdi and behind rsi, and the dividend in rdx:rax.
-#define DIVISION(prepare, divide, low, high)                                                            \
-  {                                                                                                     \
-    divide, [](long long divisor) __attribute__((no_sanitize("address", "undefined"))) {                \
-      divisors[0] = divisors[1] = divisor;                                                              \
-      asm volatile(prepare "\n" divide                                                                  \
-                   : "+D"(divisor)                                                                      \
-                   : "S"(divisors), "a"(static_cast<long long>(low)), "d"(static_cast<long long>(high)) \
-                   : "rbx", "rcx", "r8", "r12", "r13", "r15", "memory", "cc");                          \
-    }                                                                                                   \
-  }
-#endif
-
-TEST(StructuredExceptions, TellAQuotientThatIsOutOfRangeFromADivisorOfZero) {
-  SKIP_WITHOUT_FAULTS();
-#if defined(__x86_64__)
-  constexpr long long lowest = std::numeric_limits<long long>::min();
-  struct Case {
-    char const* division;
-    void (*divide)(long long);
-  };
-  Case const cases[] = {
-      DIVISION("", "idivl %%edi", 0x80000000, -1),
-      DIVISION("", "idivq %%rdi", lowest, -1),
-      DIVISION("", "idivw %%di", 0x8000, -1),
-      DIVISION("", "idivb %%dil", 0x8000, 0),
-      DIVISION("movq %%rdi, %%rbx\n movb $1, %%bh", "idivb %%bl", 0x8000, 0),
-      DIVISION("movq %%rdi, %%rbx\n shlq $8, %%rbx", "idivb %%bh", 0x8000, 0),
-      DIVISION("", "idivl (%%rsi)", 0x80000000, -1),
-      DIVISION("leaq -400(%%rsi), %%r13", "idivw 400(%%r13)", 0x8000, -1),
-      DIVISION("movq $1, %%r12\n movq %%rsi, %%r13", "idivb -4(%%r13,%%r12,4)", 0x8000, 0),
-      DIVISION("movq %%rsi, %%r15\n shrq $3, %%r15", "idivl 0(,%%r15,8)", 0x80000000, -1),
-  };
-  std::thread([&] {
-    StructuredException::Enable();
-    for (Case const& one : cases) {
-      EXPECT_EQ(CodeOf([&] { one.divide(-1); }), 0xC0000095u) << one.division;
-      EXPECT_EQ(CodeOf([&] { one.divide(0); }), 0xC0000094u) << one.division;
     }
   }).join();
 #endif
@@ -238,12 +197,30 @@ TEST(StructuredExceptions, KeepTheirSentenceAndTheModesOfTheThread) {
             u"have the appropriate access.");
 }
 
-// Calls itself through a pointer: a function of which the compiler sees that it never throws couldn't be left.
+/// Calls itself, each time after `Step`, through a pointer: a function of which the compiler sees that it never throws
+/// couldn't be left.
+template <class Step>
 FAULTY int Recurse(int depth) {
   char volatile frame[100] = {};
   frame[0] = static_cast<char>(depth);
-  return Unknown(&Recurse)(depth + 1) + frame[0];
+  Step()(depth);
+  return Unknown(&Recurse<Step>)(depth + 1) + frame[0];
 }
+using Nothing = decltype([](int) {});
+using Throw = decltype([](int depth) {
+#if !defined(__SANITIZE_ADDRESS__)  // which puts a __cxa_throw of its own in between, and sees what is thrown get lost
+  try {
+    throw depth;
+  } catch (int) {
+  }
+#endif
+});
+using Signal = decltype([](int) { raise(SIGURG); });
+using Lock = decltype([](int depth) {
+  std::time_t const time = depth;
+  std::tm parts = {};
+  localtime_r(&time, &parts);
+});
 
 /// Needs its destructors run, and these need stack. Comes to the end mostly inside of functions that can't throw, of
 /// the heap among them.
@@ -277,24 +254,6 @@ FAULTY int RecurseInHandler(int depth, int& alive, bool& wasCaught) {
   return 0;
 }
 
-FAULTY int RecurseWithThrows(int depth) {
-#if !defined(__SANITIZE_ADDRESS__)  // which puts a __cxa_throw of its own in between, and sees what is thrown get lost
-  try {
-    throw depth;
-  } catch (int) {
-  }
-#endif
-  return Unknown(&RecurseWithThrows)(depth + 1) + 1;
-}
-FAULTY int RecurseWithSignals(int depth) {
-  raise(SIGURG);
-  return Unknown(&RecurseWithSignals)(depth + 1) + 1;
-}
-FAULTY int RecurseWithLocks(int depth) {
-  std::time_t const time = depth;
-  std::tm parts = {};
-  return localtime_r(&time, &parts)->tm_sec + Unknown(&RecurseWithLocks)(depth + 1);
-}
 FAULTY int RecurseThroughSort(int depth) {
   int numbers[] = {3, 1, 2};
   auto const compare = [](void const* a, void const*) { return RecurseThroughSort(*static_cast<int const*>(a)); };
@@ -307,50 +266,47 @@ FAULTY void TakeMuch(int bytes) {
   frame[bytes - 1] = 0;
 }
 
-TEST(StructuredExceptions, ComeFromTheEndOfTheStackWhateverHasComeThere) {
+/// Comes to the end of this thread's stack in each way, with destructors that need some of it, and finds all in order.
+void ExpectOverflows() {
+  StructuredException::Enable();
+  int alive = 0;
+  bool wasCaught = false;
+  std::function<void()> const overflows[] = {
+      [] { Recurse<Nothing>(0); },
+      [&] { RecurseWithStrings(0, alive); },
+      [&] { RecurseInHandler(0, alive, wasCaught); },
+      [] { Recurse<Throw>(0); },
+      [] { Recurse<Signal>(0); },
+      [] { Recurse<Lock>(0); },
+      [] { RecurseThroughSort(0); },
+      [] { TakeMuch(16 << 20); },
+  };
+  for (int round = 0; round < 2; ++round) {
+    for (auto const& overflow : overflows) {
+      EXPECT_EQ(CodeOf([&] { overflow(); }), 0xC00000FDu) << &overflow - overflows;
+      EXPECT_EQ(alive, 0);
+    }
+    wasCaught = false;
+  }
+  EXPECT_EQ(std::uncaught_exceptions(), 0);
+  std::time_t const time = 0;
+  std::tm parts = {};
+  EXPECT_NE(localtime_r(&time, &parts), nullptr) << "not locked";
+}
+
+TEST(StructuredExceptions, ComeFromTheEndOfTheStackAndLeaveRoomForDestructors) {
   SKIP_WITHOUT_FAULTS();
   struct sigaction ignoring = {};
   ignoring.sa_handler = [](int) {};
   sigaction(SIGURG, &ignoring, nullptr);
   for (int offset = 0; offset < 4096; offset += 304) {
     test::RunOnStack(1u << 20, [&] {
-      StructuredException::Enable();
       static_cast<char volatile*>(__builtin_alloca(static_cast<std::size_t>(offset + 1)))[0] = 0;
-      int alive = 0;
-      bool wasCaught = false;
-      std::function<void()> const overflows[] = {
-          [&] { RecurseInHandler(0, alive, wasCaught); },
-          [] { RecurseWithThrows(0); },
-          [] { RecurseWithSignals(0); },
-          [] { RecurseWithLocks(0); },
-          [] { RecurseThroughSort(0); },
-          [] { TakeMuch(16 << 20); },
-      };
-      for (auto const& overflow : overflows) {
-        EXPECT_EQ(CodeOf([&] { overflow(); }), 0xC00000FDu) << offset << ", " << &overflow - overflows;
-      }
-      EXPECT_EQ(alive, 0);
-      EXPECT_EQ(std::uncaught_exceptions(), 0);
-      std::time_t const time = 0;
-      std::tm parts = {};
-      EXPECT_NE(localtime_r(&time, &parts), nullptr) << "not locked";
+      ExpectOverflows();
     });
   }
-}
-
-TEST(StructuredExceptions, ComeFromTheEndOfTheStackAndLeaveRoomForDestructors) {
-  SKIP_WITHOUT_FAULTS();
-  auto const overflow = [] {
-    StructuredException::Enable();
-    for (int i = 0; i < 3; ++i) {
-      int alive = 0;
-      EXPECT_EQ(CodeOf([&] { RecurseWithStrings(0, alive); }), 0xC00000FDu);
-      EXPECT_EQ(alive, 0);
-      EXPECT_EQ(CodeOf([] { Recurse(0); }), 0xC00000FDu);
-    }
-  };
-  for (std::size_t const size : {1u << 20, 3u << 20}) test::RunOnStack(size, overflow);
-  overflow();
+  test::RunOnStack(3u << 20, ExpectOverflows);
+  EXPECT_EQ(CodeOf([] { StructuredException::Enable(), Recurse<Nothing>(0); }), 0xC00000FDu) << "of the first thread";
   // The system would disarm this stack, and nothing arm it again.
   test::RunOnStack(1u << 20, [&] {
     stack_t own = {};
@@ -358,12 +314,12 @@ TEST(StructuredExceptions, ComeFromTheEndOfTheStackAndLeaveRoomForDestructors) {
     own.ss_sp = mmap(nullptr, own.ss_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     own.ss_flags = static_cast<int>(1u << 31);
     ASSERT_EQ(sigaltstack(&own, nullptr), 0);
-    overflow();
+    ExpectOverflows();
   });
   // Here there is no reserve.
   test::RunOnStack(128 * 1024, [] {
     StructuredException::Enable();
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(CodeOf([] { Recurse(0); }), 0xC00000FDu);
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(CodeOf([] { Recurse<Nothing>(0); }), 0xC00000FDu);
   });
 }
 
@@ -396,8 +352,13 @@ TEST(StructuredExceptionsDeathTest, LeaveOtherThreadsAndSignalsToTheProgram) {
   using testing::KilledBySignal;
   EXPECT_EXIT((EnableBeside(SIGSEGV, withSignal), ReadFrom(16)), ExitedWithCode(SIGSEGV), "");
   EXPECT_EXIT((EnableBeside(SIGFPE, withCode), Divide(1, 0)), ExitedWithCode(100 + SIGFPE), "");
-  EXPECT_EXIT((EnableBeside(SIGILL, byDefault), BeIllegal()), KilledBySignal(SIGILL), "");
-  EXPECT_EXIT((EnableBeside(SIGTRAP, byDefault), Break()), KilledBySignal(SIGTRAP), "");
+  EXPECT_EXIT((EnableBeside(SIGILL, byDefault), __builtin_trap()), KilledBySignal(SIGILL), "");
+  EXPECT_EXIT(
+      {
+        EnableBeside(SIGTRAP, byDefault);
+        asm volatile("int3");
+      },
+      KilledBySignal(SIGTRAP), "");
   EXPECT_EXIT((EnableBeside(SIGSEGV, ignoring), ReadFrom(16)), KilledBySignal(SIGSEGV), "");
   EXPECT_EXIT((EnableBeside(SIGSEGV, ignoring), raise(SIGSEGV), _exit(0)), ExitedWithCode(0), "");
   EXPECT_EXIT((EnableBeside(SIGBUS, byDefault), raise(SIGBUS)), KilledBySignal(SIGBUS), "");

@@ -39,15 +39,6 @@ bool RunToEnd(Function function, unsigned int stackSize = 0) {
 /// Each thread of this program has one: more than a small stack.
 thread_local char ownBytes[100'000];
 
-std::size_t StackSizeOfThisThread() {
-  pthread_attr_t attributes;
-  std::size_t size = 0;
-  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return 0;
-  pthread_attr_getstacksize(&attributes, &size);
-  pthread_attr_destroy(&attributes);
-  return size;
-}
-
 TEST(Threads, AreWaitedForUntilTheyHaveEnded) {
   std::promise<void> go;
   auto wait = [future = go.get_future()] { future.wait(); };
@@ -68,6 +59,13 @@ TEST(Threads, AreWaitedForUntilTheyHaveEnded) {
   EXPECT_EQ(answers, 3);
   for (std::uint32_t const timeout : {0u, 1u, endless}) EXPECT_TRUE(ZamWaitThread(thread, timeout)) << "again";
   ZamCloseThreadHandle(thread);
+
+  go = {};
+  std::atomic<bool> done = false;
+  auto waitAndTell = [&done, future = go.get_future()] { future.wait(), done = true; };
+  ZamCloseThreadHandle(Start(waitAndTell));
+  go.set_value();
+  while (!done) std::this_thread::yield();
   EXPECT_FALSE(ZamWaitThread(nullptr, endless));
   ZamCloseThreadHandle(nullptr);
 }
@@ -108,27 +106,16 @@ TEST(Threads, HaveEndedOnlyWhenTheirOwnVariablesHave) {
   pthread_key_delete(key);
 }
 
-TEST(Threads, GoOnWhenTheirHandleIsClosed) {
-  std::promise<void> go;
-  std::atomic<bool> done = false;
-  auto work = [&, future = go.get_future()] {
-    future.wait();
-    done = true;
-  };
-  void* const thread = Start(work);
-  ASSERT_NE(thread, nullptr);
-  ZamCloseThreadHandle(thread);
-  go.set_value();
-  while (!done) std::this_thread::yield();
-}
-
 TEST(Threads, TakeStacksOfAnySize) {
   for (unsigned int const size : {0u, 1u, 4096u, 65'536u, 1'000'001u, 64u << 20}) {
     std::size_t found = 0;
     EXPECT_TRUE(RunToEnd(
         [&found] {
           std::memset(ownBytes, 1, sizeof ownBytes);
-          found = StackSizeOfThisThread();
+          pthread_attr_t attributes;
+          ASSERT_EQ(pthread_getattr_np(pthread_self(), &attributes), 0);
+          pthread_attr_getstacksize(&attributes, &found);
+          pthread_attr_destroy(&attributes);
         },
         size));
     EXPECT_GE(found, size);

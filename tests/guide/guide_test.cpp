@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <zam/zam.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -107,6 +108,9 @@ TEST(GuideTest, SpeaksTheUsersLanguage) {
     EXPECT_EQ(failure.GetErrorId(), 2003);
     EXPECT_EQ(failure.GetErrorDescription(), u"Could not open file: letters.xml");
   }
+
+  ZaM::WinOperationException const failure(ZaM::ErrorId::SystemCall, u"mkdir", ENOENT);
+  EXPECT_EQ(failure.GetErrorDescription(), u"Win operation \"mkdir\" failed. Error: 2 - No such file or directory");
 
   EXPECT_TRUE(ZaM::SetLanguage(u"pt-BR"));  // there is a satellite for Portuguese
   EXPECT_TRUE(ZaM::FileIOException(ZaM::ErrorId::FileOpen, u"a.xml").GetErrorDescription() ==

@@ -89,6 +89,16 @@ TEST_P(EveryKernel, FiltersAsThePlainRulesDo) {
   for (int size = 0; size < 30; ++size) ExpectPlainStream<wchar>(u"abcdefgh \xD840\u0640", {1, true, size});
 }
 
+// FNV-1a over the symbols of all units, without digits and with them. If this differs, stored words have become
+// worthless.
+TEST(SymbolTable, StaysAsItIsForEver) {
+  std::uint64_t checksum = 0xCBF29CE484222325;
+  for (int i = 0; i < 0x20000; ++i) {
+    checksum = (checksum ^ test::SymbolOf(static_cast<wchar>(i), i >= 0x10000)) * 0x100000001B3;
+  }
+  EXPECT_EQ(checksum, 0x39EF12AAC730615EU);
+}
+
 TEST_P(EveryKernel, GivesEveryCharacterItsSymbol) {
   for (bool const useDigits : {true, false}) {
     std::string bytes;

@@ -1,6 +1,7 @@
 #include "zam/foundation/res_mgr.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <optional>
 #include <string>
@@ -16,11 +17,16 @@
 namespace ZaM {
 namespace {
 
+using detail::DecodeSatellite;
+using detail::EncodeSatellite;
+using detail::satelliteTextLimit;
+using detail::TextMap;
+
 /// A module with built-in texts in a folder of its own, and a locale that says nothing.
 class ResMgrTest : public testing::Test {
  protected:
   void AddSatellite(std::string const& language, wstring const& text) const {
-    folder.Write(language + "/app.lng", detail::EncodeSatellite({{1, text}}));
+    folder.Write(language + "/app.lng", EncodeSatellite({{1, text}}));
   }
 
   /// An instance that was initialised under a value of the variable.
@@ -40,48 +46,58 @@ class ResMgrTest : public testing::Test {
 TEST_F(ResMgrTest, ChoosesTheLanguage) {
   std::string const emoji = "\xF0\x9F\x98\x80";
   struct {
-    std::string setting, lang;
-    std::vector<std::string> folders;
+    std::string setting;               // the variable of the library
+    std::vector<std::string> locale;   // LANG, LC_MESSAGES, LC_ALL
+    std::optional<std::string> list;   // LANGUAGE
+    std::vector<std::string> folders;  // with satellites
     std::string language;
     std::optional<std::string> loaded = std::nullopt;  // the folder of the satellite
-    std::string list = {};                             // LANGUAGE
   } const cases[] = {
       // The variable's whole value, then what stands before its first '-'.
-      {"de-DE", "", {"de-DE", "de"}, "de-DE", "de-DE"},
-      {"de-DE", "", {"de"}, "de", "de"},
-      {"zh-Hans-CN", "", {"zh-Hans"}, "en"},
-      {"zh-Hans-CN", "", {"zh-Hans", "zh"}, "zh", "zh"},
+      {"de-DE", {}, {}, {"de-DE", "de"}, "de-DE", "de-DE"},
+      {"de-DE", {}, {}, {"de"}, "de", "de"},
+      {"zh-Hans-CN", {}, {}, {"zh-Hans"}, "en"},
+      {"zh-Hans-CN", {}, {}, {"zh-Hans", "zh"}, "zh", "zh"},
+      {"B\xC3\xA4r", {}, {}, {"B\xC3\xA4r"}, "B\xC3\xA4r", "B\xC3\xA4r"},
       // A variable that is set decides alone.
-      {"xx", "de_DE", {"de"}, "en"},
+      {"xx", {"de_DE"}, "de", {"de"}, "en"},
       // No way out of the module's folder.
-      {"../out", "de_DE", {"../out", "de"}, "en"},
-      {"..", "", {".."}, "en"},
-      {"de/sub", "", {"de/sub"}, "en"},
-      {"de-../x", "", {"de"}, "de", "de"},
+      {"../out", {"de_DE"}, {}, {"../out", "de"}, "en"},
+      {"..", {}, {}, {".."}, "en"},
+      {"de/sub", {}, {}, {"de/sub"}, "en"},
+      {"de-../x", {}, {}, {"de"}, "de", "de"},
       // Longer than the field, and longer than a variable may be.
-      {"a name of 16 xxx", "", {"a name of 16 xxx"}, "a name of 16 xx", "a name of 16 xxx"},
-      {"fourteen here " + emoji, "", {"fourteen here " + emoji}, "fourteen here ", "fourteen here " + emoji},
-      {"de-" + std::string(1020, 'x'), "", {"de"}, "de", "de"},
-      {"de-" + std::string(1021, 'x'), "", {"de"}, "en"},
-      // The system's language where the variable says nothing.
-      {"", "de_DE.UTF-8", {"de"}, "de", "de"},
-      {"", "ja_JP", {"ja", "en"}, "en"},
+      {"a name of 16 xxx", {}, {}, {"a name of 16 xxx"}, "a name of 16 xx", "a name of 16 xxx"},
+      {"fourteen here " + emoji, {}, {}, {"fourteen here " + emoji}, "fourteen here ", "fourteen here " + emoji},
+      {"de-" + std::string(1020, 'x'), {}, {}, {"de"}, "de", "de"},
+      {"de-" + std::string(1021, 'x'), {}, {}, {"de"}, "en"},
+      // The system's language where the variable says nothing: of the last locale that says something.
+      {"", {"de_DE.UTF-8"}, {}, {"de"}, "de", "de"},
+      {"", {"de@euro"}, {}, {"de"}, "de", "de"},
+      {"", {"de_DE", "fr_CA"}, {}, {"de", "fr"}, "fr", "fr"},
+      {"", {"de_DE", "fr_CA", "it_IT"}, {}, {"de", "fr", "it"}, "it", "it"},
+      {"", {"pt_BR", "", ""}, {}, {"pt"}, "pt", "pt"},
+      {"", {"de_DE", "", "C"}, {}, {"de"}, "en"},
+      {"", {"ja_JP"}, {}, {"ja", "en"}, "en"},
+      {"", {"deu_DE"}, {}, {"deu", "de"}, "en"},
       // A list of languages before it, as gettext takes it.
-      {"", "de_DE.UTF-8", {"de", "nl"}, "nl", "nl", "sv:nl_BE.UTF-8:de"},
-      {"", "ja_JP", {"pt-BR", "pt"}, "pt-BR", "pt-BR", ":pt_BR@x"},
-      {"", "de_DE", {"de", "fr"}, "en", {}, "en_GB:fr"},
-      {"", "de_DE", {"de"}, "en", {}, "sv"},
-      {"", "de_DE", {"de"}, "de", "de", ""},
-      {"", "C.UTF-8", {"de"}, "en", {}, "de"},
-      {"xx", "de_DE", {"de"}, "en", {}, "de"},
+      {"", {"de_DE.UTF-8"}, "sv:nl_BE.UTF-8:de", {"de", "nl"}, "nl", "nl"},
+      {"", {"ja_JP"}, ":pt_BR@x", {"pt-BR", "pt"}, "pt-BR", "pt-BR"},
+      {"", {"de_DE"}, "en_GB:fr", {"de", "fr"}, "en"},
+      {"", {"de_DE"}, "sv", {"de"}, "en"},
+      {"", {"de_DE"}, "", {"de"}, "de", "de"},
+      {"", {"C.UTF-8"}, "de", {"de"}, "en"},
   };
   for (auto const& row : cases) {
     test::TemporaryFolder const around;
     for (auto const& name : row.folders) {
-      around.Write("folder/" + name + "/app.lng", detail::EncodeSatellite({{1, platform::Utf16FromUtf8(name)}}));
+      around.Write("folder/" + name + "/app.lng", EncodeSatellite({{1, platform::Utf16FromUtf8(name)}}));
     }
-    SCOPED_TRACE(row.setting + " " + row.lang);
-    test::ScopedVariable const locale("LANG", row.lang), preferred("LANGUAGE", row.list);
+    SCOPED_TRACE("case " + std::to_string(&row - cases) + ": " + row.setting);
+    std::vector<std::optional<std::string>> locale(row.locale.begin(), row.locale.end());
+    locale.resize(3);
+    test::ScopedVariable const one("LANG", locale[0]), two("LC_MESSAGES", locale[1]), three("LC_ALL", locale[2]),
+        preferred("LANGUAGE", row.list);
     TextModule const owner(around.Path().u16string() + u"/folder/app.mod", {{1, u"built in"}});
     ResMgr resources = Initialised(&owner, row.setting);
     EXPECT_EQ(platform::Utf8FromUtf16(resources.GetLanguage()), row.language);
@@ -104,10 +120,13 @@ TEST_F(ResMgrTest, FindsTheSatelliteByTheModulesPath) {
   };
   for (auto const& [path, satellite] : cases) {
     folder.Write("de/app.lng", "");
-    folder.Write(satellite.empty() ? "de/app.lng" : satellite, detail::EncodeSatellite({{1, u"found"}}));
+    folder.Write(satellite.empty() ? "de/app.lng" : satellite, EncodeSatellite({{1, u"found"}}));
     TextModule const owner(path, {{1, u"own"}});
     EXPECT_EQ(Initialised(&owner, "de").GetString(1), satellite.empty() ? u"own" : u"found") << satellite;
   }
+  ASSERT_EQ(mkdir((folder.Path() / "pt").c_str(), 0700) | mkfifo((folder.Path() / "pt/app.lng").c_str(), 0600), 0);
+  folder.Write("fr/app.lng", std::string(detail::satelliteLimit + 1, 'x'));
+  for (char const* const unreadable : {"pt", "fr"}) EXPECT_EQ(Initialised(&module, unreadable).GetString(3), u"100%");
   ResMgr none = Initialised(nullptr, "de");
   EXPECT_EQ(none.GetString(1), u"Resource string #1 not found!");
   EXPECT_EQ(none.GetLanguage(), wstring(u"en"));
@@ -115,7 +134,7 @@ TEST_F(ResMgrTest, FindsTheSatelliteByTheModulesPath) {
 
 TEST_F(ResMgrTest, LooksEachTextUpInTheSatelliteAndThenInTheModule) {
   AddSatellite("de", u"eingebaut %s");
-  folder.Write("de-AT/app.lng", detail::EncodeSatellite({{1, u"cut off"}}).substr(0, 60));  // counts as absent
+  folder.Write("de-AT/app.lng", EncodeSatellite({{1, u"cut off"}}).substr(0, 60));  // counts as absent
   ResMgr const resources = Initialised(&module, "de-AT");
   EXPECT_TRUE(resources.GetString(1, u"a") == u"eingebaut a");
   EXPECT_TRUE(resources.GetString(3) == u"100%");
@@ -177,6 +196,63 @@ TEST_F(ResMgrTest, WithoutMemoryTheBuiltInTextsRemain) {
   assigned.Init(&module);
   HINSTANCE const former = assigned.GetResourceHandle();
   test::FailEachAllocation([&] { assigned = *resources; }, [&] { EXPECT_EQ(assigned.GetResourceHandle(), former); });
+}
+
+std::string Little(std::uint64_t value, int bytes) {
+  std::string text;
+  for (int i = 0; i < bytes; ++i) text += static_cast<char>(value >> 8 * i & 0xFF);
+  return text;
+}
+
+/// The head of a file with this number of blocks, and an entry of the directory.
+std::string Head(std::uint32_t blocks) {
+  return "ZaMTexts" + Little(1, 4) + Little(blocks, 4);
+}
+std::string Entry(std::uint32_t block, std::uint32_t offset) {
+  return Little(block, 4) + Little(offset, 4);
+}
+
+std::string Sealed(std::string const& bytes) {
+  return bytes + Little(detail::SatelliteChecksum(bytes), 8);
+}
+
+TEST(SatelliteFile, HasTheDocumentedBytes) {
+  // The example of docs/formats.md.
+  std::string const bytes = Head(1) + Entry(2, 24) + std::string("\0\0\2\0J\0a\0\0\0\1\0\xC4\0", 14) +
+                            std::string(24, '\0') + Little(0x7CE4F92FF8D61B83, 8);
+  EXPECT_EQ(EncodeSatellite({{17, u"Ja"}, {18, u""}, {19, u"\u00C4"}}), bytes);
+  EXPECT_EQ(DecodeSatellite(bytes), (TextMap{{17, u"Ja"}, {19, u"\u00C4"}}));
+}
+
+TEST(SatelliteFile, GivesBackWhatWasStored) {
+  for (TextMap const& texts :
+       {TextMap{}, TextMap{{0, u"first"}, {15, u"last of its block"}, {16, u"next block"}},
+        TextMap{{0xFFFFFFFF, {u'a', 0xD800, 0}}}, TextMap{{5, wstring(satelliteTextLimit, u'x')}}}) {
+    EXPECT_TRUE(DecodeSatellite(EncodeSatellite(texts)) == texts);
+  }
+  EXPECT_TRUE(DecodeSatellite(EncodeSatellite({{5, wstring(satelliteTextLimit + 1, u'x')}}))->at(5).size() ==
+              satelliteTextLimit);
+}
+
+TEST(SatelliteFile, RefusesHostileStructureUnderARightChecksum) {
+  std::string const block = std::string("\1\0x", 4) + std::string(30, '\0');
+  std::pair<char const*, std::string> const cases[] = {
+      {"another magic", "ZaMText!" + Head(0).substr(8)},
+      {"a later version", "ZaMTexts" + Little(2, 4) + Little(0, 4)},
+      {"more blocks than bytes", Head(0xFFFFFFFF) + Entry(1, 24)},
+      {"a block without texts", Head(1) + Entry(1, 24) + std::string(32, '\0')},
+      {"block 0", Head(1) + Entry(0, 24) + block},
+      {"a block beyond the last", Head(1) + Entry(0x10000001, 24) + block},
+      {"an offset beyond the end", Head(1) + Entry(1, 0xFFFFFFFF) + block},
+      {"an offset into the head", Head(1) + Entry(1, 0) + block},
+      {"a text beyond the end", Head(1) + Entry(1, 24) + "\xFF\xFF"},
+      {"one block twice", Head(2) + Entry(1, 32) + Entry(1, 66) + block + block},
+      {"blocks out of order", Head(2) + Entry(2, 32) + Entry(1, 66) + block + block},
+      {"bytes left over", Head(0) + "rest"},
+  };
+  for (auto const& [name, bytes] : cases) EXPECT_FALSE(DecodeSatellite(Sealed(bytes))) << name;
+  EXPECT_TRUE(DecodeSatellite(Sealed(Head(2) + Entry(1, 32) + Entry(0x10000000, 66) + block + block)))
+      << "the others are variations of a sound one";
 }
 
 }  // namespace
