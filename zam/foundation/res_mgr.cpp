@@ -13,6 +13,7 @@
 #include "zam/foundation/satellite_file.h"
 #include "zam/platform/environment.h"
 #include "zam/platform/files.h"
+#include "zam/platform/surrogates.h"
 
 namespace ZaM {
 
@@ -126,7 +127,7 @@ bool ResMgr::LoadResources(wstring folder, wstring fileName, bool /*asDataFile*/
 void ResMgr::setLanguage(std::u16string_view code) {
   constexpr std::size_t most = std::size(decltype(language){}) - 1;
   std::size_t length = std::min(code.size(), most);
-  if (length < code.size() && (code[length - 1] & 0xFC00) == 0xD800) --length;
+  if (length < code.size() && platform::IsHighSurrogate(code[length - 1])) --length;
   std::fill(std::copy_n(code.begin(), length, std::begin(language)), std::end(language), u'\0');
 }
 

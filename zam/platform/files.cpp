@@ -12,6 +12,8 @@
 #include <memory>
 
 #include "zam/platform/descriptor.h"
+#include "zam/platform/retry.h"
+#include "zam/platform/surrogates.h"
 #include "zam/platform/unicode.h"
 
 namespace ZaM::platform {
@@ -27,7 +29,7 @@ bool IsEscape(char16_t unit) {
 /// The place of the first escape, which no surrogate before it takes for its other half.
 std::size_t FindEscape(std::u16string_view path) {
   for (std::size_t n = 0; n < path.size(); ++n) {
-    bool const halfOfAPair = n > 0 && path[n - 1] >= 0xD800 && path[n - 1] < 0xDC00;
+    bool const halfOfAPair = n > 0 && IsHighSurrogate(path[n - 1]);
     if (IsEscape(path[n]) && !halfOfAPair) return n;
   }
   return path.size();
@@ -37,8 +39,7 @@ std::optional<std::string> ReadAll(int descriptor, std::size_t limit) {
   std::string bytes;
   char buffer[16384];
   for (;;) {
-    ssize_t const count = read(descriptor, buffer, sizeof buffer);
-    if (count < 0 && errno == EINTR) continue;
+    ssize_t const count = Retry([&] { return read(descriptor, buffer, sizeof buffer); });
     if (count < 0) return std::nullopt;
     if (count == 0) return bytes;
     if (static_cast<std::size_t>(count) > limit - bytes.size()) return std::nullopt;

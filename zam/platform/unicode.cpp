@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "zam/platform/surrogates.h"
+
 namespace ZaM::platform {
 
 namespace {
@@ -60,20 +62,12 @@ std::size_t LengthOfAscii(std::string_view bytes) {
   return length;
 }
 
-bool IsHighSurrogate(char16_t unit) {
-  return unit >= 0xD800 && unit < 0xDC00;
-}
-bool IsLowSurrogate(char16_t unit) {
-  return unit >= 0xDC00 && unit < 0xE000;
-}
-
 char32_t TakeCodePoint(std::u16string_view& units) {
   char16_t const first = units[0];
-  bool const pair = IsHighSurrogate(first) && units.size() > 1 && IsLowSurrogate(units[1]);
-  char16_t const second = pair ? units[1] : char16_t{};
-  units.remove_prefix(pair ? 2 : 1);
-  if (pair) return 0x10000u + ((first - 0xD800u) << 10) + (second - 0xDC00u);
-  return IsHighSurrogate(first) || IsLowSurrogate(first) ? replacement : first;
+  bool const isPair = BeginsWithPair(units);
+  char32_t const point = isPair ? CodePoint(first, units[1]) : IsSurrogate(first) ? replacement : first;
+  units.remove_prefix(isPair ? 2 : 1);
+  return point;
 }
 
 }  // namespace
@@ -96,8 +90,8 @@ std::size_t Utf16FromUtf8(std::string_view bytes, char16_t* units) {
       if (point < 0x10000) {
         *end++ = static_cast<char16_t>(point);
       } else {
-        *end++ = static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10));
-        *end++ = static_cast<char16_t>(0xDC00 + (point & 0x3FF));
+        *end++ = HighSurrogate(point);
+        *end++ = LowSurrogate(point);
       }
     }
   }

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "zam/foundation/create_counted.h"
+#include "zam/platform/surrogates.h"
 #include "zam/text/ascii_text_filter_run.h"
 #include "zam/text/block_kernel.h"
 #include "zam/text/symbol_tables.h"
@@ -39,7 +40,7 @@ unsigned int AsciiTextFilter::InitFilter(bool withDigits) {
 std::int32_t AsciiTextFilter::EncodeCJK(wchar character, char* out) {
   auto const symbols = detail::EncodeIdeograph(character);
   for (unsigned int i = 0; i < 3; ++i) *out++ = static_cast<char>(symbols >> 8 * i & 0xFF);
-  if (detail::IsHighSurrogate(character)) return 3;
+  if (platform::IsHighSurrogate(character)) return 3;
   *out = 0;
   return 4;
 }

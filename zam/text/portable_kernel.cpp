@@ -6,6 +6,7 @@
 // benchmarks/text_filter_benchmark.
 #include <cstring>
 
+#include "zam/platform/surrogates.h"
 #include "zam/text/block_kernel.h"
 #include "zam/text/symbol_tables.h"
 #include "zam/text/word_masks.h"
@@ -69,7 +70,7 @@ void FindRareUnits(char16_t const* text, unsigned int units, Bytes const& symbol
     std::uint64_t const eight = Load(symbols.at + i);
     masks.dropped |= EqualBytes(eight, Symbols::dropped) << i;
     masks.ideographs |= EqualBytes(eight, Symbols::ideograph) << i;
-    for (unsigned int k = 0; k < 8; ++k) masks.open |= std::uint64_t{IsHighSurrogate(text[i + k])} << (i + k);
+    for (unsigned int k = 0; k < 8; ++k) masks.open |= std::uint64_t{platform::IsHighSurrogate(text[i + k])} << (i + k);
   }
   masks.letters &= ~masks.ideographs;
 }

@@ -32,11 +32,6 @@ constexpr std::uint32_t EncodeIdeograph(char16_t unit) {
          top * (1 - base * second);
 }
 
-/// Whether a unit is the first half of a surrogate pair: its ideograph leaves the word open for the second.
-constexpr bool IsHighSurrogate(char16_t unit) {
-  return (unit & 0xFC00) == 0xD800;
-}
-
 /// Writes the symbol of each 16-bit code unit to `table`, 65,536 bytes. The first 256 are those of single-byte text.
 /// Without `useDigits` all digits are separators.
 void FillSymbolTable(bool useDigits, unsigned char* table);

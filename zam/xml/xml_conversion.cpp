@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "zam/platform/surrogates.h"
 #include "zam/platform/unicode.h"
 
 namespace ZaM::detail {
@@ -27,12 +28,6 @@ std::size_t copyAscii(std::basic_string_view<In> in, std::span<Out> out) {
 
 bool isContinuation(char byte) {
   return (byte & 0xC0) == 0x80;
-}
-bool isHighSurrogate(wchar unit) {
-  return unit >= 0xD800 && unit < 0xDC00;
-}
-bool isLowSurrogate(wchar unit) {
-  return unit >= 0xDC00 && unit < 0xE000;
 }
 
 struct Converted {
@@ -89,13 +84,9 @@ bool lies(wchar unit, std::array<Range, size> const& ranges) {
                      [unit](Range const& range) { return unit >= range.first && unit <= range.last; });
 }
 
-bool isPair(std::u16string_view units) {
-  return isHighSurrogate(units[0]) && units.size() > 1 && isLowSurrogate(units[1]);
-}
-
 /// Of the characters beyond U+FFFF, those up to U+EFFFF may stand anywhere in a name.
 bool isNameStart(std::u16string_view units) {
-  return lies(units[0], nameStarts) || (isPair(units) && units[0] < 0xDB80);
+  return lies(units[0], nameStarts) || (platform::BeginsWithPair(units) && units[0] < 0xDB80);
 }
 
 /// A colon stands between two names here, as in `x:a`: with others libxml2 finds no end of the name.
@@ -108,7 +99,7 @@ wstring makeName(std::u16string_view units) {
   if (units.empty()) return u"_";
   wstring name;
   while (!units.empty()) {
-    std::size_t const length = isPair(units) ? 2 : 1;
+    std::size_t const length = platform::BeginsWithPair(units) ? 2 : 1;
     name += isNameCharacter(units, name.empty()) ? units.substr(0, length) : std::u16string_view(u"_");
     units.remove_prefix(length);
   }

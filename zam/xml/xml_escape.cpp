@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "zam/platform/surrogates.h"
+
 namespace ZaM::detail {
 
 namespace {
@@ -43,18 +45,13 @@ constexpr auto replacements = [] {
 
 constexpr char32_t replacementCharacter = 0xFFFD;
 
-bool IsSurrogate(char16_t unit) {
-  return (unit & 0xF800) == 0xD800;
-}
-
 /// Takes the code point at `in`, which isn't in the table.
 char32_t TakeCodePoint(char16_t const*& in, char16_t const* end) {
   char16_t const first = *in++;
   if (first >= 0xFFFE) return replacementCharacter;
-  if (!IsSurrogate(first)) return first;
-  bool const pair = first < 0xDC00 && in != end && (*in & 0xFC00) == 0xDC00;
-  if (!pair) return replacementCharacter;
-  return 0x10000u + ((first - 0xD800u) << 10) + (*in++ - 0xDC00u);
+  if (!platform::IsSurrogate(first)) return first;
+  bool const isPair = platform::IsHighSurrogate(first) && in != end && platform::IsLowSurrogate(*in);
+  return isPair ? platform::CodePoint(first, *in++) : replacementCharacter;
 }
 
 /// Writes a code point of three or four bytes.

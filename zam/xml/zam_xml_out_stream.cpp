@@ -10,6 +10,7 @@
 #include "zam/foundation/create_counted.h"
 #include "zam/platform/file.h"
 #include "zam/platform/files.h"
+#include "zam/platform/surrogates.h"
 #include "zam/platform/unicode.h"
 #include "zam/xml/gzip_file.h"
 #include "zam/xml/number_text.h"
@@ -112,9 +113,8 @@ void ZamXmlOutStream::utf8towstr(wstring& result, std::string const& text) {
     if (length < 4) {
       result += static_cast<wchar>(point);
     } else {
-      unsigned int const offset = point - 0x10000;
-      result += static_cast<wchar>(0xD800 + (offset >> 10 & 0x3FF));
-      result += static_cast<wchar>(0xDC00 + (offset & 0x3FF));
+      result += platform::HighSurrogate(point);
+      result += platform::LowSurrogate(point);
     }
   }
 }
