@@ -1,5 +1,6 @@
 // Any bytes as events, fed in pieces of any size: the library's own scanner, with libxml2 where it gives up, tells of
-// the same as libxml2 alone.
+// the same as libxml2 alone. Where libxml2 has a limit that the scanner hasn't, the two may differ; and so they may in
+// front of a fault in a document that is decoded, of which libxml2 drops what it has converted with the fault.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +12,7 @@
 
 #include "zam/foundation/exceptions.h"
 #include "zam/xml/libxml2_events.h"
+#include "zam/xml/xml_decoder.h"
 #include "zam/xml/xml_event_shaper.h"
 #include "zam/xml/xml_events.h"
 
@@ -95,9 +97,19 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   XmlEventParser parser(recorder, options);
   std::string const byUs = parse(parser, recorder, document, pieceSize);
 
+  using namespace std::string_view_literals;
+  auto const decoder = XmlDecoder::For(document);
+  bool const isUtf32 = document.starts_with("\xFF\xFE\0\0"sv) || document.starts_with("\0\0\xFE\xFF"sv);
+  if (isUtf32) return 0;  // which libxml2 doesn't know
+  auto const agrees = [&](std::string const& byLibxml2) {
+    if (byUs.ends_with("limit") || byLibxml2.ends_with("limit")) return true;
+    bool const areMalformed = byUs.ends_with("malformed") && byLibxml2.ends_with("malformed");
+    return byUs == byLibxml2 || (decoder && areMalformed);
+  };
+
   // Where libxml2 tells a fault, or a comment `<!-->-->`, may depend on the pieces that it gets.
   std::string const byLibxml2 = parseByLibxml2(document, options, document.size());
-  if (byUs != byLibxml2 && byUs != parseByLibxml2(document, options, pieceSize)) {
+  if (!agrees(byLibxml2) && !agrees(parseByLibxml2(document, options, pieceSize))) {
     std::fprintf(stderr, "libxml2:\n%s\nscanner:\n%s\n", byLibxml2.c_str(), byUs.c_str());
     std::abort();
   }

@@ -62,7 +62,7 @@ constexpr XmlEventOptions references = {.substitutesEntities = false, .keepsBlan
 
 TEST(XmlEventParser, TellsTheSameWhereverTheInputIsCut) {
   struct {
-    char const* document;
+    std::string document;
     char const* events;
     XmlEventOptions options = plain;
   } const cases[] = {
@@ -98,6 +98,17 @@ TEST(XmlEventParser, TellsTheSameWhereverTheInputIsCut) {
        "<a p='3' q='2' r='&'>[5]&e=1<b/>;&f=2;[&]&e=1<b/>;</a>", references},
       {"<!DOCTYPE a [<!ENTITY e '1<b/>'><!ENTITY f '2'>]><a p='3&f;&f;'>5&e;&f;&amp;&e;</a>",
        "<a p='322'>[51]<b></b>[2&1]<b></b></a>"},
+      {"<!DOCTYPE a [<!-- ' --><?p ]>?><!ENTITY e '1<b p=\"&f;\"/>&f;]&#13;'><!ENTITY f '2&#10;&#38;lt;&#38;#9;'>]>"
+       "<a q='&f;&#0000010;'>&e;></a>",
+       "<a q='2 < \n'>[1]<b p='2 < '></b>[2\n<\t]\n>]</a>"},
+      {"<!DOCTYPE a SYSTEM '>' [<!ENTITY e SYSTEM 'x'>]><a p='1&u;'> &u; <b/> &e;<b/></a>",
+       "<a p='1'><b></b>[ ]<b></b></a>", withoutBlanks},
+      // Encodings.
+      {"<?xml version='1.0' encoding='ISO-8859-1'?><!DOCTYPE a [<!ENTITY e '\xE9'>]><a p='\xE9'>&e;</a>",
+       "<a p='\xC3\xA9'>[\xC3\xA9]</a>"},
+      {"<?xml version='1.0' encoding='GBK'?><a>\xD2\xBB</a>", "<a>[\xE4\xB8\x80]</a>"},
+      {std::string("\xFE\xFF\0<\0a\0>\xD8\x3D\xDE\0\0<\0/\0a\0>", 20), "<a>[\xF0\x9F\x98\x80]</a>"},
+      {std::string("<\0?\0p\0?\0>\0<\0a\0/\0>\0", 18), "<a></a>"},
   };
   for (auto const& [document, events, options] : cases) {
     std::string_view const bytes = document;
@@ -127,10 +138,18 @@ TEST(XmlEventParser, GoesOnWithLibxml2WhereverTheScannerStops) {
   std::string const documents[] = {
       "<a>]]></a>",
       "<a>1</a><b/>",
-      "<!--c--><!DOCTYPE a [<!ENTITY e '1<b/>'>]><a>&e;</a>",
-      "\xEF\xBB\xBF<!DOCTYPE a><a>\xC3\xA9</a>",
-      "<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>",
-      "<?xml version='1.1'?><a/>",
+      "<!--c--><!DOCTYPE a [<!ENTITY e '1<b/>'>]><a>&e;<c p='&e;'/></a>",
+      "<!DOCTYPE a [<!ENTITY e '1<b/>&f;'><!ENTITY f '&e;'>]><a>&e;</a>",
+      "<!DOCTYPE a [<!ENTITY e '1</a>'>]><a>0&e;</a>",
+      "<!DOCTYPE a [<!ENTITY e '&#38;'>]><a>0&e;</a>",
+      "<!DOCTYPE a [<!ENTITY e SYSTEM 'x'>]><a>&e;<b p='&e;'/></a>",
+      "<!DOCTYPE a [<!ENTITY e '1'>]><a>&e;<b></a>",
+      "<!DOCTYPE a SYSTEM 'x' [<!ENTITY e '1&u;'>]><a>&u;<b p='&e;'/>&e;</a>",
+      "<?xml version='1.0' standalone='yes'?><!DOCTYPE a SYSTEM 'x'><a>&u;</a>",
+      "<!DOCTYPE a [<!ENTITY e>]><a/>",
+      "<!DOCTYPE a><!DOCTYPE a><a/>",
+      "\xEF\xBB\xBF<!DOCTYPE a><a>\xC3\xA9</b>",
+      "<?xml version='2.0'?><a/>",
       "<!--c--><?xml version='1.0'?><a/>",
       "<?p?><a>1</b>",
       "<a p='1' q='2' p='3'/>",

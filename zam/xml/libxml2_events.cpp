@@ -12,6 +12,7 @@
 #include "zam/foundation/create_counted.h"
 #include "zam/xml/push_parser.h"
 #include "zam/xml/xml_declarations.h"
+#include "zam/xml/xml_document_type.h"
 
 namespace ZaM::detail {
 
@@ -25,20 +26,9 @@ std::string_view View(xmlChar const* text, int length) {
   return {reinterpret_cast<char const*>(text), static_cast<std::size_t>(length)};
 }
 
-/// What a value of an attribute that isn't CDATA is: tokens with a blank between each two.
-std::string Tokens(std::string_view value) {
-  std::string tokens;
-  for (char const c : value) {
-    if (c != ' ' || (!tokens.empty() && tokens.back() != ' ')) tokens += c;
-  }
-  if (tokens.ends_with(' ')) tokens.pop_back();
-  return tokens;
-}
-
-/// Whether the content of an entity is a text as it stands.
 bool IsPlainText(xmlEntity const& entity) {
   return entity.etype == XML_INTERNAL_GENERAL_ENTITY && entity.content != nullptr &&
-         View(entity.content).find_first_of("<&\r]") == std::string_view::npos;
+         XmlEntity::IsPlainText(View(entity.content));
 }
 
 }  // namespace
@@ -47,8 +37,8 @@ bool IsPlainText(xmlEntity const& entity) {
 /// each name.
 class Libxml2Events::Impl {
  public:
-  Impl(XmlEventShaper& eventShaper, XmlEventsBefore const& eventsBefore)
-      : shaper(eventShaper), before(eventsBefore), push(handler, this, shaper.options.substitutesEntities) {
+  Impl(XmlEventShaper& eventShaper, XmlEventsBefore const& eventsBefore, bool isDecoded)
+      : shaper(eventShaper), before(eventsBefore), push(handler, this, shaper.options.substitutesEntities, isDecoded) {
     nothing.etype = XML_INTERNAL_PREDEFINED_ENTITY;  // what is predefined libxml2 passes on as it is
   }
 
@@ -64,6 +54,13 @@ class Libxml2Events::Impl {
   }
 
   [[nodiscard]] bool IsWellFormed() const { return !hasFailed && push.IsWellFormed(); }
+
+  [[nodiscard]] std::unique_ptr<XmlDocumentType> TakeDocumentType() {
+    auto type = std::make_unique<XmlDocumentType>();
+    push.Describe(*type);
+    type->declarations = std::move(declarations);
+    return type;
+  }
 
  private:
   static Impl& Of(void* self) { return *static_cast<Impl*>(self); }
@@ -157,7 +154,10 @@ std::string_view Libxml2Events::Impl::Value(XmlDeclarations::Element const* decl
   if (hasReference) value = Keep(FirstPiece(value));
   if (declared == nullptr) return value;
   auto const found = declared->attributes.find(name);
-  return found != declared->attributes.end() && found->second ? Keep(Tokens(value)) : value;
+  if (found == declared->attributes.end() || !found->second) return value;
+  std::string& tokens = values.emplace_back(value);
+  MakeTokens(tokens, 0);
+  return tokens;
 }
 
 /// In a value with references that aren't substituted libxml2 writes an ampersand as `&#38;`.
@@ -274,8 +274,8 @@ xmlSAXHandler const Libxml2Events::Impl::handler = [] {
   return made;
 }();
 
-Libxml2Events::Libxml2Events(XmlEventShaper& shaper, XmlEventsBefore const& before)
-    : impl(ReportOutOfMemory([&] { return std::make_unique<Impl>(shaper, before); })) {}
+Libxml2Events::Libxml2Events(XmlEventShaper& shaper, XmlEventsBefore const& before, bool isDecoded)
+    : impl(ReportOutOfMemory([&] { return std::make_unique<Impl>(shaper, before, isDecoded); })) {}
 
 Libxml2Events::~Libxml2Events() = default;
 
@@ -289,6 +289,10 @@ void Libxml2Events::Finish() {
 
 bool Libxml2Events::IsWellFormed() const {
   return impl->IsWellFormed();
+}
+
+std::unique_ptr<XmlDocumentType> Libxml2Events::TakeDocumentType() {
+  return ReportOutOfMemory([this] { return impl->TakeDocumentType(); });
 }
 
 }  // namespace ZaM::detail

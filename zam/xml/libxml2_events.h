@@ -17,10 +17,13 @@ struct XmlEventsBefore {
   std::size_t ends = 0;
 };
 
+struct XmlDocumentType;
+
 /// One parse by libxml2, of a document in any encoding and with any declarations. The same as XmlEventParser otherwise.
 class Libxml2Events {
  public:
-  Libxml2Events(XmlEventShaper& shaper, XmlEventsBefore const& before);
+  /// `isDecoded` where the document is in UTF-8, whatever it declares.
+  Libxml2Events(XmlEventShaper& shaper, XmlEventsBefore const& before, bool isDecoded = false);
   Libxml2Events(Libxml2Events const&) = delete;
   Libxml2Events& operator=(Libxml2Events const&) = delete;
   ~Libxml2Events();
@@ -28,6 +31,9 @@ class Libxml2Events {
   void Feed(std::string_view bytes);
   void Finish();
   [[nodiscard]] bool IsWellFormed() const;
+
+  /// What a well-formed document declares; it goes over to the caller.
+  [[nodiscard]] std::unique_ptr<XmlDocumentType> TakeDocumentType();
 
  private:
   class Impl;

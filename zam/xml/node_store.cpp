@@ -5,7 +5,6 @@
 #include <cstring>
 #include <deque>
 #include <limits>
-#include <random>
 
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/exceptions.h"
@@ -30,13 +29,6 @@ constexpr std::size_t mostTextSize = std::numeric_limits<std::uint32_t>::max();
 
 constexpr std::size_t aligned(std::size_t size) {
   return (size + alignof(StoredNode) - 1) / alignof(StoredNode) * alignof(StoredNode);
-}
-
-/// Two words into one whose every bit depends on every bit of both.
-std::uint64_t mixed(std::uint64_t a, std::uint64_t b) {
-  __extension__ using Wide = unsigned __int128;
-  Wide const product = static_cast<Wide>(a ^ 0x9E3779B97F4A7C15U) * (b ^ 0xD6E8FEB86659FD93U);
-  return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
 }  // namespace
@@ -83,20 +75,6 @@ void StoredNode::operator delete(StoredNode* node, std::destroying_delete_t) {
   home.Release(1);
 }
 
-std::size_t NodeStore::Hash::operator()(std::string_view text) const {
-  static std::uint64_t const seed = std::uint64_t{std::random_device{}()} << 32 | std::random_device{}();
-  std::uint64_t hash = seed ^ text.size();
-  while (text.size() > 8) {
-    std::uint64_t word;
-    std::memcpy(&word, text.data(), 8);
-    hash = mixed(hash, word);
-    text.remove_prefix(8);
-  }
-  std::uint64_t rest = 0;
-  std::memcpy(&rest, text.data(), text.size());
-  return mixed(hash, rest ^ seed);
-}
-
 NodeStore::NodeStore(std::uint64_t most) : mostBytes(most), names(ReportOutOfMemory([] { return new NameTable; })) {}
 
 NodeStore::~NodeStore() {
@@ -105,11 +83,13 @@ NodeStore::~NodeStore() {
 }
 
 wstring const* NodeStore::Name(std::string_view utf8) {
-  auto const found = index.find(utf8);
-  if (found != index.end()) return found->second;
+  std::uint32_t const found = index.Find(utf8);
+  if (found != NameIndex::none) return wideNames[found];
   return ReportOutOfMemory([&] {
     NameTable::Name const& name = names->Add(utf8);
-    index.emplace(name.utf8, &name.wide);
+    wideNames.resize(index.Count() + std::size_t{1});
+    wideNames.back() = &name.wide;
+    index.Insert(name.utf8);
     return &name.wide;
   });
 }

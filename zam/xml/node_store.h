@@ -8,9 +8,10 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 #include "zam/foundation/types.h"
+#include "zam/xml/name_index.h"
 
 namespace ZaM {
 
@@ -52,11 +53,6 @@ class NodeStore {
   [[nodiscard]] XmlNode* NewContent(wstring const* name, std::string_view text);
 
  private:
-  /// Its seed differs from process to process: nobody can write a document whose names all fall together.
-  struct Hash {
-    std::size_t operator()(std::string_view text) const;
-  };
-
   struct Place {
     char* memory;
     std::uint16_t offset;  // from the front of its chunk, in units of the alignment
@@ -68,10 +64,11 @@ class NodeStore {
   void closeChunk();
 
   std::uint64_t const mostBytes;
-  std::uint64_t bytes = 0;                                           // of all chunks so far
-  NameTable* names;                                                  // counted
-  std::unordered_map<std::string_view, wstring const*, Hash> index;  // of the names in it
-  Chunk* chunk = nullptr;                                            // the one that is being filled, or null
+  std::uint64_t bytes = 0;                // of all chunks so far
+  NameTable* names;                       // counted
+  NameIndex index;                        // of the names in it
+  std::vector<wstring const*> wideNames;  // by their numbers
+  Chunk* chunk = nullptr;                 // the one that is being filled, or null
   std::size_t chunkSize = 0;
   std::size_t used = 0;    // of its bytes
   std::uint32_t made = 0;  // nodes in it

@@ -10,6 +10,8 @@
 
 #include "zam/foundation/create_counted.h"
 #include "zam/foundation/exceptions.h"
+#include "zam/xml/xml_document_type.h"
+#include "zam/xml/xml_encoding.h"
 
 namespace ZaM::detail {
 
@@ -18,24 +20,12 @@ namespace {
 /// No start tag of fewer bytes has more attributes than that: each takes a blank, a name, `=` and two quotes.
 constexpr std::size_t leastSuspiciousTag = mostAttributes * 5;
 
-// XML_PARSER_ALLOWED_EXPANSION, XML_MAX_AMPLIFICATION_DEFAULT and XML_ENT_FIXED_COST of libxml2 2.11.
-constexpr std::uint64_t freeExpansion = 1'000'000;
-constexpr std::uint64_t mostExpansionPerByte = 5;
-constexpr std::size_t costOfReference = 20;
-
-/// What an element in an entity costs beyond its characters: a reference takes time and memory for its nodes rather
-/// than for their text.
-constexpr std::size_t costOfNode = 20;
-
 /// libxml2 compares each declaration of an attribute with all others of the element: so many take it 0.2 s.
 constexpr std::size_t mostAttributeDeclarations = 10'000;
 
 /// The places where a list in the declarations goes on. Where the values of an attribute are listed, libxml2 compares
 /// each with all others: so many take it 0.1 s.
 constexpr std::size_t mostListMarks = 10'000;
-
-/// What a document may declare itself, in bytes. libxml2 parses it as soon as it has all of it.
-constexpr std::size_t mostSubset = 500'000;
 
 /// Different names of elements, attributes and what else is declared. libxml2's table of them, up to 2.11, is of a
 /// limited width: so many take it 0.03 s, ten times as many 4 s.
@@ -50,16 +40,11 @@ constexpr unsigned long mostBeforeParameterEntity = 10'000;
 /// (xml_parser_benchmark: half of this costs 1% more time, a quarter 2%.)
 constexpr std::size_t pieceSize = 65536;
 
-/// How far the end of the declaration that a document begins with may be, blanks in it included.
-constexpr std::size_t mostDeclaration = 65536;
-
 /// What it gets at once in front of the root, so that declarations are seen before they are parsed.
 constexpr std::size_t prologPieceSize = 4096;
 
 /// The first piece is parsed with the second.
 constexpr std::size_t firstPieceSize = 1024;
-
-constexpr wchar expansionName[] = u"bytes that references in an XML document stand for";
 
 /// What stands for the document inside libxml2. No file of this name is opened.
 constexpr char documentName[] = "xdocfile";
@@ -137,8 +122,8 @@ bool TagScan::Add(std::string_view bytes) {
   return true;
 }
 
-PushParser::PushParser(xmlSAXHandler const& eventHandler, void* handlerData, bool doSubstituteEntities)
-    : handler(&eventHandler), userData(handlerData), doSubstitute(doSubstituteEntities) {}
+PushParser::PushParser(xmlSAXHandler const& eventHandler, void* handlerData, bool doSubstituteEntities, bool isInUtf8)
+    : handler(&eventHandler), userData(handlerData), doSubstitute(doSubstituteEntities), isDecoded(isInUtf8) {}
 
 PushParser::~PushParser() {
   if (context == nullptr) return;
@@ -156,7 +141,7 @@ void PushParser::Begin(std::string_view bytes) {
   context->options = 0;  // the host's, for this thread
   // Huge ones for markup of more than 10,000,000 bytes, as long as no entity is declared.
   xmlCtxtUseOptions(context, XML_PARSE_HUGE | XML_PARSE_NONET | XML_PARSE_COMPACT | XML_PARSE_NOBLANKS |
-                                 (utf32 ? XML_PARSE_IGNORE_ENC : 0));
+                                 (isDecoded ? XML_PARSE_IGNORE_ENC : 0));
   // Not through the option: that would let libxml2 ask for external entities too.
   context->replaceEntities = doSubstitute ? 1 : 0;
 }
@@ -165,8 +150,13 @@ void PushParser::Feed(std::string_view bytes) {
   while (!bytes.empty() && !isStopped) {
     std::size_t const size = context == nullptr ? firstPieceSize : IsInProlog() ? prologPieceSize : pieceSize;
     std::string_view const piece = bytes.substr(0, size);
-    fed += piece.size();
-    context == nullptr ? AddToHead(piece) : ParsePiece(piece);
+    expansion.AddFed(piece.size());
+    if (context == nullptr) {
+      AddToHead(piece);
+    } else {
+      xmlParseChunk(context, piece.data(), static_cast<int>(piece.size()), 0);
+      CheckPending();
+    }
     bytes.remove_prefix(piece.size());
   }
 }
@@ -180,17 +170,8 @@ void PushParser::AddToHead(std::string_view piece) {
 }
 
 void PushParser::ParseHead() {
-  if (!ReportOutOfMemory([&] { return IsEncodingAllowed(head); })) return Stop();
-  utf32 = Utf32Decoder::For(head);
-  if (utf32) ReportOutOfMemory([&] { head = utf32->Decode(head); });
+  if (!isDecoded && !ReportOutOfMemory([&] { return IsEncodingAllowed(head); })) return Stop();
   Begin(head);
-  CheckPending();
-}
-
-void PushParser::ParsePiece(std::string_view piece) {
-  std::string decoded;
-  if (utf32) piece = ReportOutOfMemory([&] { return std::string_view(decoded = utf32->Decode(piece)); });
-  xmlParseChunk(context, piece.data(), static_cast<int>(piece.size()), 0);
   CheckPending();
 }
 
@@ -247,10 +228,11 @@ void PushParser::CheckFailures() const {
   ReportOutOfMemory([&] {
     RequireAtMost(limit.what, limit.count, limit.most);
     if (std::uint64_t const most = scope.PassedLimit()) {
-      throw LimitExceededException(u"markup in an XML document", std::max(fed, most + 1), most);
+      throw LimitExceededException(u"markup in an XML document", std::max(expansion.Fed(), most + 1), most);
     }
     if (scope.HasFoundLoop() && !HasRecursiveEntity(context->myDoc)) {
-      throw LimitExceededException(expansionName, std::max(expanded, freeExpansion + 1), freeExpansion);
+      throw LimitExceededException(XmlExpansion::name, std::max(expansion.Total(), XmlExpansion::free + 1),
+                                   XmlExpansion::free);
     }
   });
 }
@@ -368,9 +350,7 @@ xmlEntity* PushParser::FindParameterEntity(xmlChar const* name) {
 xmlEntity* PushParser::Expand(xmlEntity* entity) {
   // Also where references are kept: whoever reads the document takes the entity's content from each of them.
   if (entity != nullptr && entity->etype != XML_INTERNAL_PREDEFINED_ENTITY) {
-    std::string_view const content = entity->content ? View(entity->content) : std::string_view();
-    auto const tags = static_cast<std::size_t>(std::count(content.begin(), content.end(), '<'));
-    Count(content.size() + costOfReference + tags * costOfNode);
+    Count(XmlExpansion::Cost(entity->content ? View(entity->content) : std::string_view()));
   }
   return isStopped ? nullptr : entity;
 }
@@ -385,8 +365,31 @@ bool PushParser::AdmitsNames() {
 }
 
 void PushParser::Count(std::size_t expandedBytes) {
-  expanded += expandedBytes;
-  Admits(expansionName, expanded, std::max(freeExpansion, mostExpansionPerByte * fed));
+  expansion.Add(expandedBytes);
+  Admits(XmlExpansion::name, expansion.Total(), expansion.Most());
+}
+
+void PushParser::Describe(XmlDocumentType& type) const {
+  type.mayLackDeclarations = context->standalone != 1 && (context->hasExternalSubset != 0 || context->hasPErefs != 0);
+  xmlDoc const* const document = context->myDoc;
+  if (document == nullptr || document->intSubset == nullptr) return;
+  for (xmlNode const* node = document->intSubset->children; node != nullptr; node = node->next) {
+    if (node->type != XML_ENTITY_DECL) continue;
+    auto const& declared = *reinterpret_cast<xmlEntity const*>(node);
+    bool const isParameter =
+        declared.etype == XML_INTERNAL_PARAMETER_ENTITY || declared.etype == XML_EXTERNAL_PARAMETER_ENTITY;
+    if (isParameter) continue;
+    XmlEntity& entity = type.entities.emplace_back();
+    entity.name = View(declared.name);
+    if (declared.etype == XML_EXTERNAL_GENERAL_PARSED_ENTITY) entity.kind = XmlEntity::Kind::external;
+    if (declared.etype == XML_EXTERNAL_GENERAL_UNPARSED_ENTITY) entity.kind = XmlEntity::Kind::unparsed;
+    if (declared.etype == XML_INTERNAL_GENERAL_ENTITY && declared.content != nullptr) {
+      entity.content = View(declared.content);
+    }
+    entity.cost = XmlExpansion::Cost(entity.content);
+    entity.isPlain = XmlEntity::IsPlainText(entity.content);
+  }
+  type.MakeIndex();
 }
 
 }  // namespace ZaM::detail

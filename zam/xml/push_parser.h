@@ -6,18 +6,22 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
 #include "zam/foundation/types.h"
-#include "zam/xml/xml_encoding.h"
+#include "zam/xml/xml_expansion.h"
 #include "zam/xml/xml_library.h"
 
 namespace ZaM::detail {
 
+struct XmlDocumentType;
+
 /// What one element may have.
 inline constexpr std::size_t mostAttributes = 4096;
+
+/// What a document may declare itself, in bytes. libxml2 parses it as soon as it has all of it.
+inline constexpr std::size_t mostSubset = 500'000;
 
 /// Counts the attributes of a start tag that arrives bit by bit.
 class TagScan {
@@ -34,7 +38,8 @@ class TagScan {
   char quote = 0;  // the one that the scan is inside of, or 0
 };
 
-/// One parse, whose input comes in pieces of any size and whose events go to a handler.
+/// One parse, whose input comes in pieces of any size and whose events go to a handler. XmlScanner leaves it document
+/// types and what is malformed, which is what the limits matter for.
 ///
 /// Sequence: Feed* Finish, on one thread
 /// Errors:   BaseException with id 5 where memory runs out, also inside libxml2: the events so far may be wrong then.
@@ -52,14 +57,15 @@ class TagScan {
 ///           - declares an entity, and has a name of more than 50,000 bytes, or 10,000,000 bytes in one tag, value,
 ///             comment, processing instruction or CDATA section; where it declares none, a name of 10,000,000 bytes or
 ///             1,000,000,000 in one of the others.
-/// Encodings are those of IsEncodingAllowed; a document in another counts as malformed.
+/// Encodings are those of IsEncodingAllowed, without UTF-32; a document in another counts as malformed.
 /// External entities are passed over without being opened; internal ones are substituted where that is switched on.
 class PushParser {
  public:
   /// Reports events to `handler`, which stays the caller's, with `userData`. The handler forwards what it is asked
   /// about entities to the five operations below, or a document's entities are unknown. The content of an entity is
-  /// reported for each reference in the content of an element, also where entities aren't substituted.
-  PushParser(xmlSAXHandler const& handler, void* userData, bool doSubstituteEntities);
+  /// reported for each reference in the content of an element, also where entities aren't substituted. What is decoded
+  /// is in UTF-8, whatever encoding it declares.
+  PushParser(xmlSAXHandler const& handler, void* userData, bool doSubstituteEntities, bool isDecoded);
 
   PushParser(PushParser const&) = delete;
   PushParser& operator=(PushParser const&) = delete;
@@ -75,8 +81,11 @@ class PushParser {
   void Stop();
   [[nodiscard]] bool IsStopped() const { return isStopped; }
 
-  /// After Finish.
+  // After Finish:
+
   [[nodiscard]] bool IsWellFormed() const;
+  /// Adds the entities that the document declares, and whether there may be more.
+  void Describe(XmlDocumentType& type) const;
 
   // Within an event:
 
@@ -113,7 +122,6 @@ class PushParser {
   void Begin(std::string_view bytes);
   void AddToHead(std::string_view piece);
   void ParseHead();
-  void ParsePiece(std::string_view piece);
   void CheckPending();
   bool Admits(wchar const* what, std::uint64_t count, std::uint64_t most);
   void CheckFailures() const;
@@ -136,9 +144,8 @@ class PushParser {
   bool doSubstitute;
   xmlParserCtxt* context = nullptr;  // null before the encoding is known
   std::string head;                  // the bytes in front of that
-  std::optional<Utf32Decoder> utf32;
-  std::uint64_t fed = 0;
-  std::uint64_t expanded = 0;
+  bool isDecoded;
+  XmlExpansion expansion;
   std::size_t declaredAttributes = 0;
   std::uint64_t subsetEnd = 0;  // of the declarations that have been looked at, among the decoded bytes
   std::size_t listMarks = 0;

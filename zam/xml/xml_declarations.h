@@ -2,6 +2,7 @@
 #ifndef ZAM_XML_XML_DECLARATIONS_H
 #define ZAM_XML_XML_DECLARATIONS_H
 
+#include <cstddef>
 #include <deque>
 #include <functional>
 #include <string>
@@ -9,10 +10,21 @@
 #include <unordered_map>
 #include <vector>
 
+#include "zam/xml/name_hash.h"
+
 namespace ZaM::detail {
 
 /// What a document declares of an element's content.
 enum class XmlContent { undeclared, elementsOnly, any };
+
+/// Makes what stands behind `from` tokens with a blank between each two, as values of attributes that aren't CDATA are.
+inline void MakeTokens(std::string& text, std::size_t from) {
+  std::size_t end = from;
+  for (std::size_t i = from; i < text.size(); ++i) {
+    if (text[i] != ' ' || (end > from && text[end - 1] != ' ')) text[end++] = text[i];
+  }
+  text.resize(end > from && text[end - 1] == ' ' ? end - 1 : end);
+}
 
 /// What the document's type says of attributes and of the content of elements.
 class XmlDeclarations {
@@ -22,8 +34,9 @@ class XmlDeclarations {
     std::string value;
   };
   struct Element {
-    std::unordered_map<std::string_view, bool> attributes;  // and whether each is of tokens
-    std::deque<Default> named;                              // all of them; those without a default have no value
+    std::unordered_map<std::string_view, bool, NameHash> attributes;  // and whether each is of tokens
+    bool hasTokens = false;                                           // whether any is
+    std::deque<Default> named;  // all of them; those without a default have no value
     std::vector<Default const*> defaults;
     XmlContent content = XmlContent::undeclared;
   };
@@ -34,6 +47,7 @@ class XmlDeclarations {
     if (declared.attributes.contains(name)) return;
     declared.named.push_back({std::string(name), value == nullptr ? "" : value});
     declared.attributes.emplace(declared.named.back().name, isOfTokens);
+    declared.hasTokens = declared.hasTokens || isOfTokens;
     if (value != nullptr) declared.defaults.push_back(&declared.named.back());
   }
 
@@ -49,12 +63,7 @@ class XmlDeclarations {
   }
 
  private:
-  /// Of strings and of views alike.
-  struct Hash : std::hash<std::string_view> {
-    using is_transparent = void;
-  };
-
-  std::unordered_map<std::string, Element, Hash, std::equal_to<>> elements;
+  std::unordered_map<std::string, Element, NameHash, std::equal_to<>> elements;
 };
 
 }  // namespace ZaM::detail

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
 
 namespace ZaM::detail {
 
@@ -26,15 +27,34 @@ std::string Letters(std::string_view head) {
   return letters;
 }
 
-bool IsAllowed(std::string name) {
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+bool IsAllowed(std::string_view name) {
   return std::any_of(allowed.begin(), allowed.end(), [&](std::string_view pattern) {
     if (!pattern.ends_with('#')) return name == pattern;
     pattern.remove_suffix(1);
     return name.starts_with(pattern) && name.size() <= pattern.size() + 2 &&
-           name.find_first_not_of("0123456789", pattern.size()) == std::string::npos;
+           name.find_first_not_of("0123456789", pattern.size()) == std::string_view::npos;
   });
+}
+
+/// What stands behind each `encoding=` of the declaration, in small letters.
+std::vector<std::string> Names(std::string_view head) {
+  std::vector<std::string> names;
+  std::string const letters = Letters(head);
+  bool const isDeclared = letters.starts_with("<?xml") && blanks.find(letters.c_str()[5]) != blanks.npos;
+  std::string_view rest = isDeclared ? std::string_view(letters).substr(0, letters.find("?>")) : std::string_view();
+  constexpr std::string_view word = "encoding";
+  for (std::size_t place; (place = rest.find(word)) != rest.npos;) {
+    rest.remove_prefix(place + word.size());
+    std::string_view name = rest;
+    name.remove_prefix(std::min(name.find_first_not_of(blanks), name.size()));
+    if (!name.starts_with('=')) continue;
+    name.remove_prefix(std::min(name.find_first_not_of(blanks, 1), name.size()));
+    if (!name.starts_with('"') && !name.starts_with('\'')) continue;
+    names.emplace_back(name.substr(1, std::min(name.find(name[0], 1), name.size()) - 1));
+    std::transform(names.back().begin(), names.back().end(), names.back().begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  }
+  return names;
 }
 
 void AppendUtf8(std::string& text, std::uint32_t c) {
@@ -68,21 +88,13 @@ bool IsHeadComplete(std::string_view head) {
 /// Each `encoding=` counts: which of them is the declaration's would be a parser's to say.
 bool IsEncodingAllowed(std::string_view head) {
   if (head.starts_with("\x4C\x6F\xA7\x94")) return false;  // a declaration in EBCDIC
-  std::string const letters = Letters(head);
-  bool const isDeclared = letters.starts_with("<?xml") && blanks.find(letters.c_str()[5]) != blanks.npos;
-  if (!isDeclared) return true;
-  std::string_view rest = std::string_view(letters).substr(0, letters.find("?>"));
-  constexpr std::string_view word = "encoding";
-  for (std::size_t place; (place = rest.find(word)) != rest.npos;) {
-    rest.remove_prefix(place + word.size());
-    std::string_view name = rest;
-    name.remove_prefix(std::min(name.find_first_not_of(blanks), name.size()));
-    if (!name.starts_with('=')) continue;
-    name.remove_prefix(std::min(name.find_first_not_of(blanks, 1), name.size()));
-    if (!name.starts_with('"') && !name.starts_with('\'')) continue;
-    if (!IsAllowed(std::string(name.substr(1, std::min(name.find(name[0], 1), name.size()) - 1)))) return false;
-  }
-  return true;
+  std::vector<std::string> const names = Names(head);
+  return std::all_of(names.begin(), names.end(), IsAllowed);
+}
+
+std::string DeclaredEncoding(std::string_view head) {
+  std::vector<std::string> const names = Names(head);
+  return names.empty() ? std::string() : names.front();
 }
 
 std::optional<Utf32Decoder> Utf32Decoder::For(std::string_view head) {

@@ -10,6 +10,9 @@
 
 namespace ZaM::detail {
 
+/// How far the end of the declaration that a document begins with may be, blanks in it included.
+inline constexpr std::size_t mostDeclaration = 65536;
+
 /// Whether `head`, the first bytes of a document, has all that is said of the encoding: four bytes, and the declaration
 /// to its end where there is one.
 [[nodiscard]] bool IsHeadComplete(std::string_view head);
@@ -18,6 +21,9 @@ namespace ZaM::detail {
 /// windows-125x, Shift_JIS, ISO-2022-JP, the EUC and KOI8 families, GB2312, GBK, GB18030 and Big5. With any other name
 /// a document could make the C library open whatever converter goes by it.
 [[nodiscard]] bool IsEncodingAllowed(std::string_view head);
+
+/// What a complete head declares, in small letters; empty for nothing.
+[[nodiscard]] std::string DeclaredEncoding(std::string_view head);
 
 /// UTF-32 behind a byte order mark, which libxml2 takes for UTF-16.
 class Utf32Decoder {

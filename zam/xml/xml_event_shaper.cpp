@@ -78,8 +78,7 @@ void XmlEventShaper::ProcessingInstruction(std::string_view target, std::string_
   receiver.OnProcessingInstruction(target, data);
 }
 
-void XmlEventShaper::KeepPendingBlanks() {
-  if (blanks.empty()) return;
+void XmlEventShaper::WritePendingBlanks() {
   KeepBlanks();
   HoldText(std::exchange(blanks, {}), false);
 }
@@ -167,7 +166,7 @@ std::string_view XmlEventShaper::LocalName(std::string_view name) const {
   std::size_t const colon = name.find(':');
   if (colon == std::string_view::npos || colon == 0 || colon + 1 == name.size()) return name;
   std::string_view const prefix = name.substr(0, colon);
-  bool const isDeclared = prefix == "xml" || (!prefixes.empty() && prefixes.contains(std::string(prefix)));
+  bool const isDeclared = prefix == "xml" || prefixes.contains(prefix);
   return isDeclared ? name.substr(colon + 1) : name;
 }
 

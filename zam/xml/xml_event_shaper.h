@@ -3,11 +3,13 @@
 #define ZAM_XML_XML_EVENT_SHAPER_H
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "zam/xml/name_hash.h"
 #include "zam/xml/xml_declarations.h"
 #include "zam/xml/xml_events.h"
 
@@ -43,7 +45,9 @@ class XmlEventShaper {
   void Reference(std::string_view name, std::string_view content);
 
   /// In front of a reference that is substituted: no markup follows what is blank.
-  void KeepPendingBlanks();
+  void KeepPendingBlanks() {
+    if (!blanks.empty()) WritePendingBlanks();
+  }
 
   XmlEventOptions const options;
 
@@ -66,6 +70,7 @@ class XmlEventShaper {
   void EndText(bool isInFrontOfEnd);
   void CountChild(bool isText);
   void KeepBlanks();
+  void WritePendingBlanks();
   void OpenElement(std::vector<XmlAttribute> const& attributes);
   void DeclarePrefixes(std::vector<XmlAttribute>& attributes, XmlDeclarations::Element const* declared);
   void DeclarePrefix(std::string_view prefix, std::string_view uri);
@@ -73,8 +78,9 @@ class XmlEventShaper {
   [[nodiscard]] std::string_view LocalName(std::string_view name) const;
 
   XmlEventReceiver& receiver;
-  std::vector<Open> open;                                  // empty where neither is asked for
-  std::unordered_map<std::string, unsigned int> prefixes;  // and by how many elements that are open each is declared
+  std::vector<Open> open;  // empty where neither is asked for
+  // And by how many elements that are open each is declared.
+  std::unordered_map<std::string, unsigned int, NameHash, std::equal_to<>> prefixes;
   std::vector<std::string> declaredPrefixes;
   std::string blanks;         // a run that may have to be left out
   bool isRunWritten = false;  // whether the run of text that goes on has been told of

@@ -53,6 +53,14 @@ class XmlEventReceiver {
   ~XmlEventReceiver() = default;
 };
 
+/// One whom nothing matters.
+class NoEventReceiver final : public XmlEventReceiver {
+ public:
+  void OnStartElement(XmlElement const& /*element*/) override {}
+  void OnEndElement(std::string_view /*name*/) override {}
+  void OnCharacters(std::string_view /*text*/) override {}
+};
+
 /// How a document is read.
 struct XmlEventOptions {
   /// References to entities become what they stand for. Otherwise they are told of in the content, and of a value of an

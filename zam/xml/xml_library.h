@@ -16,8 +16,9 @@ namespace ZaM::detail {
 /// - What libxml2 reports on that thread isn't printed; only whether memory ran out is kept.
 ///
 /// Both hold for the host program's own use of libxml2 within a callback as well, wherever a scope lives then, but not
-/// on other threads: in the events of a tree that is read, and in those that libxml2 sends. In events of an
-/// XmlSaxParser that come from XmlScanner there is none, and the host's use is as it is elsewhere.
+/// on other threads: in the events of a tree that is read, and in those that libxml2 sends, close to a
+/// fault. In events of an XmlSaxParser that come from XmlScanner there is none, and the host's use is as it is
+/// elsewhere.
 ///
 /// Scopes nest, and end on the thread where they began. Neither they nor anything else here ever clean libxml2 up: its
 /// tables belong to the whole process, another thread or the host may be at work in them, and they don't grow.

@@ -3,6 +3,7 @@
 #include <libxml/encoding.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -269,12 +270,15 @@ void XmlSaxParser::OnCharacters(unsigned char const* text, std::size_t length) {
   if (total < characterData.size()) {
     characterBuffer = characterData.data();
   } else {
-    // A block that grows where it stands: a long text comes in thousands of pieces.
+    // A block of a power of two, since a long text comes in thousands of pieces.
     bool const isBlock = characterBuffer != nullptr && characterBuffer != characterData.data();
-    auto* const block = static_cast<unsigned char*>(std::realloc(isBlock ? characterBuffer : nullptr, total));
-    if (block == nullptr) throw BaseException(ErrorId::OutOfMemory);
-    if (!isBlock) std::memcpy(block, characterData.data(), characterBufferSize);
-    characterBuffer = block;
+    if (!isBlock || std::bit_ceil(std::size_t{characterBufferSize}) < total) {
+      std::size_t const capacity = std::bit_ceil(std::size_t{total});
+      auto* const block = static_cast<unsigned char*>(std::realloc(isBlock ? characterBuffer : nullptr, capacity));
+      if (block == nullptr) throw BaseException(ErrorId::OutOfMemory);
+      if (!isBlock) std::memcpy(block, characterData.data(), characterBufferSize);
+      characterBuffer = block;
+    }
   }
   std::memcpy(characterBuffer + characterBufferSize, text, added);
   characterBufferSize = total;

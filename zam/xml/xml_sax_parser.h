@@ -48,23 +48,29 @@ namespace ZaM {
 ///   returns; what the callbacks saw tells whether the document was complete. Nothing outside the document is ever
 ///   opened: external entities are passed over. Defaults of attributes are, too.
 ///
-/// libxml2 within callbacks: a callback may use it. Where the document is one that libxml2 parses (see Limits), what
-///   that use reports isn't printed, and it opens no external entity; otherwise it is as it is outside of a parse. A
-///   program that counts on either sets it for its own parse, with XML_PARSE_NONET, XML_PARSE_NOERROR and the like.
+/// libxml2 within callbacks: a callback may use it. In events close to the fault of a malformed document, which libxml2
+///   looks at, what that use reports isn't printed, and it opens no external entity; otherwise it is as it is outside
+///   of a parse. A program that counts on either sets it for its own parse, with XML_PARSE_NONET, XML_PARSE_NOERROR and
+///   the like.
 ///
 /// Encodings: UTF-8, UTF-16, UTF-32, ASCII, ISO-8859-x, windows-125x, Shift_JIS, ISO-2022-JP, the EUC and KOI8
 ///   families, GB2312, GBK, GB18030 and Big5. A document that names another counts as malformed. For all but the first
-///   two, ASCII and ISO-8859-1, the C library opens its own tables.
+///   three, ASCII and ISO-8859-1, the C library opens its own tables.
 ///
-/// Limits: a document in UTF-8 without a document type has none, and is parsed in time that is in proportion to its
-/// size;
-///   text is collected up to 4,294,967,295 bytes. Any other document, which libxml2 parses, has these, each with a
-///   LimitExceededException where it is passed, after the events in front of that place: 4,096 attributes on one
-///   element; 50,000 different names; 500,000 bytes of declarations, and 10,000 declared attributes and as many values
-///   in lists; references to entities that stand for more than 1,000,000 bytes and for more than 5 times the document,
-///   each reference counted with 20 bytes on top, or that nest deeper than libxml2 takes; in a document that declares
-///   entities, 50,000 bytes in a name and 10,000,000 in one tag, value, comment, processing instruction or CDATA
-///   section, in any other 10,000,000 and 1,000,000,000.
+/// Limits: a document is parsed in time that is in proportion to its size and to what its references stand for,
+/// whatever
+///   the number and the size of elements, names, attributes and texts; text is collected up to 4,294,967,295 bytes. A
+///   LimitExceededException tells of
+///   - references to entities that stand for more than 1,000,000 bytes and for more than 5 times the document, each
+///     reference counted with 20 bytes on top, and each tag in an entity; or of which more than 40 lie in each other;
+///   - a document type of more than 500,000 bytes, 10,000 attributes, as many values in lists, or 50,000 names; with a
+///     name of more than 50,000 bytes, or with an entity that has more than 4,096 attributes in a tag;
+///   - a malformed document whose fault lies in or close to 4,096 attributes of one element or 10,000,000 bytes of
+///     markup, which libxml2 looks at.
+///
+/// Memory: of a document no more is kept than its type, a text as above, and one tag, comment or processing
+/// instruction:
+///   one that never ends takes as much as the rest of the document, which SetMaxBytes bounds.
 ///
 /// Sequence: one parse after the other, each with the same parser or another. A callback may parse another document
 ///           with the parser that it was called by: that parse has a stack of its own, and the outer one goes on with
@@ -164,7 +170,7 @@ class ZAM_EXPORT XmlSaxParser {
   XmlDefaultCallback defaultCallback;                  // for which a null callback stands
   std::array<wchar, 1024> wideBuffer;                  // what ConvertString needs no allocation for
   std::array<unsigned char, 2048> characterData;       // text of fewer bytes than this
-  unsigned char* characterBuffer = nullptr;            // null, characterData, or a block of exactly the text's size
+  unsigned char* characterBuffer = nullptr;            // null, characterData, or a block of a power of two
   unsigned int characterBufferSize = 0;
   std::int32_t majorVersion = -1;
   std::int32_t minorVersion = -1;

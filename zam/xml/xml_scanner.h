@@ -10,20 +10,28 @@
 #include <vector>
 
 #include "zam/xml/libxml2_events.h"
+#include "zam/xml/name_index.h"
+#include "zam/xml/xml_characters.h"
+#include "zam/xml/xml_document_type.h"
 #include "zam/xml/xml_event_shaper.h"
+#include "zam/xml/xml_expansion.h"
 
 namespace ZaM::detail {
 
-/// Events of documents in UTF-8 without a document type, in the time that looking at each byte takes, whatever the
-/// number and the size of names, attributes and texts.
+/// Events of documents in UTF-8, in the time that looking at each byte takes, whatever the number and the size of
+/// names, attributes, texts and references.
 ///
-/// It refuses what it doesn't know and what is malformed, and leaves it to libxml2 to tell the one from the other:
-/// libxml2 then parses the rest, from the beginning of the piece of markup or text that was refused. What has been told
-/// of up to there is of no more meaning than which elements are open. So a short document with these elements (Opening)
-/// brings libxml2 to the same place, and the events from there on are those that it would have sent, had it parsed the
-/// document from its first byte: without types, there is nothing else in a document that later parts refer to.
+/// What a document type declares is libxml2's business: it gets the type with an empty document behind it. It also gets
+/// what is refused here, which is what is malformed, and little else: libxml2 then parses the rest, from the beginning
+/// of the piece of markup or text that was refused. What has been told of up to there is of no more meaning than which
+/// elements are open. So a short document of that type and with these elements (Opening) brings libxml2 to the same
+/// place, and the events from there on are those that it would have sent, had it parsed the document from its first
+/// byte: there is nothing else in a document that later parts refer to.
 ///
 /// A piece of markup has to be complete in memory, with what was fed behind it. Texts and CDATA sections don't.
+///
+/// The content of an entity is looked at once, by another scanner, before the first reference to it is told of: so none
+/// turns out to be malformed in the middle.
 class XmlScanner {
  public:
   explicit XmlScanner(XmlEventShaper& eventShaper) : shaper(eventShaper) {}
@@ -32,6 +40,9 @@ class XmlScanner {
 
   /// Where the next bytes may lie, so that they needn't be copied. Valid until anything else is called.
   [[nodiscard]] std::span<char> Room(std::size_t size);
+
+  /// From now on the document is in UTF-8, whatever it declares.
+  void IgnoreEncoding() { isDecoded = true; }
 
   /// False where something is refused, after which only what follows here may be called, and Room.
   [[nodiscard]] bool Feed(std::string_view bytes);
@@ -44,6 +55,8 @@ class XmlScanner {
   [[nodiscard]] std::string_view Rest() const { return {cursor, static_cast<std::size_t>(end - cursor)}; }
   [[nodiscard]] XmlEventsBefore Before() const;
   void DropRest();
+  /// Whether the rest is all of it.
+  [[nodiscard]] bool IsAtStart() const { return place == Place::start; }
 
  private:
   enum class Place { start, prolog, content, cdata, epilog };
@@ -55,29 +68,55 @@ class XmlScanner {
     char* nameEnd = nullptr;
     char* value = nullptr;
     char* valueEnd = nullptr;
-    bool isPlain = true;  // what stands there is the value
+    bool isPlain = true;      // what stands there is the value
+    bool isOfTokens = false;  // by its declaration
   };
+
+  /// What `xml:space` says, or a text; see IsLeftOut.
+  enum class Blanks : char { unknown, areKept, areDefault, arePreserved };
+
+  /// What is scanned, the document or an entity in it. Zero bytes follow it, which end every scan.
+  struct Input {
+    std::unique_ptr<char[]> area;
+    std::size_t capacity = 0;
+  };
+
+  /// For the content of an entity, in which so many others lie in each other.
+  XmlScanner(XmlEventShaper& nobody, XmlDocumentType& documentType, std::size_t entityDepth)
+      : shaper(nobody), type(&documentType), depth(entityDepth) {}
 
   bool Run();
   Step ScanStart();
   Step ScanDeclaration(char const* declaration);
   Step ScanMisc();
+  Step ScanDocumentType();
   Step ScanContent();
-  Step ScanReference(char* reference);
+  Step ScanReference();
+  Step Refer(Reference const& reference);
+  [[nodiscard]] bool MayBeUnknown() const;
+  [[nodiscard]] bool IsUsableInContent(XmlEntity& entity);
+  [[nodiscard]] std::size_t HeightOf(XmlEntity const& entity) const;
+  void OpenEntity(XmlEntity const& entity);
+  void CloseEntity();
+  void OpenBlanks();
+  [[nodiscard]] bool IsLeftOut(std::string_view text);
   Step ScanCData();
   Step ScanMarkup();
   Step ScanComment();
   Step ScanProcessingInstruction();
   Step ScanStartTag();
   Step ScanAttributes(char*& next);
-  Step ScanValue(char*& next, bool& isPlain) const;
+  Step ScanValue(char*& next, bool& isPlain);
+  [[nodiscard]] bool IsUsableInValue(std::string_view name);
   Step ScanEndTag();
 
   void OpenElement(Found const& name, char* tagEnd, bool isEmpty);
   void CloseElement();
-  void MakeAttributes(char const* tagEnd);
+  void MakeAttributes(Found const& element, char const* tagEnd);
   std::string_view Value(Found const& attribute);
-  [[nodiscard]] bool HasDuplicates() const;
+  void AppendEntity(XmlEntity const& entity);
+  void CountExpansion(XmlEntity const& entity);
+  [[nodiscard]] bool HasDuplicates();
   void SendText(char const* textEnd);
   [[nodiscard]] std::string_view NormalLineEnds(std::string_view text);
 
@@ -93,15 +132,33 @@ class XmlScanner {
   Place place = Place::start;
   bool hasBegun = false;     // the document has been told of
   bool hasBeginning = true;  // nothing has been taken but what is next
-  std::string declaration;   // with the byte order mark
-  std::string openNames;     // of the elements that are open, each with a zero byte
+  bool isDecoded = false;
+  std::string declaration;  // with the byte order mark
+  std::string openNames;    // of the elements that are open, each with a zero byte
   std::vector<std::size_t> openStarts;
 
-  // What isn't done with. Zero bytes follow it, which end every scan.
-  std::unique_ptr<char[]> area;
-  std::size_t capacity = 0;
+  // The document type, where one is declared.
+  XmlDocumentTypeEnd typeEnd;
+  std::string typeText;
+  std::unique_ptr<XmlDocumentType> ownType;
+  XmlDocumentType* type = nullptr;
+  XmlExpansion expansion;
+
+  // Where this looks at an entity, what it is inside of, and how many entities lie in each other in it.
+  std::size_t depth = 0;
+  std::size_t height = 0;
+
+  // What isn't done with, of the document or of the entity that is referred to.
+  Input document;
   char* cursor = nullptr;
   char* end = nullptr;
+  struct Suspended {
+    char* cursor;
+    char* end;
+  };
+  std::vector<Suspended> suspended;   // what the references that are under way stand in
+  std::vector<Input> entityContents;  // of each; their memory stays for the next
+  std::vector<Blanks> blanks;         // of these, and of the elements that are open in them
 
   std::size_t looked = 0;  // of markup that isn't complete
   char quote = 0;          // that a tag of these is inside of, or 0
@@ -110,6 +167,7 @@ class XmlScanner {
   std::vector<Found> found;
   std::vector<XmlAttribute> attributes;
   std::string values;
+  NameIndex names;
 };
 
 }  // namespace ZaM::detail

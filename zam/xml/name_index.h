@@ -1,0 +1,80 @@
+// Names and their numbers, for thousands of names at a time; internal.
+#ifndef ZAM_XML_NAME_INDEX_H
+#define ZAM_XML_NAME_INDEX_H
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "zam/xml/name_hash.h"
+
+namespace ZaM::detail {
+
+/// Numbers names, which others hold, from 0 on. Its memory stays from one use to the next, and beginning takes no time
+/// in proportion to it. (See xml_linear_benchmark: with a set of the standard library, tags of many attributes take
+/// half as long again.)
+class NameIndex {
+ public:
+  static constexpr std::uint32_t none = static_cast<std::uint32_t>(-1);
+
+  /// Empties it, with room for so many names until it has to grow.
+  void Begin(std::size_t expected) {
+    std::size_t const needed = std::bit_ceil(2 * expected);
+    if (slots.size() < needed || ++round == 0) {
+      slots.assign(needed, {});
+      round = 1;
+    }
+    mask = needed - 1;
+    count = 0;
+  }
+
+  /// The number of the name, which is new if it is the greatest so far.
+  std::uint32_t Insert(std::string_view name) {
+    if (2 * (std::size_t{count} + 1) > mask + 1) grow();
+    Slot& slot = slotOf(name);
+    if (slot.round != round) slot = {name, round, count++};
+    return slot.number;
+  }
+
+  [[nodiscard]] std::uint32_t Count() const { return count; }
+
+  [[nodiscard]] std::uint32_t Find(std::string_view name) {
+    if (count == 0) return none;
+    Slot const& slot = slotOf(name);
+    return slot.round == round ? slot.number : none;
+  }
+
+ private:
+  struct Slot {
+    std::string_view name;
+    std::uint32_t round = 0;  // that it was filled in
+    std::uint32_t number = 0;
+  };
+
+  void grow() {
+    std::vector<Slot> before(2 * (mask + 1));
+    before.swap(slots);
+    mask = slots.size() - 1;
+    for (Slot const& slot : before) {
+      if (slot.round == round) slotOf(slot.name) = slot;
+    }
+  }
+
+  Slot& slotOf(std::string_view name) {
+    std::size_t i = hash(name) & mask;
+    while (slots[i].round == round && slots[i].name != name) i = (i + 1) & mask;
+    return slots[i];
+  }
+
+  NameHash hash;
+  std::vector<Slot> slots;
+  std::size_t mask = 0;  // of what is used of the slots in this round
+  std::uint32_t round = 1;
+  std::uint32_t count = 0;
+};
+
+}  // namespace ZaM::detail
+
+#endif

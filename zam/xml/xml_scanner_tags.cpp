@@ -1,0 +1,219 @@
+// The part of XmlScanner that reads start tags and end tags.
+#include <algorithm>
+
+#include "zam/foundation/create_counted.h"
+#include "zam/foundation/exceptions.h"
+#include "zam/xml/xml_scanner.h"
+
+namespace ZaM::detail {
+
+namespace {
+
+/// Up to so many attributes are compared with each other.
+constexpr std::size_t fewAttributes = 12;
+
+bool IsLineBlank(char c) {
+  return c == '\t' || c == '\n' || c == '\r';
+}
+
+}  // namespace
+
+/// Whether a tag that wasn't complete is so now.
+bool XmlScanner::HasTagEnd() {
+  for (char const* byte = cursor + looked; byte < end; ++byte) {
+    if (quote != 0) {
+      if (*byte == quote) quote = 0;
+    } else if (*byte == '"' || *byte == '\'') {
+      quote = *byte;
+    } else if (*byte == '>') {
+      return true;
+    }
+  }
+  looked = static_cast<std::size_t>(end - cursor);
+  return false;
+}
+
+XmlScanner::Step XmlScanner::ScanStartTag() {
+  if (looked > 0 && !HasTagEnd()) return Step::incomplete;
+  Found name = {cursor + 1, NameEnd(cursor + 1), nullptr, nullptr, true};
+  char* next = name.nameEnd;
+  Step step = next == name.name && next != end && !IsCutCharacter(next, end) ? Step::refused : ScanAttributes(next);
+  if (step == Step::incomplete) return HasTagEnd() ? Step::refused : Step::incomplete;
+  if (step == Step::refused || HasDuplicates()) return Step::refused;
+  bool const isEmpty = *next == '/';
+  OpenElement(name, next + (isEmpty ? 2 : 1), isEmpty);
+  return Step::done;
+}
+
+/// Up to the `>` or `/>` of a tag.
+XmlScanner::Step XmlScanner::ScanAttributes(char*& next) {
+  found.clear();
+  for (;;) {
+    char* const behind = next;
+    next = SkipBlanks(next);
+    if (*next == '>') return Step::done;
+    if (*next == '/') return next[1] == '>' ? Step::done : AtByte(next + 1);
+    // In place: copying it right after it is written stalls the processor.
+    Found& attribute = ReportOutOfMemory([&]() -> Found& { return found.emplace_back(); });
+    attribute.name = next;
+    attribute.nameEnd = NameEnd(next);
+    if (attribute.nameEnd == next) return next == end || IsCutCharacter(next, end) ? Step::incomplete : Step::refused;
+    if (next == behind) return Step::refused;
+    next = SkipBlanks(attribute.nameEnd);
+    if (*next != '=') return next == end || IsCutCharacter(next, end) ? Step::incomplete : Step::refused;
+    next = SkipBlanks(next + 1);
+    if (*next != '"' && *next != '\'') return AtByte(next);
+    attribute.value = next + 1;
+    Step const step = ScanValue(next, attribute.isPlain);
+    if (step != Step::done) return step;
+    attribute.valueEnd = next++;
+  }
+}
+
+/// From the quote in front of a value to the one behind it.
+XmlScanner::Step XmlScanner::ScanValue(char*& next, bool& isPlain) {
+  char const limit = *next++;
+  for (;;) {
+    next = SkipPlain(next, limit, '<', '&');
+    if (*next == limit) return Step::done;
+    if (Is(*next, isBlank)) {
+      isPlain = false;
+      ++next;
+    } else if (*next == '&') {
+      isPlain = false;
+      Reference const reference = ReferenceAt(next, end);
+      if (reference.size == 0) return reference.isCut ? Step::incomplete : Step::refused;
+      if (reference.nameSize > 0 && !IsUsableInValue(reference.NameAt(next))) return Step::refused;
+      next += reference.size;
+    } else {
+      std::size_t const size = SpecialSize(next);
+      if (size == 0) return next == end || (*next != 0 && IsCutCharacter(next, end)) ? Step::incomplete : Step::refused;
+      next += size;
+    }
+  }
+}
+
+bool XmlScanner::HasDuplicates() {
+  auto const name = [](Found const& attribute) { return View(attribute.name, attribute.nameEnd); };
+  if (found.size() > fewAttributes) {
+    ReportOutOfMemory([&] { names.Begin(found.size()); });
+    std::uint32_t number = 0;
+    return std::any_of(found.begin(), found.end(),
+                       [&](Found const& one) { return names.Insert(name(one)) != number++; });
+  }
+  for (std::size_t i = 1; i < found.size(); ++i) {
+    for (std::size_t k = 0; k < i; ++k) {
+      if (name(found[i]) == name(found[k])) return true;
+    }
+  }
+  return false;
+}
+
+/// The bytes behind names and values, which nobody needs any more, become the zero bytes that end them.
+void XmlScanner::OpenElement(Found const& name, char* tagEnd, bool isEmpty) {
+  ReportOutOfMemory([&] {
+    MakeAttributes(name, tagEnd);
+    openStarts.push_back(openNames.size());
+    openNames.append(name.name, name.nameEnd).push_back('\0');
+  });
+  if (!hasBegun) shaper.StartDocument();
+  hasBegun = true;
+  if (!suspended.empty()) ReportOutOfMemory([this] { OpenBlanks(); });
+  *name.nameEnd = 0;
+  cursor = tagEnd;
+  place = Place::content;
+  shaper.StartElement(View(name.name, name.nameEnd), attributes, type == nullptr ? nullptr : &type->declarations);
+  if (isEmpty) CloseElement();
+}
+
+void XmlScanner::MakeAttributes(Found const& element, char const* tagEnd) {
+  attributes.clear();
+  values.clear();
+  if (found.empty()) return;
+  auto const* const declared = type == nullptr ? nullptr : type->declarations.Find(View(element.name, element.nameEnd));
+  if (declared != nullptr && declared->hasTokens) {
+    for (Found& one : found) {
+      auto const known = declared->attributes.find(View(one.name, one.nameEnd));
+      one.isOfTokens = known != declared->attributes.end() && known->second;
+      one.isPlain = one.isPlain && !one.isOfTokens;
+    }
+  }
+  bool const areAllPlain = std::all_of(found.begin(), found.end(), [](Found const& one) { return one.isPlain; });
+  // Unless it refers to an entity, no value grows, so that none moves.
+  if (!areAllPlain) values.reserve(static_cast<std::size_t>(tagEnd - cursor));
+  char const* const valuesBefore = values.data();
+  attributes.resize(found.size());
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    Found const& one = found[i];
+    attributes[i].name = attributes[i].localName = View(one.name, one.nameEnd);
+    attributes[i].value = one.isPlain ? View(one.value, one.valueEnd) : Value(one);
+    *one.nameEnd = *one.valueEnd = 0;
+  }
+  if (values.data() == valuesBefore) return;
+  char const* next = values.data();
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    if (found[i].isPlain) continue;
+    attributes[i].value = next;
+    next += attributes[i].value.size() + 1;
+  }
+}
+
+/// With its references substituted and its blanks made spaces. Where references are kept, the first one ends it; see
+/// XmlEventOptions.
+std::string_view XmlScanner::Value(Found const& attribute) {
+  std::size_t const begin = values.size();
+  std::size_t keptEnd = values.npos;
+  for (char* next = attribute.value; next < attribute.valueEnd;) {
+    char* const special = std::min(SkipPlain(next, '&'), attribute.valueEnd);
+    values.append(next, special);
+    next = special;
+    if (next == attribute.valueEnd) break;
+    if (*next == '&') {
+      Reference const reference = ReferenceAt(next, attribute.valueEnd);
+      XmlEntity const* const entity = reference.nameSize == 0 ? nullptr : type->Find(reference.NameAt(next));
+      next += reference.size;
+      values.append(reference.bytes, reference.byteCount);
+      if (entity != nullptr && shaper.options.substitutesEntities) {
+        std::size_t const entityBegin = values.size();
+        AppendEntity(*entity);
+        std::replace_if(values.begin() + static_cast<std::ptrdiff_t>(entityBegin), values.end(), IsLineBlank, ' ');
+      } else if (entity != nullptr) {
+        CountExpansion(*entity);
+        if (keptEnd == values.npos && values.size() == begin) values += entity->content;
+        if (keptEnd == values.npos) keptEnd = values.size();
+      }
+    } else {
+      bool const isPair = *next == '\r' && next[1] == '\n';
+      values += Is(*next, isBlank) ? ' ' : *next;
+      next += isPair ? 2 : 1;
+    }
+  }
+  values.resize(std::min(keptEnd, values.size()));
+  if (attribute.isOfTokens) MakeTokens(values, begin);
+  std::string_view const value = std::string_view(values).substr(begin);
+  values += '\0';
+  return value;
+}
+
+XmlScanner::Step XmlScanner::ScanEndTag() {
+  std::string_view const name(&openNames[openStarts.back()], openNames.size() - openStarts.back() - 1);
+  std::string_view const text = Rest().substr(2);
+  if (!text.starts_with(name)) return name.starts_with(text) ? Step::incomplete : Step::refused;
+  char* const last = SkipBlanks(cursor + 2 + name.size());
+  if (*last != '>') return AtByte(last);
+  cursor = last + 1;
+  CloseElement();
+  return Step::done;
+}
+
+void XmlScanner::CloseElement() {
+  std::size_t const start = openStarts.back();
+  std::string_view const name(&openNames[start], openNames.size() - start - 1);
+  if (openStarts.size() == 1) place = Place::epilog;
+  if (!suspended.empty()) blanks.pop_back();
+  shaper.EndElement(name);
+  openStarts.pop_back();
+  openNames.resize(start);
+}
+
+}  // namespace ZaM::detail
