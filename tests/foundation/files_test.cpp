@@ -2,17 +2,22 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <set>
 #include <sstream>
+#include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/support/failing_allocation.h"
@@ -115,6 +120,8 @@ TEST_F(FilesTest, SucceedAndFailAsAWholeAndShowItByTheirResult) {
        "s/ s/a=new s/b=new t/ t/a=old t/b=new"},
       {"s/a=new t/a!=old", [&] { return CopyFiles(W("s"), W("t"), u"*", false, true); }, false,
        "s/ s/a=new t/ t/a!=old"},
+      {"s/a!=new t/a!=old", [&] { return CopyFiles(W("s"), W("t"), u"*", false, true); }, false,
+       "s/ s/a!=new t/ t/a=old"},
       {"s/a!=new t/a=old", [&] { return CopyFiles(W("s"), W("t"), u"*", false, true); }, true,
        "s/ s/a!=new t/ t/a=new"},
       {"s/a=a s/bc/d=d", [&] { return CopyFiles(W("s"), W("t"), u"?", true, false); }, true,
@@ -167,8 +174,8 @@ TEST_F(FilesTest, FindsWhatThePatternMatchesWithTheFoldersOwnEntriesFirst) {
 
 TEST_F(FilesTest, TellsTheAttributesOfAnEntryWhoeverAsks) {
   Make("plain=12345 .locked!= sub/ link>sub loose>nowhere");
-  std::pair<char const*, std::uint32_t> const cases[] = {
-      {"plain", 0}, {".locked", 0x03}, {"sub", 0x10}, {"link", 0x10}, {"loose", 0}};
+  std::pair<char const*, std::uint32_t> const cases[] = {{"plain", 0}, {".locked", 0x03}, {"sub", 0x10}, {"link", 0x10},
+                                                         {"loose", 0}, {".", 0x10},       {"..", 0x10}};
   for (auto const& [name, attributes] : cases) {
     _wfinddata64i32_t entry = {};
     int const handle = ZamFindFirst(W(name), &entry);
@@ -241,8 +248,21 @@ TEST_F(FilesTest, CopiesNothingOntoItselfNorFromAPipeAndProtectsNoFolder) {
   fs::permissions(P("protected"), fs::perms::owner_write, fs::perm_options::remove);
   EXPECT_FALSE(ZamCopyFile(W("a"), W("same"), false) || folder.Bytes("a") != "a");
   EXPECT_FALSE(ZamCopyFile(W("pipe"), W("x"), false) || Exists("x"));
+  fs::create_symlink(P("b"), P("absolute"));
+  EXPECT_TRUE(ZamCopyFile(W("a"), W("absolute"), false) && folder.Bytes("b") == "a");
   EXPECT_FALSE(ZamCopyFile(W("a"), W("protected"), false));
   EXPECT_EQ(fs::status(P("protected")).permissions() & fs::perms::owner_write, fs::perms::none);
+}
+
+TEST_F(FilesTest, LeavesNothingOfACopyThatFails) {
+  Make("a=" + std::string(10'000, 'a'));
+  auto const copy = [this] {
+    rlimit const few = {1000, 1000};
+    std::signal(SIGXFSZ, SIG_IGN);
+    _exit(setrlimit(RLIMIT_FSIZE, &few) != 0 || ZamCopyFile(W("a"), W("b"), true) ? 1 : 0);
+  };
+  EXPECT_EXIT(copy(), testing::ExitedWithCode(0), "");
+  EXPECT_FALSE(Exists("b"));
 }
 
 TEST_F(FilesTest, CopiesHolesAsHoles) {
@@ -294,7 +314,7 @@ TEST_F(FilesTest, MovesFilesAloneToAnotherFileSystem) {
 
 TEST_F(FilesTest, KeepsNamesThatArentUtf8OrHoldABackslash) {
   std::vector<std::string> const names = {"latin\xE4", "\xFF\xC3", "x\\..\\..\\..\\out", "\xC3\xA4\\",
-                                          "\xF0\x9F\x98\x80"};
+                                          "\xF0\x9F\x92\x80"};
   for (std::string const& name : names) folder.Write("s/folder\xE4/" + name, name);
   EXPECT_TRUE(CopyFiles(W("s"), W("t"), u"*", true, true));
   for (std::string const& name : names) EXPECT_EQ(folder.Bytes("t/folder\xE4/" + name), name);

@@ -41,6 +41,7 @@ TEST(PathsTest, TellsWhatTwoPathsHaveInCommonAndTheWayBetweenThem) {
                      {u"\\\\s\\x", u"\\s\\x", u"", u""},
                      {u"C:\\a", u"D:\\a", u"", u""},
                      {u"a\\b", u"a\\c", u"a", u"..\\c"},
+                     {u"a\\\\b", u"a\\\\c", u"a", u"..\\c"},
                      {u"a", u"b", u"", u""},
                      {u"", u"", u"", u""}};
   for (auto const& [a, b, prefix, way] : cases) {

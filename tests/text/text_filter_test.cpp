@@ -155,6 +155,7 @@ TEST(AsciiTextFilter, TakesNullForNothingAndBelievesTheGreatestSize) {
 }
 
 TEST(AsciiTextFilter, CopiesItsSettingsItsTablesAndItsCount) {
+  std::ptrdiff_t const blocks = test::LiveBlocks();
   auto* const source = AsciiTextFilter::Create(2, false);
   source->AddRefCount();
   auto* const copy = new AsciiTextFilter(*source);
@@ -170,6 +171,7 @@ TEST(AsciiTextFilter, CopiesItsSettingsItsTablesAndItsCount) {
   for (auto* const filter : {source, copy, assigned}) {
     while (filter->Release() > 0) continue;
   }
+  EXPECT_EQ(test::LiveBlocks(), blocks);
 }
 
 TEST(AsciiTextFilter, RebuildsItsTablesAndShowsTheSameBytesWithDigitsAndWithout) {
