@@ -80,7 +80,6 @@ the public interface of libzam as pages.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME zam-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION text)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libzam${ZAM_SOVERSION} (= ${PROJECT_VERSION}-1)")
-set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS gnuplot-nox)
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "classification of texts by their content
 classify_corpus learns the classes of a folder of texts, one folder a class,
 classifies others, and reports how well it went as text and as a page.")

@@ -1,6 +1,7 @@
 #include "confidence_curves.h"
 
 #include "evaluation.h"
+#include "interrupt.h"
 #include "tags.h"
 
 namespace classify {
@@ -57,6 +58,7 @@ std::vector<ConfidenceCurve> CurvesOf(Findings const& findings) {
 std::vector<RejectionPoint> RejectionCurve(Findings const& findings, ThresholdKind kind) {
   std::vector<RejectionPoint> curve;
   for (int hundredths = 0; hundredths <= 100; ++hundredths) {
+    StopIfInterrupted(CancelId::Classifying);
     double const threshold = hundredths / 100.0;
     auto const matrix =
         kind == ThresholdKind::Best ? Evaluate(findings, threshold, 0) : Evaluate(findings, 0, threshold);

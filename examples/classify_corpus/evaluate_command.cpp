@@ -2,9 +2,7 @@
 #include <unistd.h>
 #include <zam/zam.h>
 
-#include <algorithm>
 #include <iostream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
@@ -16,12 +14,10 @@
 #include "experiment.h"
 #include "findings.h"
 #include "fold.h"
-#include "gnuplot.h"
 #include "html_report.h"
 #include "number_text.h"
 #include "pending_file.h"
 #include "plane.h"
-#include "plane_map.h"
 #include "report.h"
 #include "result_file.h"
 #include "result_loader.h"
@@ -91,18 +87,16 @@ class Places {
     if (!options.results.empty()) results.emplace(options.results);
     if (!options.report.empty()) report.emplace(options.report);
     if (!options.model.empty()) Plane::CheckModel(options.model);
-    if (options.map.empty()) return;
-    CheckGnuplot();
-    map.emplace(options.map);
+    if (!options.map.empty()) map.emplace(options.map);
   }
 
   // Adds the files to `outputs`.
   void Write(Findings const& findings, ZaM::ErrorMatrix const& matrix, StageClocks const& clocks,
              std::vector<PendingFile>& outputs) {
     if (results) outputs.push_back(std::move(*results).Write(findings));
-    if (report) std::ranges::move(report->Write(findings, matrix, options, clocks), std::back_inserter(outputs));
+    if (report) outputs.push_back(std::move(*report).Write(findings, matrix, options, clocks));
     if (!map) return;
-    map->Write(DrawMap(findings.corpus, findings.map, findings.ClassNames()));
+    map->Write(Draw(MapOf(findings, options)).File());
     outputs.push_back(std::move(*map));
   }
 

@@ -4,10 +4,6 @@
 
 #include <zam/zam.h>
 
-#include <cstddef>
-#include <vector>
-
-#include "class_figures.h"
 #include "findings.h"
 
 namespace classify {
@@ -15,11 +11,6 @@ namespace classify {
 /// Sends the library's visitor through the findings: documents whose best class has a confidence below `bestThreshold`,
 /// or is ahead of the second by less than `distanceThreshold`, are rejected.
 ZaM::Ref<ZaM::ErrorMatrix> Evaluate(Findings const& findings, double bestThreshold, double distanceThreshold);
-
-/// The documents of one class that such an evaluation gives another, in their order, at most `limit`.
-std::vector<TestedDocument const*> MisplacedDocuments(Findings const& findings, Confusion const& confusion,
-                                                      double bestThreshold, double distanceThreshold,
-                                                      std::size_t limit);
 
 }  // namespace classify
 

@@ -94,8 +94,10 @@ void Experiment::drawOnPlane(std::vector<Document const*> const& training, std::
   plane.Project(*root);
   place.findings.map.fold = fold;
   place.findings.map.examples = plane.ExampleCount();
-  for (DocumentNode* node : nodes) {
-    if (auto const point = Plane::PointOf(*node)) place.findings.map.points.push_back({node->GetClassId(), *point});
+  std::size_t const first = place.findings.Tested().size() - tests.size();
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    if (auto const point = Plane::PointOf(*nodes[i]))
+      place.findings.map.points.emplace(place.findings.Tested()[first + i].node, *point);
   }
 }
 

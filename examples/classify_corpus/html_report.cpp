@@ -5,12 +5,12 @@
 #include <utility>
 
 #include "class_figures.h"
+#include "confidence_curves.h"
+#include "decision.h"
 #include "evaluation.h"
-#include "gnuplot.h"
-#include "html_text.h"
 #include "number_text.h"
-#include "plane_map.h"
-#include "report_pictures.h"
+#include "report/html.h"
+#include "report/page.h"
 #include "run_error.h"
 #include "sure_thresholds.h"
 #include "utf8.h"
@@ -18,215 +18,289 @@
 namespace classify {
 
 namespace fs = std::filesystem;
-using html::Escaped;
+using report::Cell;
 
 namespace {
 
 constexpr std::array sharesRight{0.95, 0.98, 0.99};
 
-// Files of the page.
-std::string CurveFile(std::size_t classId) {
-  return classId == 0 ? "confidence.svg" : "confidence-" + std::to_string(classId) + ".svg";
-}
-constexpr char pageFile[] = "index.html";
-constexpr char matrixFile[] = "matrix.svg";
-constexpr char rejectionFile[] = "rejection.svg";
-constexpr char mapFile[] = "map.svg";
+// More would make a page of megabytes, which nobody can read.
+constexpr std::size_t MostMatrixClasses = 250;
 
-std::string Section(std::string const& id, std::string const& heading, std::string const& note,
-                    std::string const& content) {
-  std::string const paragraph = note.empty() ? "" : "<p class=\"note\">" + note + "</p>\n";
-  return "<section id=\"" + id + "\">\n<h2>" + heading + "</h2>\n" + paragraph + content + "</section>\n";
+Cell Count(std::uint64_t number) {
+  return {Grouped(number)};
 }
 
-std::string Setup(Findings const& findings, Options const& options) {
+report::Facts Setup(Findings const& findings, Options const& options) {
   FoldSize const total = findings.Total();
   Settings const& settings = findings.settings;
   std::string const kept = settings.maxResults == 0 ? "all" : std::to_string(settings.maxResults);
-  std::vector<std::vector<std::string>> rows{
-      {"Corpus", Escaped(findings.corpus)},
-      {"Documents", Grouped(findings.documents) + " in " + Grouped(findings.ClassCount()) + " classes"},
-      {"Tested",
-       Grouped(findings.Tested().size()) + " of " + Grouped(total.tested) + " documents of " + findings.FoldNames()},
-      {"Learned from", Grouped(total.learned) + " documents of the other folds"},
-      {"Words", "of " + std::to_string(settings.minWordLength) + " or more characters; " +
-                    (settings.useDigits ? "digits are parts of them" : "digits separate them")},
-      {"Classes kept per document", kept},
-      {"Thresholds", "confidence " + Fixed(options.bestThreshold, 2) + ", distance to the second class " +
-                         Fixed(options.distanceThreshold, 2)}};
-  for (fs::path const& file : options.loadResults) rows.push_back({"Results from", Escaped(Printable(file.native()))});
-  return html::Table({"", ""}, rows);
+  report::Facts facts{{"Corpus", findings.corpus},
+                      {"Documents", Grouped(findings.documents) + " in " + Grouped(findings.ClassCount()) + " classes"},
+                      {"Tested", Grouped(findings.Tested().size()) + " of " + Grouped(total.tested) + " documents of " +
+                                     findings.FoldNames()},
+                      {"Learned from", Grouped(total.learned) + " documents of the other folds"},
+                      {"Words", "of " + std::to_string(settings.minWordLength) + " or more characters; " +
+                                    (settings.useDigits ? "digits are parts of them" : "digits separate them")},
+                      {"Classes kept per document", kept},
+                      {"Thresholds", "confidence " + Fixed(options.bestThreshold, 2) +
+                                         ", distance to the second class " + Fixed(options.distanceThreshold, 2)}};
+  for (fs::path const& file : options.loadResults) facts.push_back({"Results from", Printable(file.native())});
+  return facts;
 }
 
-std::string Figure(std::string const& id, std::string const& value, std::string const& meaning) {
-  return "<div><b id=\"" + id + "\">" + value + "</b>" + meaning + "</div>\n";
-}
-
-std::string Figures(ZaM::ErrorMatrix const& matrix, std::size_t classes) {
+std::vector<report::Figure> Figures(ZaM::ErrorMatrix const& matrix, std::size_t classes) {
   unsigned int const documents = matrix.GetDocCount();
   unsigned int const accepted = documents - matrix.GetRejected();
-  return "<div class=\"figures\">\n" +
-         Figure("accuracy", Percent(matrix.GetCorrect(), documents),
-                "accuracy: " + Grouped(matrix.GetCorrect()) + " of " + Grouped(documents)) +
-         Figure("rejected", Percent(matrix.GetRejected(), documents), "rejected: " + Grouped(matrix.GetRejected())) +
-         Figure("right", Percent(matrix.GetCorrect(), accepted),
-                "right among accepted: " + Grouped(matrix.GetCorrect()) + " of " + Grouped(accepted)) +
-         Figure("macro-f1", Percent(MacroF1(matrix, classes), 1), "macro F1") + "</div>\n";
+  auto const share = [](char const* id, char const* name, unsigned int part, unsigned int whole) {
+    return report::Figure{id, name, Percent(part, whole), Grouped(part) + " of " + Grouped(whole)};
+  };
+  return {share("accuracy", "accuracy", matrix.GetCorrect(), documents),
+          share("rejected", "rejected", matrix.GetRejected(), documents),
+          share("right", "right among accepted", matrix.GetCorrect(), accepted),
+          {"macro-f1", "macro F1", Percent(MacroF1(matrix, classes), 1), "mean of the classes"}};
 }
 
-std::string Interval(Outcome const& outcome) {
-  return Fixed(100 * outcome.Low(), 0) + "&ndash;" + Percent(outcome.High(), 1);
+std::string Ratio(Outcome const& outcome) {
+  return Grouped(outcome.right) + " of " + Grouped(outcome.accepted) + " (" + Fixed(100 * outcome.Low(), 0) + "\u2013" +
+         Fixed(100 * outcome.High(), 0) + " %)";
 }
 
-std::string ThresholdCell(AssignedDocuments const& assigned, double share) {
+Cell Threshold(AssignedDocuments const& assigned, double share) {
   if (auto const threshold = assigned.ThresholdFor(share)) {
-    auto const& [hundredths, outcome] = *threshold;
-    return "&ge; " + Fixed(hundredths / 100.0, 2) + "<br><small>" + Grouped(outcome.right) + " of " +
-           Grouped(outcome.accepted) + " (" + Interval(outcome) + ")</small>";
+    double const confidence = threshold->hundredths / 100.0;
+    return {"\u2265 " + Fixed(confidence, 2), Ratio(threshold->outcome), confidence};
   }
   Outcome const all = assigned.All();
-  if (all.accepted >= AssignedDocuments::FewestDocuments) return "&ndash;";
-  return "<small>too few: " + Grouped(all.right) + " of " + Grouped(all.accepted) + " (" + Interval(all) + ")</small>";
+  if (all.accepted >= AssignedDocuments::FewestDocuments) return {"\u2013"};
+  return {"", "too few: " + Ratio(all)};
 }
 
-std::string ClassRows(Findings const& findings, ZaM::ErrorMatrix const& matrix) {
+report::Table Classes(Findings const& findings, ZaM::ErrorMatrix const& matrix) {
+  report::Table table{"Figures by class",
+                      {{"class", true},
+                       {"documents"},
+                       {"precision"},
+                       {"recall"},
+                       {"F1"},
+                       {"95 % right"},
+                       {"98 % right"},
+                       {"99 % right"}},
+                      {}};
   std::vector<AssignedDocuments> const assigned = AssignedIn(findings);
-  std::vector<std::vector<std::string>> rows;
   for (unsigned int id = 1; id <= findings.ClassCount(); ++id) {
     ClassFigures const figures(matrix, id);
-    rows.push_back({Escaped(findings.ClassNames()[id]), Grouped(matrix.GetClassCount(id)),
-                    Percent(figures.found, figures.Assigned()), Percent(figures.found, figures.documents),
-                    Percent(2 * figures.found, figures.Involved())});
-    for (double const share : sharesRight) rows.back().push_back(ThresholdCell(assigned[id], share));
+    table.rows.push_back({{findings.ClassNames()[id]},
+                          Count(matrix.GetClassCount(id)),
+                          {Percent(figures.found, figures.Assigned())},
+                          {Percent(figures.found, figures.documents)},
+                          {Percent(2 * figures.found, figures.Involved())}});
+    for (double const share : sharesRight) table.rows.back().push_back(Threshold(assigned[id], share));
   }
-  rows.push_back({"<b>all</b>", Grouped(matrix.GetDocCount()), "", "", ""});
-  for (double const share : sharesRight) rows.back().push_back(ThresholdCell(assigned[0], share));
-  return html::Table({"class", "documents", "precision", "recall", "F1", "95 % right", "98 % right", "99 % right"},
-                     rows);
+  table.total = {{"all"}, Count(matrix.GetDocCount()), {}, {}, {}};
+  for (double const share : sharesRight) table.total.push_back(Threshold(assigned[0], share));
+  return table;
 }
 
-// With a link, if the document is at hand.
-std::string DocumentLink(Findings const& findings, TestedDocument const& document) {
-  fs::path const file = fs::path(findings.corpus) / document.name;
-  std::error_code unknown;
-  std::string const name = Escaped(document.name);
-  return fs::exists(file, unknown) ? "<a href=\"" + html::FileAddress(file) + "\">" + name + "</a>" : name;
+report::Content ConfusionMatrix(Findings const& findings, ZaM::ErrorMatrix const& matrix) {
+  auto const classes = static_cast<unsigned int>(findings.ClassCount());
+  if (classes > MostMatrixClasses)
+    return "It is left out: there are more than " + std::to_string(MostMatrixClasses) + " classes.";
+  std::vector<std::string> const names(findings.ClassNames().begin() + 1, findings.ClassNames().end());
+  report::Matrix table{"Documents by class, and by what they were taken for", names, names, {}};
+  table.columns.push_back("rejected");
+  for (unsigned int row = 1; row <= classes; ++row) {
+    table.counts.emplace_back();
+    for (unsigned int column = 1; column <= classes; ++column)
+      table.counts.back().push_back(matrix.GetResult(row, column));
+    table.counts.back().push_back(matrix.GetResult(row, 0));
+  }
+  return table;
 }
 
-std::string Confusions(Findings const& findings, ZaM::ErrorMatrix const& matrix, Options const& options) {
+// The first documents of one class that are given another; with a link, if they are at hand.
+std::vector<report::Link> Misplaced(Findings const& findings, Confusion const& confusion, Options const& options) {
+  constexpr std::size_t limit = 3;
+  std::vector<report::Link> links;
+  for (TestedDocument const& document : findings.Tested()) {
+    if (links.size() == limit) break;
+    if (document.classId != confusion.trueClass) continue;
+    Decision const decision(document.Result(), options);
+    if (decision.isRejected || decision.classId != confusion.assignedClass) continue;
+    fs::path const file = fs::path(findings.corpus) / document.name;
+    std::error_code unknown;
+    links.push_back({document.name, fs::exists(file, unknown) ? report::RelativeAddress(file, options.report) : ""});
+  }
+  return links;
+}
+
+report::Content Confusions(Findings const& findings, ZaM::ErrorMatrix const& matrix, Options const& options) {
   constexpr std::size_t shown = 20;
-  constexpr std::size_t examples = 3;
-  std::vector<std::vector<std::string>> rows;
+  report::Table table{"Worst confusions",
+                      {{"class", true}, {"taken for", true}, {"documents"}, {"of the class"}, {"such as", true}},
+                      {}};
   for (Confusion const& confusion : WorstOf(matrix, findings.ClassCount(), shown)) {
-    std::string links;
-    for (TestedDocument const* document :
-         MisplacedDocuments(findings, confusion, options.bestThreshold, options.distanceThreshold, examples))
-      links += (links.empty() ? "" : "<br>") + DocumentLink(findings, *document);
-    rows.push_back({Escaped(findings.ClassNames()[confusion.trueClass]),
-                    Escaped(findings.ClassNames()[confusion.assignedClass]), Grouped(confusion.count),
-                    Percent(confusion.count, matrix.GetClassCount(confusion.trueClass)), links});
+    table.rows.push_back({{findings.ClassNames()[confusion.trueClass]},
+                          {findings.ClassNames()[confusion.assignedClass]},
+                          Count(confusion.count),
+                          {Percent(confusion.count, matrix.GetClassCount(confusion.trueClass))},
+                          {}});
+    table.rows.back().back().links = Misplaced(findings, confusion, options);
   }
-  if (rows.empty()) return "<p>None.</p>\n";
-  return html::Table({"class", "taken for", "documents", "of the class", "such as"}, rows);
+  if (table.rows.empty()) return "None.";
+  return table;
 }
 
-std::string CurvePictures(Findings const& findings) {
-  std::string pictures = html::Picture(CurveFile(0), "Curves of all documents") + "<div class=\"plots\">\n";
-  for (std::size_t id = 1; id <= findings.ClassCount(); ++id)
-    pictures += html::Picture(CurveFile(id), "Curves of the class " + findings.ClassNames()[id]);
-  return pictures + "</div>\n";
+report::LineChart ConfidenceChart(std::string const& title, ConfidenceCurve const& curve) {
+  auto const points = [](std::vector<double> const& shares) {
+    std::vector<report::Point> all;
+    for (std::size_t i = 0; i < shares.size(); ++i) all.push_back({static_cast<double>(i) / 100, 100 * shares[i]});
+    return all;
+  };
+  return {title,
+          "confidence asked for",
+          "% of documents",
+          1,
+          100,
+          {{"right", points(curve.Right()), {}}, {"wrong", points(curve.Wrong()), {}}}};
 }
 
-std::string Times(StageClocks const& clocks) {
-  std::vector<std::vector<std::string>> rows;
+std::vector<report::LineChart> ConfidenceCharts(Findings const& findings) {
+  std::vector<ConfidenceCurve> const curves = CurvesOf(findings);
+  std::vector<report::LineChart> charts{ConfidenceChart("all classes", curves[0])};
+  for (std::size_t id = 1; id < curves.size(); ++id)
+    charts.push_back(ConfidenceChart(findings.ClassNames()[id], curves[id]));
+  return charts;
+}
+
+// Marks at a few thresholds, so that a point of the curve can be set on the command line.
+report::Curve Rejection(std::string const& name, std::vector<RejectionPoint> const& points) {
+  report::Curve curve{name, {}, {}};
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    report::Point const point{100 * points[i].rejected, 100 * points[i].wrong};
+    curve.points.push_back(point);
+    if (i % 10 == 0 && i > 0) curve.marks.push_back({point, Fixed(points[i].threshold, 1)});
+  }
+  return curve;
+}
+
+report::LineChart RejectionChart(Findings const& findings) {
+  return {"Wrong documents over rejected ones",
+          "% of all documents that are rejected",
+          "% of the accepted documents that are wrong",
+          100,
+          0,
+          {Rejection("--best-threshold", RejectionCurve(findings, ThresholdKind::Best)),
+           Rejection("--distance-threshold", RejectionCurve(findings, ThresholdKind::Distance))},
+          true};
+}
+
+report::Content Times(StageClocks const& clocks) {
+  report::Table table{"Stages of the run", {{"stage", true}, {"documents"}, {"seconds"}, {"per second"}}, {}};
   for (auto const& [stage, clock] : clocks.Stages()) {
     if (clock->Documents() == 0) continue;
     double const speed = clock->Seconds() > 0 ? static_cast<double>(clock->Documents()) / clock->Seconds() : 0;
-    rows.push_back({stage, Grouped(clock->Documents()), Fixed(clock->Seconds(), 2),
-                    speed > 0 ? Grouped(static_cast<std::uint64_t>(speed)) : "&ndash;"});
+    table.rows.push_back({{stage},
+                          Count(clock->Documents()),
+                          {Fixed(clock->Seconds(), 2)},
+                          {speed > 0 ? Grouped(static_cast<std::uint64_t>(speed)) : "\u2013"}});
   }
-  return html::Table({"stage", "documents", "seconds", "per second"}, rows);
+  return table;
 }
 
-std::string Map(Findings const& findings) {
-  if (findings.map.points.empty()) return "<p>There is none: these results were loaded, without the documents.</p>\n";
-  return html::Picture(mapFile, "Tested documents as points, coloured by class");
+report::Content Map(Findings const& findings, Options const& options) {
+  if (findings.map.points.empty()) return "There is none: these results were loaded, without the documents.";
+  return MapOf(findings, options);
 }
 
-std::string Body(Findings const& findings, ZaM::ErrorMatrix const& matrix, Options const& options,
-                 StageClocks const& clocks) {
-  return "<h1>Classification of " + Escaped(findings.corpus) + "</h1>\n" + Figures(matrix, findings.ClassCount()) +
-         "<nav><a href=\"#classes\">Classes</a><a href=\"#matrix\">Confusion matrix</a>"
-         "<a href=\"#confusions\">Worst confusions</a><a href=\"#confidence\">Confidence</a>"
-         "<a href=\"#rejection\">Rejection</a><a href=\"#map\">Map</a><a href=\"#times\">Times</a></nav>\n" +
-         Section("setup", "What was run", "", Setup(findings, options)) +
-         Section(
-             "classes", "Classes",
-             "Precision: of the documents that were given the class, those that belong to it. Recall: of the "
-             "documents of the class, those that were given it. The last columns are for deciding on new documents: "
-             "the lowest confidence to ask of those that are given the class if that share of them has to be right; "
-             "how many of the tested ones that accepts, and how many of these were right; and where their share "
-             "lies among more documents, with a probability of 95 %. Fewer than 30 documents are too few to tell.",
-             ClassRows(findings, matrix)) +
-         Section(
-             "matrix", "Confusion matrix",
-             "A row for each class, a column for what its documents were taken for. Blue is right, red is wrong; the "
-             "darker, the more of the row.",
-             html::Picture(matrixFile, "Confusion matrix")) +
-         Section("confusions", "Worst confusions", "With some of the documents that were misplaced.",
-                 Confusions(findings, matrix, options)) +
-         Section(
-             "confidence", "How far a confidence can be trusted",
-             "For each confidence that may be asked for, the share of the documents that have it and are in their "
-             "own class, and of those that have it and are in another one. All documents, then those of each class.",
-             CurvePictures(findings)) +
-         Section("rejection", "What rejecting unsure documents gains",
-                 "The options <code>--best-threshold</code> and <code>--distance-threshold</code> leave documents to a "
-                 "person: how many, and how many of the others are still wrong. The figures at the points are the "
-                 "thresholds.",
-                 html::Picture(rejectionFile, "Wrong documents over rejected documents")) +
-         Section("map", "Map",
-                 "The tested documents on the plane of the first two principal components of training documents.",
-                 Map(findings)) +
-         Section("times", "Times", "", Times(clocks));
+report::Page PageOf(Findings const& findings, ZaM::ErrorMatrix const& matrix, Options const& options,
+                    StageClocks const& clocks) {
+  return {
+      "Classification of " + findings.corpus,
+      Figures(matrix, findings.ClassCount()),
+      {{"setup", "Setup", "What was run", "", {Setup(findings, options)}},
+       {"classes",
+        "Classes",
+        "Classes",
+        "Precision: of the documents that were given the class, those that belong to it. Recall: of the documents of "
+        "the class, those that were given it. The last columns are for deciding on new documents: the lowest "
+        "confidence to ask of those that are given the class if that share of them has to be right; how many of the "
+        "tested ones that accepts, and how many of these were right; and where their share lies among more documents, "
+        "with a probability of 95 %. Fewer than 30 documents are too few to tell.",
+        {Classes(findings, matrix)}},
+       {"matrix",
+        "Confusion matrix",
+        "Confusion matrix",
+        "A row for each class, a column for what its documents were taken for. Blue is right, red is wrong; the "
+        "stronger, the more of the row.",
+        {ConfusionMatrix(findings, matrix)}},
+       {"confusions",
+        "Worst confusions",
+        "Worst confusions",
+        "With some of the documents that were misplaced.",
+        {Confusions(findings, matrix, options)}},
+       {"confidence",
+        "Confidence",
+        "How far a confidence can be trusted",
+        "For each confidence that may be asked for, the share of the documents that have it and are in their own "
+        "class, and of those that have it and are in another one. All documents, then those of each class.",
+        {ConfidenceCharts(findings)}},
+       {"rejection",
+        "Rejection",
+        "What rejecting unsure documents gains",
+        "The options --best-threshold and --distance-threshold leave documents to a person: how many, and how many of "
+        "the others are still wrong. The figures at the points are the thresholds.",
+        {RejectionChart(findings)}},
+       {"map",
+        "Map",
+        "Map",
+        "The tested documents on the plane of the first two principal components of training documents. A ring marks "
+        "those that are misplaced or rejected; the mouse shows which they are.",
+        {Map(findings, options)}},
+       {"times", "Times", "Times", "", {Times(clocks)}}}};
 }
 
 }  // namespace
 
-HtmlReport::HtmlReport(fs::path path) : folder(std::move(path)) {
+MadeFolders::MadeFolders(fs::path const& path) {
   std::error_code error;
-  for (fs::path part; fs::path const& name : fs::absolute(folder, error)) {
+  for (fs::path part; fs::path const& name : fs::absolute(path, error)) {
     part /= name;
     std::error_code unknown;
     if (!fs::exists(part, unknown) && fs::create_directory(part, error)) made.push_back(part);
-    if (error) throw RunError{"can't make the folder " + Printable(folder.native()) + ": " + error.message()};
+    if (error) throw RunError{"can't make the folder " + Printable(path.native()) + ": " + error.message()};
   }
-  CheckGnuplot();
-  PendingFile const writable(folder / pageFile);
 }
 
-HtmlReport::~HtmlReport() {
+MadeFolders::~MadeFolders() {
   std::error_code isFull;
   for (auto part = made.rbegin(); part != made.rend(); ++part) fs::remove(*part, isFull);
 }
 
-std::vector<PendingFile> HtmlReport::Write(Findings const& findings, ZaM::ErrorMatrix const& matrix,
-                                           Options const& options, StageClocks const& clocks) const {
-  std::vector<PendingFile> files;
-  auto const add = [&](std::string const& name, std::string const& content) {
-    files.emplace_back(folder / name).Write(content);
-  };
-  std::vector<ConfidenceCurve> const curves = CurvesOf(findings);
-  add(matrixFile, DrawMatrix(matrix, findings.ClassNames()));
-  add(CurveFile(0), DrawCurve("all classes", curves[0]));
-  for (std::size_t id = 1; id <= findings.ClassCount(); ++id)
-    add(CurveFile(id), DrawCurve(findings.ClassNames()[id], curves[id]));
-  add(rejectionFile,
-      DrawRejection(RejectionCurve(findings, ThresholdKind::Best), RejectionCurve(findings, ThresholdKind::Distance)));
-  if (!findings.map.points.empty()) add(mapFile, DrawMap(findings.corpus, findings.map, findings.ClassNames()));
-  // The page comes last, so that it never shows pictures that aren't there yet.
-  add(pageFile, html::Page("Classification of " + findings.corpus, Body(findings, matrix, options, clocks)));
-  return files;
+PendingFile HtmlReport::Write(Findings const& findings, ZaM::ErrorMatrix const& matrix, Options const& options,
+                              StageClocks const& clocks) && {
+  page.Write(report::Html(PageOf(findings, matrix, options, clocks)));
+  return std::move(page);
+}
+
+report::Scatter MapOf(Findings const& findings, Options const& options) {
+  if (findings.map.points.empty())
+    throw RunError{"there is nothing to draw a map of: no tested document has a known word"};
+  report::Scatter map{findings.corpus + ": " + Grouped(findings.map.points.size()) + " documents of fold " +
+                          std::to_string(findings.map.fold) + " on the plane of " + Grouped(findings.map.examples) +
+                          " others",
+                      "first principal component",
+                      "second principal component",
+                      findings.ClassNames(),
+                      {}};
+  for (TestedDocument const& document : findings.Tested()) {
+    auto const point = findings.map.points.find(document.node);
+    if (point == findings.map.points.end()) continue;
+    Decision const decision(document.Result(), options);
+    map.dots.push_back({point->second.x, point->second.y, document.classId, decision.isRejected ? 0 : decision.classId,
+                        document.name});
+  }
+  return map;
 }
 
 }  // namespace classify

@@ -173,7 +173,7 @@ void AddLoading(CLI::App& app, Options& options) {
 }
 
 void AddOutput(CLI::App& app, Options& options) {
-  app.add_option("--report", options.report, "Write a page for a browser, index.html, and its pictures to this folder")
+  app.add_option("--report", options.report, "Write a page for a browser, index.html, to this folder")
       ->option_text("FOLDER");
   auto* const results = app.add_option("--results", options.results,
                                        "Keep the results in this XML file; compressed if its name ends in .gz")

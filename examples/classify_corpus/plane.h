@@ -5,6 +5,7 @@
 #include <zam/zam.h>
 
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,17 +27,11 @@ struct PlanePoint {
   float y;
 };
 
-/// A tested document on the plane.
-struct MapPoint {
-  unsigned int classId;
-  PlanePoint place;
-};
-
 /// What a picture of the plane shows.
 struct DocumentMap {
-  unsigned int fold = 0;     // whose documents these are
-  std::size_t examples = 0;  // how many others the plane was learned from
-  std::vector<MapPoint> points;
+  unsigned int fold = 0;                                  // whose documents these are
+  std::size_t examples = 0;                               // how many others the plane was learned from
+  std::map<ZaM::DocumentNode const*, PlanePoint> points;  // by the tested document's node
 };
 
 /// The two directions in which training documents differ most: their first two principal components.

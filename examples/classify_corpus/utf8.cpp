@@ -125,9 +125,4 @@ std::string Printable(std::string_view name) {
   return printable;
 }
 
-std::size_t Width(std::string_view utf8) {
-  return static_cast<std::size_t>(
-      std::count_if(utf8.begin(), utf8.end(), [](char byte) { return !IsContinuation(byte); }));
-}
-
 }  // namespace classify

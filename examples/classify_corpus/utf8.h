@@ -2,10 +2,11 @@
 #ifndef CLASSIFY_CORPUS_UTF8_H
 #define CLASSIFY_CORPUS_UTF8_H
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "report/text.h"
 
 namespace classify {
 
@@ -21,7 +22,7 @@ std::string EncodeUtf8(std::u16string_view text);
 std::string Printable(std::string_view name);
 
 /// The number of characters of a `Printable` name, which is its width in most alphabets.
-std::size_t Width(std::string_view utf8);
+using report::Width;
 
 }  // namespace classify
 

@@ -2,13 +2,16 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <regex>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "fold.h"
-#include "html_text.h"
 #include "number_text.h"
+#include "report/html.h"
+#include "report/scatter.h"
 #include "tests/examples/small_corpus.h"
 
 namespace classify {
@@ -17,76 +20,89 @@ namespace {
 namespace fs = std::filesystem;
 using ZaM::test::ProcessResult;
 
-// What a browser makes of the page: its text after loading, with the number of pictures that were there and weren't.
-std::string Browse(fs::path const& folder) {
+// What page_check.js has to say of the page in a frame of this width, by day (1) or by night (0).
+std::string Browse(fs::path const& folder, std::string const& width, std::string const& scheme) {
   std::string page = Read(folder / "index.html");
-  page.insert(page.rfind("</body>"), R"(<p id="pictures"></p><script>
-    window.onload = () => {
-      const drawn = [...document.images].filter(image => image.complete && image.naturalWidth > 100).length;
-      document.getElementById("pictures").textContent = drawn + " of " + document.images.length;
-    };</script>)");
-  std::ofstream(folder / "watched.html") << page;
-  return ZaM::test::RunProcess({"timeout", "300", "chromium", "--headless", "--no-sandbox", "--disable-gpu",
-                                "--user-data-dir=" + (folder / "profile").string(), "--virtual-time-budget=10000",
-                                "--dump-dom", html::FileAddress(folder / "watched.html")})
-      .output;
-}
-
-// The text of the element with this id.
-std::string TextOf(std::string const& page, std::string const& id) {
-  std::smatch match;
-  return std::regex_search(page, match, std::regex("id=\"" + id + "\">([^<]*)<")) ? match[1].str() : "";
-}
-
-std::vector<std::string> AddressesIn(std::string const& page) {
-  std::regex const address(R"re((?:src|href)="([^"#]+)")re");
-  std::vector<std::string> addresses;
-  for (std::sregex_iterator i(page.begin(), page.end(), address), end; i != end; ++i) addresses.push_back((*i)[1]);
-  return addresses;
+  page.insert(page.find("<title>"), "<script>" + Read(PAGE_CHECK) + "</script>");
+  std::ofstream(folder / "frame.html") << "<meta name=color-scheme content='light dark'><iframe height=900 width="
+                                       << width << " srcdoc=\"" << report::Escaped(page) << "\"></iframe>";
+  std::string const drawn =
+      ZaM::test::RunProcess({"timeout", "300", "chromium", "--headless", "--no-sandbox", "--disable-gpu",
+                             "--user-data-dir=" + (folder / "profile").string(), "--virtual-time-budget=10000",
+                             "--window-size=1400,1000", "--blink-settings=preferredColorScheme=" + scheme, "--dump-dom",
+                             "file://" + (folder / "frame.html").string()})
+          .output;
+  std::smatch title;
+  return std::regex_search(drawn, title, std::regex("<title>([^<]*)<")) ? title[1].str() : drawn;
 }
 
 class ReportPage : public SmallCorpus {
  protected:
   void SetUp() override {
-    if (ZaM::test::RunProcess({"chromium", "--version"}).exitCode != 0) GTEST_SKIP() << "chromium isn't installed";
     WriteClasses(30);
-    Put("fish/a & b <odd> 'name'.txt", "violin chord flute");
-    fold = std::to_string(FoldOf("a & b <odd> 'name'.txt"));
+    Put("fish/" + odd, "violin chord flute");
+    run = Classify({Corpus(), "--fold", std::to_string(FoldOf(odd)), "--report", Folder().string(), "--results",
+                    Results(), "--map", Part(1, ".svg")});
+    ASSERT_EQ(run.exitCode, 0) << run.output;
+    page = Read(Folder() / "index.html");
   }
   fs::path Folder() const { return folder.Path() / "report"; }
 
-  std::string fold;
+  std::string const odd = "a & b <odd> 'name'.txt";
+  ProcessResult run;
+  std::string page;
 };
 
-TEST_F(ReportPage, ShowsTheFiguresOfTheRunAndAllPicturesInABrowser) {
-  ProcessResult const run = Classify({Corpus(), "--fold", fold, "--report", Folder().string(), "--results", Results()});
-  ASSERT_EQ(run.exitCode, 0) << run.output;
-  std::string const page = Browse(Folder());
-  EXPECT_EQ(TextOf(page, "pictures"), "7 of 7") << page;  // matrix, rejection, map, curves of all and of each class
-  EXPECT_TRUE(Contains(run.output, "accuracy " + Right(TextOf(page, "accuracy"), 8))) << run.output;
-  EXPECT_TRUE(Contains(run.output, "rejected " + Right(TextOf(page, "rejected"), 8))) << run.output;
-  EXPECT_TRUE(Contains(run.output, "macro F1 " + Right(TextOf(page, "macro-f1"), 8))) << run.output;
-  EXPECT_TRUE(Contains(page, "<td>fish</td><td>music</td><td>1</td>")) << page;
-  EXPECT_TRUE(Contains(run.output, "right    " + Right(TextOf(page, "right"), 8))) << run.output;
-  EXPECT_TRUE(Contains(page, "<small>too few: ")) << page;
-
-  ProcessResult const loaded = Classify({"--load-results", Results(), "--report", Part(1, "")});
-  ASSERT_EQ(loaded.exitCode, 0) << loaded.output;
-  std::string const second = Browse(Part(1, ""));
-  EXPECT_EQ(TextOf(second, "pictures"), "6 of 6");
-  for (char const* id : {"accuracy", "rejected", "macro-f1"}) EXPECT_EQ(TextOf(second, id), TextOf(page, id));
+TEST_F(ReportPage, ShowsTheFiguresOfTheRun) {
+  ASSERT_EQ(Classify({"--load-results", Results(), "--report", Part(1, "")}).exitCode, 0);
+  for (std::string const& text : {page, Read(Part(1, "/index.html"))}) {
+    for (auto const& [id, name] : {std::pair("accuracy", "accuracy "), std::pair("rejected", "rejected "),
+                                   std::pair("right", "right    "), std::pair("macro-f1", "macro F1 ")}) {
+      std::smatch value;
+      ASSERT_TRUE(std::regex_search(text, value, std::regex("id=\"" + std::string(id) + "\">([^<]*)<")));
+      EXPECT_TRUE(Contains(run.output, name + Right(value[1], 8))) << run.output << value[1];
+    }
+    EXPECT_TRUE(Contains(text, "title=\"fish \u2192 music\">1</td>")) << text;
+    EXPECT_TRUE(Contains(text, "<small>too few: ")) << text;
+  }
+  for (std::string const& text : {page, Read(Part(1, ".svg"))})
+    EXPECT_TRUE(Contains(text, "<title>fish/" + report::Escaped(odd) + ": fish taken for music</title>")) << text;
 }
 
-TEST_F(ReportPage, NeedsNothingButItsFolderAndLinksToDocuments) {
-  ASSERT_EQ(Classify({Corpus(), "--fold", fold, "--report", Folder().string()}).exitCode, 0);
-  std::string const document = html::FileAddress(fs::path(Corpus()) / "fish/a & b <odd> 'name'.txt");
-  bool linked = false;
-  for (std::string const& address : AddressesIn(Read(Folder() / "index.html"))) {
-    linked = linked || address == document;
-    EXPECT_TRUE(address == document || fs::exists(Folder() / address)) << address;
+TEST_F(ReportPage, NeedsNothingButLinksToDocuments) {
+  std::set<std::string> addresses;
+  std::regex const address(R"re((?:src|href|url)[=(]"?([^"#)]+))re");
+  for (std::sregex_iterator i(page.begin(), page.end(), address), end; i != end; ++i) addresses.insert((*i)[1]);
+  EXPECT_EQ(addresses, std::set<std::string>{"../corpus/fish/a%20%26%20b%20%3Codd%3E%20%27name%27.txt"});
+  EXPECT_FALSE(Contains(page, "<odd>"));
+}
+
+TEST_F(ReportPage, ServesReadersOnNarrowAndWideScreensByNightToo) {
+  if (ZaM::test::RunProcess({"chromium", "--version"}).exitCode != 0) GTEST_SKIP() << "chromium isn't installed";
+  EXPECT_EQ(Browse(Folder(), "400", "1"), "400 pixels by day: ");
+  EXPECT_EQ(Browse(Folder(), "1280", "0"), "1280 pixels by night: ");
+}
+
+TEST(Scatter, LetsOnlyTheSmallestGroupShareAColourInAnotherShape) {
+  report::Scatter scatter{"", "", "", {"-"}, {}};
+  for (std::size_t group = 1; group <= report::ColorCount + 1; ++group) {
+    scatter.groups.push_back("g" + std::to_string(group));
+    for (std::size_t i = 0; i < group; ++i) scatter.dots.push_back({0, 0, group, group, ""});
   }
-  EXPECT_TRUE(linked);
-  EXPECT_FALSE(Contains(Read(Folder() / "index.html"), "<odd>"));
+  std::string const picture = Draw(scatter).File();
+  std::regex const entry(R"re(class="dots (color\d+)" d="M[\d.]+ [\d.]+([^"]*)"/>\n<text class="label"[^>]*>(g\d+))re");
+  std::map<std::string, std::string> colors;
+  std::set<std::string> looks;
+  for (std::sregex_iterator i(picture.begin(), picture.end(), entry), end; i != end; ++i) {
+    colors[(*i)[3]] = (*i)[1];
+    looks.insert((*i)[1].str() + (*i)[2].str());
+  }
+  EXPECT_EQ(looks.size(), report::ColorCount + 1);
+  EXPECT_EQ(colors["g1"], colors["g13"]);
+  colors.erase("g1");
+  std::set<std::string> large;
+  for (auto const& [group, color] : colors) large.insert(color);
+  EXPECT_EQ(large.size(), report::ColorCount);
 }
 
 }  // namespace
