@@ -8,12 +8,20 @@
 #include <vector>
 
 #include "tests/text/plain_filter.h"
+#include "tests/text/vector_model.h"
 #include "zam/text/ascii_text_filter.h"
 #include "zam/text/block_kernel.h"
 
+#define ZAM_VECTOR_FILTER inline
+#include "zam/text/vector_filter.h"
+
 namespace ZaM::test {
 
-/// A way to filter. This machine may lack the instructions for one.
+template <class Vector>
+inline constexpr detail::BlockKernel modelKernel{"", detail::FilterByVectors<unsigned char, Vector>,
+                                                 detail::FilterByVectors<char16_t, Vector>};
+
+/// A way to filter. This machine may lack what one needs; the models stand in for it.
 struct Kernel {
   char const* name;
   detail::BlockKernel const* kernel;
@@ -25,6 +33,8 @@ inline std::vector<Kernel> Kernels() {
   auto const* const vector256 = detail::Vector256Kernel();
   return {{"StepByStep", nullptr, true},
           {"Portable", &detail::portableKernel, true},
+          {"ModelOfAvx512", &modelKernel<VectorModel<64, 0, 64>>, true},
+          {"ModelOfAvx2", &modelKernel<VectorModel<32, 8, 8>>, true},
           {"Avx512", vector512, vector512 != nullptr},
           {"Avx2", vector256, vector256 != nullptr}};
 }

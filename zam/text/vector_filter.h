@@ -1,9 +1,9 @@
 // The block kernels for processors with vector instructions: looking a block up, finding its words and moving together
 // what is kept are a few instructions each.
 //
-// Written once for all of them. `Vector` is the instructions: platform::Vector512 or platform::Vector256. A file that
-// includes this first defines ZAM_VECTOR_FILTER as what makes its functions code for those processors, so everything
-// here belongs to that file alone.
+// Written once for all of them. `Vector` is the instructions: platform::Vector512 or platform::Vector256, in tests a
+// model of them that runs anywhere. A file that includes this first defines ZAM_VECTOR_FILTER as what makes its
+// functions code for those processors, so everything here belongs to that file alone.
 #ifndef ZAM_TEXT_VECTOR_FILTER_H
 #define ZAM_TEXT_VECTOR_FILTER_H
 
