@@ -3,6 +3,6 @@
 
 namespace ZaM::detail {
 
-constinit SymmetricKernel const portableSymmetricKernel = MakeSymmetricKernel<2, 2, 4>("portable");
+constinit SymmetricKernel const portableSymmetricKernel = MakeSymmetricKernel<2, 4>("portable");
 
 }  // namespace ZaM::detail

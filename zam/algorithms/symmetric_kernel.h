@@ -55,8 +55,7 @@ struct RowBlock {
 /// All loops for one level of processors.
 struct SymmetricKernel {
   char const* name;
-  GroupLoops wide;
-  GroupLoops narrow;  ///< for a last group that is no wider than this
+  GroupLoops group;
   double (*innerProduct)(double const* x, double const* y, std::size_t count);
   void (*subtractScaled)(double* y, double factor, double const* x, std::size_t count);
   void (*addInnerProducts)(RowBlock rows, double const* y, std::size_t count, double* products);

@@ -227,15 +227,14 @@ void SubtractScaledRowsLoop(double* y, double const* factors, RowBlock rows, std
   for (; r < rows.count; ++r) SubtractScaledLoop<width>(y, factors[r], rows.first + r * rows.stride, count);
 }
 
-template <int wide, int narrow, int blockRows>
+template <int width, int blockRows>
 constexpr SymmetricKernel MakeSymmetricKernel(char const* name) {
   return {name,
-          Loops<wide, blockRows>::Table(),
-          Loops<narrow, blockRows>::Table(),
-          InnerProductLoop<wide>,
-          SubtractScaledLoop<wide>,
-          AddInnerProductsLoop<wide, blockRows>,
-          SubtractScaledRowsLoop<wide, blockRows>};
+          Loops<width, blockRows>::Table(),
+          InnerProductLoop<width>,
+          SubtractScaledLoop<width>,
+          AddInnerProductsLoop<width, blockRows>,
+          SubtractScaledRowsLoop<width, blockRows>};
 }
 
 }  // namespace

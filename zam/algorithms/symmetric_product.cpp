@@ -24,12 +24,10 @@ struct alignas(64) CacheLine {
 /// The vectors and their products, in groups whose numbers lie side by side.
 class Groups {
  public:
-  Groups(SymmetricKernel const& kernel, std::size_t vectorCount, std::size_t memberCount) {
+  Groups(SymmetricKernel const& kernel, std::size_t vectorCount, std::size_t memberCount) : loops(kernel.group) {
     std::size_t lineCount = 0;
-    for (std::size_t first = 0; first < vectorCount; first += groups.back().loops.width) {
-      auto const left = vectorCount - first;
-      auto const& loops = left <= kernel.narrow.width ? kernel.narrow : kernel.wide;
-      groups.push_back({loops, first, std::min(left, loops.width), lineCount});
+    for (std::size_t first = 0; first < vectorCount; first += loops.width) {
+      groups.push_back({first, std::min(vectorCount - first, loops.width), lineCount});
       lineCount += (memberCount * loops.width + CacheLine::size - 1) / CacheLine::size;
     }
     vectorLines = std::make_unique_for_overwrite<CacheLine[]>(lineCount);
@@ -38,39 +36,39 @@ class Groups {
 
   void Load(double const* vectors, std::size_t stride, std::size_t count) {
     for (auto const& group : groups)
-      group.loops.interleave(vectors + group.first * stride, group.size, stride, count, At(vectorLines, group, 0));
+      loops.interleave(vectors + group.first * stride, group.size, stride, count, At(vectorLines, group, 0));
   }
 
   void Store(double* products, std::size_t stride, std::size_t count) const {
     for (auto const& group : groups)
-      group.loops.separate(At(productLines, group, 0), group.size, stride, count, products + group.first * stride);
+      loops.separate(At(productLines, group, 0), group.size, stride, count, products + group.first * stride);
   }
 
   /// The first group meets the tile in memory, the others in a cache.
   void AddTile(SymmetricTile tile, std::size_t firstRow, std::size_t firstColumn) {
     for (auto const& group : groups) {
-      group.loops.addTile(tile, Part(group, firstRow), Part(group, firstColumn));
+      loops.addTile(tile, Part(group, firstRow), Part(group, firstColumn));
       tile.fetchAhead = false;
     }
   }
 
  private:
   struct Group {
-    GroupLoops const& loops;
     std::size_t first;  // of its vectors
     std::size_t size;   // how many they are
     std::size_t firstLine;
   };
   using Lines = std::unique_ptr<CacheLine[]>;
 
-  static double* At(Lines const& lines, Group const& group, std::size_t member) {
-    return lines[group.firstLine].numbers + member * group.loops.width;
+  double* At(Lines const& lines, Group const& group, std::size_t member) const {
+    return lines[group.firstLine].numbers + member * loops.width;
   }
 
   GroupPart Part(Group const& group, std::size_t member) const {
     return {At(vectorLines, group, member), At(productLines, group, member)};
   }
 
+  GroupLoops const& loops;
   std::vector<Group> groups;
   Lines vectorLines;
   Lines productLines;

@@ -4,6 +4,6 @@
 namespace ZaM::detail {
 
 extern SymmetricKernel const x86V3SymmetricKernel;
-constinit SymmetricKernel const x86V3SymmetricKernel = MakeSymmetricKernel<4, 4, 4>("x86-64-v3");
+constinit SymmetricKernel const x86V3SymmetricKernel = MakeSymmetricKernel<4, 4>("x86-64-v3");
 
 }  // namespace ZaM::detail
