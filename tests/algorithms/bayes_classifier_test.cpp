@@ -77,7 +77,8 @@ class BayesClassifierTest : public ::testing::Test {
 Items const none = {Item(0, 0.0F, 0)};
 
 /// The rules followed step by step, over a list of classes in pre-order.
-Items ScoresByTheRules(std::vector<Class> const& list, unsigned int maxResults, bool normalize) {
+Items ScoresByTheRules(std::vector<Class> const& list, unsigned int maxResults, bool normalize,
+                       unsigned int greatest = 1) {
   std::map<unsigned int, float> scores;
   std::size_t best = 0;
   double bestValue = std::numeric_limits<double>::lowest();
@@ -97,7 +98,7 @@ Items ScoresByTheRules(std::vector<Class> const& list, unsigned int maxResults, 
   }
   Items items;
   if (maxResults == 0) {
-    unsigned int const greatest = scores.empty() ? 1 : scores.rbegin()->first;
+    if (!scores.empty()) greatest = std::max(greatest, scores.rbegin()->first);
     for (unsigned int id = 0; id <= greatest; ++id) items.push_back(Item(id, scores.contains(id) ? scores[id] : 0.0F));
     return items;
   }
@@ -109,71 +110,110 @@ Items ScoresByTheRules(std::vector<Class> const& list, unsigned int maxResults, 
   return items.empty() ? Items{Item(0, 0.0F)} : items;
 }
 
-TEST_F(BayesClassifierTest, FollowsTheRulesOnAnyTrees) {
+TEST_F(BayesClassifierTest, LeavesTheBestClassesOnEachDocument) {
+  SetClasses({{1, .25}, {2, .75}, {3, .5}});
+  DocumentNode* const document = AddDocument(*documents);
+  control.SetMaxResults(2);
+  Run();
+  EXPECT_EQ(Entries(document), (Items{Item(2, .75F), Item(3, .5F)}));
+}
+
+/// Adds children that `make` gives, and below them, in pre-order.
+template <class Make>
+void Grow(std::mt19937& random, DocumentNode& parent, Make const& make, int depth) {
+  for (auto count = random() % 4; count > 0; --count) {
+    Node* const child = make();
+    parent.AddChild(child);
+    if (auto* const document = dynamic_cast<DocumentNode*>(child); document && depth < 3) {
+      Grow(random, *document, make, depth + 1);
+    }
+  }
+}
+
+TEST_F(BayesClassifierTest, FollowsTheRulesOnAnyTreesInAnyOrderOfRuns) {
   std::mt19937 random(1);
   double const values[] = {notANumber, -infinite, -1e300, -1.0,        -0.0, 0.0,   1e-46,   .1,
                            .3,         .7,        1.0,    1.0 + 1e-12, 3.0,  1e300, infinite};
   auto const value = [&] { return values[random() % std::size(values)]; };
-  // Adds children that `make` gives, and below them, in pre-order.
-  auto const grow = [&](auto& self, DocumentNode& parent, auto const& make, int depth) -> void {
-    for (auto count = random() % 4; count > 0; --count) {
-      Node* const child = make();
-      parent.AddChild(child);
-      if (auto* const document = dynamic_cast<DocumentNode*>(child); document && depth < 3) {
-        self(self, *document, make, depth + 1);
-      }
-    }
+  unsigned int const greatIds[] = {0, 1, 2, 3, 0xFFFFFFFF, 4'000'000'000};
+  bool isGreat = false;
+  std::vector<Class> list;  // what was learned last
+  unsigned int greatest = 1;
+  struct Expected {
+    DocumentNode* document;
+    bool isScored;
+    Items entries;
   };
-  for (int round = 0; round < 2000; ++round) {
-    control.SetMaxResults(static_cast<unsigned int>(random() % 6));
+  std::vector<Expected> expected;
+  control.SetClassTag("Clss");
+  for (int round = 0; round < 3000; ++round) {
+    if (round % 20 == 0) {
+      isGreat = random() % 2 == 0;
+      classifier = BayesClassifier();
+      list.clear();
+      greatest = 1;
+    }
+    control.SetMaxResults(static_cast<unsigned int>(isGreat ? 1 + random() % 5 : random() % 6));
     control.SetDoNormalize(random() % 2 == 0);
-    control.SetClassTag("Clss");
-    unsigned int const greatIds[] = {0, 1, 2, 3, 0xFFFFFFFF, 4'000'000'000};
-    std::vector<Class> list;
-    SetClasses({});
-    grow(
-        grow, *classes,
-        [&]() -> Node* {
-          auto const kind = random() % 8;
-          if (kind == 0) return ProbeNode::Create("no document");
-          if (kind == 1) {  // a class tag on the chain makes no class
-            auto* const container = DocumentNode::Create(5, nullptr);
-            container->AddRepresentation(TaggedNode::Create("Clss"));
-            return container;
-          }
-          unsigned int const id = static_cast<unsigned int>(random() % (control.GetMaxResults() == 0 ? 10 : 6));
-          Class const entry{control.GetMaxResults() == 0 ? id : greatIds[id], value(), value(), value()};
-          auto* const node = ClassNode::Create(entry.id, {entry.score}, entry.low, entry.high);
-          node->valid = kind != 2;
-          node->SetTagName(kind == 3 ? "Othr" : "Clss");
-          if (kind > 3) list.push_back(entry);
-          return node;
-        },
-        0);
-
-    std::vector<DocumentNode*> scored, others;
-    documents = Ref(DocumentNode::Create());
-    control.SetRootDocument(documents.Get());
-    grow(
-        grow, *documents,
-        [&]() -> Node* {
-          auto const kind = random() % 6;
-          if (kind == 0) return ProbeNode::Create("no document");
-          auto* const document = DocumentNode::Create();
-          if (kind != 1) document->AddRepresentation(NumberVector::Create(std::vector<double>(kind == 2 ? 0 : 1, 1.0)));
-          (kind > 2 ? scored : others).push_back(document);
-          return document;
-        },
-        1);
+    control.SetDoLearn(random() % 4 != 0);
+    control.SetDoClassify(random() % 8 != 0);
+    if (control.GetDoLearn()) {
+      list.clear();
+      SetClasses({});
+      auto const makeClass = [&]() -> Node* {
+        auto const kind = random() % 8;
+        if (kind == 0) return ProbeNode::Create("no document");
+        if (kind == 1) {  // a class tag on the chain makes no class
+          auto* const container = DocumentNode::Create(5, nullptr);
+          container->AddRepresentation(TaggedNode::Create("Clss"));
+          return container;
+        }
+        unsigned int const id = isGreat ? greatIds[random() % 6] : static_cast<unsigned int>(random() % 10);
+        Class const entry{id, value(), value(), value()};
+        auto* const node = ClassNode::Create(entry.id, {entry.score}, entry.low, entry.high);
+        node->valid = kind != 2;
+        node->SetTagName(kind == 3 ? "Othr" : "Clss");
+        if (kind > 3) list.push_back(entry);
+        if (kind > 3) greatest = std::max(greatest, id);
+        return node;
+      };
+      Grow(random, *classes, makeClass, 0);
+    }
+    if (expected.empty() || random() % 2 == 0) {  // else the results of earlier runs are there
+      expected.clear();
+      documents = Ref(DocumentNode::Create());
+      auto const makeDocument = [&]() -> Node* {
+        auto const kind = random() % 6;
+        if (kind == 0) return ProbeNode::Create("no document");
+        auto* const document = DocumentNode::Create();
+        if (kind != 1) document->AddRepresentation(NumberVector::Create(std::vector<double>(kind == 2 ? 0 : 1, 1.0)));
+        if (kind == 4) document->AddRepresentation(TaggedNode::Create("Last"));
+        expected.push_back({document, kind > 2, none});
+        return document;
+      };
+      Grow(random, *documents, makeDocument, 1);
+    }
+    bool const isAlone = !expected.empty() && random() % 8 == 0;
+    DocumentNode* const root = isAlone ? expected[random() % expected.size()].document : documents.Get();
+    control.SetDoBatch(!isAlone);
+    control.SetRootDocument(random() % 16 == 0 ? nullptr : root);
     CallBack callBack;
-    classifier = BayesClassifier();
     classifier.SetCallBack(&callBack);
     Run();
-    Items const expected =
-        list.empty() ? none : ScoresByTheRules(list, control.GetMaxResults(), control.GetDoNormalize());
-    for (DocumentNode* const document : scored) ASSERT_EQ(Entries(document), expected) << "in round " << round;
-    for (DocumentNode* const document : others) ASSERT_EQ(Entries(document), none);
-    EXPECT_EQ(callBack.GetCurrent(), list.empty() ? 0 : scored.size());
+    unsigned int scored = 0;
+    for (Expected& each : expected) {
+      bool const isMet = control.GetRootDocument() && control.GetDoClassify() && !list.empty() && each.isScored &&
+                         (!isAlone || each.document == root);
+      if (isMet) each.entries = ScoresByTheRules(list, control.GetMaxResults(), control.GetDoNormalize(), greatest);
+      scored += isMet ? 1 : 0;
+      ASSERT_EQ(Entries(each.document), each.entries) << "in round " << round;
+      Node* last = each.document;
+      int results = 0;
+      while (last->GetFeature()) results += dynamic_cast<Result*>(last = last->GetFeature()) ? 1 : 0;
+      ASSERT_EQ(results, each.entries == none ? 0 : 1);
+      ASSERT_TRUE(!isMet || dynamic_cast<Result*>(last));  // behind all others
+    }
+    EXPECT_EQ(callBack.GetCurrent(), scored);
   }
 }
 
@@ -187,43 +227,16 @@ TEST_F(BayesClassifierTest, RefusesFullResultsForTooGreatClassIds) {
   }
 }
 
-TEST_F(BayesClassifierTest, ClassifiesWithTheClassesOfAnEarlierRunTheRootAlone) {
-  SetClasses({{1, .5}});
-  Run();
-  control.SetDoLearn(false);
-  control.SetDoBatch(false);
-  DocumentNode* const outer = AddDocument(*documents);
-  DocumentNode* const inner = AddDocument(*outer);
-  Ref const foreign(ProbeNode::Create("no document"));
-  for (Node* const root : std::initializer_list<Node*>{documents.Get(), foreign.Get(), outer, nullptr}) {
-    control.SetRootDocument(root);
-    Run();
-  }
-  EXPECT_EQ(Entries(outer), Items{Item(1, .5F)});
-  EXPECT_EQ(Entries(inner), none);
-}
-
-TEST_F(BayesClassifierTest, ReplacesAnEarlierResultAndTakesForeignObjectsOff) {
+TEST_F(BayesClassifierTest, TakesForeignObjectsOffAndLeavesThemToTheirOwner) {
   SetClasses({{5, .5}});
   DocumentNode* const document = AddDocument(*documents);
-  Run();
-  document->AddRepresentation(TaggedNode::Create("Last"));
-  SetClasses({{1, .25}});
-  control.SetMaxResults(0);
-  Run();
-  EXPECT_EQ(Entries(document).size(), 6U);  // as many as the greatest class id ever seen asks for
-  Node* const vector = document->GetFeature();
-  EXPECT_EQ(dynamic_cast<Representation*>(vector->GetFeature())->GetTagName(), "Last");
-  EXPECT_NE(dynamic_cast<FullResult*>(vector->GetFeature()->GetFeature()), nullptr);
-  EXPECT_EQ(vector->GetFeature()->GetFeature()->GetFeature(), nullptr);
-
+  Ref const foreign = Ref<Node>::Share(document->GetFeature());
   control.SetResultTag(Representation::GetDefaultTag());
   Run();
-  Ref const foreign(vector);  // off the chain, and ours to release
-  EXPECT_EQ(foreign->AddRefCount(), 2);
-  foreign->Release();
+  EXPECT_EQ(foreign->AddRefCount(), 3);  // that of the chain is ours now
+  for (int times = 0; times < 2; ++times) foreign->Release();
   EXPECT_EQ(foreign->GetFeature(), nullptr);
-  EXPECT_NE(dynamic_cast<FullResult*>(document->GetRepresentation(Representation::GetDefaultTag())), nullptr);
+  EXPECT_NE(dynamic_cast<SparseResult*>(document->GetRepresentation(Representation::GetDefaultTag())), nullptr);
 }
 
 /// Runs a function at each report, which says whether the run shall stop.

@@ -134,31 +134,6 @@ TEST_F(PcaAnalyzerTest, PassesOtherBlocksOverAndMakesItsOwn) {
   EXPECT_EQ(fresh.GetTargetActivity(), 0xFFFFFFC8);
 }
 
-TEST_F(PcaAnalyzerTest, AsksForProductsInAFixedOrder) {
-  SetPoints({{0}, {1}, {2}, {3}, {4}, {5}});
-  using Calls = std::vector<std::pair<double, double>>;
-  Calls calls;
-  Point::onDot = [&](Point const& left, Point const& right) {
-    calls.emplace_back(left.numbers[0], right.numbers[0]);
-    return Product(left.numbers, right.numbers);
-  };
-  struct {
-    Activities activities;
-    Step step;
-    Calls expected;
-  } const cases[] = {
-      {{1, 0, -2, 1}, learnStep, {{0, 0}, {1, 0}, {1, 1}, {2, 0}, {2, 1}, {2, 2}, {3, 0}, {3, 1}, {3, 2}, {3, 3}}},
-      {{1, 0, -2, 1, 0}, insertStep, {{4, 0}, {4, 1}, {4, 3}, {4, 4}, {1, 0}, {1, 1}, {1, 3}, {1, 4}}},
-      {{1, -1, -2, 2, 1}, removeStep, {}}};
-  for (auto const& [activities, step, expected] : cases) {
-    calls.clear();
-    Run(activities, {step});
-    EXPECT_EQ(calls, expected);
-  }
-  Project({9});
-  EXPECT_EQ(calls, (Calls{{9, 0}, {9, 3}, {9, 4}}));
-}
-
 // The last attempt is the one that doesn't fail any more, and gives what a first one gives.
 TEST_F(PcaAnalyzerTest, StaysWholeWhenAProductOrAnAllocationFails) {
   SetPoints(scattered);
@@ -260,42 +235,6 @@ TEST_F(PcaAnalyzerTest, ReportsEachPassAndStopsWhereItIsTold) {
       EXPECT_EQ(analyzer.GetPasses(), step == learnStep ? 0 : passes);
     }
   }
-}
-
-/// Computes rows of products by itself.
-class BulkPoint : public Point, public BulkDot {
- public:
-  static BulkPoint* Create(Vector numbers) {
-    return CreateCounted([&] { return new BulkPoint(std::move(numbers)); });
-  }
-  double dot(Representation const& other) const override {
-    ADD_FAILURE() << "asked for one product";
-    return Point::dot(other);
-  }
-  void dotAll(Representation const* const* others, std::size_t count, double* products) const override {
-    for (std::size_t i = 0; i < count; ++i) products[i] = others[i] ? Point::dot(*others[i]) : 0.0;
-  }
-
- protected:
-  using Point::Point;
-};
-
-TEST_F(PcaAnalyzerTest, TakesProductsInBulkWhereARepresentationHasThem) {
-  std::string models[2];
-  Vector projected[2];
-  for (bool const bulk : {false, true}) {
-    analyzer = PcaAnalyzer();
-    examples.clear();
-    for (Vector const& point : scattered)
-      examples.emplace_back(bulk ? static_cast<Point*>(BulkPoint::Create(point)) : Point::Create(point));
-    examples[3] = {};
-    Run({1, 1, 1, 1, 1}, {learnStep});
-    Run({1, 1, -1, 1, 1, 0, 0}, {insertStep, removeStep});
-    models[bulk] = Saved();
-    projected[bulk] = bulk ? Project(BulkPoint::Create({1, 2, 3})) : Project({1, 2, 3});
-  }
-  EXPECT_TRUE(models[0] == models[1] && !models[0].empty());
-  EXPECT_EQ(projected[0], projected[1]);
 }
 
 TEST_F(PcaAnalyzerTest, LearnsFromFewOrUnfitExamplesWhatTheyAllow) {

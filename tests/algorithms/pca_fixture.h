@@ -41,6 +41,24 @@ class Point : public NumberVector {
   using NumberVector::NumberVector;
 };
 
+/// Computes rows of products by itself.
+class BulkPoint : public Point, public BulkDot {
+ public:
+  static BulkPoint* Create(Vector numbers) {
+    return CreateCounted([&] { return new BulkPoint(std::move(numbers)); });
+  }
+  double dot(Representation const& other) const override {
+    ADD_FAILURE() << "asked for one product";
+    return Point::dot(other);
+  }
+  void dotAll(Representation const* const* others, std::size_t count, double* products) const override {
+    for (std::size_t i = 0; i < count; ++i) products[i] = others[i] ? Point::dot(*others[i]) : 0.0;
+  }
+
+ protected:
+  using Point::Point;
+};
+
 /// The numbers of a stored model, as docs/formats.md lists them.
 struct StoredModel {
   std::uint32_t dimension, maxIterations, maxExamples, exampleCount;
@@ -118,7 +136,10 @@ class PcaFixture : public ::testing::Test {
 
   void SetPoints(Matrix const& points) {
     examples.clear();
-    for (Vector const& point : points) examples.emplace_back(Point::Create(point));
+    for (Vector const& point : points) {
+      bool const isInBulk = examples.size() % 2 == 1;
+      examples.emplace_back(isInBulk ? BulkPoint::Create(point) : Point::Create(point));
+    }
   }
   void Learn(Matrix const& points) {
     SetPoints(points);
@@ -176,7 +197,11 @@ class PcaFixture : public ::testing::Test {
   }
 
   /// The coordinates that a document with this content gets.
-  Vector Project(Vector const& numbers) { return Project(Point::Create(numbers)); }
+  Vector Project(Vector const& numbers) {
+    Vector const coordinatesAlone = Project(Point::Create(numbers));
+    EXPECT_EQ(coordinatesAlone, Project(BulkPoint::Create(numbers)));
+    return coordinatesAlone;
+  }
   Vector Project(Point* point) {
     Ref const document(Document(point));
     PcaControl projection;

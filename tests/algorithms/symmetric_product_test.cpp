@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <limits>
-#include <numeric>
 #include <random>
 
 #include "tests/support/failing_allocation.h"
@@ -82,20 +81,6 @@ TEST(SymmetricProductTest, EqualsThePlainDoubleLoopAndReadsMembersOnly) {
     for (auto const& members : memberLists)
       for (std::size_t const vectorCount : {0U, 1U, 3U, 4U, 5U, 8U, 11U, 21U})
         ExpectPlainProduct(*kernel, members, vectorCount);
-}
-
-TEST(SymmetricProductTest, InnerProductAndSubtractionTakeEveryElementOnce) {
-  for (auto const* const kernel : EveryKernel()) {
-    for (std::size_t count = 0; count < 70; ++count) {
-      std::vector<double> x(count);
-      std::iota(x.begin(), x.end(), 1.0);
-      std::vector<double> y(count + 1, 2.0);
-      EXPECT_EQ(kernel->innerProduct(x.data(), y.data(), count), static_cast<double>(count * (count + 1)));
-      kernel->subtractScaled(y.data(), 3.0, x.data(), count);
-      for (std::size_t k = 0; k < count; ++k) EXPECT_EQ(y[k], 2.0 - 3.0 * x[k]) << kernel->name;
-      EXPECT_EQ(y[count], 2.0) << kernel->name;
-    }
-  }
 }
 
 TEST(SymmetricProductTest, RowsAreTakenAsOneByOne) {

@@ -29,6 +29,31 @@ void ExpectAllOrNothing(std::vector<MemoryCase> const& cases, State state) {
   }
 }
 
+/// One operation on a Subject. It has to do all of its work or nothing of it where memory runs out.
+template <class Subject>
+struct OperationCase {
+  char const* name;
+  void (*operate)(Subject& subject);
+  Outcomes outcomes = {};
+};
+
+/// Runs FailEachAllocation on each operation, with a Subject of its own. `Observe()` of a Subject describes all that
+/// the operations could leave changed, in a form that can be compared and printed: it stays the same where they fail,
+/// and is in the end what it is where nothing fails.
+template <class Subject>
+void ExpectAllOrNothing(std::vector<OperationCase<Subject>> const& cases) {
+  for (OperationCase<Subject> const& each : cases) {
+    SCOPED_TRACE(each.name);
+    Subject undisturbed, subject;
+    each.operate(undisturbed);
+    auto const before = subject.Observe();
+    EXPECT_GT(FailEachAllocation([&] { each.operate(subject); }, [&] { EXPECT_EQ(subject.Observe(), before); },
+                                 each.outcomes),
+              0U);
+    EXPECT_EQ(subject.Observe(), undisturbed.Observe());
+  }
+}
+
 }  // namespace ZaM::test
 
 #endif
