@@ -94,13 +94,15 @@ TEST(XmlEventParser, TellsTheSameWhereverTheInputIsCut) {
       {"<!DOCTYPE a [<!ELEMENT a (b)><!ELEMENT b (#PCDATA)>]><a> <b> <c/></b></a>", "<a><b>[ ]<c></c></b></a>",
        withoutBlanks},
       // References.
-      {"<!DOCTYPE a [<!ENTITY e '1<b/>'><!ENTITY f '2'>]><a p='3&f;&f;' q='&f;4' r='&amp;&f;'>5&e;&f;&amp;&e;</a>",
+      {"<!DOCTYPE a [<!ENTITY e '1<b/>'><!ENTITY f '2'>]><a p='3&f;4&f;' q='&f;4' r='&amp;&f;'>5&e;&f;&amp;&e;</a>",
        "<a p='3' q='2' r='&'>[5]&e=1<b/>;&f=2;[&]&e=1<b/>;</a>", references},
       {"<!DOCTYPE a [<!ENTITY e '1<b/>'><!ENTITY f '2'>]><a p='3&f;&f;'>5&e;&f;&amp;&e;</a>",
        "<a p='322'>[51]<b></b>[2&1]<b></b></a>"},
       {"<!DOCTYPE a [<!-- ' --><?p ]>?><!ENTITY e '1<b p=\"&f;\"/>&f;]&#13;'><!ENTITY f '2&#10;&#38;lt;&#38;#9;'>]>"
        "<a q='&f;&#0000010;'>&e;></a>",
        "<a q='2 < \n'>[1]<b p='2 < '></b>[2\n<\t]\n>]</a>"},
+      {"<!DOCTYPE a [<!ENTITY e ' <b/> 1<c> </c> <d xml:space=\"preserve\"> <c/></d>'>]><a>&e; <b/></a>",
+       "<a><b></b>[ 1]<c>[ ]</c>[ ]<d xml:space='preserve'>[ ]<c></c></d>[ ]<b></b></a>"},
       {"<!DOCTYPE a SYSTEM '>' [<!ENTITY e SYSTEM 'x'>]><a p='1&u;'> &u; <b/> &e;<b/></a>",
        "<a p='1'><b></b>[ ]<b></b></a>", withoutBlanks},
       // Encodings.
