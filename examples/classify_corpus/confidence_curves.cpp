@@ -47,7 +47,7 @@ std::vector<ConfidenceCurve> CurvesOf(Findings const& findings) {
   std::vector<ConfidenceCurve> curves(1, ConfidenceCurve(*overall, 0));
   for (auto child = plots->GetVectorIterator(); !child.Done(); child.Next()) {
     auto& node = dynamic_cast<DocumentNode&>(*child.Current());
-    auto const& plot = dynamic_cast<ErrorPlot&>(*node.GetRepresentation(ErrorPlot::GetDefaultTag()));
+    auto const& plot = *node.Get<ErrorPlot>(ErrorPlot::GetDefaultTag());
     overall->add(plot);
     curves.emplace_back(plot, documents[node.GetClassId()]);
   }

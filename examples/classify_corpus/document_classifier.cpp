@@ -29,7 +29,7 @@ Ref<ZaM::SparseResult> DocumentClassifier::Classify(Terms const& terms) {
   document->AddRepresentation(WordVector::Create(vocabulary.Weigh(terms)));
   control.SetRootDocument(document.Get());
   classifier.DoAlgorithm(&control);
-  return AsStored(dynamic_cast<ZaM::Result*>(document->GetRepresentation(ResultTag())));
+  return AsStored(document->Get<ZaM::Result>(ResultTag()));
 }
 
 }  // namespace classify

@@ -14,7 +14,7 @@ using ZaM::DocumentNode;
 using ZaM::Ref;
 
 ZaM::SparseResult& TestedDocument::Result() const {
-  return dynamic_cast<ZaM::SparseResult&>(*node->GetRepresentation(ResultTag()));
+  return *node->Get<ZaM::SparseResult>(ResultTag());
 }
 
 Findings::Findings() : tree(DocumentNode::Create()) {}

@@ -48,13 +48,13 @@ int RunAndExplain(Options const& options, Notes& notes) {
   } catch (RunError const& failure) {
     return Fail(failure.message);
   } catch (ZaM::UserCanceledException const& cancelled) {
-    return Fail(EncodeUtf8(cancelled.GetErrorDescription()), exit_code::cancelled);
+    return Fail(cancelled.what(), exit_code::cancelled);
   } catch (ZaM::BaseException const& failure) {
-    return Fail(EncodeUtf8(failure.GetErrorDescription()));
+    return Fail(failure.what());
   } catch (std::filesystem::filesystem_error const& failure) {
     return Fail(Printable(failure.what()));
   } catch (std::bad_alloc const&) {
-    return Fail(EncodeUtf8(ZaM::BaseException(ZaM::ErrorId::OutOfMemory).GetErrorDescription()));
+    return Fail(ZaM::BaseException(ZaM::ErrorId::OutOfMemory).what());
   }
 }
 

@@ -135,7 +135,7 @@ void Plane::Project(ZaM::DocumentNode& documents) {
 }
 
 std::optional<PlanePoint> Plane::PointOf(ZaM::DocumentNode& document) {
-  auto* const point = dynamic_cast<ZaM::FullResult*>(document.GetRepresentation(PointTag()));
+  auto* const point = document.Get<ZaM::FullResult>(PointTag());
   if (!point) return std::nullopt;
   return PlanePoint{point->GetResult(0), point->GetResult(1)};
 }

@@ -54,7 +54,7 @@ void Progress::Increment(unsigned int step, bool* cancelRun) {
 
 void Progress::draw() {
   std::size_t const steps = std::max(GetMaximum(), 1U);
-  std::string const stage = EncodeUtf8(GetStatus());
+  std::string const stage = ZaM::ToUtf8(GetStatus());
   std::string const rest = Grouped(GetCurrent()) + " of " + Grouped(GetMaximum()) + timeLeft();
   // One column stays free: a line that fills all of them may move on to the next.
   std::size_t const columns = TerminalColumns() - 1;

@@ -7,7 +7,6 @@
 
 #include "number_text.h"
 #include "result_form.h"
-#include "utf8.h"
 
 namespace classify {
 
@@ -15,10 +14,6 @@ namespace {
 
 constexpr int digits = 6;
 constexpr std::array columns{"path", "class", "confidence", "second", "second_confidence", "rejected"};
-
-ZaM::wstring Wide(std::string const& printable) {
-  return DecodeUtf8(printable).value_or(ZaM::wstring());
-}
 
 // In quotes where a reader would take it for something else.
 std::string CsvField(std::string const& text) {
@@ -57,7 +52,7 @@ std::string RecordFormat::Opening() const {
       text += Element([&](ZaM::ZamXmlOutStream& stream) {
                 stream.CreateNode(form::classElement);
                 stream.AddProperty(form::id, model->GetClassId());
-                stream.AddProperty(form::name, Wide(classes.names[model->GetClassId()]));
+                stream.AddProperty(form::name, ZaM::FromUtf8(classes.names[model->GetClassId()]));
                 stream.CloseNode(form::classElement);
               }) +
               '\n';
@@ -113,9 +108,11 @@ std::string RecordFormat::json(std::string const& path, Decision const* decision
 std::string RecordFormat::xml(std::string const& path, Decision const* decision, ZaM::SparseResult* result) const {
   return Element([&](ZaM::ZamXmlOutStream& stream) {
     stream.CreateNode(form::document);
-    stream.AddProperty(form::path, Wide(path));
-    if (decision && decision->classId != 0) stream.AddProperty(form::className, Wide(classes.names[decision->classId]));
-    if (decision && decision->secondId != 0) stream.AddProperty(form::second, Wide(classes.names[decision->secondId]));
+    stream.AddProperty(form::path, ZaM::FromUtf8(path));
+    if (decision && decision->classId != 0)
+      stream.AddProperty(form::className, ZaM::FromUtf8(classes.names[decision->classId]));
+    if (decision && decision->secondId != 0)
+      stream.AddProperty(form::second, ZaM::FromUtf8(classes.names[decision->secondId]));
     stream.AddProperty(form::rejected, !decision || decision->isRejected);
     if (result) result->Save(form::result, &stream);
     stream.CloseNode(form::document);

@@ -6,7 +6,6 @@
 
 #include "library_path.h"
 #include "result_form.h"
-#include "utf8.h"
 
 namespace classify {
 
@@ -14,22 +13,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
-ZaM::wstring Wide(std::string const& printable) {
-  return DecodeUtf8(printable).value_or(ZaM::wstring());
-}
-
 void WriteClasses(Findings const& findings, ZaM::ZamXmlOutStream& stream) {
   for (std::size_t id = 1; id <= findings.ClassCount(); ++id) {
     stream.CreateNode(form::classElement);
     stream.AddProperty(form::id, id);
-    stream.AddProperty(form::name, Wide(findings.ClassNames()[id]));
+    stream.AddProperty(form::name, ZaM::FromUtf8(findings.ClassNames()[id]));
     stream.CloseNode(form::classElement);
   }
 }
 
 void WriteDocument(TestedDocument const& document, ZaM::ZamXmlOutStream& stream) {
   stream.CreateNode(form::document);
-  stream.AddProperty(form::path, Wide(document.name));
+  stream.AddProperty(form::path, ZaM::FromUtf8(document.name));
   stream.AddProperty(form::classId, document.classId);
   document.Result().Save(form::result, &stream);
   stream.CloseNode(form::document);
@@ -51,7 +46,7 @@ void WriteFolds(Findings const& findings, ZaM::ZamXmlOutStream& stream) {
 void WriteRoot(Findings const& findings, ZaM::ZamXmlOutStream& stream) {
   stream.CreateNode(form::root);
   stream.AddProperty(form::versionNumber, form::version);
-  stream.AddProperty(form::corpus, Wide(findings.corpus));
+  stream.AddProperty(form::corpus, ZaM::FromUtf8(findings.corpus));
   stream.AddProperty(form::documents, findings.documents);
   stream.AddProperty(form::minWordLength, findings.settings.minWordLength);
   stream.AddProperty(form::digits, findings.settings.useDigits);

@@ -57,8 +57,8 @@ std::string ReadBytes(std::filesystem::path const& path) {
 }
 
 std::u16string PlainText(std::string const& bytes) {
-  std::optional<std::u16string> text = DecodeUtf8(bytes);
-  if (!text || bytes.find('\0') != std::string::npos) throw UnusableFile{"not text in UTF-8, left out"};
+  std::optional<std::u16string> text = ZaM::DecodeText(bytes);
+  if (!text || text->find(u'\0') != std::u16string::npos) throw UnusableFile{"not text in UTF-8, left out"};
   return std::move(*text);
 }
 

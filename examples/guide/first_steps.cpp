@@ -25,6 +25,8 @@ class Kind : public ZaM::DocumentNode, public ZaM::Representation {
 };
 
 int main() {
+  using namespace ZaM::literals;
+  ZaM::DescribeUncaught();
   ZaM::Ref classes(ZaM::DocumentNode::Create());
   classes->AddChild(ZaM::CreateCounted([] { return new Kind(1, 200); }));   // letters
   classes->AddChild(ZaM::CreateCounted([] { return new Kind(2, 5000); }));  // reports
@@ -36,10 +38,10 @@ int main() {
   control.SetDoClassify(true);
   control.SetRootClass(classes.Get());
   control.SetRootDocument(document.Get());
-  control.SetResultTag(ZaM::SetRepTag("Rslt"));
+  control.SetResultTag("Rslt"_tag);
   ZaM::BayesClassifier().DoAlgorithm(&control);
 
-  auto* result = dynamic_cast<ZaM::Result*>(document->GetRepresentation(ZaM::SetRepTag("Rslt")));
+  auto* result = document->Get<ZaM::Result>("Rslt"_tag);
   ZaM::IndexedResult const best = result->GetBestResults(1).front();
   std::printf("class %u with %.4f\n", best.GetIndex(), best.GetValue());
 }

@@ -9,6 +9,11 @@
 
 namespace guide {
 
+inline ZaM::wstring textOf(std::string const& bytes) {
+  if (auto const text = ZaM::DecodeText(bytes)) return *text;  // UTF-8, or what a byte order mark says
+  return ZaM::DecodeText(bytes, "windows-1252").value_or(ZaM::FromUtf8(bytes));
+}
+
 inline std::vector<std::string> wordsOf(ZaM::wstring const& text) {
   ZaM::Ref filter(ZaM::AsciiTextFilter::Create(2, false));  // words of two letters and more, digits separate
   std::vector<char> symbols(4 * text.size() + 6);           // a unit gives at most four bytes

@@ -11,7 +11,7 @@ namespace {
 
 std::string TextOf(std::string const& page) {
   std::optional<std::u16string> const text = HelpPageText(page);
-  return text ? EncodeUtf8(*text) : "(none)";
+  return text ? ZaM::ToUtf8(*text) : "(none)";
 }
 
 TEST(HelpPage, GivesWhatAReaderSees) {
@@ -52,7 +52,7 @@ TEST(HelpPage, OpensNothingThatAPageRefersTo) {
   };
   for (auto const& [page, text] : cases) {
     EXPECT_EQ(TextOf(page), text) << page;
-    EXPECT_EQ(EncodeUtf8(ReadText(folder.Write("a.page", page))), text) << page;
+    EXPECT_EQ(ZaM::ToUtf8(ReadText(folder.Write("a.page", page))), text) << page;
   }
 }
 

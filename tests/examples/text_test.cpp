@@ -22,36 +22,6 @@ TEST(Fold, HashesAsThePublishedVectorsSay) {
   EXPECT_EQ(FoldOf("foobar"), 0xBF9CF968 % 5);
 }
 
-TEST(Utf8, TakesWhatIsValidAndNothingElse) {
-  struct {
-    std::string bytes;
-    std::optional<std::u16string> text;
-  } const cases[] = {
-      {"", u""},
-      {"az", u"az"},
-      {"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80", u"\u00E4\u20AC\U0001F600"},
-      {"\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF", u"\u0080\u07FF\u0800\uFFFF"},
-      {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
-      {"\xED\x9F\xBF\xEE\x80\x80", u"\uD7FF\uE000"},
-      {"\x80", {}},              // a byte that only goes on
-      {"\xC3", {}},              // cut
-      {"\xE2\x82", {}},          // cut
-      {"\xC3(", {}},             // something else in between
-      {"\xC0\xAF", {}},          // overlong
-      {"\xE0\x9F\xBF", {}},      // overlong
-      {"\xF0\x8F\xBF\xBF", {}},  // overlong
-      {"\xED\xA0\x80", {}},      // a surrogate
-      {"\xF4\x90\x80\x80", {}},  // above U+10FFFF
-      {"\xF8\x88\x80\x80\x80", {}},
-      {"\xFF", {}},
-  };
-  for (auto const& [bytes, text] : cases) {
-    EXPECT_TRUE(DecodeUtf8(bytes) == text) << Printable(bytes);
-    EXPECT_EQ(text ? EncodeUtf8(*text) : bytes, bytes);
-  }
-  EXPECT_EQ(EncodeUtf8(std::u16string{u'a', 0xDC00, 0xD800, 0xD83D}), "a\uFFFD\uFFFD\uFFFD");
-}
-
 TEST(Utf8, MakesAnyNamePrintable) {
   EXPECT_EQ(Printable("b\xC3\xA4r"), "b\xC3\xA4r");
   EXPECT_EQ(Printable("a\tb\\\x1B[2J\xFF\xC2\x85"), "a\\x09b\\x5C\\x1B[2J\\xFF\\xC2\\x85");
@@ -95,7 +65,7 @@ TEST(TermExtractor, FindsWordsPairsAndFragments) {
       {u"ab \u0640 cd", {{word, {2, 2}}, {pair, {1, 1}}, {fragment, {2, 2}}}},  // a word of dropped marks alone
   };
   TermExtractor extractor(2, false);
-  for (auto const& [text, kinds] : cases) EXPECT_EQ(KindsOf(extractor.Extract(text)), kinds) << EncodeUtf8(text);
+  for (auto const& [text, kinds] : cases) EXPECT_EQ(KindsOf(extractor.Extract(text)), kinds) << ZaM::ToUtf8(text);
   EXPECT_EQ(TermExtractor(1, false).Extract(u"x ab").size(), 4U)
       << "x, ab, the pair, and the whole of ab as a fragment";
   EXPECT_EQ(TermExtractor(1, true).Extract(u"7").size(), 1U);

@@ -17,6 +17,8 @@
 namespace guide {
 namespace {
 
+using namespace std::string_literals;
+
 TEST(GuideTest, ClassifiesAndEvaluates) {
   ZaM::Ref const classes = makeClasses();
   ZaM::Ref const documents = makeDocuments({{0.9, 0.1}, {0.2, 0.8}, {0.5, 0.4}});
@@ -78,6 +80,7 @@ TEST(GuideTest, RunsAnAlgorithmOfOnesOwn) {
 }
 
 TEST(GuideTest, FiltersWords) {
+  for (std::string const& bytes : {"\xFF\xFE\xE4\0"s, "ä"s, "\xE4"s}) EXPECT_TRUE(textOf(bytes) == u"ä");
   auto const words = wordsOf(u"Stra\u00DFe, STRASSE \u2014 3 x \u0441\u043B\u043E\u0432\u043E");
   ASSERT_EQ(words.size(), 3u);
   EXPECT_EQ(words[1], std::string("\x2C\x2D\x2B\x1A\x2C\x2C\x1E"));  // S T R A S S E

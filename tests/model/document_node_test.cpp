@@ -5,6 +5,9 @@
 #include <type_traits>
 
 #include "tests/support/probe_nodes.h"
+#include "zam/model/children.h"
+#include "zam/results/full_result.h"
+#include "zam/results/sparse_result.h"
 
 namespace ZaM::test {
 namespace {
@@ -56,6 +59,27 @@ TEST(DocumentNodeTest, FindsAndRemovesTheFirstRepresentationUnderATag) {
       feature = left->GetFeature();
     }
     EXPECT_EQ(feature, nullptr);
+  }
+}
+
+TEST(DocumentNodeTest, GivesRepresentationsAndChildrenOfOneType) {
+  Ref const document(DocumentNode::Create());
+  auto const make = [](auto* (*create)()) { return create(); };
+  document->AddRepresentation(make(SparseResult::Create));
+  EXPECT_EQ(document->Get<Result>(SparseResult::GetDefaultTag()), document->GetFeature());
+  EXPECT_EQ(document->Get<SparseResult const>(SparseResult::GetDefaultTag()), document->GetFeature());
+  EXPECT_EQ(document->Get<FullResult>(SparseResult::GetDefaultTag()), nullptr) << "of another type";
+  EXPECT_EQ(document->Get<Result>(FullResult::GetDefaultTag()), nullptr) << "under another tag";
+
+  Node* const children[] = {make(FullResult::Create), DocumentNode::Create(), nullptr, make(FullResult::Create),
+                            DocumentNode::Create()};
+  for (Node* const child : children) document->AddChild(child);
+  ChildrenOf<DocumentNode> const documents(*document);
+  for (int round = 0; round < 2; ++round) {
+    auto place = documents.begin();
+    EXPECT_TRUE(&*place == children[1] && place->GetParentDocument() == document.Get());
+    EXPECT_EQ(&*++place, children[4]);
+    EXPECT_TRUE(++place == documents.end());
   }
 }
 

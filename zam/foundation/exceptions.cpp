@@ -6,6 +6,7 @@
 #include <iterator>
 #include <new>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 #include "zam/foundation/create_counted.h"
@@ -13,6 +14,7 @@
 #include "zam/foundation/library_texts.h"
 #include "zam/foundation/messages.h"
 #include "zam/foundation/never_destroyed.h"
+#include "zam/foundation/text_encoding.h"
 #include "zam/platform/error_text.h"
 
 namespace ZaM {
@@ -101,7 +103,7 @@ wstring Decimal(Number number) {
 /// What `make` gives, or an empty text if there is no memory for it: a failure is described while another one, such as
 /// a lack of memory, is being dealt with.
 template <class Make>
-wstring OrNothing(Make make) {
+std::invoke_result_t<Make> OrNothing(Make make) {
   try {
     return make();
   } catch (std::bad_alloc const&) {
@@ -122,6 +124,10 @@ wstring const& detail::SharedText::Get() const noexcept {
 }
 
 BaseException::~BaseException() = default;
+
+std::string BaseException::what() const {
+  return OrNothing([&] { return ToUtf8(GetErrorDescription()); });
+}
 
 const wstring BaseException::GetErrorDescription() const {
   return OrNothing([&]() -> wstring {

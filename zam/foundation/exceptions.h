@@ -17,6 +17,9 @@
 // Copying an exception never fails: copies share their texts. Where there is no memory for the text of a new exception,
 // its constructor throws BaseException with id 5, which then is what a `throw` throws.
 //
+// No class of the family is a std::exception, so that a `catch (std::exception const&)` catches none of them. A failure
+// that nobody catches ends the program; DescribeUncaught in uncaught.h makes it say its sentence first.
+//
 // StructuredException, which a fault of the processor becomes, has a header of its own.
 #ifndef ZAM_FOUNDATION_EXCEPTIONS_H
 #define ZAM_FOUNDATION_EXCEPTIONS_H
@@ -68,6 +71,10 @@ class ZAM_EXPORT BaseException {
   /// ErrorId::FeatureNotSupported isn't cut.
   /// A number without a case gives "ZaM exception number …". Empty where there is no memory even for the sentence.
   [[nodiscard]] virtual const wstring GetErrorDescription() const;
+
+  /// The sentence in UTF-8, made anew at each call, for programs that print it: `std::cerr << failure.what()`. Empty
+  /// where there is no memory for it.
+  [[nodiscard]] std::string what() const;
 
   /// The number, which decides on the sentence.
   [[nodiscard]] std::int32_t GetErrorId() const { return errorId; }

@@ -2,6 +2,7 @@
 #ifndef ZAM_MODEL_CHILDREN_H
 #define ZAM_MODEL_CHILDREN_H
 
+#include <cstddef>
 #include <iterator>
 #include <memory>
 
@@ -63,6 +64,61 @@ class Children {
   };
 
   std::unique_ptr<Iterator, Release> walk;
+};
+
+/// The children that are of type `T`, in their order; others and nulls are passed over:
+///
+///     for (DocumentNode& child : ChildrenOf<DocumentNode>(*document)) …
+///
+/// What Children says of its walk holds here, too.
+template <class T>
+class ChildrenOf {
+ public:
+  /// Takes an iterator from `parent`, which has to outlive the range.
+  explicit ChildrenOf(Composite& parent) : all(parent) {}
+
+  /// The place of a walk; at the end when it equals `std::default_sentinel`.
+  class Place {
+   public:
+    /// What `std::input_iterator` asks for.
+    using value_type = T;
+    using difference_type = std::ptrdiff_t;
+
+    /// The first child of the type, from where `walked` stands.
+    explicit Place(Children::Place walked) : place(walked) { find(); }
+    /// The child, without a reference of its own.
+    T& operator*() const { return *child; }
+    T* operator->() const { return child; }
+    /// Goes on to the next child of the type.
+    Place& operator++() {
+      ++place;
+      find();
+      return *this;
+    }
+    /// Goes on to the next child of the type.
+    void operator++(int) { ++*this; }
+    /// Whether the walk is over.
+    friend bool operator==(Place const& other, std::default_sentinel_t /*end*/) { return !other.child; }
+
+   private:
+    void find() {
+      for (child = nullptr; place != std::default_sentinel; ++place) {
+        child = dynamic_cast<T*>(*place);
+        if (child) return;
+      }
+    }
+
+    Children::Place place;
+    T* child = nullptr;  // null at the end
+  };
+
+  /// Starts the walk anew.
+  Place begin() const { return Place(all.begin()); }
+  /// The end of any walk.
+  static std::default_sentinel_t end() { return std::default_sentinel; }
+
+ private:
+  Children all;
 };
 
 }  // namespace ZaM

@@ -71,6 +71,15 @@ class ZAM_EXPORT DocumentNode : public Composite {
   /// The first representation under this tag, or null; no reference is taken.
   Representation* GetRepresentation(RepTag const& tag);
 
+  /// The same as a `T`, such as a Result; also null where the first one under this tag is of another type. It stays the
+  /// chain's, as long as it hangs there: `Ref<Result>::Share` keeps it for longer.
+  ///
+  ///     if (auto* const result = document->Get<Result>("Rslt"_tag)) use(result->GetBestResults(1));
+  template <class T>
+  T* Get(RepTag const& tag) {
+    return dynamic_cast<T*>(GetRepresentation(tag));
+  }
+
   /// Takes the first representation under this tag off the chain and returns it, with its reference and an empty
   /// feature slot; null if there is none. The order of the others doesn't change.
   Node* RemoveRepresentation(RepTag const& tag);

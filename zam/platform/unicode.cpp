@@ -98,6 +98,16 @@ std::size_t Utf16FromUtf8(std::string_view bytes, char16_t* units) {
   return static_cast<std::size_t>(end - units);
 }
 
+bool IsUtf8(std::string_view bytes) {
+  // U+FFFD itself may stand there.
+  constexpr std::string_view wellFormed = "\xEF\xBF\xBD";
+  for (bytes.remove_prefix(LengthOfAscii(bytes)); !bytes.empty(); bytes.remove_prefix(LengthOfAscii(bytes))) {
+    bool const mayBeReplacement = bytes.starts_with(wellFormed);
+    if (TakeCodePoint(bytes) == replacement && !mayBeReplacement) return false;
+  }
+  return true;
+}
+
 std::string Utf8FromUtf16(std::u16string_view units) {
   std::string bytes;
   bytes.reserve(units.size());

@@ -14,6 +14,9 @@ namespace ZaM::platform {
 /// The same into an area of at least as many units as there are bytes. How many units came out.
 std::size_t Utf16FromUtf8(std::string_view bytes, char16_t* units);
 
+/// Whether there is no malformed sequence.
+[[nodiscard]] bool IsUtf8(std::string_view bytes);
+
 /// Each surrogate without its other half becomes U+FFFD. What comes out is well-formed, so that well-formed UTF-8 is
 /// exactly what survives the way to UTF-16 and back.
 [[nodiscard]] std::string Utf8FromUtf16(std::u16string_view units);
