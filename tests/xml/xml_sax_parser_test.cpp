@@ -435,6 +435,7 @@ TEST(XmlSaxParser, ReportsEachLimitThatADocumentPasses) {
   // What looks like a limit in a message of libxml2, and is none.
   EXPECT_EQ(outcome("<a p='Name too long' xml:space='Huge input lookup'><Huge>&huge;</a>", From::memory), "malformed");
   EXPECT_EQ(outcome("<a><!--\xC3\xA4 huge text node, and what else it says", From::memory), "malformed");
+  EXPECT_EQ(outcome("<!DOCTYPE a><!-- value too long -- -- --><a/>", From::memory), "malformed");
   EXPECT_EQ(outcome("<!DOCTYPE a [<!ENTITY e '&f;'><!ENTITY f '<b>&e;</b>'>]><a>&e;</a>", From::memory), "malformed");
 }
 

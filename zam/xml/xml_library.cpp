@@ -82,7 +82,8 @@ class Gate {
 [[maybe_unused]] Gate const& gateAtLoad = Gate::Instance();
 
 /// What libxml2 says where a document passes a limit of its own, and the limit. All of it has blanks, since names from
-/// the document, which have none, may be part of its messages. Text from the document stands only after a line end.
+/// the document, which have none, may be part of its messages. Other text from the document stands only after a line end
+/// or the beginning of a comment.
 struct Limit {
   std::string_view message;
   std::uint64_t most;
@@ -96,7 +97,7 @@ constexpr Limit limits[] = {
 /// 0 for what is about none.
 std::uint64_t LimitIn(char const* message) {
   std::string_view text = message == nullptr ? std::string_view() : message;
-  text = text.substr(0, text.find('\n'));
+  text = text.substr(0, std::min(text.find('\n'), text.find("<!--")));
   for (auto const& [part, most] : limits) {
     if (text.find(part) != std::string_view::npos) return most;
   }
