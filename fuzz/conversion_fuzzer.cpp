@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "fuzz/units.h"
 #include "zam/zam.h"
@@ -36,6 +38,16 @@ void ConvertBytes(std::string const& bytes) {
   XmlSaxParser().ConvertString(reinterpret_cast<unsigned char const*>(bytes.data()),
                                static_cast<int>(std::strlen(bytes.c_str())), byParser);
   require(byParser == wide);
+}
+
+/// In the encoding that the first byte chooses.
+void Decode(std::string_view bytes) {
+  constexpr char const* names[] = {"UTF-8",       "UTF-16LE", "UTF-16", "UTF-32", "windows-1252", "Shift_JIS",
+                                   "ISO-2022-JP", "GB18030",  "EUC-JP", "Big5",   "UTF-7",        "KOI8-R"};
+  if (bytes.empty()) return;
+  auto const text = DecodeText(bytes.substr(1), names[static_cast<unsigned char>(bytes[0]) % std::size(names)]);
+  if (text) require(IsWellFormed(*text) && FromUtf8(ToUtf8(*text)) == *text);
+  require(IsUtf8(bytes) == (ToUtf8(FromUtf8(bytes)) == bytes));
 }
 
 void ConvertUnits(wstring const& units) {
@@ -90,6 +102,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   std::string const bytes(reinterpret_cast<char const*>(data), size);
   wstring const units = Bytes(data, size).TakeText(size);
   ConvertBytes(bytes);
+  Decode(bytes);
   ConvertUnits(units);
   ReadUuid(units);
   WriteUuid(Bytes(data, size));

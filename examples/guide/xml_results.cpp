@@ -26,8 +26,7 @@ std::string Write(std::vector<ZaM::Ref<ZaM::SparseResult>> const& results) {
 // Takes part in the parse, and has each result read itself.
 class Reader : public ZaM::XmlSaxCallback {
  public:
-  void OnStartElement(ZaM::XmlSaxParser* parser, unsigned char const* name,
-                      unsigned char const** attributes) override {
+  void OnStartElement(ZaM::XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override {
     if (std::string_view(reinterpret_cast<char const*>(name)) != "Result") return parser->PushCallback(this);
     results.emplace_back(ZaM::SparseResult::Create());
     results.back()->InitializeProperties(parser, attributes);

@@ -18,13 +18,20 @@ using namespace std::string_literals;
 
 TEST(TextEncoding, ComesAndGoesInOneCall) {
   EXPECT_EQ(ToUtf8(FromUtf8("Straße \U0001F600\0x"s)), "Straße \U0001F600\0x"s);
-  EXPECT_TRUE(FromUtf8("Stra\xDF" "e") == u"Stra\uFFFDe");
+  EXPECT_TRUE(FromUtf8("Stra\xDF"
+                       "e") == u"Stra\uFFFDe");
   EXPECT_EQ(ToUtf8(wstring{u'a', 0xDC00, 0xD800, 0xD83D}), "a\uFFFD\uFFFD\uFFFD");
 }
 
 TEST(TextEncoding, IsUtf8OrNot) {
-  std::string const right[] = {"", "az", "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80", "\xC2\x80\xDF\xBF\xE0\xA0\x80",
-                               "\xF4\x8F\xBF\xBF", "\xED\x9F\xBF\xEE\x80\x80", "\uFFFD", "a\0\uFFFFz"s};
+  std::string const right[] = {"",
+                               "az",
+                               "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80",
+                               "\xC2\x80\xDF\xBF\xE0\xA0\x80",
+                               "\xF4\x8F\xBF\xBF",
+                               "\xED\x9F\xBF\xEE\x80\x80",
+                               "\uFFFD",
+                               "a\0\uFFFFz"s};
   for (std::string const& bytes : right) {
     EXPECT_TRUE(IsUtf8(bytes) && DecodeText(bytes) == FromUtf8(bytes)) << testing::PrintToString(bytes);
   }
@@ -41,10 +48,14 @@ TEST(TextEncoding, IsWhatTheMarkSaysOrElseTheName) {
     std::string bytes, name;
     std::optional<wstring> text;
   } const cases[] = {
-      {"Gr\xFC\xDF" "e", "ISO-8859-1", u"Grüße"},
+      {"Gr\xFC\xDF"
+       "e",
+       "ISO-8859-1", u"Grüße"},
       {"\x80 5", "Windows_1252", u"€ 5"},
       {"\xEF\xBB\xBFä", "windows-1252", u"ä"},
-      {"\xFF\xFE" "a\0\x3D\xD8\0\xDE"s, "UTF-8", u"a\U0001F600"},
+      {"\xFF\xFE"
+       "a\0\x3D\xD8\0\xDE"s,
+       "UTF-8", u"a\U0001F600"},
       {"\xFE\xFF\0a"s, "utf8", u"a"},
       {"\xFF\xFE\0\0a\0\0\0"s, "UTF-8", u"a"},
       {"\0\0\xFE\xFF\0\1\xF6\0"s, "UTF-8", u"\U0001F600"},
@@ -53,10 +64,13 @@ TEST(TextEncoding, IsWhatTheMarkSaysOrElseTheName) {
       {"\x93\xFA\x96\x7B", "Shift_JIS", u"日本"},
       {"\xA4\xE9", "Big5", u"日"},
       {std::string(10'000, '\xE4'), "latin1", wstring(10'000, u'ä')},
-      {"\xFF\xFE" "a", "UTF-8", {}},            // half a unit
-      {"\xFF\xFE\0\xD8"s, "UTF-8", {}},         // half a pair
+      {"\xFF\xFE"
+       "a",
+       "UTF-8",
+       {}},                                      // half a unit
+      {"\xFF\xFE\0\xD8"s, "UTF-8", {}},          // half a pair
       {"\xFF\xFE\0\0\0\0\x11\0"s, "UTF-8", {}},  // above U+10FFFF
-      {"\x93", "Shift_JIS", {}},                // cut
+      {"\x93", "Shift_JIS", {}},                 // cut
       {"\xE4", "US-ASCII", {}},
       {"ä\xE4", "UTF8", {}},
   };

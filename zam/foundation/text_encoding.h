@@ -1,4 +1,7 @@
 // Bytes to wide text and back.
+//
+// All may be called on any thread at any time, take all that they are given, zeros included, and throw BaseException
+// with id 5 where memory runs out.
 #ifndef ZAM_FOUNDATION_TEXT_ENCODING_H
 #define ZAM_FOUNDATION_TEXT_ENCODING_H
 
@@ -9,8 +12,6 @@
 #include "zam/foundation/export.h"
 #include "zam/foundation/types.h"
 
-// All may be called on any thread at any time, take all that they are given, zeros included, and throw BaseException
-// with id 5 where memory runs out.
 namespace ZaM {
 
 /// `text` in UTF-8. A surrogate without its other half becomes U+FFFD.

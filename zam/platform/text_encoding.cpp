@@ -3,6 +3,7 @@
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
 
+#include <cstdint>
 #include <iterator>
 #include <memory>
 #include <new>
@@ -21,6 +22,13 @@ using Converter = std::unique_ptr<UConverter, Close>;
 void CheckMemory(UErrorCode status) {
   if (status == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc();
 }
+
+/// ICU lists its names when it is first asked for one, and lacks them for good where there is no memory for that: while
+/// the library is loaded.
+[[maybe_unused]] std::uint16_t const namesAtLoad = [] {
+  UErrorCode status = U_ZERO_ERROR;
+  return ucnv_countAliases("UTF-8", &status);
+}();
 
 /// Stops at what is malformed. Null without an encoding of this name.
 Converter Open(char const* encoding) {

@@ -82,8 +82,8 @@ class Gate {
 [[maybe_unused]] Gate const& gateAtLoad = Gate::Instance();
 
 /// What libxml2 says where a document passes a limit of its own, and the limit. All of it has blanks, since names from
-/// the document, which have none, may be part of its messages. Other text from the document stands only after a line end
-/// or the beginning of a comment.
+/// the document, which have none, may be part of its messages. Other text from the document stands only after a line
+/// end or the beginning of a comment.
 struct Limit {
   std::string_view message;
   std::uint64_t most;
