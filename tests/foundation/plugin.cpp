@@ -19,3 +19,9 @@ extern "C" ZAM_EXPORT int UseTheLibrary() {
   bool const isTold = !BaseException(5).GetErrorDescription().empty();
   return isRead && isFiltered && isTold && root->ChildCount() == 1 ? 1 : 0;
 }
+
+/// Chooses a language, unless it is null, and gives the first letter of the present one.
+extern "C" ZAM_EXPORT int Speak(char16_t const* language) {
+  if (language != nullptr) ZaM::SetLanguage(language);
+  return ZaM::GetLanguage().at(0);
+}

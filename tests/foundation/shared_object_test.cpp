@@ -116,6 +116,21 @@ TEST(Unloading, LeavesNothingOfTheLibrary) {
   EXPECT_EQ(CountMaps("libzam.so"), 0);
 }
 
+TEST(Versions, ShareNothingInOneProcess) {
+  void* plugins[] = {dlopen(ZAM_TEST_PLUGIN, RTLD_NOW | RTLD_GLOBAL),
+                     dlopen(ZAM_TEST_NEXT_PLUGIN, RTLD_NOW | RTLD_GLOBAL)};
+  ASSERT_TRUE(plugins[0] != nullptr && plugins[1] != nullptr) << dlerror();
+  auto const speak = [&](int plugin, char16_t const* language) {
+    return reinterpret_cast<int (*)(char16_t const*)>(dlsym(plugins[plugin], "Speak"))(language);
+  };
+  EXPECT_EQ(speak(0, u"de"), 'd');
+  EXPECT_EQ(speak(1, u"fr"), 'f');
+  EXPECT_EQ(speak(0, nullptr), 'd') << "the other version has a language of its own";
+  EXPECT_TRUE(CountMaps("libzam.so") > 0 && CountMaps("libzam_next.so") > 0);
+  for (void* const plugin : plugins) dlclose(plugin);
+  EXPECT_EQ(CountMaps("libzam"), 0);
+}
+
 TEST(Unloading, LeavesRoomForSeveralCopies) {
   test::TemporaryFolder const folder;
   std::vector<void*> copies;
