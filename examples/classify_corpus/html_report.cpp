@@ -136,7 +136,7 @@ std::vector<report::Link> Misplaced(Findings const& findings, Confusion const& c
 
 report::Content Confusions(Findings const& findings, ZaM::ErrorMatrix const& matrix, Options const& options) {
   constexpr std::size_t shown = 20;
-  report::Table table{"Worst confusions",
+  report::Table table{"Most frequent mistakes",
                       {{"class", true}, {"taken for", true}, {"documents"}, {"of the class"}, {"such as", true}},
                       {}};
   for (Confusion const& confusion : WorstOf(matrix, findings.ClassCount(), shown)) {
