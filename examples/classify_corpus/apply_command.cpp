@@ -12,6 +12,7 @@
 #include "document_classifier.h"
 #include "document_source.h"
 #include "jobs.h"
+#include "message.h"
 #include "pending_file.h"
 #include "record_format.h"
 #include "run_error.h"
@@ -49,11 +50,13 @@ class Sink {
   std::optional<PendingFile> file;
 };
 
-/// Classifies documents in batches, so that all jobs have work and memory doesn't grow with their number.
+/// Classifies documents in batches, so that all jobs of all ranks have work and memory doesn't grow with their number.
+/// The first rank finds the documents, deals them out, and writes the records.
 class Applier {
  public:
-  Applier(Options const& given, LearnedClasses const& classes, Sink& target)
+  Applier(Options const& given, LearnedClasses const& classes, Sink& target, Communicator& others)
       : options(given),
+        ranks(others),
         format(given, classes),
         sink(target),
         extractors(MakeExtractors(given.jobs, classes.settings)),
@@ -63,21 +66,17 @@ class Applier {
   }
 
   void Run() {
-    sink.Write(format.Opening());
+    if (ranks.IsFirst()) sink.Write(format.Opening());
     while (takeBatch()) {
       classify();
-      std::string records;
-      for (Item& item : batch) {
-        if (!item.problem.empty()) complain(item.path, item.problem);
-        records += format.Record(Printable(item.path.native()), item.result.Get());
-      }
-      sink.Write(records);
+      writeRecords();
     }
+    if (!ranks.IsFirst()) return;
     sink.Write(format.Closing());
     sink.Commit();
   }
 
-  // Whether there were any.
+  // Whether there were any; the first rank knows.
   bool HasUnread() const { return hasUnread; }
 
  private:
@@ -88,15 +87,36 @@ class Applier {
   };
 
   // Doesn't wait for a whole batch: who sends one document and waits for its record gets it.
-  bool takeBatch() {
-    constexpr std::size_t sizePerJob = 64;
-    batch.clear();
-    while (batch.size() < sizePerJob * options.jobs) {
-      std::optional<std::filesystem::path> path = source.Next(batch.empty());
+  std::vector<std::string> nextPaths() {
+    constexpr std::size_t sizePerJob = 256;
+    std::vector<std::string> paths;
+    while (paths.size() < sizePerJob * options.jobs * ranks.Size()) {
+      std::optional<std::string> path = source.Next(paths.empty());
       if (!path) break;
-      if (options.shard.Has(position++)) batch.push_back({std::move(*path), nullptr, {}});
+      if (options.shard.Has(position++)) paths.push_back(std::move(*path));
     }
-    return !batch.empty();
+    return paths;
+  }
+
+  // Stretches, so that records are in order where those of a rank follow those of the one before.
+  bool takeBatch() {
+    std::vector<std::string> stretches(ranks.Size());
+    if (ranks.IsFirst()) {
+      std::vector<std::string> const paths = nextPaths();
+      for (std::size_t rank = 0; rank < ranks.Size(); ++rank) {
+        MessageWriter message;
+        message.Put(paths.empty());
+        std::size_t const end = paths.size() * (rank + 1) / ranks.Size();
+        for (std::size_t i = paths.size() * rank / ranks.Size(); i < end; ++i) message.PutText(paths[i]);
+        stretches[rank] = message.Take();
+      }
+    }
+    std::string const own = std::move(ranks.AllToAll(std::move(stretches)).front());
+    MessageReader message(own);
+    bool const isEnd = message.Get<bool>();
+    batch.clear();
+    while (!message.IsAtEnd()) batch.push_back({message.GetText(), nullptr, {}});
+    return !isEnd;
   }
 
   void classify() {
@@ -109,12 +129,34 @@ class Applier {
     });
   }
 
+  void writeRecords() {
+    std::string records;
+    MessageWriter message;
+    for (Item const& item : batch) {
+      records += format.Record(Printable(item.path.native()), item.result.Get());
+      if (item.problem.empty()) continue;
+      message.PutText(item.path.native());
+      message.PutText(item.problem);
+    }
+    std::vector<std::string> const allRecords = ranks.Gather(std::move(records));
+    std::vector<std::string> const problems = ranks.Gather(message.Take());
+    if (!ranks.IsFirst()) return;
+    for (std::size_t rank = 0; rank < ranks.Size(); ++rank) {
+      for (MessageReader reader(problems[rank]); !reader.IsAtEnd();) {
+        std::filesystem::path const path = reader.GetText();
+        complain(path, reader.GetText());
+      }
+      sink.Write(allRecords[rank]);
+    }
+  }
+
   void complain(std::filesystem::path const& path, std::string const& problem) {
     std::cerr << "classify_corpus: " << problem << ": " << Printable(path.native()) << '\n';
     hasUnread = true;
   }
 
   Options const& options;
+  Communicator& ranks;
   RecordFormat format;
   Sink& sink;
   Progress progress{false};
@@ -128,10 +170,10 @@ class Applier {
 
 }  // namespace
 
-int Apply(Options const& options) {
-  Sink sink(options.output);
+int Apply(Options const& options, Communicator& ranks) {
+  Sink sink(ranks.IsFirst() ? options.output : std::filesystem::path());
   LearnedClasses const classes = ReadClasses(options.classes);
-  Applier applier(options, classes, sink);
+  Applier applier(options, classes, sink, ranks);
   applier.Run();
   return applier.HasUnread() ? exit_code::unreadDocuments : exit_code::done;
 }

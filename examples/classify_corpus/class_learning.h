@@ -5,17 +5,23 @@
 #include <string>
 #include <vector>
 
+#include "communicator.h"
 #include "corpus_reader.h"
 #include "learned_classes.h"
 #include "progress.h"
 
 namespace classify {
 
-/// Learns the classes with these names, by class id, on up to `jobs` threads; what is learned doesn't depend on how
-/// many they are. A class without a document among `training` gets no model.
+/// Which ranks get what all have learned; the others get no class.
+enum class Receivers { First, All };
+
+/// Learns the classes with these names, by class id, from the documents of all ranks, on up to `jobs` threads of each.
+/// What is learned depends neither on how many these are, nor on how the documents are divided. A class without a
+/// document among `training` gets no model.
 /// Throws UserCanceledException(21) if the user wants to stop.
 LearnedClasses LearnClasses(std::vector<Document const*> const& training, std::vector<std::string> const& names,
-                            Settings const& settings, std::size_t jobs, Progress& progress);
+                            Settings const& settings, std::size_t jobs, Progress& progress, Communicator& ranks,
+                            Receivers receivers);
 
 }  // namespace classify
 

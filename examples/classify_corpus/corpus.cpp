@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "fold.h"
+#include "interrupt.h"
 #include "reading_error.h"
 #include "run_error.h"
 #include "utf8.h"
@@ -57,6 +58,7 @@ std::vector<fs::path> FilesBelow(fs::path const& classFolder, Notes& notes) {
     std::error_code error;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
       std::error_code unknown;
+      StopIfInterrupted(CancelId::Reading);
       if (IsHidden(entry->path())) continue;
       fs::file_type const type = StatusOf(*entry).type();
       if (type == fs::file_type::regular) {

@@ -5,13 +5,14 @@
 
 #include "jobs.h"
 #include "run_error.h"
+#include "shared_corpus.h"
 #include "text_file.h"
 #include "utf8.h"
 
 namespace classify {
 
 std::vector<Document> ReadCorpus(Corpus const& corpus, Settings const& settings, std::size_t jobs, Progress& progress,
-                                 Notes& notes) {
+                                 Notes& notes, Communicator& ranks) {
   struct Outcome {
     Terms terms;
     std::string problem;
@@ -38,8 +39,14 @@ std::vector<Document> ReadCorpus(Corpus const& corpus, Settings const& settings,
     if (terms.empty()) notes.Add("no word in a script that the filter knows", corpus.NameOf(file));
     documents.push_back({&file, std::move(terms)});
   }
-  if (documents.empty()) throw RunError{Printable(corpus.folder.native()) + " holds no document that is text"};
+  GatherNotes(notes, ranks);
   return documents;
+}
+
+std::uint64_t CountDocuments(Corpus const& corpus, std::vector<Document> const& documents, Communicator& ranks) {
+  std::uint64_t const count = ranks.Sum(documents.size());
+  if (count == 0) throw RunError{Printable(corpus.folder.native()) + " holds no document that is text"};
+  return count;
 }
 
 }  // namespace classify

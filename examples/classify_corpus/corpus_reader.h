@@ -2,8 +2,10 @@
 #ifndef CLASSIFY_CORPUS_CORPUS_READER_H
 #define CLASSIFY_CORPUS_CORPUS_READER_H
 
+#include <cstdint>
 #include <vector>
 
+#include "communicator.h"
 #include "corpus.h"
 #include "progress.h"
 #include "settings.h"
@@ -16,11 +18,14 @@ struct Document {
   Terms terms;
 };
 
-/// The documents of `corpus`, in its order, without those that can't be read or aren't text: these are noted. Texts
-/// aren't kept. Reads on up to `jobs` threads. Throws RunError if nothing is left, UserCanceledException(22) if the
-/// user wants to stop.
+/// The documents of `corpus`, which is a rank's stretch of the whole, in its order, without those that can't be read or
+/// aren't text: these are noted on the first rank. Texts aren't kept. Reads on up to `jobs` threads. Throws
+/// UserCanceledException(22) if the user wants to stop.
 std::vector<Document> ReadCorpus(Corpus const& corpus, Settings const& settings, std::size_t jobs, Progress& progress,
-                                 Notes& notes);
+                                 Notes& notes, Communicator& ranks);
+
+/// How many documents all ranks have read. Throws RunError if there is none.
+std::uint64_t CountDocuments(Corpus const& corpus, std::vector<Document> const& documents, Communicator& ranks);
 
 }  // namespace classify
 

@@ -1,10 +1,13 @@
 #include "document_source.h"
 
+#include <dirent.h>
 #include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -23,27 +26,26 @@ constexpr std::size_t longestLine = 65536;
 }  // namespace
 
 DocumentSource::DocumentSource(std::vector<fs::path> paths, char end, Complain complaint)
-    : pending(paths.rbegin(), paths.rend()),
-      takesInput(paths.empty()),
-      separator(end),
-      complain(std::move(complaint)) {}
+    : takesInput(paths.empty()), separator(end), complain(std::move(complaint)) {
+  for (auto path = paths.rbegin(); path != paths.rend(); ++path) pending.push_back({path->native(), {}});
+}
 
-std::optional<fs::path> DocumentSource::Next(bool mayWait) {
+std::optional<std::string> DocumentSource::Next(bool mayWait) {
   while (true) {
     if (pending.empty()) {
-      std::optional<fs::path> line = nextLine(mayWait);
+      std::optional<std::string> line = nextLine(mayWait);
       if (!line) return std::nullopt;
-      pending.push_back(std::move(*line));
+      pending.push_back({std::move(*line), {}});
     }
-    fs::path path = std::move(pending.back());
+    Place place = std::move(pending.back());
     pending.pop_back();
     std::error_code isUnknown;
-    if (!fs::is_directory(path, isUnknown)) return path;
-    open(path);
+    if (place.isDocument || !fs::is_directory(place.path, isUnknown)) return std::move(place.path);
+    open(place);
   }
 }
 
-std::optional<fs::path> DocumentSource::nextLine(bool mayWait) {
+std::optional<std::string> DocumentSource::nextLine(bool mayWait) {
   while (takesInput) {
     std::size_t const end = input.find(separator, begin);
     if (end != std::string::npos) {
@@ -59,7 +61,7 @@ std::optional<fs::path> DocumentSource::nextLine(bool mayWait) {
   std::string line = input.substr(begin);
   input.clear();
   begin = 0;
-  return line.empty() ? std::nullopt : std::optional<fs::path>(std::move(line));
+  return line.empty() ? std::nullopt : std::optional(std::move(line));
 }
 
 // Whether there may be more to look at, the end of the input included.
@@ -80,21 +82,47 @@ bool DocumentSource::readInput(bool mayWait) {
   return true;
 }
 
-void DocumentSource::open(fs::path const& folder) {
-  std::vector<fs::path> entries;
-  std::error_code error;
-  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-    if (entry->path().filename().native().starts_with('.')) continue;
+// The first of the names that are left. What follows is found by another listing, rather than held.
+void DocumentSource::open(Place const& folder) {
+  struct Entry {
+    std::string name;
+    bool isDocument;
+  };
+  std::vector<Entry> entries;
+  bool isCut = false;
+  auto const cut = [&] {
+    std::ranges::nth_element(entries, entries.begin() + MostNames, {}, &Entry::name);
+    entries.resize(MostNames);
+    isCut = true;
+  };
+  std::unique_ptr<DIR, int (*)(DIR*)> const listing(opendir(folder.path.c_str()), &closedir);
+  std::string const prefix = folder.path.ends_with('/') ? folder.path : folder.path + '/';
+  int error = listing ? 0 : errno;
+  while (listing) {
+    errno = 0;
+    dirent const* const found = readdir(listing.get());
+    error = errno;
+    if (!found) break;
+    std::string name = found->d_name;
+    if (name.starts_with('.') || name <= folder.after) continue;
+    StopIfInterrupted(CancelId::Reading);
+    bool const isDocument = found->d_type == DT_REG;
     std::error_code unknown;
-    bool const mayLoop = entry->is_symlink(unknown) && entry->is_directory(unknown);
-    if (!mayLoop) entries.push_back(entry->path());
+    bool const mayLoop =
+        !isDocument && fs::is_symlink(prefix + name, unknown) && fs::is_directory(prefix + name, unknown);
+    if (mayLoop) continue;
+    entries.push_back({std::move(name), isDocument});
+    if (entries.size() == 2 * MostNames) cut();
   }
-  if (error) {
-    CheckMayLeaveOut(folder, error);
-    complain(folder, error.message());
+  if (error != 0) {
+    std::error_code const reason(error, std::generic_category());
+    CheckMayLeaveOut(folder.path, reason);
+    complain(folder.path, reason.message());
   }
-  std::sort(entries.begin(), entries.end(), [](auto const& a, auto const& b) { return a.native() > b.native(); });
-  std::ranges::move(entries, std::back_inserter(pending));
+  if (entries.size() > MostNames) cut();
+  std::ranges::sort(entries, std::greater(), &Entry::name);
+  if (isCut) pending.push_back({folder.path, entries.front().name});
+  for (auto const& [name, isDocument] : entries) pending.push_back({prefix + name, {}, isDocument});
 }
 
 }  // namespace classify

@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "classes_file.h"
 #include "commands.h"
 #include "corpus.h"
 #include "corpus_reader.h"
@@ -22,6 +23,7 @@
 #include "result_file.h"
 #include "result_loader.h"
 #include "run_error.h"
+#include "shared_corpus.h"
 #include "utf8.h"
 
 namespace classify {
@@ -51,24 +53,82 @@ std::string Report(Findings const& findings, ZaM::ErrorMatrix const& matrix, Sta
          Summary(matrix, findings.ClassCount());
 }
 
-Findings Classify(Options const& options, Progress& progress, StageClocks& clocks, Notes& notes,
-                  std::vector<PendingFile>& outputs) {
-  Corpus const corpus = ListCorpus(options.corpus, notes);
-  std::vector<Document> const documents = clocks.read.Time(
-      corpus.files.size(), [&] { return ReadCorpus(corpus, options.settings, options.jobs, progress, notes); });
-
+// What becomes of the corpus is up to the first rank.
+Findings FindingsOn(Corpus const& corpus, std::uint64_t documents, Settings const& settings) {
   Findings findings;
   findings.corpus = Printable(corpus.folder.native());
-  findings.documents = documents.size();
-  findings.settings = options.settings;
+  findings.documents = documents;
+  findings.settings = settings;
   for (unsigned int id = 1; id <= corpus.ClassCount(); ++id) findings.AddClass(corpus.classNames[id]);
+  return findings;
+}
 
-  Experiment experiment({options, corpus, documents, progress, clocks, notes, findings, outputs});
+RunError NothingToTest(unsigned int fold) {
+  return RunError{"there is nothing to test: no document's name belongs to fold " + std::to_string(fold)};
+}
+
+Findings LearnAndTest(Options const& options, Progress& progress, StageClocks& clocks, Notes& notes,
+                      std::vector<PendingFile>& outputs, Communicator& ranks) {
+  Corpus const corpus = ShareOut(ranks.IsFirst() ? ListCorpus(options.corpus, notes) : Corpus(), ranks);
+  std::vector<Document> const documents = clocks.read.Time(ranks.Sum(corpus.files.size()), [&] {
+    return ReadCorpus(corpus, options.settings, options.jobs, progress, notes, ranks);
+  });
+  Findings findings = FindingsOn(corpus, CountDocuments(corpus, documents, ranks), options.settings);
+  Experiment experiment({options, corpus, documents, progress, clocks, notes, findings, outputs, ranks});
   unsigned int const first = options.crossValidate ? 0 : options.fold;
   unsigned int const last = options.crossValidate ? FoldCount - 1 : options.fold;
   for (unsigned int fold = first; fold <= last; ++fold) experiment.Run(fold);
-  if (findings.folds.empty())
-    throw RunError{"there is nothing to test: no document's name belongs to fold " + std::to_string(options.fold)};
+  if (findings.folds.empty()) throw NothingToTest(options.fold);
+  return findings;
+}
+
+// Gives the corpus the ids of classes that were learned; others of its classes come behind them.
+void TakeOverIds(Corpus& corpus, std::vector<std::string> const& learned, Notes& notes) {
+  std::vector<std::string> names = learned;
+  std::vector<unsigned int> ids;
+  for (std::string const& name : corpus.classNames) {
+    auto const place = std::find(names.begin(), names.end(), name);
+    ids.push_back(static_cast<unsigned int>(place - names.begin()));
+    if (place != names.end()) continue;
+    names.push_back(name);
+    notes.Add("class that wasn't learned", name);
+  }
+  for (DocumentFile& file : corpus.files) file.classId = ids[file.classId];
+  corpus.classNames = std::move(names);
+}
+
+// Opens none but the documents to test, of which some may turn out to be unreadable.
+Findings Test(Options const& options, Progress& progress, StageClocks& clocks, Notes& notes,
+              std::vector<PendingFile>& outputs, Communicator& ranks) {
+  LearnedClasses const classes = clocks.load.Time(0, [&] { return ReadClasses(options.classes); });
+  Corpus whole = ranks.IsFirst() ? ListCorpus(options.corpus, notes) : Corpus();
+  std::uint64_t const documents = whole.files.size();
+  TakeOverIds(whole, classes.names, notes);
+  std::erase_if(whole.files, [&](DocumentFile const& file) { return file.fold != options.fold; });
+  std::uint64_t const ofFold = whole.files.size();
+  if (ranks.IsFirst() && ofFold == 0) throw NothingToTest(options.fold);
+  std::size_t place = 0;
+  std::erase_if(whole.files, [&](DocumentFile const& /*file*/) { return !options.shard.Has(place++); });
+
+  Corpus const corpus = ShareOut(std::move(whole), ranks);
+  Settings settings = classes.settings;
+  settings.maxResults = options.settings.maxResults;
+  std::vector<Document> const tests = clocks.read.Time(ranks.Sum(corpus.files.size()), [&] {
+    return ReadCorpus(corpus, settings, options.jobs, progress, notes, ranks);
+  });
+  std::vector<Document const*> pointers;
+  for (Document const& document : tests) pointers.push_back(&document);
+  Findings findings = FindingsOn(corpus, documents, settings);
+  findings.folds[options.fold] = {classes.documents, ofFold};
+  Experiment({options, corpus, tests, progress, clocks, notes, findings, outputs, ranks})
+      .Test(pointers, classes, options.fold);
+  return findings;
+}
+
+Findings Classify(Options const& options, Progress& progress, StageClocks& clocks, Notes& notes,
+                  std::vector<PendingFile>& outputs, Communicator& ranks) {
+  auto const run = options.classes.empty() ? LearnAndTest : Test;
+  Findings findings = run(options, progress, clocks, notes, outputs, ranks);
   findings.Sort();
   return findings;
 }
@@ -109,23 +169,28 @@ class Places {
 
 }  // namespace
 
-int Evaluate(Options const& options, Notes& notes) {
+int Evaluate(Options const& options, Notes& notes, Communicator& ranks) {
+  if (!options.loadResults.empty() && !ranks.IsFirst()) return exit_code::done;
   StageClocks clocks;
   std::string report;
   {
     Progress progress(ShowsBar(options));
-    Places places(options);
+    std::optional<Places> places;
+    if (ranks.IsFirst()) places.emplace(options);
     std::vector<PendingFile> outputs;
-    Findings const findings = options.loadResults.empty() ? Classify(options, progress, clocks, notes, outputs)
+    progress.Begin("listing", 0);
+    Findings const findings = options.loadResults.empty() ? Classify(options, progress, clocks, notes, outputs, ranks)
                                                           : Load(options, progress, clocks, notes);
+    if (!ranks.IsFirst()) return exit_code::done;
     if (findings.ClassCount() == 1)
       notes.Add("a single class: it has nothing to be told from", findings.ClassNames()[1]);
     if (options.distanceThreshold > 0 && findings.settings.maxResults == 1)
       throw RunError{"--distance-threshold needs a second class, and these results have one alone"};
+    progress.Begin("writing", 0);
     auto const matrix = clocks.evaluate.Time(
         findings.Tested().size(), [&] { return Evaluate(findings, options.bestThreshold, options.distanceThreshold); });
     report = Report(findings, *matrix, clocks);
-    places.Write(findings, *matrix, clocks, outputs);
+    places->Write(findings, *matrix, clocks, outputs);
     for (PendingFile& file : outputs) file.Commit();
   }
   std::cout << report << std::flush;

@@ -1,11 +1,14 @@
 #include "experiment.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <utility>
 
 #include "class_learning.h"
 #include "document_classifier.h"
 #include "jobs.h"
+#include "message.h"
 #include "plane.h"
 #include "run_error.h"
 #include "tags.h"
@@ -20,25 +23,49 @@ void Experiment::Run(unsigned int fold) {
   std::vector<Document const*> tests;
   for (Document const& document : place.documents)
     (document.file->fold == fold ? tests : training).push_back(&document);
-  if (tests.empty()) return;
-  if (training.empty())
+  FoldSize const size{place.ranks.Sum(training.size()), place.ranks.Sum(tests.size())};
+  if (size.tested == 0) return;
+  if (size.learned == 0)
     throw RunError{"there is nothing to learn from: the names of all documents belong to fold " + std::to_string(fold)};
-  place.findings.folds[fold] = {training.size(), tests.size()};
+  place.findings.folds[fold] = size;
   keepShare(tests);
-  if (tests.empty()) return;
+  if (tests.empty() && place.ranks.IsAlone()) return;
 
-  auto const& [options, corpus, documents, progress, clocks, notes, findings, outputs] = place;
-  LearnedClasses const classes = clocks.train.Time(training.size(), [&] {
-    return LearnClasses(training, place.corpus.classNames, place.options.settings, place.options.jobs, place.progress);
+  LearnedClasses const classes = place.clocks.train.Time(size.learned, [&] {
+    return LearnClasses(training, place.corpus.classNames, place.options.settings, place.options.jobs, place.progress,
+                        place.ranks, Receivers::All);
   });
   noteUntrained(classes, fold);
-  auto const results = clocks.classify.Time(tests.size(), [&] { return classify(tests, classes); });
+  Test(tests, classes, fold);
+  if (place.options.WantsMap() && !hasMap)
+    place.clocks.map.Time(size.tested, [&] { drawOnPlane(training, tests, classes.vocabulary, fold); });
+}
+
+void Experiment::Test(std::vector<Document const*> const& tests, LearnedClasses const& classes, unsigned int fold) {
+  std::uint64_t const tested = place.ranks.Sum(tests.size());
+  auto const results = place.clocks.classify.Time(tested, [&] { return classify(tests, classes); });
+  MessageWriter message;
   for (std::size_t i = 0; i < tests.size(); ++i) {
     DocumentFile const& file = *tests[i]->file;
-    findings.Add(corpus.NameOf(file), file.classId, fold, results[i].Get());
+    if (place.ranks.IsFirst()) {
+      place.findings.Add(place.corpus.NameOf(file), file.classId, fold, results[i].Get());
+    } else {
+      message.PutText(place.corpus.NameOf(file));
+      message.Put(file.classId);
+      message.PutAll(std::span<ZaM::IndexedResult const>(results[i]->GetBestResults(0)));
+    }
   }
-  if (options.WantsMap() && findings.map.points.empty())
-    clocks.map.Time(tests.size(), [&] { drawOnPlane(training, tests, classes.vocabulary, fold); });
+  for (std::string const& bytes : place.ranks.Gather(message.Take())) addResults(bytes, fold);
+}
+
+void Experiment::addResults(std::string const& bytes, unsigned int fold) {
+  for (MessageReader message(bytes); !message.IsAtEnd();) {
+    std::string name = message.GetText();
+    auto const classId = message.Get<unsigned int>();
+    Ref const result(ZaM::SparseResult::Create());
+    result->SetResults(message.GetAll<ZaM::IndexedResult>());
+    place.findings.Add(std::move(name), classId, fold, result.Get());
+  }
 }
 
 void Experiment::keepShare(std::vector<Document const*>& tests) const {
@@ -70,31 +97,73 @@ std::vector<Ref<ZaM::SparseResult>> Experiment::classify(std::vector<Document co
   return results;
 }
 
+// The first rank chooses examples by the classes of all documents, and gets the vectors of these from their ranks.
+std::vector<PlaneExample> Experiment::examplesOf(std::vector<Document const*> const& training,
+                                                 Vocabulary const& vocabulary) {
+  std::vector<Document const*> usable;
+  std::vector<unsigned int> classIds;
+  for (Document const* document : training) {
+    StopIfInterrupted(CancelId::Training);
+    if (vocabulary.Weigh(document->terms).empty()) continue;
+    usable.push_back(document);
+    classIds.push_back(document->file->classId);
+  }
+  MessageWriter own;
+  own.PutAll(std::span<unsigned int const>(classIds));
+  std::vector<std::string> const offers = place.ranks.AllToAll(std::vector(place.ranks.Size(), own.Take()));
+  std::vector<unsigned int> all;
+  std::size_t begin = 0;  // of this rank's
+  for (std::size_t rank = 0; rank < offers.size(); ++rank) {
+    if (rank == place.ranks.Rank()) begin = all.size();
+    if (!offers[rank].empty())
+      std::ranges::move(MessageReader(offers[rank]).GetAll<unsigned int>(), std::back_inserter(all));
+  }
+  std::vector<Document const*> chosen;
+  for (std::size_t const i : Plane::Choose(all))
+    if (i >= begin && i - begin < usable.size()) chosen.push_back(usable[i - begin]);
+  return gatherVectors(chosen, vocabulary);
+}
+
+std::vector<PlaneExample> Experiment::gatherVectors(std::vector<Document const*> const& documents,
+                                                    Vocabulary const& vocabulary) {
+  MessageWriter message;
+  for (Document const* document : documents) {
+    message.Put(document->file->classId);
+    message.PutText(place.corpus.NameOf(*document->file));
+    message.PutAll(std::span<WeightedTerm const>(vocabulary.Weigh(document->terms)));
+  }
+  std::vector<PlaneExample> gathered;
+  for (std::string const& bytes : place.ranks.Gather(message.Take())) {
+    for (MessageReader reader(bytes); !reader.IsAtEnd();) {
+      auto const classId = reader.Get<unsigned int>();
+      std::string name = reader.GetText();
+      gathered.push_back({Ref(WordVector::Create(reader.GetAll<WeightedTerm>())), classId, std::move(name)});
+    }
+  }
+  return gathered;
+}
+
 void Experiment::drawOnPlane(std::vector<Document const*> const& training, std::vector<Document const*> const& tests,
                              Vocabulary const& vocabulary, unsigned int fold) {
-  std::vector<PlaneExample> examples;
-  examples.reserve(training.size());
-  for (Document const* document : training) {
-    examples.push_back({Ref(WordVector::Create(vocabulary.Weigh(document->terms))), document->file->classId,
-                        place.corpus.NameOf(*document->file)});
-  }
-  place.progress.Begin("map", 2);
-  place.progress.Step(CancelId::Classifying, 0);
+  hasMap = true;
+  place.progress.Begin("map", 0);
+  std::vector<PlaneExample> examples = examplesOf(training, vocabulary);
+  std::vector<PlaneExample> shown = gatherVectors(tests, vocabulary);
+  if (!place.ranks.IsFirst()) return;
   Plane plane(std::move(examples));
-  plane.LearnOrLoad(place.options.model, place.outputs);
+  plane.LearnOrLoad(place.options.model, place.outputs, place.progress);
 
   Ref<DocumentNode> const root(DocumentNode::Create());
   std::vector<DocumentNode*> nodes;
-  for (Document const* document : tests) {
-    nodes.push_back(DocumentNode::Create(document->file->classId, root.Get()));
+  for (PlaneExample& document : shown) {
+    nodes.push_back(DocumentNode::Create(document.classId, root.Get()));
     root->AddChild(nodes.back());
-    nodes.back()->AddRepresentation(WordVector::Create(vocabulary.Weigh(document->terms)));
+    nodes.back()->AddRepresentation(document.words.Detach());
   }
-  place.progress.Step(CancelId::Classifying);
   plane.Project(*root);
   place.findings.map.fold = fold;
   place.findings.map.examples = plane.ExampleCount();
-  std::size_t const first = place.findings.Tested().size() - tests.size();
+  std::size_t const first = place.findings.Tested().size() - shown.size();
   for (std::size_t i = 0; i < nodes.size(); ++i) {
     if (auto const point = Plane::PointOf(*nodes[i]))
       place.findings.map.points.emplace(place.findings.Tested()[first + i].node, *point);

@@ -4,14 +4,17 @@
 
 #include <zam/zam.h>
 
+#include <string>
 #include <vector>
 
+#include "communicator.h"
 #include "corpus.h"
 #include "corpus_reader.h"
 #include "findings.h"
 #include "learned_classes.h"
 #include "options.h"
 #include "pending_file.h"
+#include "plane.h"
 #include "progress.h"
 #include "stage_clock.h"
 
@@ -21,15 +24,16 @@ namespace classify {
 struct Workplace {
   Options const& options;
   Corpus const& corpus;
-  std::vector<Document> const& documents;
+  std::vector<Document> const& documents;  // of this rank
   Progress& progress;
   StageClocks& clocks;
   Notes& notes;
   Findings& findings;
   std::vector<PendingFile>& outputs;
+  Communicator& ranks;
 };
 
-/// Runs folds, and gathers what becomes of their documents.
+/// Runs folds, and gathers what becomes of their documents on the first rank.
 class Experiment {
  public:
   explicit Experiment(Workplace const& given) : place(given) {}
@@ -39,15 +43,22 @@ class Experiment {
   /// user wants to stop.
   void Run(unsigned int fold);
 
+  /// Tests these documents of a fold on classes that there are.
+  void Test(std::vector<Document const*> const& tests, LearnedClasses const& classes, unsigned int fold);
+
  private:
+  void addResults(std::string const& bytes, unsigned int fold);
   void keepShare(std::vector<Document const*>& tests) const;
   void noteUntrained(LearnedClasses const& classes, unsigned int fold);
   std::vector<ZaM::Ref<ZaM::SparseResult>> classify(std::vector<Document const*> const& tests,
                                                     LearnedClasses const& classes);
+  std::vector<PlaneExample> examplesOf(std::vector<Document const*> const& training, Vocabulary const& vocabulary);
+  std::vector<PlaneExample> gatherVectors(std::vector<Document const*> const& documents, Vocabulary const& vocabulary);
   void drawOnPlane(std::vector<Document const*> const& training, std::vector<Document const*> const& tests,
                    Vocabulary const& vocabulary, unsigned int fold);
 
   Workplace place;
+  bool hasMap = false;
 };
 
 }  // namespace classify

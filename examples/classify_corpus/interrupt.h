@@ -10,7 +10,7 @@ namespace classify {
 enum class CancelId : std::int32_t { Classifying = 20, Training = 21, Reading = 22 };
 
 /// From here on the first Ctrl-C is only remembered, and interrupts what waits for input; a second one ends the process
-/// as usual.
+/// as usual. The same holds for the signal by which other programs, mpirun among them, ask a process to end.
 void CatchInterrupt();
 
 /// Whether Ctrl-C was pressed since `CatchInterrupt`. On any thread.

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -13,6 +14,7 @@
 #include "number_text.h"
 #include "pending_file.h"
 #include "run_error.h"
+#include "shared_corpus.h"
 #include "utf8.h"
 
 namespace classify {
@@ -55,22 +57,32 @@ void NoteClassesLeftOut(Corpus const& corpus, LearnedClasses const& classes, Not
 
 }  // namespace
 
-int Learn(Options const& options, Notes& notes) {
+int Learn(Options const& options, Notes& notes, Communicator& ranks) {
   std::string summary;
   {
     Progress progress(ShowsBar(options));
-    PendingFile file(options.classes);
-    Corpus corpus = ListCorpus(options.corpus, notes);
-    Choose(corpus, options, notes);
-    std::vector<Document> const documents = ReadCorpus(corpus, options.settings, options.jobs, progress, notes);
+    std::optional<PendingFile> file;
+    Corpus whole;
+    if (ranks.IsFirst()) {
+      file.emplace(options.classes);
+      progress.Begin("listing", 0);
+      whole = ListCorpus(options.corpus, notes);
+      Choose(whole, options, notes);
+    }
+    Corpus const corpus = ShareOut(std::move(whole), ranks);
+    std::vector<Document> const documents = ReadCorpus(corpus, options.settings, options.jobs, progress, notes, ranks);
+    CountDocuments(corpus, documents, ranks);
     std::vector<Document const*> training;
     for (Document const& document : documents) training.push_back(&document);
-    LearnedClasses const classes = LearnClasses(training, corpus.classNames, options.settings, options.jobs, progress);
+    LearnedClasses const classes =
+        LearnClasses(training, corpus.classNames, options.settings, options.jobs, progress, ranks, Receivers::First);
+    if (!ranks.IsFirst()) return exit_code::done;
     NoteClassesLeftOut(corpus, classes, notes);
-    WriteClasses(classes, file);
-    file.Commit();
+    progress.Begin("writing", 0);
+    WriteClasses(classes, *file);
+    file->Commit();
     summary = Printable(options.classes.native()) + ": " + Grouped(classes.models.size()) + " classes, learned from " +
-              Grouped(documents.size()) + " documents with " + Grouped(classes.vocabulary.Size()) + " terms\n";
+              Grouped(classes.documents) + " documents with " + Grouped(classes.vocabulary.Size()) + " terms\n";
   }
   std::cout << summary << std::flush;
   return exit_code::done;

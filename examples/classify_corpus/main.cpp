@@ -8,13 +8,17 @@
 // (result_loader.h); the library counts it (evaluation.h), and the counts are told (report.h).
 #include <zam/zam.h>
 
+#include <chrono>
 #include <filesystem>
 #include <iostream>
+#include <memory>
 #include <new>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include "commands.h"
+#include "communicator.h"
 #include "interrupt.h"
 #include "notes.h"
 #include "options.h"
@@ -25,47 +29,54 @@ namespace {
 
 using namespace classify;
 
-int Run(Options const& options, Notes& notes) {
+int Run(Options const& options, Notes& notes, Communicator& ranks) {
   switch (options.command) {
     case Command::Learn:
-      return Learn(options, notes);
+      return Learn(options, notes, ranks);
     case Command::Apply:
-      return Apply(options);
+      return Apply(options, ranks);
     case Command::Evaluate:
       break;
   }
-  return Evaluate(options, notes);
+  return Evaluate(options, notes, ranks);
 }
 
-int Fail(std::string const& message, int exitCode = exit_code::failed) {
-  std::cerr << "classify_corpus: " << message << '\n';
-  return exitCode;
-}
-
-int RunAndExplain(Options const& options, Notes& notes) {
+int RunAndExplain(Options const& options, Notes& notes, Communicator& ranks) {
+  auto const fail = [&](std::string const& message) {
+    std::string const speaker = ranks.IsAlone() ? "" : ", rank " + std::to_string(ranks.Rank());
+    std::cerr << "classify_corpus" + speaker + ": " + message + '\n';
+    return exit_code::failed;
+  };
   try {
-    return Run(options, notes);
+    return Run(options, notes, ranks);
   } catch (RunError const& failure) {
-    return Fail(failure.message);
+    return fail(failure.message);
   } catch (ZaM::UserCanceledException const& cancelled) {
-    return Fail(cancelled.what(), exit_code::cancelled);
+    // Among ranks it says that another one has failed, or what mpirun says.
+    if (ranks.IsAlone()) fail(cancelled.what());
+    return exit_code::cancelled;
   } catch (ZaM::BaseException const& failure) {
-    return Fail(failure.what());
+    return fail(failure.what());
   } catch (std::filesystem::filesystem_error const& failure) {
-    return Fail(Printable(failure.what()));
+    return fail(Printable(failure.what()));
   } catch (std::bad_alloc const&) {
-    return Fail(ZaM::BaseException(ZaM::ErrorId::OutOfMemory).what());
+    return fail(ZaM::BaseException(ZaM::ErrorId::OutOfMemory).what());
   }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  Options options;
-  if (std::optional<int> const exitCode = ParseOptions(argc, argv, options)) return *exitCode;
   CatchInterrupt();
+  std::unique_ptr<Communicator> const ranks = Connect();
+  Options options;
+  if (std::optional<int> const exitCode = ParseOptions(argc, argv, *ranks, options)) return *exitCode;
   Notes notes;
-  int const exitCode = RunAndExplain(options, notes);
-  notes.Print(std::cerr, !options.quiet);
+  int const exitCode = RunAndExplain(options, notes, *ranks);
+  if (ranks->IsFirst()) notes.Print(std::cerr, !options.quiet);
+  // A second reason to end makes mpirun impatient, and the first rank may still be taking its unfinished files away.
+  if (exitCode == exit_code::cancelled && !ranks->IsFirst())
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  if (exitCode != exit_code::done && exitCode != exit_code::unreadDocuments) ranks->Abort(exitCode);
   return exitCode;
 }

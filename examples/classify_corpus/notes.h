@@ -17,6 +17,12 @@ class Notes {
   /// `message` says it of a single one, as in "not text, left out"; `name` is shown as it stands.
   void Add(std::string const& message, std::string name) { names[message].push_back(std::move(name)); }
 
+  /// Calls `use(message, name)` for each name, in the order of messages and in that of adding.
+  void ForEach(auto use) const {
+    for (auto const& [message, list] : names)
+      for (std::string const& name : list) use(message, name);
+  }
+
   /// One line for each message, such as "not text, left out (2): pets/cat.jpg, pets/dog.jpg", or without the names.
   void Print(std::ostream& stream, bool showNames) const;
 

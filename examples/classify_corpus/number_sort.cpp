@@ -4,6 +4,8 @@
 #include <array>
 #include <utility>
 
+#include "interrupt.h"
+
 namespace classify {
 
 // By radix: three passes, from the lowest digit of 11 bits to the highest, each of which keeps the order of the one
@@ -22,6 +24,7 @@ void SortNumbers(std::vector<std::uint32_t>& numbers, std::vector<std::uint32_t>
     for (unsigned int pass = 0; pass < places.size(); ++pass) ++places[pass][number >> pass * bits & mask];
   scratch.resize(numbers.size());
   for (unsigned int pass = 0; pass < places.size(); ++pass) {
+    StopIfInterrupted(CancelId::Training);
     std::size_t place = 0;
     for (std::size_t& count : places[pass]) place += std::exchange(count, place);
     for (std::uint32_t const number : numbers) scratch[places[pass][number >> pass * bits & mask]++] = number;

@@ -2,7 +2,9 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <iostream>
 #include <map>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -34,6 +36,7 @@ constexpr char evaluationFooter[] = R"(Examples:
   classify_corpus mail --shard 1/2 --results part1.xml  test on half of them
   classify_corpus mail --shard 2/2 --results part2.xml  test on the other half, elsewhere
   classify_corpus --load-results part1.xml part2.xml    evaluate the halves together
+  classify_corpus mail --classes most.classes           test classes that were learned with --fold 0
   classify_corpus mail --map mail.svg                   draw the tested documents as points, coloured by class
   classify_corpus mail --report mail-report             show all of it in mail-report/index.html
 
@@ -103,8 +106,8 @@ std::string CheckShard(std::string const& text) {
 }
 
 void AddJobs(CLI::App& app, Options& options) {
-  options.jobs = std::max(1U, std::thread::hardware_concurrency());
-  app.add_option("-j,--jobs", options.jobs, "Threads to work on; one for each processor unless given")
+  app.add_option("-j,--jobs", options.jobs,
+                 "Threads to work on; one for each processor unless given, under mpirun one alone")
       ->check(CLI::Range(1U, 1024U))
       ->option_text("N");
 }
@@ -154,6 +157,9 @@ void AddClassifying(CLI::App& app, Options& options) {
       ->excludes(fold)
       ->option_text(" ");
   AddShard(app, options, "Test on every N-th document alone, from the I-th on; learn from as many as ever");
+  app.add_option("--classes", options.classes,
+                 "Test the classes in this file, of `learn --fold N`, instead of learning")
+      ->option_text("FILE");
   AddWords(app, options);
   app.add_option("--map", options.map,
                  "Draw the tested documents of the first fold, by their principal components, into this file")
@@ -161,6 +167,8 @@ void AddClassifying(CLI::App& app, Options& options) {
   app.add_option("--model", options.model,
                  "Take the plane of the map from this file; if there is none, learn it and write the file")
       ->option_text("FILE");
+  for (char const* other : {"--cross-validate", "--min-word-length", "--digits", "--no-digits", "--map"})
+    app.get_option("--classes")->excludes(app.get_option(other));
 }
 
 void AddLoading(CLI::App& app, Options& options) {
@@ -257,28 +265,36 @@ constexpr Syntax evaluate{"evaluate", evaluation, evaluationFooter, AddEvaluatio
 constexpr Syntax learn{"learn", learning, learningFooter, AddLearning, [](Options const& /*options*/) {}};
 constexpr Syntax apply{"apply", applying, applyingFooter, AddApplying, CheckDistance};
 
-std::optional<int> Parse(Syntax const& syntax, int argc, char const* const* argv, Options& options) {
+std::optional<int> Parse(Syntax const& syntax, int argc, char const* const* argv, Communicator const& ranks,
+                         Options& options) {
   CLI::App app(syntax.description, std::string("classify_corpus ") + syntax.name);
   app.footer(syntax.footer);
   app.set_version_flag("--version", "classify_corpus " CLASSIFY_CORPUS_VERSION);
   app.get_formatter()->column_width(28);
+  options.jobs = ranks.IsAlone() ? std::max(1U, std::thread::hardware_concurrency()) : 1;
   syntax.add(app, options);
   try {
     app.parse(argc, argv);
     syntax.check(options);
+    if (!ranks.IsAlone() && options.shard.count > 1)
+      throw CLI::ValidationError("--shard", "mpirun divides the documents already");
+    if (!ranks.IsFirst()) options.quiet = true;
   } catch (CLI::ParseError const& error) {
-    return app.exit(error) == 0 ? exit_code::done : exit_code::wrongUsage;
+    std::ostream silent(nullptr);
+    return app.exit(error, ranks.IsFirst() ? std::cout : silent, ranks.IsFirst() ? std::cerr : silent) == 0
+               ? exit_code::done
+               : exit_code::wrongUsage;
   }
   return std::nullopt;
 }
 
 }  // namespace
 
-std::optional<int> ParseOptions(int argc, char const* const* argv, Options& options) {
+std::optional<int> ParseOptions(int argc, char const* const* argv, Communicator const& ranks, Options& options) {
   std::string_view const first = argc > 1 ? argv[1] : "";
   for (Syntax const& syntax : {evaluate, learn, apply})
-    if (first == syntax.name) return Parse(syntax, argc - 1, argv + 1, options);
-  return Parse(evaluate, argc, argv, options);
+    if (first == syntax.name) return Parse(syntax, argc - 1, argv + 1, ranks, options);
+  return Parse(evaluate, argc, argv, ranks, options);
 }
 
 }  // namespace classify

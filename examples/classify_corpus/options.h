@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "communicator.h"
 #include "settings.h"
 #include "shard.h"
 
@@ -32,8 +33,9 @@ struct Options {
   std::filesystem::path model;                     // of the map; empty: no such file
   bool quiet = false;
 
+  std::filesystem::path classes;  // the file that keeps them; where empty, an evaluation learns
+
   // For learning and applying alone.
-  std::filesystem::path classes;              // the file that keeps them
   std::filesystem::path list;                 // of the documents to learn from; empty: all
   std::optional<unsigned int> leftOut;        // the fold not to learn from
   std::vector<std::filesystem::path> inputs;  // files and folders to classify; empty: from standard input
@@ -42,7 +44,7 @@ struct Options {
   bool header = false;
   std::filesystem::path output;  // empty: standard output
 
-  bool WantsMap() const { return loadResults.empty() && (!map.empty() || !report.empty()); }
+  bool WantsMap() const { return loadResults.empty() && classes.empty() && (!map.empty() || !report.empty()); }
 };
 
 /// What the program ends with.
@@ -54,8 +56,9 @@ inline constexpr int unreadDocuments = 3;
 inline constexpr int cancelled = 130;  // 128 + SIGINT, as shells have it
 }  // namespace exit_code
 
-/// Reads the command line. After `--help`, or if it is wrong, prints what there is to say and gives the exit code.
-std::optional<int> ParseOptions(int argc, char const* const* argv, Options& options);
+/// Reads the command line, which is the same on all ranks. After `--help`, or if it is wrong, gives the exit code, and
+/// the first rank prints what there is to say.
+std::optional<int> ParseOptions(int argc, char const* const* argv, Communicator const& ranks, Options& options);
 
 }  // namespace classify
 

@@ -50,16 +50,16 @@ class Hash {
 
 }  // namespace
 
-Plane::Plane(std::vector<PlaneExample> documents) {
-  std::map<unsigned int, std::vector<PlaneExample>> byClass;
-  for (PlaneExample& document : documents) {
-    if (document.words->IsValid()) byClass[document.classId].push_back(std::move(document));
-  }
+std::vector<std::size_t> Plane::Choose(std::vector<unsigned int> const& classIds) {
+  std::map<unsigned int, std::vector<std::size_t>> byClass;
+  for (std::size_t i = 0; i < classIds.size(); ++i) byClass[classIds[i]].push_back(i);
   std::size_t const share = std::max<std::size_t>(MostExamples / std::max<std::size_t>(byClass.size(), 1), 1);
-  for (auto& [classId, members] : byClass) {
-    std::size_t const count = std::min({share, members.size(), MostExamples - examples.size()});
-    for (std::size_t i = 0; i < count; ++i) examples.push_back(members[i * members.size() / count]);
+  std::vector<std::size_t> chosen;
+  for (auto const& [classId, members] : byClass) {
+    std::size_t const count = std::min({share, members.size(), MostExamples - chosen.size()});
+    for (std::size_t i = 0; i < count; ++i) chosen.push_back(members[i * members.size() / count]);
   }
+  return chosen;
 }
 
 void Plane::CheckModel(fs::path const& model) {
@@ -67,7 +67,8 @@ void Plane::CheckModel(fs::path const& model) {
   if (!fs::exists(model, unknown)) PendingFile const writable(model);
 }
 
-void Plane::LearnOrLoad(fs::path const& model, std::vector<PendingFile>& outputs) {
+void Plane::LearnOrLoad(fs::path const& model, std::vector<PendingFile>& outputs, Progress& progress) {
+  analyzer.SetCallBack(&progress);
   std::error_code unknown;
   if (!model.empty() && fs::exists(model, unknown)) return load(model);
   constexpr std::size_t FewestExamples = 4;

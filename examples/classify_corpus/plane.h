@@ -8,9 +8,11 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "pending_file.h"
+#include "progress.h"
 #include "word_vector.h"
 
 namespace classify {
@@ -43,15 +45,20 @@ struct DocumentMap {
 /// vectors. It fits no other documents.
 class Plane {
  public:
-  static constexpr std::size_t MostExamples = 1000;
+  static constexpr std::size_t MostExamples = 600;
 
-  /// Chooses the examples; documents without a known word are left out.
-  explicit Plane(std::vector<PlaneExample> documents);
+  /// Which of the documents of these classes, each of which has a known word, the plane is to be learned from, class by
+  /// class.
+  static std::vector<std::size_t> Choose(std::vector<unsigned int> const& classIds);
+
+  /// Of the examples that were chosen.
+  explicit Plane(std::vector<PlaneExample> chosen) : examples(std::move(chosen)) {}
 
   /// Takes the plane from `model` if there is such a file; else learns it, and writes the file unless its name is
   /// empty: it is committed with the other `outputs`. Throws RunError if there are fewer than four examples, or if the
-  /// file can't be written, isn't a plane, or is one of other documents.
-  void LearnOrLoad(std::filesystem::path const& model, std::vector<PendingFile>& outputs);
+  /// file can't be written, isn't a plane, or is one of other documents. Counts passes as steps of `progress`, which
+  /// outlives the object.
+  void LearnOrLoad(std::filesystem::path const& model, std::vector<PendingFile>& outputs, Progress& progress);
 
   /// Makes sure that `LearnOrLoad` can look for the file, and write it if there is none, so that a long run isn't lost.
   /// Throws RunError if it can't.

@@ -38,6 +38,7 @@ void Progress::Begin(std::string const& stage, std::size_t steps) {
   SetStatus(std::u16string(stage.begin(), stage.end()), &ignored);
   nextDraw = {};
   begun = Clock::now();
+  if (isShown) draw();
 }
 
 void Progress::Step(CancelId id, unsigned int steps) {
@@ -60,7 +61,9 @@ void Progress::draw() {
   std::size_t const columns = TerminalColumns() - 1;
   std::size_t const taken = std::max(stage.size(), stageWidth) + rest.size() + 4;
   std::string line = Left(stage, stageWidth);
-  if (taken + fewestMarks <= columns) {
+  if (GetMaximum() == 0) {
+    line = stage;
+  } else if (taken + fewestMarks <= columns) {
     std::size_t const marks = std::min(mostMarks, columns - taken);
     std::size_t const done = std::min<std::size_t>(marks * GetCurrent() / steps, marks);
     line += " [" + std::string(done, '#') + std::string(marks - done, '.') + "] " + rest;

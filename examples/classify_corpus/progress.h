@@ -23,7 +23,7 @@ class Progress : public ZaM::CallBack {
   /// Takes the bar away.
   ~Progress() override;
 
-  /// Starts a stage of so many steps; 0 is fine.
+  /// Starts a stage of so many steps; 0 where nobody can tell: the bar shows its name alone then.
   void Begin(std::string const& stage, std::size_t steps);
 
   /// One step of the program's own work, or a mere look at whether to go on.

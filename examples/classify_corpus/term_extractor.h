@@ -20,7 +20,8 @@ enum class TermKind : std::uint8_t {
   Pair,      ///< two words in a row: what ideographs, each a word of its own, need to say anything
   Fragment,  ///< four symbols in a row, the edges of the word among them: what compounds and endings have in common
 };
-inline constexpr std::size_t TermKindCount = 3;
+inline constexpr std::array AllTermKinds{TermKind::Word, TermKind::Pair, TermKind::Fragment};
+inline constexpr std::size_t TermKindCount = AllTermKinds.size();
 
 struct TermKey {
   TermKind kind;

@@ -120,6 +120,7 @@ bool Learner::Sweep() {
   float worst = 0;
   std::size_t kept = 0;
   for (std::uint32_t const i : active) {
+    StopIfInterrupted(CancelId::Training);
     float const gradient = gradientOf(i);
     bool const isIdle = multipliers[i] == 0 && gradient >= 0;
     if (!isIdle) worst = std::max(worst, improve(i, gradient));
@@ -176,16 +177,16 @@ ClassModel* Learner::CreateModel() const {
 }  // namespace
 
 Trainer::Trainer(TrainingSet given) : documents(std::move(given)), totals(documents.TermCount()) {
-  for (std::size_t i = 0; i < documents.Size(); ++i)
+  for (std::size_t i = 0; i < documents.Size(); ++i) {
+    StopIfInterrupted(CancelId::Training);
     for (auto const [index, weight] : documents.VectorOf(i)) totals[index] += weight;
+  }
 }
 
 ClassModel* Trainer::Learn(unsigned int classId) const {
   Learner learner(documents, totals, classId);
-  for (int sweep = 0; sweep < mostSweeps; ++sweep) {
-    StopIfInterrupted(CancelId::Training);
-    if (learner.Sweep()) break;
-  }
+  bool isDone = false;
+  for (int sweep = 0; sweep < mostSweeps && !isDone; ++sweep) isDone = learner.Sweep();
   return learner.CreateModel();
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <set>
 #include <span>
 #include <vector>
 
@@ -26,6 +27,11 @@ class TrainingSet {
 
   std::size_t Size() const { return classIds.size(); }
   std::size_t TermCount() const { return termCount; }
+  /// Of the classes that have a document, ascending.
+  std::vector<unsigned int> ClassIds() const {
+    std::set<unsigned int> const ids(classIds.begin(), classIds.end());
+    return {ids.begin(), ids.end()};
+  }
   unsigned int ClassOf(std::size_t document) const { return classIds[document]; }
   std::span<WeightedTerm const> VectorOf(std::size_t document) const {
     std::size_t const begin = document == 0 ? 0 : ends[document - 1];

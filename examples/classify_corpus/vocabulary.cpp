@@ -32,21 +32,36 @@ void ScaleToLengthOne(std::vector<WeightedTerm>& terms) {
 
 }  // namespace
 
-Vocabulary::Vocabulary(std::vector<Document const*> const& training) {
-  auto const total = static_cast<float>(training.size());
+std::vector<TermCount> CountTerms(std::vector<Document const*> const& documents, TermKind kind) {
   std::vector<std::uint32_t> hashes;
   std::vector<std::uint32_t> scratch;
-  for (std::size_t kind = 0; kind < TermKindCount; ++kind) {
-    hashes.clear();
-    for (Document const* document : training)
-      for (Term const& term : document->terms)
-        if (term.kind == static_cast<TermKind>(kind)) hashes.push_back(term.hash);
-    SortNumbers(hashes, scratch);
-    ForEachRun(hashes, [&](std::uint32_t hash, std::size_t count) {
-      if (count < rules[kind].fewestDocuments) return;
-      keys.push_back({static_cast<TermKind>(kind), hash});
-      weights.push_back(rules[kind].weight * (1 + std::log(total / static_cast<float>(count))));
-    });
+  for (Document const* document : documents)
+    for (Term const& term : document->terms)
+      if (term.kind == kind) hashes.push_back(term.hash);
+  SortNumbers(hashes, scratch);
+  std::vector<TermCount> counts;
+  ForEachRun(hashes, [&](std::uint32_t hash, std::size_t count) {
+    counts.push_back({hash, static_cast<std::uint32_t>(count)});
+  });
+  return counts;
+}
+
+bool IsKnown(TermKind kind, std::uint32_t documents) {
+  return documents >= rules[static_cast<std::size_t>(kind)].fewestDocuments;
+}
+
+float RarityWeight(TermKind kind, std::uint32_t documents, std::size_t total) {
+  float const share = static_cast<float>(total) / static_cast<float>(documents);
+  return rules[static_cast<std::size_t>(kind)].weight * (1 + std::log(share));
+}
+
+Vocabulary::Vocabulary(std::vector<Document const*> const& training) {
+  for (TermKind const kind : AllTermKinds) {
+    for (auto const [hash, documents] : CountTerms(training, kind)) {
+      if (!IsKnown(kind, documents)) continue;
+      keys.push_back({kind, hash});
+      weights.push_back(RarityWeight(kind, documents, training.size()));
+    }
   }
   makeIndex();
 }

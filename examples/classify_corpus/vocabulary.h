@@ -12,6 +12,21 @@
 
 namespace classify {
 
+/// In how many documents a term stands.
+struct TermCount {
+  std::uint32_t hash;
+  std::uint32_t documents;
+};
+
+/// The terms of a kind that stand in the documents, in the order of their hashes.
+std::vector<TermCount> CountTerms(std::vector<Document const*> const& documents, TermKind kind);
+
+/// Whether a term that stands in so many training documents counts at all.
+bool IsKnown(TermKind kind, std::uint32_t documents);
+
+/// The part of a term's weight that is the same for all documents, of which there are `total`.
+float RarityWeight(TermKind kind, std::uint32_t documents, std::size_t total);
+
 /// The terms of a set of training documents, each with a number from 0 up and a weight.
 ///
 /// A term's weight in a document grows with the logarithm of its count there, and with the logarithm of its rarity in

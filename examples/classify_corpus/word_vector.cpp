@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "interrupt.h"
 #include "tags.h"
 
 namespace classify {
@@ -29,6 +30,7 @@ double WordVector::dot(ZaM::Representation const& other) const {
 void WordVector::dotAll(ZaM::Representation const* const* others, std::size_t count, double* products) const {
   std::vector<double> weights(terms.empty() ? 0 : terms.back().index + std::size_t{1});
   for (auto const& [index, weight] : terms) weights[index] = weight;
+  StopIfInterrupted(CancelId::Training);
   for (std::size_t i = 0; i < count; ++i) {
     products[i] = 0.0;
     if (!others[i]) continue;

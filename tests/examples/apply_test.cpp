@@ -167,7 +167,7 @@ TEST_F(Apply, HasExamplesThatWork) {
       ++run;
     }
   }
-  EXPECT_EQ(run, 18);
+  EXPECT_EQ(run, 19);
 }
 
 }  // namespace

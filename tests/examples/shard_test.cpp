@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <future>
-
 #include "tests/examples/small_corpus.h"
 
 namespace classify {
@@ -30,41 +28,32 @@ class Shards : public SmallCorpus {
   }
 };
 
-TEST_F(Shards, OfTwoProcessesGiveTheFiguresOfASingleRun) {
+TEST_F(Shards, SpreadByGnuParallelGiveTheFiguresOfASingleRun) {
   WriteCorpus();
-  for (std::vector<std::string> const& options :
-       {std::vector<std::string>{"--cross-validate"}, {"--fold", "1", "--max-results", "0"}}) {
-    auto const run = [&](std::vector<std::string> arguments) {
-      arguments.insert(arguments.end(), options.begin(), options.end());
-      return Classify(arguments);
-    };
-    auto const runPart = [&](int number) {
-      return run({Corpus(), "--shard", std::to_string(number) + "/2", "--results", Part(number, ".xml.gz")});
-    };
-    auto first = std::async(std::launch::async, runPart, 1);
-    EXPECT_EQ(runPart(2).exitCode, 0);
-    EXPECT_EQ(first.get().exitCode, 0);
-    ProcessResult const single = run({Corpus(), "--results", Results()});
+  ASSERT_EQ(Classify({"learn", Corpus(), "--classes", Part(9, ".classes"), "--fold", "1"}).exitCode, 0);
+  struct {
+    std::vector<std::string> single;
+    std::vector<std::string> shares;
+  } const cases[] = {{{"--cross-validate"}, {"--cross-validate"}},
+                     {{"--fold", "1", "--max-results", "0"}, {"--fold", "1", "--max-results", "0"}},
+                     {{"--fold", "1"}, {"--fold", "1", "--classes", Part(9, ".classes")}}};
+  for (auto const& [alone, spread] : cases) {
+    std::vector<std::string> words{"parallel", CLASSIFY_CORPUS, Corpus()};
+    words.insert(words.end(), spread.begin(), spread.end());
+    std::string const parts = (folder.Path() / "part{}.xml.gz").string();
+    words.insert(words.end(), {"--shard", "{}/2", "--results", parts, ":::", "1", "2"});
+    EXPECT_EQ(ZaM::test::RunProcess(words).exitCode, 0);
+    words = {Corpus(), "--results", Results()};
+    words.insert(words.end(), alone.begin(), alone.end());
+    ProcessResult const single = Classify(words);
     ProcessResult const merged =
         Classify({"--load-results", Part(2, ".xml.gz"), Part(1, ".xml.gz"), "--results", Part(0, ".xml")});
-    EXPECT_EQ(merged.exitCode, 0) << merged.output;
     EXPECT_EQ(FiguresOf(merged.output), FiguresOf(single.output));
     EXPECT_EQ(Read(Part(0, ".xml")), Read(Results()));
 
     ProcessResult const half = Classify({"--load-results", Part(2, ".xml.gz")});
     EXPECT_TRUE(Contains(half.output, "fold of which documents are missing")) << half.output;
   }
-}
-
-TEST_F(Shards, AreSpreadByGnuParallel) {
-  if (ZaM::test::RunProcess({"parallel", "--version"}).exitCode != 0) GTEST_SKIP() << "parallel isn't installed";
-  WriteCorpus();
-  std::string const parts = (folder.Path() / "part{}.xml").string();
-  ProcessResult const spread = ZaM::test::RunProcess({"parallel", CLASSIFY_CORPUS, Corpus(), "--cross-validate",
-                                                      "--shard", "{}/2", "--results", parts, ":::", "1", "2"});
-  EXPECT_EQ(spread.exitCode, 0) << spread.output;
-  EXPECT_EQ(FiguresOf(Classify({"--load-results", Part(1, ".xml"), "--load-results", Part(2, ".xml")}).output),
-            FiguresOf(Classify({Corpus(), "--cross-validate"}).output));
 }
 
 TEST_F(Shards, MayBeEmpty) {
