@@ -71,6 +71,8 @@ class Applier {
       classify();
       writeRecords();
     }
+    // A rank that was killed ends the input, too: nothing is complete before all of them have said that they are there.
+    ranks.Sum(0);
     if (!ranks.IsFirst()) return;
     sink.Write(format.Closing());
     sink.Commit();
