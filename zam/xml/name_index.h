@@ -27,28 +27,33 @@ class NameIndex {
       round = 1;
     }
     mask = needed - 1;
-    count = 0;
+    names.clear();
   }
 
   /// The number of the name, which is new if it is the greatest so far.
   std::uint32_t Insert(std::string_view name) {
-    if (2 * (std::size_t{count} + 1) > mask + 1) grow();
-    Slot& slot = slotOf(name);
-    if (slot.round != round) slot = {name, round, count++};
+    if (2 * (names.size() + 1) > mask + 1) grow();
+    auto const hashed = static_cast<std::uint32_t>(hash(name));
+    Slot& slot = slotOf(name, hashed);
+    if (slot.round != round) {
+      names.push_back(name);
+      slot = {hashed, round, Count() - 1};
+    }
     return slot.number;
   }
 
-  [[nodiscard]] std::uint32_t Count() const { return count; }
+  [[nodiscard]] std::uint32_t Count() const { return static_cast<std::uint32_t>(names.size()); }
 
   [[nodiscard]] std::uint32_t Find(std::string_view name) {
-    if (count == 0) return none;
-    Slot const& slot = slotOf(name);
+    if (names.empty()) return none;
+    Slot const& slot = slotOf(name, static_cast<std::uint32_t>(hash(name)));
     return slot.round == round ? slot.number : none;
   }
 
  private:
+  /// Small, and with a hash, so that a search among many names touches little more than the slot that it ends at.
   struct Slot {
-    std::string_view name;
+    std::uint32_t hash = 0;
     std::uint32_t round = 0;  // that it was filled in
     std::uint32_t number = 0;
   };
@@ -58,13 +63,14 @@ class NameIndex {
     before.swap(slots);
     mask = slots.size() - 1;
     for (Slot const& slot : before) {
-      if (slot.round == round) slotOf(slot.name) = slot;
+      if (slot.round == round) slotOf(names[slot.number], slot.hash) = slot;
     }
   }
 
-  Slot& slotOf(std::string_view name) {
-    std::size_t i = hash(name) & mask;
-    while (slots[i].round == round && slots[i].name != name) i = (i + 1) & mask;
+  Slot& slotOf(std::string_view name, std::uint32_t hashed) {
+    std::size_t i = hashed & mask;
+    auto const isOther = [&](Slot const& slot) { return slot.hash != hashed || names[slot.number] != name; };
+    while (slots[i].round == round && isOther(slots[i])) i = (i + 1) & mask;
     return slots[i];
   }
 
@@ -72,7 +78,7 @@ class NameIndex {
   std::vector<Slot> slots;
   std::size_t mask = 0;  // of what is used of the slots in this round
   std::uint32_t round = 1;
-  std::uint32_t count = 0;
+  std::vector<std::string_view> names;  // by their numbers
 };
 
 }  // namespace ZaM::detail
