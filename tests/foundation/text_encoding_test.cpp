@@ -77,7 +77,7 @@ TEST(TextEncoding, IsWhatTheMarkSaysOrElseTheName) {
   for (auto const& [bytes, name, text] : cases) {
     EXPECT_TRUE(DecodeText(bytes, name) == text) << name << ' ' << testing::PrintToString(bytes);
   }
-  for (std::string const name : {"", "UTF-9", "no such encoding"}) {
+  for (std::string const& name : {""s, "UTF-9"s, "no such encoding"s, "UTF-8\0"s}) {
     EXPECT_EQ(test::FailureId([&] { static_cast<void>(DecodeText("a", name)); }), ErrorId::InvalidArgument) << name;
   }
 }

@@ -456,6 +456,14 @@ TEST(XmlTree, RefusesDocumentsThatBlowUp) {
       "<!DOCTYPE a [<!ENTITY % e '" + big + "'>" + repeated("%e;", 10'000) + "]><a/>",
       "<!DOCTYPE a [<!ATTLIST b" + attributes(100'000, " CDATA 'x'") + ">]><a/>",
   };
+  // Prefixes that each element declares by default.
+  auto const defaults = [&](int elements) {
+    std::string prefixes;
+    for (int i = 0; i < 500; ++i) prefixes += " xmlns:p" + std::to_string(i) + " CDATA 'u'";
+    return "<!DOCTYPE a [<!ATTLIST b" + prefixes + ">]><a>" + repeated("<b/>", elements) + "</a>";
+  };
+  EXPECT_EQ(readBuffer(defaults(100)), "<a>" + repeated("<b/>", 100) + "</a>");
+  EXPECT_EQ(readBuffer(defaults(101)), "limit");
   for (bool const substitute : {false, true}) {
     for (std::string const& text : documents) {
       detail::SetSubstituteEntities(substitute);

@@ -47,7 +47,8 @@ bool IsUtf8(std::string_view bytes) {
 
 std::optional<wstring> DecodeText(std::string_view bytes, std::string const& encoding) {
   return ReportOutOfMemory([&] {
-    if (!platform::IsEncoding(encoding.c_str())) throw BaseException(ErrorId::InvalidArgument, FromUtf8(encoding));
+    if (encoding.find('\0') != encoding.npos || !platform::IsEncoding(encoding.c_str()))
+      throw BaseException(ErrorId::InvalidArgument, FromUtf8(encoding));
     for (Mark const& mark : marks) {
       if (bytes.starts_with(mark.bytes)) return decode(bytes.substr(mark.bytes.size()), mark.encoding);
     }

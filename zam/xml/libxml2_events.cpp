@@ -127,6 +127,7 @@ void Libxml2Events::Impl::StartElement(xmlChar const* elementName, xmlChar const
   if (!push.AdmitsElement(pairs)) return;
   std::string_view const name = View(elementName);
   XmlDeclarations::Element const* const declared = declarations.Find(name);
+  if (declared != nullptr && shaper.options.isModel && !push.AdmitsPrefixes(declared->prefixes.size())) return;
   ReportOutOfMemory([&] {
     attributes.clear();
     values.clear();

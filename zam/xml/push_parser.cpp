@@ -196,7 +196,7 @@ void PushParser::Stop() {
 
 /// A text that is too long ends the parse without a word on the document's form.
 bool PushParser::IsWellFormed() const {
-  return !isStopped && context->wellFormed != 0 && context->disableSAX == 0;
+  return !isStopped && context != nullptr && context->wellFormed != 0 && context->disableSAX == 0;
 }
 
 bool PushParser::IsFromReference(xmlChar const* text) const {
@@ -364,9 +364,13 @@ bool PushParser::AdmitsNames() {
   return Admits(u"names in an XML document", static_cast<std::uint64_t>(xmlDictSize(context->dict)), mostNames);
 }
 
-void PushParser::Count(std::size_t expandedBytes) {
+bool PushParser::AdmitsPrefixes(std::size_t count) {
+  return Count(XmlExpansion::CostOfPrefixes(count));
+}
+
+bool PushParser::Count(std::size_t expandedBytes) {
   expansion.Add(expandedBytes);
-  Admits(XmlExpansion::name, expansion.Total(), expansion.Most());
+  return Admits(XmlExpansion::name, expansion.Total(), expansion.Most());
 }
 
 void PushParser::Describe(XmlDocumentType& type) const {

@@ -102,6 +102,9 @@ class PushParser {
   /// Whether one more attribute may be declared. Stops the parse where it may not.
   [[nodiscard]] bool AdmitsAttributeDeclaration();
 
+  /// Of an element, whose type declares so many prefixes by default.
+  [[nodiscard]] bool AdmitsPrefixes(std::size_t count);
+
   /// Whether an element with these attributes, a run of names and values that ends by null, may be reported. Stops the
   /// parse where it may not.
   [[nodiscard]] bool AdmitsElement(xmlChar const* const* attributes) {
@@ -136,7 +139,7 @@ class PushParser {
   bool CountsAttributes(xmlChar const* const* attributes);
   bool AdmitsAttributes(std::size_t count);
   xmlEntity* Expand(xmlEntity* entity);
-  void Count(std::size_t expandedBytes);
+  bool Count(std::size_t expandedBytes);
 
   XmlScope scope;
   xmlSAXHandler const* handler;

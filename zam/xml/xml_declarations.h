@@ -37,7 +37,7 @@ class XmlDeclarations {
     std::unordered_map<std::string_view, bool, NameHash> attributes;  // and whether each is of tokens
     bool hasTokens = false;                                           // whether any is
     std::deque<Default> named;  // all of them; those without a default have no value
-    std::vector<Default const*> defaults;
+    std::vector<Default const*> prefixes;  // those whose default declares one
     XmlContent content = XmlContent::undeclared;
   };
 
@@ -48,7 +48,7 @@ class XmlDeclarations {
     declared.named.push_back({std::string(name), value == nullptr ? "" : value});
     declared.attributes.emplace(declared.named.back().name, isOfTokens);
     declared.hasTokens = declared.hasTokens || isOfTokens;
-    if (value != nullptr) declared.defaults.push_back(&declared.named.back());
+    if (value != nullptr && name.starts_with("xmlns:")) declared.prefixes.push_back(&declared.named.back());
   }
 
   /// Likewise.

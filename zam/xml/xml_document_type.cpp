@@ -69,12 +69,12 @@ std::size_t XmlDocumentTypeEnd::Find(std::string_view text) {
       looked += rest.starts_with(comment) ? comment.size() : awaited.empty() ? 1 : 2;
       continue;
     }
+    if (c == '>' && !isInSubset) return looked + 1;
     ++looked;
     if (c == '"') awaited = "\"";
     if (c == '\'') awaited = "'";
     if (c == '[') isInSubset = true;
     if (c == ']') isInSubset = false;
-    if (c == '>' && !isInSubset) return looked;
   }
   return text.npos;
 }

@@ -135,7 +135,7 @@ void XmlEventShaper::DeclarePrefixes(std::vector<XmlAttribute>& attributes, XmlD
     if (char const* const prefix = DeclaredPrefix(attribute.name)) DeclarePrefix(prefix, attribute.value);
   }
   if (declared != nullptr) {
-    for (XmlDeclarations::Default const* const added : declared->defaults) {
+    for (XmlDeclarations::Default const* const added : declared->prefixes) {
       if (char const* const prefix = DeclaredPrefix(added->name)) DeclarePrefix(prefix, added->value);
     }
   }

@@ -1,4 +1,4 @@
-// What the references of a document may stand for; internal.
+// What the references of a document may stand for, and the prefixes that its type declares; internal.
 #ifndef ZAM_XML_XML_EXPANSION_H
 #define ZAM_XML_XML_EXPANSION_H
 
@@ -30,6 +30,9 @@ class XmlExpansion {
     auto const tags = static_cast<std::size_t>(std::count(content.begin(), content.end(), '<'));
     return content.size() + costOfReference + tags * costOfNode;
   }
+
+  /// What the prefixes count that a type declares in each element of a name.
+  static std::size_t CostOfPrefixes(std::size_t count) { return count * costOfReference; }
 
   void AddFed(std::size_t bytes) { fed += bytes; }
   void Add(std::size_t cost) { total += cost; }

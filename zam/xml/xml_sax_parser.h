@@ -57,20 +57,19 @@ namespace ZaM {
 ///   families, GB2312, GBK, GB18030 and Big5. A document that names another counts as malformed. For all but the first
 ///   three, ASCII and ISO-8859-1, the C library opens its own tables.
 ///
-/// Limits: a document is parsed in time that is in proportion to its size and to what its references stand for,
-/// whatever
-///   the number and the size of elements, names, attributes and texts; text is collected up to 4,294,967,295 bytes. A
-///   LimitExceededException tells of
-///   - references to entities that stand for more than 1,000,000 bytes and for more than 5 times the document, each
-///     reference counted with 20 bytes on top, and each tag in an entity; or of which more than 40 lie in each other;
+/// Limits: a document is parsed in time that is in proportion to its size and to what its references stand for. The
+///   number and the size of elements, names, attributes and texts make no difference. Text is collected up to
+///   4,294,967,295 bytes. A LimitExceededException tells of
+///   - references to entities that stand for more than 1,000,000 bytes and for more than 5 times what was read of the
+///     document until then, each reference counted with 20 bytes on top, and each tag in an entity; or of which more
+///     than 40 lie in each other. In trees, prefixes that a type declares by default count as references do;
 ///   - a document type of more than 500,000 bytes, 10,000 attributes, as many values in lists, or 50,000 names; with a
 ///     name of more than 50,000 bytes, or with an entity that has more than 4,096 attributes in a tag;
 ///   - a malformed document whose fault lies in or close to 4,096 attributes of one element or 10,000,000 bytes of
 ///     markup, which libxml2 looks at.
 ///
-/// Memory: of a document no more is kept than its type, a text as above, and one tag, comment or processing
-/// instruction:
-///   one that never ends takes as much as the rest of the document, which SetMaxBytes bounds.
+/// Memory: of a document no more is kept than its type, a text as above, and the present tag, comment or the like. One
+///   that never ends takes as much as the rest of the document, which SetMaxBytes bounds.
 ///
 /// Sequence: one parse after the other, each with the same parser or another. A callback may parse another document
 ///           with the parser that it was called by: that parse has a stack of its own, and the outer one goes on with

@@ -89,6 +89,7 @@ std::span<char> XmlScanner::Room(std::size_t size) {
 
 void XmlScanner::DropRest() {
   cursor = end;
+  looked = 0;
 }
 
 bool XmlScanner::Run() {
@@ -129,7 +130,8 @@ XmlScanner::Step XmlScanner::ScanStart() {
   if (text.starts_with(mark)) text.remove_prefix(mark.size());
   if (start.starts_with(text)) return Step::incomplete;
   if (text[0] != '<' || text[1] == 0) {
-    bool const isUnclear = !isDecoded && Rest().size() <= mostDeclaration && !IsHeadComplete(Rest());
+    bool const isUnclear =
+        !isDecoded && Rest().size() <= mostDeclaration && !ReportOutOfMemory([this] { return IsHeadComplete(Rest()); });
     return isUnclear ? Step::incomplete : Step::refused;
   }
   if (text.starts_with(start) && Is(text[start.size()], isBlank)) {
@@ -145,8 +147,9 @@ XmlScanner::Step XmlScanner::ScanStart() {
 
 XmlScanner::Step XmlScanner::ScanDeclaration(char const* start) {
   std::string_view const text = View(start, end);
-  std::size_t const size = text.find("?>");
-  if (size == text.npos) return Step::incomplete;
+  char const* const mark = FindEnd(static_cast<std::size_t>(start - cursor), "?>");
+  if (mark == nullptr) return Step::incomplete;
+  auto const size = static_cast<std::size_t>(mark - start);
   char const* next = start + 5;
   std::string_view const version = TakePseudoAttribute(next, "version");
   if (!version.starts_with("1.") || version.find_first_not_of("0123456789", 2) != version.npos) return Step::refused;

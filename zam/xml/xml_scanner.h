@@ -115,7 +115,8 @@ class XmlScanner {
   void MakeAttributes(Found const& element, char const* tagEnd);
   std::string_view Value(Found const& attribute);
   void AppendEntity(XmlEntity const& entity);
-  void CountExpansion(XmlEntity const& entity);
+  void CountExpansion(std::size_t cost);
+  void CountPrefixes(std::string_view element);
   [[nodiscard]] bool HasDuplicates();
   void SendText(char const* textEnd);
   [[nodiscard]] std::string_view NormalLineEnds(std::string_view text);

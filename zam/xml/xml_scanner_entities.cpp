@@ -29,7 +29,7 @@ XmlScanner::Step XmlScanner::Refer(Reference const& reference) {
   if (entity == nullptr ? !MayBeUnknown() : !IsUsableInContent(*entity)) return Step::refused;
   cursor += reference.size;
   if (entity == nullptr) return Step::done;
-  CountExpansion(*entity);
+  CountExpansion(entity->cost);
   if (!shaper.options.substitutesEntities) {
     shaper.Reference(name, entity->content);
     return Step::done;
@@ -131,7 +131,7 @@ bool XmlScanner::IsUsableInValue(std::string_view name) {
 
 /// To `values`, with all that it refers to.
 void XmlScanner::AppendEntity(XmlEntity const& entity) {
-  CountExpansion(entity);
+  CountExpansion(entity.cost);
   char const* const contentEnd = entity.content.data() + entity.content.size();
   for (char const* next = entity.content.data(); next < contentEnd;) {
     char const* const mark = std::find(next, contentEnd, '&');
@@ -145,9 +145,9 @@ void XmlScanner::AppendEntity(XmlEntity const& entity) {
   }
 }
 
-void XmlScanner::CountExpansion(XmlEntity const& entity) {
+void XmlScanner::CountExpansion(std::size_t cost) {
   if (depth > 0) return;  // nobody is told
-  expansion.Add(entity.cost);
+  expansion.Add(cost);
   if (expansion.Total() <= expansion.Most()) return;
   ReportOutOfMemory([this] { RequireAtMost(XmlExpansion::name, expansion.Total(), expansion.Most()); });
 }

@@ -119,6 +119,7 @@ void XmlScanner::OpenElement(Found const& name, char* tagEnd, bool isEmpty) {
   if (!hasBegun) shaper.StartDocument();
   hasBegun = true;
   if (!suspended.empty()) ReportOutOfMemory([this] { OpenBlanks(); });
+  CountPrefixes(View(name.name, name.nameEnd));
   *name.nameEnd = 0;
   cursor = tagEnd;
   place = Place::content;
@@ -126,10 +127,18 @@ void XmlScanner::OpenElement(Found const& name, char* tagEnd, bool isEmpty) {
   if (isEmpty) CloseElement();
 }
 
+/// The shaper declares them again in each element.
+void XmlScanner::CountPrefixes(std::string_view element) {
+  if (type == nullptr || !shaper.options.isModel) return;
+  auto const* const declared = type->declarations.Find(element);
+  if (declared == nullptr || declared->prefixes.empty()) return;
+  CountExpansion(XmlExpansion::CostOfPrefixes(declared->prefixes.size()));
+}
+
 void XmlScanner::MakeAttributes(Found const& element, char const* tagEnd) {
   attributes.clear();
   values.clear();
-  if (found.empty()) return;
+  if (found.empty() || depth > 0) return;
   auto const* const declared = type == nullptr ? nullptr : type->declarations.Find(View(element.name, element.nameEnd));
   if (declared != nullptr && declared->hasTokens) {
     for (Found& one : found) {
@@ -141,7 +150,6 @@ void XmlScanner::MakeAttributes(Found const& element, char const* tagEnd) {
   bool const areAllPlain = std::all_of(found.begin(), found.end(), [](Found const& one) { return one.isPlain; });
   // Unless it refers to an entity, no value grows, so that none moves.
   if (!areAllPlain) values.reserve(static_cast<std::size_t>(tagEnd - cursor));
-  char const* const valuesBefore = values.data();
   attributes.resize(found.size());
   for (std::size_t i = 0; i < found.size(); ++i) {
     Found const& one = found[i];
@@ -149,7 +157,7 @@ void XmlScanner::MakeAttributes(Found const& element, char const* tagEnd) {
     attributes[i].value = one.isPlain ? View(one.value, one.valueEnd) : Value(one);
     *one.nameEnd = *one.valueEnd = 0;
   }
-  if (values.data() == valuesBefore) return;
+  if (areAllPlain) return;
   char const* next = values.data();
   for (std::size_t i = 0; i < found.size(); ++i) {
     if (found[i].isPlain) continue;
@@ -178,7 +186,7 @@ std::string_view XmlScanner::Value(Found const& attribute) {
         AppendEntity(*entity);
         std::replace_if(values.begin() + static_cast<std::ptrdiff_t>(entityBegin), values.end(), IsLineBlank, ' ');
       } else if (entity != nullptr) {
-        CountExpansion(*entity);
+        CountExpansion(entity->cost);
         if (keptEnd == values.npos && values.size() == begin) values += entity->content;
         if (keptEnd == values.npos) keptEnd = values.size();
       }
@@ -199,7 +207,8 @@ XmlScanner::Step XmlScanner::ScanEndTag() {
   std::string_view const name(&openNames[openStarts.back()], openNames.size() - openStarts.back() - 1);
   std::string_view const text = Rest().substr(2);
   if (!text.starts_with(name)) return name.starts_with(text) ? Step::incomplete : Step::refused;
-  char* const last = SkipBlanks(cursor + 2 + name.size());
+  char* const last = SkipBlanks(cursor + std::max(looked, 2 + name.size()));
+  if (last == end) looked = Rest().size();
   if (*last != '>') return AtByte(last);
   cursor = last + 1;
   CloseElement();
