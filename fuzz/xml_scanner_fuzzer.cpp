@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "zam/foundation/exceptions.h"
+#include "zam/foundation/text_encoding.h"
 #include "zam/xml/libxml2_events.h"
 #include "zam/xml/xml_decoder.h"
 #include "zam/xml/xml_event_shaper.h"
@@ -101,10 +102,12 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   auto const decoder = XmlDecoder::For(document);
   bool const isUtf32 = document.starts_with("\xFF\xFE\0\0"sv) || document.starts_with("\0\0\xFE\xFF"sv);
   if (isUtf32) return 0;  // which libxml2 doesn't know
+  // After the root libxml2 passes over bytes that mean nothing in the encoding.
+  bool const isBroken = decoder && !ZaM::IsUtf8(decoder->Decode(document));
   auto const agrees = [&](std::string const& byLibxml2) {
     if (byUs.ends_with("limit") || byLibxml2.ends_with("limit")) return true;
     bool const areMalformed = byUs.ends_with("malformed") && byLibxml2.ends_with("malformed");
-    return byUs == byLibxml2 || (decoder && areMalformed);
+    return byUs == byLibxml2 || (decoder && areMalformed) || (isBroken && byUs.ends_with("malformed"));
   };
 
   // Where libxml2 tells a fault, or a comment `<!-->-->`, may depend on the pieces that it gets.

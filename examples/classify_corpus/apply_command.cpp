@@ -1,16 +1,19 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <iostream>
 #include <optional>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 #include "classes_file.h"
 #include "commands.h"
 #include "document_classifier.h"
 #include "document_source.h"
+#include "interrupt.h"
 #include "jobs.h"
 #include "message.h"
 #include "pending_file.h"
@@ -73,6 +76,7 @@ class Applier {
     }
     // A rank that was killed ends the input, too: nothing is complete before all of them have said that they are there.
     ranks.Sum(0);
+    if (!ranks.IsAlone() && options.inputs.empty() && !options.output.empty()) awaitSignal();
     if (!ranks.IsFirst()) return;
     sink.Write(format.Closing());
     sink.Commit();
@@ -82,6 +86,16 @@ class Applier {
   bool HasUnread() const { return hasUnread; }
 
  private:
+  /// After Ctrl-C mpirun ends the input about a second before it tells the ranks, and a file would look complete.
+  void awaitSignal() {
+    constexpr std::chrono::milliseconds wait(3000), step(10);
+    for (auto waited = step; waited < wait; waited += step) {
+      StopIfInterrupted(CancelId::Classifying);
+      std::this_thread::sleep_for(step);
+    }
+    ranks.Sum(0);
+  }
+
   struct Item {
     std::filesystem::path path;
     ZaM::Ref<ZaM::SparseResult> result;

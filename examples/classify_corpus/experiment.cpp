@@ -150,6 +150,8 @@ void Experiment::drawOnPlane(std::vector<Document const*> const& training, std::
   std::vector<PlaneExample> examples = examplesOf(training, vocabulary);
   std::vector<PlaneExample> shown = gatherVectors(tests, vocabulary);
   if (!place.ranks.IsFirst()) return;
+  bool const isAsked = !place.options.map.empty() || !place.options.model.empty();
+  if (!isAsked && examples.size() < Plane::FewestExamples) return;
   Plane plane(std::move(examples));
   plane.LearnOrLoad(place.options.model, place.outputs, place.progress);
 

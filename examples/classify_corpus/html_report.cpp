@@ -209,7 +209,10 @@ report::Content Times(StageClocks const& clocks) {
 }
 
 report::Content Map(Findings const& findings, Options const& options) {
-  if (findings.map.points.empty()) return "There is none: these results were loaded, without the documents.";
+  bool const areLoaded = !options.loadResults.empty();
+  if (findings.map.points.empty() && areLoaded)
+    return "There is none: these results were loaded, without the documents.";
+  if (findings.map.points.empty()) return "There is none: too few documents, or none with a known word.";
   return MapOf(findings, options);
 }
 

@@ -71,7 +71,6 @@ void Plane::LearnOrLoad(fs::path const& model, std::vector<PendingFile>& outputs
   analyzer.SetCallBack(&progress);
   std::error_code unknown;
   if (!model.empty() && fs::exists(model, unknown)) return load(model);
-  constexpr std::size_t FewestExamples = 4;
   if (examples.size() < FewestExamples) throw RunError{"there are too few documents to learn a map from"};
   ZaM::PcaControl control;
   supplyExamples(control);

@@ -45,6 +45,7 @@ struct DocumentMap {
 /// vectors. It fits no other documents.
 class Plane {
  public:
+  static constexpr std::size_t FewestExamples = 4;
   static constexpr std::size_t MostExamples = 600;
 
   /// Which of the documents of these classes, each of which has a known word, the plane is to be learned from, class by

@@ -208,7 +208,7 @@ FAULTY int Recurse(int depth) {
   return Unknown(&Recurse<Step>)(depth + 1) + frame[0];
 }
 using Nothing = decltype([](int) {});
-using Throw = decltype([](int depth) {
+using Throw = decltype([]([[maybe_unused]] int depth) {
 #if !defined(__SANITIZE_ADDRESS__)  // which puts a __cxa_throw of its own in between, and sees what is thrown get lost
   try {
     throw depth;

@@ -23,7 +23,7 @@ namespace ZaM {
 /// Threads: any; the handler is the process's. Calling it again changes nothing.
 inline void DescribeUncaught() {
   static std::terminate_handler const former = std::get_terminate();
-  std::set_terminate([] {
+  auto const describe = [] {
     try {
       if (std::exception_ptr const failure = std::current_exception()) std::rethrow_exception(failure);
     } catch (BaseException const& failure) {
@@ -32,7 +32,8 @@ inline void DescribeUncaught() {
       // The former handler names it.
     }
     former();
-  });
+  };
+  [[maybe_unused]] static bool const isSet = (std::set_terminate(describe), true);
 }
 
 }  // namespace ZaM

@@ -3,6 +3,8 @@
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <memory>
@@ -52,13 +54,17 @@ std::optional<std::u16string> DecodeBytes(std::string_view bytes, char const* en
   char const* next = bytes.data();
   char const* const end = next + bytes.size();
   UErrorCode status = U_ZERO_ERROR;
+  bool isLast = false;
   do {
+    // ICU takes no more than 2^31 bytes at once.
+    char const* const pieceEnd = next + std::min<std::ptrdiff_t>(end - next, 1 << 30);
+    isLast = pieceEnd == end;
     char16_t units[4096];
     char16_t* unitsEnd = units;
     status = U_ZERO_ERROR;
-    ucnv_toUnicode(converter.get(), &unitsEnd, units + std::size(units), &next, end, nullptr, true, &status);
+    ucnv_toUnicode(converter.get(), &unitsEnd, units + std::size(units), &next, pieceEnd, nullptr, isLast, &status);
     text.append(units, unitsEnd);
-  } while (status == U_BUFFER_OVERFLOW_ERROR);
+  } while (status == U_BUFFER_OVERFLOW_ERROR || (U_SUCCESS(status) && !isLast));
   CheckMemory(status);
   return U_SUCCESS(status) ? std::optional(std::move(text)) : std::nullopt;
 }

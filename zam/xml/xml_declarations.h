@@ -36,7 +36,7 @@ class XmlDeclarations {
   struct Element {
     std::unordered_map<std::string_view, bool, NameHash> attributes;  // and whether each is of tokens
     bool hasTokens = false;                                           // whether any is
-    std::deque<Default> named;  // all of them; those without a default have no value
+    std::deque<Default> named;             // all of them; those without a default have no value
     std::vector<Default const*> prefixes;  // those whose default declares one
     XmlContent content = XmlContent::undeclared;
   };
