@@ -1,18 +1,16 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <map>
+#include <regex>
 #include <sstream>
 #include <type_traits>
 
+#include "tests/support/files_in.h"
 #include "tests/support/memory_cases.h"
 #include "tests/support/temporary_folder.h"
 #include "zam/zam.h"
 
 namespace ZaM::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 // A handler that catches one by value would end the program where the copy fails.
 template <class... Exceptions>
@@ -96,15 +94,8 @@ TEST(FoundationOutOfMemory, LeavesARegexUsable) {
 
 class FilesOutOfMemory : public testing::Test {
  protected:
-  /// The content of all files, and what is open.
-  std::map<std::string, std::string> Describe() const {
-    std::map<std::string, std::string> entries;
-    for (fs::path const& each : fs::recursive_directory_iterator(folder.Path())) {
-      entries[each.string()] = fs::is_regular_file(each) ? folder.Bytes(each) : "";
-    }
-    for (fs::path const& each : fs::directory_iterator("/proc/self/fd")) entries[each.string()];
-    return entries;
-  }
+  /// The content of all files, and how many are open.
+  auto Describe() const { return std::pair(folder.Shown(), FilesIn("/proc/self/fd")); }
 
   TemporaryFolder folder;
   wstring const parent = folder.Path().u16string(), source = folder.Wide("source"), target = folder.Wide("target"),
@@ -157,12 +148,8 @@ TEST_F(FilesOutOfMemory, TreesHaveWholeFilesAlone) {
                       {"copy", [&] { Demand(CopyFiles(source, target, pattern, true, true)); }, outcomes},
                       {"delete", [&] { Demand(ZamDelTree(target)); }, outcomes}},
                      [&] {
-                       auto entries = Describe();
-                       std::erase_if(entries, [](auto const& each) {
-                         bool const isNew = each.first.find("/target") != std::string::npos;
-                         return isNew && (each.second.empty() || each.second == "content");
-                       });
-                       return entries;
+                       std::regex const whole(" target\\S*(/|=content)(?= |$)");
+                       return std::pair(std::regex_replace(folder.Shown(), whole, ""), FilesIn("/proc/self/fd"));
                      });
 }
 

@@ -20,8 +20,8 @@ extern "C" ZAM_EXPORT int UseTheLibrary() {
   return isRead && isFiltered && isTold && root->ChildCount() == 1 ? 1 : 0;
 }
 
-/// Chooses a language, unless it is null, and gives the first letter of the present one.
-extern "C" ZAM_EXPORT int Speak(char16_t const* language) {
-  if (language != nullptr) ZaM::SetLanguage(language);
-  return ZaM::GetLanguage().at(0);
+/// Chooses a language, unless it is null; says the present one and a sentence in it, with a ! if there is no such.
+extern "C" ZAM_EXPORT void Speak(char16_t const* language, std::string& said) {
+  bool const isChosen = language == nullptr || ZaM::SetLanguage(language);
+  said = ZaM::ToUtf8(ZaM::GetLanguage() + u": " + ZaM::BaseException(5).GetErrorDescription()) + (isChosen ? "" : "!");
 }

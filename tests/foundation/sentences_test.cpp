@@ -4,19 +4,15 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <exception>
-#include <limits>
 #include <random>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include "tests/support/comma_locale.h"
 #include "tests/support/failing_allocation.h"
 #include "zam/foundation/exceptions.h"
 #include "zam/foundation/format_text.h"
 #include "zam/foundation/hresult.h"
+#include "zam/foundation/uncaught.h"
 #include "zam/platform/unicode.h"
 
 namespace ZaM {
@@ -52,20 +48,15 @@ TEST(Exceptions, SpeakOfTheirDetailUpToTheCapacityOfTheirClass) {
       {Said(Base(4001)), u"ZaM exception number 4001"},
       {Said(Bounds(8, 7, 5)), u"Zam-Exception: Index (7) out of range (0 - 4). "},
       {Said(Bounds(8, 0, least)), u"Zam-Exception: Index (0) out of range (0 - 2147483647). "},
-      {Said(Bounds(9, 7, 5)), u"ZaM exception number 9"},
       {Said(LimitExceededException(u"50% of %s", ~0ull, 0)),
        u"Limit exceeded: 50% of %s (18446744073709551615, at most 0)"},
-      {Said(Format(10, u"7.1")),
-       u"This XML file was saved by a newer version '7.1' of this software. Please update to the new version."},
       {Said(Format(17, u"100%s")), u"Invalid XML format for node '100%s' detected."},
       {Said(File(2003, u"a%20b%s.xml")), u"Could not open file: a%20b%s.xml"},
-      {Said(File(2004)), u"Could not read file"},
       {Said(File(-7, u"a%s.xml")), u"FileIOException -7, Filename: a%s.xml"},
       {Said(Canceled(21)), u"Training canceled by user"},
       {Said(Canceled(5)), u"ZaM exception number 5"},
       {Said(Collection(1001, 3, 0)), u"Zam-Exception: Index (3) out of range (0 - -1). "},
       {Said(Collection(1002, 0)), u"Item with Id #0 not found."},
-      {Said(Collection(1003, u"50% off")), u"Item with name '50% off' not found."},
       {Said(Collection(5, 1, 2)), u"Unknown collection exception #5."},
       {Said(XmlException(3002, u"unused")), u"Canot close the XML node."},
       {Said(XmlException(5)), u"Unknown XML error."},
@@ -74,7 +65,6 @@ TEST(Exceptions, SpeakOfTheirDetailUpToTheCapacityOfTheirClass) {
        u"Win operation \"50%d %s\" failed. Error: -2147024891 - "},  // no error of this system
       {Said(System(100)), u"Win operation \"\" failed. Error: 0 - Success"},
       {Said(System(5, u"mkdir", ENOENT)), u"Out of memory"},
-      {Said(System(1, u"mkdir")), u"Invalid argument: mkdir."},
       {Said(Base(1, words)), cut(u"Invalid argument: ", 1023)},
       {Said(Base(25, words)), words},
       {Said(Format(11, words)), cut(u"Invalid XML format for node '", 127)},
@@ -92,8 +82,8 @@ TEST(Exceptions, ALimitIsExceededAboveItAlone) {
     RequireAtMost(u"passes", 21, 20);
     FAIL();
   } catch (LimitExceededException const& failure) {
-    EXPECT_EQ(failure.GetErrorId(), 4001);
-    EXPECT_TRUE(failure.GetWhat() == u"passes" && failure.GetValue() == 21 && failure.GetLimit() == 20);
+    EXPECT_TRUE(failure.GetErrorId() == 4001 && failure.GetWhat() == u"passes");
+    EXPECT_TRUE(failure.GetValue() == 21 && failure.GetLimit() == 20);
   }
 }
 
@@ -105,18 +95,24 @@ TEST(Exceptions, TakeTheSystemsTextInTheLanguageAndEncodingOfTheLocale) {
   EXPECT_TRUE(Said(System(100, u"read", EAGAIN)).starts_with(sentence.substr(0, sentence.find(u'ü'))));
 }
 
+TEST(Uncaught, AFailureSaysItsSentenceBeforeTheProgramEnds) {
+  auto const end = [](auto exception) {
+    DescribeUncaught();
+    DescribeUncaught();
+    std::thread([&] { throw exception; }).join();
+  };
+  EXPECT_DEATH(end(FileIOException(ErrorId::FileOpen, u"März.xml")),
+               "^Could not open file: März.xml\nterminate called after throwing an instance of 'ZaM::FileIOException'");
+  EXPECT_DEATH(end(1), "^terminate called after throwing an instance of 'int'");
+  EXPECT_DEATH((DescribeUncaught(), std::terminate()), "^terminate called without an active exception");
+}
+
 TEST(HResultToString, MakesALineOfTheNumberOrTheDescriptionThatWaits) {
   auto const line = [](std::uint32_t hr) { return HResultToString(static_cast<std::int32_t>(hr), u"a%s", u"Load"); };
-  wstring const unknown = u"Error in a%s, Function Load: Unknown error (0x0)",
-                unspecified = u"Error in a%s, Function Load: Unspecified error (0x80004005)";
-  EXPECT_EQ(line(0x8000FFFF), u"Error in a%s, Function Load: Catastrophic failure (0x8000ffff)");
-  EXPECT_EQ(line(0x80004005), unspecified);
-
-  SetErrorInfo(u"first");
-  SetErrorInfo(u"disk %d full");
-  std::thread([&] { EXPECT_EQ(line(0), unknown) << "of another thread"; }).join();
+  for (auto const* const description : {u"first", u"disk %d full"}) SetErrorInfo(description);
+  std::thread([&] { EXPECT_EQ(line(0), u"Error in a%s, Function Load: Unknown error (0x0)"); }).join();
   EXPECT_EQ(line(0x80004005), u"Error in a%s, Function Load: disk %d full (0x80004005)");
-  EXPECT_EQ(line(0x80004005), unspecified) << "taken away";
+  EXPECT_EQ(line(0x80004005), u"Error in a%s, Function Load: Unspecified error (0x80004005)") << "taken away";
 
   wstring description;
   wstring const words = u"a description that needs memory of its own";
@@ -139,7 +135,6 @@ TEST(FormatText, PutsArgumentsInPlaceOfPlaceholders) {
     wstring expected;
     std::size_t size = 1024;
   } const cases[] = {
-      {u"%s and %s", {u"a", u"b"}, u"a and b"},
       {u"%s", {u"100% %s %%"}, u"100% %s %%"},  // an argument is never read as a text
       {u"100%% %s", {u"a"}, u"100% a"},
       {u"%s", {static_cast<wchar const*>(nullptr)}, u"(null)"},
@@ -151,7 +146,6 @@ TEST(FormatText, PutsArgumentsInPlaceOfPlaceholders) {
       {u"%5d: %s, %s", {u"a", u"b"}, u"%5d: b, %s"},
       {u"%s %d", {7, 8}, u"%s 8"},
       {u"%", {u"a"}, u"%"},
-      {u"%l", {u"a"}, u"%l"},
       {u"%*d %*s", {5, 6}, u"%*d %*s"},
       {u"%n %p %f %hs %lld %s", {u"a"}, u"%n %p %f %hs %lld a"},
 

@@ -6,25 +6,11 @@
 #include <cstdint>
 #include <limits>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "tests/support/run_on_stack.h"
 
 namespace ZaM {
 namespace {
-
-TEST(Sort, OrdersPointersAndFindsAmongThem) {
-  int const numbers[] = {30, 10, 20}, wanted = 20, missing = 15;
-  void const* pointers[] = {&numbers[0], &numbers[1], &numbers[2]};
-  auto const compare = [](void const* left, void const* right, void const* /*context*/) {
-    return *static_cast<int const*>(left) - *static_cast<int const*>(right);
-  };
-  q3sort(pointers, 3, nullptr, compare);
-  EXPECT_TRUE(pointers[0] == &numbers[1] && pointers[1] == &numbers[2] && pointers[2] == &numbers[0]);
-  EXPECT_EQ(binsearchL(pointers, 0, 2, &wanted, nullptr, compare), 1);
-  EXPECT_EQ(binsearchL(pointers, 0, 2, &missing, nullptr, compare), -5 - 1) << "the place where it would stand";
-}
 
 using Pointers = std::vector<void const*>;
 
@@ -75,6 +61,9 @@ Pointers AllOf(Log const& log) {
 struct Checksum {
   std::uint64_t value = 0xCBF29CE484222325;
   void Add(void const* element) { value = (value ^ reinterpret_cast<std::uintptr_t>(element)) * 0x100000001B3; }
+  void Add(Log const& log) {
+    for (auto const& [left, right] : log.pairs) Add(left), Add(right);
+  }
 };
 
 // A sort written down step by step compared the same pairs when these sums were taken. Where one differs, programs see
@@ -98,7 +87,7 @@ TEST(Sort, ComparesInTheOrderThatIsLaidDown) {
         Log log = Make(shape, count);
         Pointers pointers = AllOf(log);
         sort(pointers.data(), count, &log);
-        for (auto const& [left, right] : log.pairs) sum.Add(left), sum.Add(right);
+        sum.Add(log);
         for (void const* const element : pointers) sum.Add(element);
       }
     }
@@ -159,28 +148,12 @@ TEST(Sort, KeepsEveryElementWhateverComparisonsDo) {
   }
 }
 
-/// A key is of another kind than elements: it says what it is, and every comparison is counted, with its sides.
-struct Search {
-  std::vector<int> keys;
-  int wanted;
-  mutable Checksum compared;
-};
-
-int CompareWithKey(void const* left, void const* right, void const* context) {
-  auto const& search = *static_cast<Search const*>(context);
-  search.compared.Add(left == context ? nullptr : left);
-  search.compared.Add(right == context ? nullptr : right);
-  bool const keyIsLeft = left == context;
-  int const order = search.wanted - search.keys[reinterpret_cast<std::size_t>(keyIsLeft ? right : left)];
-  return keyIsLeft ? order : -order;
-}
-
-/// The first or last of the elements that equal what is wanted, or the place where it would stand, as a search tells
-/// it.
-std::int32_t Expected(Search const& search, int first, int last, bool isFirst) {
+/// The first or last of the elements from `first` to `last` that equal `wanted`, or the place where it would stand, as
+/// a search tells it.
+std::int32_t Expected(std::vector<int> const& keys, int wanted, int first, int last, bool isFirst) {
   if (first > last || first < 0) return -2;
-  auto const begin = search.keys.begin();
-  auto const range = std::equal_range(begin + first, begin + last + 1, search.wanted);
+  auto const begin = keys.begin();
+  auto const range = std::equal_range(begin + first, begin + last + 1, wanted);
   if (range.second == begin + first) return -3;
   if (range.first == begin + last + 1) return -4;
   auto const at = static_cast<std::int32_t>((isFirst ? range.first : range.second - 1) - begin);
@@ -191,21 +164,23 @@ TEST(Search, FindsTheEndsOfEqualElementsOrTheirPlace) {
   std::mt19937 random(1);
   Checksum compared;
   for (int round = 0; round < 5'000; ++round) {
-    Search search{std::vector<int>(1 + random() % 12), static_cast<int>(random() % 8), {}};
-    for (int& key : search.keys) key = static_cast<int>(random() % 8);
-    std::sort(search.keys.begin(), search.keys.end());
-    auto const count = static_cast<int>(search.keys.size());
+    Log log;
+    log.keys.resize(1 + random() % 12);
+    for (int& key : log.keys) key = static_cast<int>(random() % 8);
+    std::sort(log.keys.begin(), log.keys.end());
+    Pointers pointers = AllOf(log);
+    auto const count = static_cast<int>(log.keys.size());
     int const first = static_cast<int>(random()) % 3 - 1, last = count - 1 - static_cast<int>(random() % 3);
-    Pointers pointers;
-    for (std::size_t i = 0; i < search.keys.size(); ++i) pointers.push_back(Element(i));
+    log.keys.push_back(static_cast<int>(random() % 8));  // what is wanted, which is none of the elements
+    void const* const wanted = Element(pointers.size());
     for (bool const isFirst : {true, false}) {
       auto* const find = isFirst ? binsearchL : binsearchU;
-      EXPECT_EQ(find(pointers.data(), first, last, &search, &search, CompareWithKey),
-                Expected(search, first, last, isFirst));
+      EXPECT_EQ(find(pointers.data(), first, last, wanted, &log, Compare),
+                Expected(log.keys, log.keys.back(), first, last, isFirst));
     }
-    compared.Add(reinterpret_cast<void const*>(search.compared.value));
+    compared.Add(log);
   }
-  EXPECT_EQ(compared.value, 10309185338661177379U) << "what is compared, in this order, is laid down";
+  EXPECT_EQ(compared.value, 18427636078434307897U) << "what is compared, in this order, is laid down";
 }
 
 }  // namespace

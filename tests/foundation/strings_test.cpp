@@ -1,52 +1,50 @@
+// Wide text: searched, cut, in another case, and from and to bytes.
 #include "zam/foundation/strings.h"
 
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <optional>
 #include <random>
-#include <string>
-#include <utility>
 
 #include "tests/support/comma_locale.h"
+#include "tests/support/failing_allocation.h"
+#include "zam/foundation/text_encoding.h"
 
 namespace ZaM {
 namespace {
 
 using namespace std::string_literals;
 
-TEST(Strings, AreSubstituted) {
-  struct {
-    wstring text, search, replacement, expected;
-  } const cases[] = {
-      {u"aXbXc", u"X", u"YY", u"aYYbYYc"},
-      {u"ab", u"b", u"bb", u"abb"},  // what was put in isn't searched again
-      {u"abc", u"", u"Y", u"abc"},
-      {u"aXb\0Xc"s, u"X", u"Y\0Z"s, u"aY\0Zb\0Xc"s},  // searches end at a zero unit, and nothing is lost
-      {u"aXb", u"X\0b"s, u"-", u"a-b"},
-  };
-  for (auto const& [text, search, replacement, expected] : cases) {
-    EXPECT_EQ(Replace(text, search, replacement), expected);
-  }
-  EXPECT_EQ(DeleteStr(u"a-b_c-", u"-_"), u"abc");
-  EXPECT_EQ(DeleteStr(u"a\0b-c"s, u"-\0b"s), u"a\0bc"s);
+/// What a search in it sees: it ends at a zero unit.
+wstring Seen(wstring const& text) {
+  return text.substr(0, text.find(u'\0'));
 }
 
 TEST(Strings, AreSearchedAsByThePlainWay) {
   std::mt19937 random(3);
   auto const anyText = [&](std::size_t most) {
     wstring text(random() % (most + 1), u'a');
-    for (wchar& unit : text) unit = static_cast<wchar>(u'a' + random() % 2);
+    for (wchar& unit : text) unit = u"aaaabbbb\0"[random() % 9];
     return text;
   };
   for (int round = 0; round < 20'000; ++round) {
-    wstring const text = anyText(24), sought = anyText(6) + u'a';
-    wstring plain = text;
-    for (std::size_t i = 0; (i = plain.find(sought, i)) != plain.npos; ++i) plain.replace(i, sought.size(), u"-");
-    ASSERT_EQ(Replace(text, sought, u"-"), plain) << testing::PrintToString(text) << testing::PrintToString(sought);
-    wstring left, right;
-    bool const isFound = text.find(sought) != text.npos;
-    ASSERT_EQ(Split(text, sought, left, right), isFound);
-    ASSERT_TRUE(!isFound || (left == text.substr(0, text.find(sought)) && left + sought + right == text));
+    wstring const text = anyText(24), separator = anyText(6), put = anyText(3);
+    wstring const seen = Seen(text), sought = Seen(separator), rest = text.substr(seen.size());
+    wstring replaced = seen, deleted = text;
+    for (std::size_t i = 0; !sought.empty() && (i = replaced.find(sought, i)) != wstring::npos; i += put.size()) {
+      replaced.replace(i, sought.size(), put);
+    }
+    std::erase_if(deleted, [&](wchar unit) { return sought.find(unit) != wstring::npos; });
+    ASSERT_EQ(Replace(text, separator, put), replaced + rest) << testing::PrintToString(text);
+    ASSERT_EQ(DeleteStr(text, separator), deleted) << testing::PrintToString(text);
+
+    std::size_t const at = seen.find(sought);
+    wstring left = text, right = separator;  // the inputs may be the outputs
+    bool const isFound = round % 2 == 0 ? Split(left, right, left, right) : Split(right = left, separator, left, right);
+    ASSERT_EQ(isFound, at != wstring::npos) << testing::PrintToString(text);
+    ASSERT_EQ(left, text.substr(0, at)) << testing::PrintToString(text);
+    ASSERT_EQ(right, isFound ? text.substr(at + sought.size()) : round % 2 == 0 ? separator : text);
   }
 }
 
@@ -60,30 +58,6 @@ TEST(Strings, AreSearchedInTimeThatFollowsTheirLength) {
   EXPECT_EQ(DeleteStr(text, wstring(length, u'b')).size(), length);
   wstring left, right;
   EXPECT_FALSE(Split(text, half + u'b', left, right));
-}
-
-TEST(Strings, AreCutAtTheFirstSeparator) {
-  struct {
-    wstring text, separator;
-    bool isFound;
-    wstring left, right;
-  } const cases[] = {
-      {u"k=v=w", u"=", true, u"k", u"v=w"},       {u"k::", u"::", true, u"k", u""},
-      {u"abc", u"=", false, u"old", u"older"},    {u"abc", u"", true, u"", u"abc"},
-      {u"a\0=b"s, u"=", false, u"old", u"older"}, {u"a=b\0c"s, u"=\0x"s, true, u"a", u"b\0c"s},
-  };
-  for (auto const& [text, separator, isFound, expectedLeft, expectedRight] : cases) {
-    wstring left = u"old";
-    wstring right = u"older";
-    EXPECT_EQ(Split(text, separator, left, right), isFound);
-    EXPECT_EQ(left, expectedLeft);
-    EXPECT_EQ(right, expectedRight);
-  }
-  wstring text = u"k=v=w", other = u"=";
-  EXPECT_TRUE(Split(text, other, text, other));
-  EXPECT_TRUE(text == u"k" && other == u"v=w") << "the outputs are the inputs";
-  EXPECT_TRUE(Split(other, u"=", other, text));
-  EXPECT_TRUE(other == u"v" && text == u"w");
 }
 
 TEST(Strings, NameALocatorAndWhatIsInIt) {
@@ -120,10 +94,12 @@ TEST(Strings, AreReadFromNarrowTextThatMayBeMalformed) {
   std::pair<std::string, wstring> const cases[] = {
       {"", u""},
       {"Gr\xC3\xBC\xC3\x9F\x65", u"Grüße"},
-      {"\xF0\x9F\x98\x80\0b"s, u"\U0001F600"},
-      {"a\x80z", u"a\uFFFDz"},                            // continuation alone
-      {"\xC0\xAF", u"\uFFFD\uFFFD"},                      // overlong
-      {"\xE0\x80\xAF", u"\uFFFD\uFFFD\uFFFD"},            // overlong, second byte already impossible
+      {"\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80", u"\x80\u07FF\u0800\uD7FF\uE000"},
+      {"\xF0\x90\x80\x80\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", u"\U00010000\U0001F600\U0010FFFF"},
+      {"a\x80z", u"a\uFFFDz"},                  // continuation alone
+      {"\xC0\xAF", u"\uFFFD\uFFFD"},            // overlong
+      {"\xE0\x9F\xBF", u"\uFFFD\uFFFD\uFFFD"},  // overlong, second byte already impossible
+      {"\xF0\x8F\xBF\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
       {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},            // a surrogate
       {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},  // beyond U+10FFFF
       {"\xF0\x9F\x98z", u"\uFFFDz"},                      // cut off: one for what made sense so far
@@ -132,17 +108,52 @@ TEST(Strings, AreReadFromNarrowTextThatMayBeMalformed) {
       {"\xF0\x90\xC3\xA4", u"\uFFFD\u00E4"},              // the byte that broke it begins a new one
       {"\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41", u"\uFFFD\uFFFD\uFFFD\uFFFDA"},
   };
-  for (auto const& [text, expected] : cases) {
-    // In front of it, plain text of any length.
+  for (auto const& [end, endOfText] : cases) {
+    bool const isUtf8 = endOfText.find(u'\uFFFD') == wstring::npos;
+    // Behind plain text of any length.
     for (std::size_t length = 0; length < 20; ++length) {
-      wstring result = u"old";
-      EXPECT_TRUE(ConvertA2W(std::string(length, 'p') + text, result) && result == wstring(length, u'p') + expected);
-      EXPECT_TRUE(ConvertA2W(text.c_str(), result) && result == expected) << text;
+      std::string const bytes = std::string(length, 'p') + end;
+      wstring const text = wstring(length, u'p') + endOfText;
+      wstring fromText, fromArray;
+      EXPECT_TRUE(ConvertA2W(bytes + "\0x"s, fromText) && fromText == text) << bytes;
+      EXPECT_TRUE(ConvertA2W(bytes.c_str(), fromArray) && fromArray == text) << bytes;
+      EXPECT_TRUE(FromUtf8(bytes + "\0x"s) == text + u"\0x"s) << bytes;
+      EXPECT_TRUE(IsUtf8("\uFFFD" + bytes) == isUtf8 &&
+                  DecodeText(bytes) == (isUtf8 ? std::optional(text) : std::nullopt))
+          << bytes;
     }
   }
   wstring result = u"old";
-  EXPECT_FALSE(ConvertA2W(static_cast<char const*>(nullptr), result));
-  EXPECT_TRUE(result == u"old");
+  EXPECT_TRUE(!ConvertA2W(static_cast<char const*>(nullptr), result) && result == u"old");
+}
+
+TEST(Strings, AreDecodedAsTheMarkSaysOrElseTheName) {
+  struct {
+    std::string bytes, name;
+    std::optional<wstring> text;
+  } const cases[] = {
+      {"\x80 5", "Windows_1252", u"€ 5"},
+      {"\xEF\xBB\xBFä", "windows-1252", u"ä"},
+      {"\xFF\xFEz\0\x3D\xD8\0\xDE"s, "UTF-8", u"z\U0001F600"},
+      {"\xFE\xFF\0a"s, "utf8", u"a"},
+      {"\xFF\xFE\0\0a\0\0\0"s, "UTF-8", u"a"},
+      {"\0\0\xFE\xFF\0\1\xF6\0"s, "UTF-8", u"\U0001F600"},
+      {"a\0b\0"s, "UTF-16LE", u"ab"},
+      {"\xA4\xE9", "Big5", u"日"},
+      {std::string(10'000, '\xE4'), "latin1", wstring(10'000, u'ä')},
+      {"\xFF\xFEz", "UTF-8", {}},                // half a unit
+      {"\xFF\xFE\0\xD8"s, "UTF-8", {}},          // half a pair
+      {"\xFF\xFE\0\0\0\0\x11\0"s, "UTF-8", {}},  // above U+10FFFF
+      {"\x93", "Shift_JIS", {}},                 // cut
+      {"\xE4", "US-ASCII", {}},
+      {"ä\xE4", "UTF8", {}},
+  };
+  for (auto const& [bytes, name, text] : cases) {
+    EXPECT_TRUE(DecodeText(bytes, name) == text) << name << ' ' << testing::PrintToString(bytes);
+  }
+  for (std::string const& name : {""s, "UTF-9"s, "UTF-8\0"s}) {
+    EXPECT_EQ(test::FailureId([&] { static_cast<void>(DecodeText("a", name)); }), ErrorId::InvalidArgument) << name;
+  }
 }
 
 TEST(Strings, HoldEveryCharacterOnTheWayThereAndBack) {
@@ -154,6 +165,7 @@ TEST(Strings, HoldEveryCharacterOnTheWayThereAndBack) {
     std::string bytes;
     wstring back;
     ASSERT_TRUE(ConvertW2A(units, bytes) && ConvertA2W(bytes, back) && back == units) << std::uint32_t{point};
+    ASSERT_EQ(ToUtf8(units), bytes);
   }
 }
 
@@ -164,8 +176,7 @@ TEST(Strings, AreWrittenAsNarrowTextOnlyAsAWhole) {
                                                    {{0xD83D, 0xD83D, 0xDE00}, "\xEF\xBF\xBD\xF0\x9F\x98\x80"}};
   for (auto const& [text, expected] : cases) {
     std::string result = "old";
-    EXPECT_TRUE(ConvertW2A(text, result));
-    EXPECT_EQ(result, expected);
+    EXPECT_TRUE(ConvertW2A(text, result) && result == expected && ToUtf8(text) == expected) << expected;
     for (std::size_t size = 0; size <= expected.size() + 2; ++size) {
       std::string buffer(expected.size() + 3, '#');
       bool const isRoom = size > expected.size();
@@ -175,9 +186,7 @@ TEST(Strings, AreWrittenAsNarrowTextOnlyAsAWhole) {
     }
   }
   char buffer = '#';
-  EXPECT_FALSE(ConvertW2A(u"", &buffer, -1));
-  EXPECT_FALSE(ConvertW2A(u"", nullptr, 1));
-  EXPECT_EQ(buffer, '#');
+  EXPECT_TRUE(!ConvertW2A(u"", &buffer, -1) && !ConvertW2A(u"", nullptr, 1) && buffer == '#');
 }
 
 /// Properties of case over all units, and cases known from the Unicode tables.

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -35,6 +36,22 @@ class TemporaryFolder {
   [[nodiscard]] std::string Bytes(std::filesystem::path const& name) const {
     std::ifstream stream(path / name, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
+  }
+
+  /// What is in it: "file=content read-only!=content folder/ link>target", sorted.
+  [[nodiscard]] std::string Shown() const {
+    std::set<std::string> entries;
+    for (auto const& entry : std::filesystem::recursive_directory_iterator(path)) {
+      std::string const name = entry.path().lexically_relative(path).string();
+      auto const permissions = entry.symlink_status().permissions();
+      bool const isWritable = (permissions & std::filesystem::perms::owner_write) != std::filesystem::perms::none;
+      entries.insert(entry.is_symlink()        ? name + ">" + std::filesystem::read_symlink(entry).string()
+                     : entry.is_regular_file() ? name + (isWritable ? "=" : "!=") + Bytes(name)
+                                               : name + "/");
+    }
+    std::string shown;
+    for (std::string const& entry : entries) shown += (shown.empty() ? "" : " ") + entry;
+    return shown;
   }
 
   /// Writes a file, with the folders that lead to it; returns its full path.
