@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "tests/text/every_kernel.h"
+#include "fuzz/every_kernel.h"
 #include "zam/foundation/ref.h"
 
 namespace {

@@ -124,16 +124,6 @@ TEST_F(PcaAnalyzerTest, TakesExamplesOutOfTheBlockAndSettingsWithLearningOnly) {
   EXPECT_TRUE(Saved() == before);
 }
 
-TEST_F(PcaAnalyzerTest, PassesOtherBlocksOverAndMakesItsOwn) {
-  Control other;
-  analyzer.DoAlgorithm(&other);
-  analyzer.DoAlgorithm(nullptr);
-  std::unique_ptr<Control> const created(analyzer.CreateController());
-  auto& fresh = dynamic_cast<PcaControl&>(*created);
-  fresh.SetTargetActivity(200);
-  EXPECT_EQ(fresh.GetTargetActivity(), 0xFFFFFFC8);
-}
-
 // The last attempt is the one that doesn't fail any more, and gives what a first one gives.
 TEST_F(PcaAnalyzerTest, StaysWholeWhenAProductOrAnAllocationFails) {
   SetPoints(scattered);
@@ -281,13 +271,12 @@ TEST_F(PcaAnalyzerTest, RefusesWhatAModelHasNoRoomOrNoNumbersFor) {
   control.SetEnableRelearn(false);
   Learn(fourPoints);
   std::string const withoutGram = Saved();
-  for (unsigned int const huge : {PcaAnalyzer::MostExamples + 1, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
-    for (bool const wide : {false, true}) {
-      control.SetDimension(wide ? 2 : huge);
-      control.SetMaxExamples(wide ? huge : 0);
-      EXPECT_EQ(FailureOf(learnStep), 4001);
-      EXPECT_TRUE(Saved() == withoutGram);
-    }
+  unsigned int const huge = PcaAnalyzer::MostExamples + 1;
+  for (auto const& [dimension, maxExamples] : {std::pair(huge, 0U), {0xFFFFFFFF, 0U}, {2U, huge}, {2U, 0xFFFFFFFF}}) {
+    control.SetDimension(dimension);
+    control.SetMaxExamples(maxExamples);
+    EXPECT_EQ(FailureOf(learnStep), 4001);
+    EXPECT_TRUE(Saved() == withoutGram);
   }
   ASSERT_TRUE(Load(withoutGram));
   examples.emplace_back(Point::Create({1, 1}));

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <random>
 #include <vector>
 
 #include "classes_form.h"
@@ -154,22 +153,6 @@ TEST_F(ClassesFile, IsRefusedForWhatMakesNoSenseInIt) {
   EXPECT_THROW(ReadClasses(folder.Path()), RunError);
   EXPECT_THROW(ReadClasses("/dev/zero"), RunError);
   EXPECT_THROW(ReadClasses(folder.Path() / "missing"), RunError);
-}
-
-TEST_F(ClassesFile, SurvivesWhateverIsDoneToIt) {
-  std::string const good = Example();
-  std::mt19937 random(1);
-  int taken = 0;
-  for (int i = 0; i < 2000; ++i) {
-    std::string bytes = good;
-    for (auto changes = random() % 4; changes-- > 0;)
-      bytes = WithWord(bytes, random() % (bytes.size() / 4),
-                       static_cast<Word>(random() % 2 == 0 ? random() : random() % 8));
-    if (random() % 4 == 0) bytes.resize((random() % bytes.size() + 8) / 4 * 4);
-    taken += WhyNot(Hashed(bytes)).empty() ? 1 : 0;
-  }
-  EXPECT_GT(taken, 100);
-  EXPECT_LT(taken, 1900);
 }
 
 }  // namespace

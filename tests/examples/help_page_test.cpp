@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/temporary_folder.h"
-#include "text_file.h"
 #include "utf8.h"
 
 namespace classify {
@@ -34,26 +32,6 @@ TEST(HelpPage, GivesWhatAReaderSees) {
       {"<page>\xFF</page>", "(none)"},
   };
   for (auto const& [page, text] : cases) EXPECT_EQ(TextOf(page), text) << page;
-}
-
-TEST(HelpPage, OpensNothingThatAPageRefersTo) {
-  ZaM::test::TemporaryFolder const folder;
-  std::string const secret = folder.Write("secret", "SECRET").string();
-  std::string const dtd = folder.Write("page.dtd", "<!ENTITY fromDtd 'SECRET'>").string();
-  struct {
-    std::string page;
-    char const* text;
-  } const cases[] = {
-      {"<!DOCTYPE page [<!ENTITY e SYSTEM 'file://" + secret + "'>]><page>a&e;b</page>", "\nab\n"},
-      {"<!DOCTYPE page [<!ENTITY % e SYSTEM 'file://" + dtd + "'>%e;]><page>a&fromDtd;b</page>", "\nab\n"},
-      {"<!DOCTYPE page SYSTEM '" + dtd + "'><page>a&fromDtd;b</page>", "\nab\n"},
-      {"<page xmlns:xi='http://www.w3.org/2001/XInclude'>a<xi:include href='" + secret + "' parse='text'/>b</page>",
-       "\na\n\nb\n"},
-  };
-  for (auto const& [page, text] : cases) {
-    EXPECT_EQ(TextOf(page), text) << page;
-    EXPECT_EQ(ZaM::ToUtf8(ReadText(folder.Write("a.page", page))), text) << page;
-  }
 }
 
 }  // namespace

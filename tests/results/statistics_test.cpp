@@ -1,11 +1,5 @@
-// Error matrices and error plots against totals that are taken from lists of documents.
+// Single calls and refusals; fuzz/statistics_fuzzer.cpp compares the totals of any tree with those of a list.
 #include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <map>
-#include <numeric>
-#include <random>
 
 #include "tests/support/failing_allocation.h"
 #include "tests/support/probe_nodes.h"
@@ -45,99 +39,6 @@ TEST(StatisticsTest, TellHowWellDocumentsWereClassified) {
   corpus->Visit(&plotting);
   EXPECT_NEAR(plotOf(letters)->GetGoodHistogram()[75], 2.0 / 3.0, 1e-6);
   EXPECT_EQ(plotOf(letters)->GetGoodHistogram()[76], 0.0F);
-}
-
-using Decision = std::pair<unsigned int, unsigned int>;  // the true class, and the assigned one
-
-void expectTotals(ErrorMatrix const& matrix, unsigned int classes, std::vector<Decision> const& documents) {
-  auto const count = [&](auto condition) {
-    return static_cast<unsigned int>(std::count_if(documents.begin(), documents.end(), [&](Decision const& decision) {
-      auto const [t, a] = decision;
-      return t < classes && a < classes && condition(t, a);
-    }));
-  };
-  auto const isWrong = [](auto t, auto a) { return t != 0 && a != 0 && a != t; };
-  EXPECT_EQ(matrix.GetDocCount(), count([](auto t, auto) { return t != 0; }));
-  EXPECT_EQ(matrix.GetCorrect(), count([](auto t, auto a) { return t != 0 && a == t; }));
-  EXPECT_EQ(matrix.GetRejected(), count([](auto t, auto a) { return t != 0 && a == 0; }));
-  EXPECT_EQ(matrix.GetIncorrect(), count(isWrong));
-  for (unsigned int id = 0; id < classes; ++id) {
-    EXPECT_EQ(matrix.GetClassCount(id), count([&](auto t, auto) { return t == id && t != 0; }));
-    EXPECT_EQ(matrix.GetClassExported(id), count([&](auto t, auto a) { return isWrong(t, a) && t == id; }));
-    EXPECT_EQ(matrix.GetClassImported(id), count([&](auto t, auto a) { return isWrong(t, a) && a == id; }));
-    for (unsigned int other = 0; other < classes + 2; ++other) {
-      EXPECT_EQ(matrix.GetResult(id, other), count([&](auto t, auto a) { return t == id && a == other; }));
-    }
-  }
-}
-
-/// The documents that a class's plot has in each bin.
-struct Bins {
-  DocumentNode* carrier;
-  std::array<double, 101> good = {}, bad = {};
-};
-
-void expectCurve(std::vector<float> const& curve, std::array<double, 101> const& bins, double count) {
-  for (std::size_t i = 0; i < bins.size(); ++i) {
-    ASSERT_NEAR(curve.at(i), count == 0 ? 0.0 : std::accumulate(bins.begin() + i, bins.end(), 0.0) / count, 1e-5);
-  }
-}
-
-TEST(StatisticsTest, CountTheDocumentsOfAnyTree) {
-  struct {
-    float value;
-    std::size_t bin;
-  } const confidences[] = {{0.0F, 0},        {-0.0F, 0},    {0.29F, 28},    {0.999F, 99},    {1.0F, 100},
-                           {1.5F, 100},      {-0.005F, 0},  {-0.02F, 100},  {0x1p30F, 0},    {-0x1p30F, 0},
-                           {0x1p24F, 100},   {0x1p56F, 0},  {0x1p57F, 100}, {-0x1p56F, 0},   {-0x1p57F, 100},
-                           {1e38F, 100},     {-1e38F, 100}, {0.3F, 30},     {infinite, 100}, {-infinite, 100},
-                           {notANumber, 100}};
-  constexpr unsigned int classes = 4;
-  std::mt19937 random(1);
-  for (int round = 0; round < 300; ++round) {
-    std::vector<Decision> decisions;
-    std::map<unsigned int, Bins> plots;
-    Ref<DocumentNode> const root(DocumentNode::Create(static_cast<unsigned int>(random() % 6), nullptr));
-    plots[root->GetClassId()].carrier = root.Get();  // without a feature: has a plot, and isn't counted
-    std::vector<DocumentNode*> path{root.Get()};     // down to the last document
-    std::vector<DocumentNode*> others;
-    for (int i = 0; i < 30; ++i) {
-      path.resize(1 + random() % path.size());
-      auto const id = static_cast<unsigned int>(random() % 6), assigned = static_cast<unsigned int>(random() % 6);
-      auto const [value, bin] = confidences[random() % std::size(confidences)];
-      auto const kind = random() % 8;  // mostly with a valid result
-      auto* const result =
-          kind < 2 ? nullptr
-                   : ProbeResult::Create(kind == 2 ? Items{} : Items{Item(assigned, value), Item(5, 9)}, kind != 3);
-      DocumentNode* const document =
-          addDocument(*path.back(), id, kind == 1 ? static_cast<Node*>(TaggedNode::Create("Sres")) : result);
-      path.push_back(document);
-      root->AddChild(i == 7 ? ProbeNode::Create("no document") : nullptr);
-      bool const isNew = kind < 2 && !plots.contains(id);
-      if (isNew) plots[id].carrier = document;
-      if (!isNew) others.push_back(document);
-      if (kind != 0) decisions.emplace_back(id, kind > 3 && value >= -1e38F ? assigned : 0);
-      if (kind > 3 && plots.contains(id)) ++(assigned == id ? plots[id].good : plots[id].bad)[bin];
-    }
-    Ref const matrix(ErrorMatrix::Create(classes));
-    ErrorMatrixVisitor counting(matrix.Get(), -1e300, -1e300);
-    root->Visit(&counting);
-    expectTotals(*matrix, classes, decisions);
-    ErrorPlotVisitor plotting;
-    root->Visit(&plotting);
-    for (auto const& [id, bins] : plots) {
-      ErrorPlot* const plot = plotOf(*bins.carrier);
-      ASSERT_TRUE(plot && plot->GetClassId() == id && plot->AddRefCount() == 2);  // the node's, and this one
-      plot->Release();
-      double const count =
-          std::accumulate(bins.good.begin(), bins.good.end(), std::accumulate(bins.bad.begin(), bins.bad.end(), 0.0));
-      ASSERT_EQ(plot->GetCount(), count);
-      ASSERT_EQ(plot->IsValid(), count != 0);
-      ASSERT_NO_FATAL_FAILURE(expectCurve(plot->GetGoodHistogram(), bins.good, count));
-      ASSERT_NO_FATAL_FAILURE(expectCurve(plot->GetBadHistogram(), bins.bad, count));
-    }
-    for (DocumentNode* const other : others) ASSERT_FALSE(plotOf(*other));
-  }
 }
 
 /// Puts a document of class 1 with this result through a visitor; gives the class under which it was counted, or 10.

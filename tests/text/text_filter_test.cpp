@@ -6,8 +6,8 @@
 #include <random>
 #include <string>
 
+#include "fuzz/every_kernel.h"
 #include "tests/support/failing_allocation.h"
-#include "tests/text/every_kernel.h"
 #include "zam/foundation/ref.h"
 
 namespace ZaM {

@@ -1,7 +1,7 @@
 // What a text filter has to do, told once more in the plainest way: an oracle that shares nothing with the filter but
 // the symbols.
-#ifndef TESTS_TEXT_PLAIN_FILTER_H
-#define TESTS_TEXT_PLAIN_FILTER_H
+#ifndef FUZZ_PLAIN_FILTER_H
+#define FUZZ_PLAIN_FILTER_H
 
 #include <array>
 #include <cstddef>

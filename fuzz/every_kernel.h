@@ -1,14 +1,14 @@
 // Runs a filter on every kernel, and compares what comes of it with the plainly told rules.
-#ifndef TESTS_TEXT_EVERY_KERNEL_H
-#define TESTS_TEXT_EVERY_KERNEL_H
+#ifndef FUZZ_EVERY_KERNEL_H
+#define FUZZ_EVERY_KERNEL_H
 
 #include <algorithm>
 #include <string>
 #include <type_traits>
 #include <vector>
 
-#include "tests/text/plain_filter.h"
-#include "tests/text/vector_model.h"
+#include "fuzz/plain_filter.h"
+#include "fuzz/vector_model.h"
 #include "zam/text/ascii_text_filter.h"
 #include "zam/text/block_kernel.h"
 

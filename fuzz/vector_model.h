@@ -1,7 +1,7 @@
 // The instructions of vector kernels, told once more byte by byte, so that what the kernels make of them can be tested
 // on any machine. Whatever an instruction may touch beyond what it stores, the model spoils.
-#ifndef TESTS_TEXT_VECTOR_MODEL_H
-#define TESTS_TEXT_VECTOR_MODEL_H
+#ifndef FUZZ_VECTOR_MODEL_H
+#define FUZZ_VECTOR_MODEL_H
 
 #include <algorithm>
 #include <array>
