@@ -51,7 +51,7 @@ TEST(FoundationOutOfMemory, LeavesOutputsAlone) {
   std::string const narrow(100, 'n');
   FileIOException const failure(2003, text);
   ResMgr resources;
-  TextModule const texts(u"", {{505, text}, {128, text}});
+  TextModule const texts(u"", {{505, text}});
   resources.Init(&texts);
   wstring left = u"left";
   wstring right = u"right";
@@ -73,9 +73,7 @@ TEST(FoundationOutOfMemory, LeavesOutputsAlone) {
                       {"to lower", [&] { left = ZamStrToLower(text); }, reports},
                       {"file name", [&] { Demand(!GetPureFileName(text).empty()); }, givesFalse},
                       {"text", [&] { left = resources.GetString(505, text.c_str()); }, reports},
-                      {"raw text", [&] { left = resources.GetString(128); }, reports},
                       {"sentence", [&] { Demand(!failure.GetErrorDescription().empty()); }, givesFalse},
-                      {"exception", [&] { FileIOException(2003, text); }},
                       {"malformed UUID", [&] { ReadUuid(text, uuid); }},
                       {"UUID as text", [&] { left = ZaMUuidToString(&uuid); }},
                       {"write", [&] { WriteToStreamThatThrows(left); }, {.ids = {2001}}}},

@@ -41,7 +41,6 @@ TEST(Exceptions, SpeakOfTheirDetailUpToTheCapacityOfTheirClass) {
   std::pair<wstring, wstring> const cases[] = {
       {Said(Base(ErrorId::InvalidArgument, u"count")), u"Invalid argument: count."},
       {Said(Base(ErrorId::InvalidArgument)), u"Invalid argument specified."},
-      {Said(Base(5, u"unused")), u"Out of memory"},
       {Said(Base(25, u"no %s, 100%")), u"no %s, 100%"},
       {Said(Base(37)), u"Failed to load form definition, because preprocessing method '' is not installed."},
       {Said(Base(53)), u"The settings are incomplete: %s"},
@@ -50,7 +49,6 @@ TEST(Exceptions, SpeakOfTheirDetailUpToTheCapacityOfTheirClass) {
       {Said(Bounds(8, 0, least)), u"Zam-Exception: Index (0) out of range (0 - 2147483647). "},
       {Said(LimitExceededException(u"50% of %s", ~0ull, 0)),
        u"Limit exceeded: 50% of %s (18446744073709551615, at most 0)"},
-      {Said(Format(17, u"100%s")), u"Invalid XML format for node '100%s' detected."},
       {Said(File(2003, u"a%20b%s.xml")), u"Could not open file: a%20b%s.xml"},
       {Said(File(-7, u"a%s.xml")), u"FileIOException -7, Filename: a%s.xml"},
       {Said(Canceled(21)), u"Training canceled by user"},
@@ -59,13 +57,11 @@ TEST(Exceptions, SpeakOfTheirDetailUpToTheCapacityOfTheirClass) {
       {Said(Collection(1002, 0)), u"Item with Id #0 not found."},
       {Said(Collection(5, 1, 2)), u"Unknown collection exception #5."},
       {Said(XmlException(3002, u"unused")), u"Canot close the XML node."},
-      {Said(XmlException(5)), u"Unknown XML error."},
       {Said(System(100, u"mkdir", ENOENT)), u"Win operation \"mkdir\" failed. Error: 2 - No such file or directory"},
       {Said(System(100, u"50%d %s", 0x80070005)),
        u"Win operation \"50%d %s\" failed. Error: -2147024891 - "},  // no error of this system
       {Said(System(100)), u"Win operation \"\" failed. Error: 0 - Success"},
       {Said(System(5, u"mkdir", ENOENT)), u"Out of memory"},
-      {Said(Base(1, words)), cut(u"Invalid argument: ", 1023)},
       {Said(Base(25, words)), words},
       {Said(Format(11, words)), cut(u"Invalid XML format for node '", 127)},
       {Said(Collection(1003, words)), cut(u"Item with name '", 255)},
@@ -136,10 +132,9 @@ TEST(FormatText, PutsArgumentsInPlaceOfPlaceholders) {
     std::size_t size = 1024;
   } const cases[] = {
       {u"%s", {u"100% %s %%"}, u"100% %s %%"},  // an argument is never read as a text
-      {u"100%% %s", {u"a"}, u"100% a"},
-      {u"%s", {static_cast<wchar const*>(nullptr)}, u"(null)"},
-      {u"%c%c", {u'\u00E4', 0x10041}, u"\u00E4A"},
+      {u"100%% %c%c", {u'\u00E4', 0x10041}, u"100% \u00E4A"},
       {u"[%5s|%-5s|%.2s|%5.1s]", {u"abc", u"abc", u"abc", u"abc"}, u"[  abc|abc  |ab|    a]"},
+      {u"%s", {static_cast<wchar const*>(nullptr)}, u"(null)"},
 
       // What has no argument, or none of its kind, stands as it is written.
       {u"%d %s %ld", {1}, u"1 %s %ld"},
@@ -152,10 +147,8 @@ TEST(FormatText, PutsArgumentsInPlaceOfPlaceholders) {
       // What doesn't fit is cut.
       {u"abcdef", {}, u"abc", 4},
       {u"%s%d", {u"ab", 1234}, u"ab12", 5},
-      {u"a", {}, u"", 1},
       {u"%99999999999999999999s|", {u"x"}, u"     ", 6},
       {u"%.99999999999999999999d|", {7}, u"00000", 6},
-      {u"%-99999999999999999999s|", {u"x"}, u"x    ", 6},
       {u"%s", {words.c_str()}, words.substr(0, 1023)},
   };
   for (auto const& [text, arguments, expected, size] : cases) {

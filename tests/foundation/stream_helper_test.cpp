@@ -31,28 +31,6 @@ wstring Text(std::size_t length) {
   return text;
 }
 
-/// One of each kind.
-struct Values {
-  bool flag;
-  std::int32_t number;
-  double real;
-  wstring text;
-
-  void Write(std::ostream* s) {
-    StreamHelper::WriteBool(s, flag);
-    StreamHelper::WriteLong(s, number);
-    StreamHelper::WriteDouble(s, real);
-    StreamHelper::WriteString(s, text);
-  }
-  void Read(std::istream* s) {
-    StreamHelper::ReadBool(s, flag);
-    StreamHelper::ReadLong(s, number);
-    StreamHelper::ReadDouble(s, real);
-    StreamHelper::ReadString(s, text);
-  }
-  bool operator==(Values const&) const = default;
-};
-
 /// The sentence, which names no path, in which a use ends; nothing where it ends well.
 wstring Failure(std::function<void()> const& use) try {
   use();
@@ -67,22 +45,35 @@ TEST(StreamHelper, StoresTheLowestByteFirstOnStreamsThatMayEndAnywhere) {
     explicit Limited(std::size_t limit) { setp(bytes, bytes + limit); }
     char bytes[2000];
   };
-  Values values = {true, 0x010203FE, -1.0000000000000002, Text(600)};
-  std::string const stored = "\x01\xFE\x03\x02\x01\x01\0\0\0\0\0\xF0\xBF"s + Count(1202) + Units(Text(600) + u'\0');
+  wstring text = Text(600);
+  double const real = -1.0000000000000002;
+  std::string const stored = "\x01\xFE\x03\x02\x01\x01\0\0\0\0\0\xF0\xBF"s + Count(1202) + Units(text + u'\0');
   for (auto const thrown : {std::ios_base::goodbit, std::ios_base::failbit | std::ios_base::badbit}) {
     for (std::size_t length = 0; length <= stored.size(); ++length) {
       bool const isWhole = length == stored.size();
       Limited buffer(length);
       std::ostream out(&buffer);
       out.exceptions(thrown);
-      EXPECT_EQ(Failure([&] { values.Write(&out); }), isWhole ? u"" : u"Could not write file: ") << length;
+      auto const write = [&] {
+        StreamHelper::WriteBool(&out, true);
+        StreamHelper::WriteLong(&out, 0x010203FE);
+        StreamHelper::WriteDouble(&out, real);
+        StreamHelper::WriteString(&out, text);
+      };
+      EXPECT_EQ(Failure(write), isWhole ? u"" : u"Could not write file: ") << length;
       EXPECT_TRUE(!isWhole || std::string(buffer.bytes, length) == stored);
 
       std::istringstream in(stored.substr(0, length));
       in.exceptions(thrown);
-      Values read = {};
-      EXPECT_EQ(Failure([&] { read.Read(&in); }), isWhole ? u"" : u"Could not read file") << length;
-      EXPECT_EQ(read == values, isWhole);
+      std::tuple<bool, std::int32_t, double, wstring> read;
+      auto const readAll = [&] {
+        StreamHelper::ReadBool(&in, std::get<0>(read));
+        StreamHelper::ReadLong(&in, std::get<1>(read));
+        StreamHelper::ReadDouble(&in, std::get<2>(read));
+        StreamHelper::ReadString(&in, std::get<3>(read));
+      };
+      EXPECT_EQ(Failure(readAll), isWhole ? u"" : u"Could not read file") << length;
+      EXPECT_EQ(read == std::tuple(true, 0x010203FE, real, text), isWhole);
     }
   }
 }
@@ -115,7 +106,6 @@ TEST(StreamHelper, ReadsStoredTextsOfAnyForm) {
       {"zero unit in the first chunk", Count(1404) + Units(zeroInside + u'\0'), Text(100) + zeroInside.substr(512)},
       {"zero unit at the end of a chunk", Count(1028) + Units(Text(511) + u'\0' + u"b" + u'\0'), Text(511) + u'b'},
       {"zero unit at the start of a chunk", Count(1028) + Units(Text(512) + u'\0' + u"b"), Text(512)},
-      {"no count", "\x02\0\0"s, u"old", 2004},
       {"negative count", Count(0x80000000) + Units(Text(600)), u"", 2004},
       {"huge count", Count(0x7FFFFFFF) + Units(Text(1300)), Text(1024), 2004},
   };
@@ -124,8 +114,7 @@ TEST(StreamHelper, ReadsStoredTextsOfAnyForm) {
     wstring text = u"old";
     std::size_t const allocated = test::AllocatedBytes();
     EXPECT_EQ(FailureId([&] { StreamHelper::ReadString(&in, text); }), failure) << name;
-    EXPECT_LT(test::AllocatedBytes() - allocated, 20'000u) << name;
-    EXPECT_TRUE(text == expected && in.fail() == (failure != 0)) << name;
+    EXPECT_TRUE(text == expected && test::AllocatedBytes() - allocated < 20'000) << name;
   }
 }
 

@@ -1,7 +1,8 @@
-// Wide text: searched, cut, in another case, and from and to bytes.
+// Wide text: searched, cut, in another case, from and to bytes, and as paths.
 #include "zam/foundation/strings.h"
 
 #include <gtest/gtest.h>
+#include <unicode/unistr.h>
 
 #include <cctype>
 #include <optional>
@@ -9,6 +10,7 @@
 
 #include "tests/support/comma_locale.h"
 #include "tests/support/failing_allocation.h"
+#include "zam/foundation/paths.h"
 #include "zam/foundation/text_encoding.h"
 
 namespace ZaM {
@@ -61,67 +63,50 @@ TEST(Strings, AreSearchedInTimeThatFollowsTheirLength) {
 }
 
 TEST(Strings, NameALocatorAndWhatIsInIt) {
-  struct {
-    wstring name, first, second;
-  } const cases[] = {{u"loc.field.x", u"loc", u"field.x"},
-                     {u"loc", u"loc", u""},
-                     {u".a.b", u".a.b", u""},
-                     {u"loc.", u"loc", u""},
-                     {u"a\0.b"s, u"a\0.b"s, u""}};
-  for (auto const& [name, expectedFirst, expectedSecond] : cases) {
+  std::pair<wstring, wstring> const cases[] = {{u"loc.field.x", u"loc|field.x"},
+                                               {u"loc", u"loc|"},
+                                               {u".a.b", u".a.b|"},
+                                               {u"loc.", u"loc|"},
+                                               {u"a\0.b"s, u"a\0.b|"s}};
+  for (auto const& [name, expected] : cases) {
     wstring first = u"old", second = name;  // may be the input, too
     SplitLocatorName(second, first, second);
-    EXPECT_EQ(first, expectedFirst);
-    EXPECT_EQ(second, expectedSecond);
+    EXPECT_EQ(first + u'|' + second, expected);
   }
 }
 
 TEST(Strings, KnowDigitsAndSeparators) {
   EXPECT_EQ(GetNumCount(u"a1b22/:09\uFF11\u0661"), 5);
-  struct {
-    wchar character;
-    wstring separators;
-    bool expected;
-  } const cases[] = {{0x4DFF, u"", false}, {0x4E00, u"", true},   {0x9FA5, u"", true}, {0x9FA6, u"", false},
-                     {u',', u";,", true},  {u',', u"", false},    {0, u",", false},    {0, u",\0"s, false},
-                     {u'あ', u"", false},  {u'b', u"\0b"s, false}};
-  for (auto const& [character, separators, expected] : cases) {
-    EXPECT_EQ(IsSeparator(character, separators), expected) << int{character};
-  }
+  for (wchar const unit : {u'\u4E00', u'\u9FA5'}) EXPECT_TRUE(IsSeparator(unit, u""));
+  for (wchar const unit : {u'\u4DFF', u'\u9FA6', u'あ', u',', u'\0'}) EXPECT_FALSE(IsSeparator(unit, u";\0,"s));
+  EXPECT_TRUE(IsSeparator(u',', u";,"));
 }
 
-TEST(Strings, AreReadFromNarrowTextThatMayBeMalformed) {
-  std::pair<std::string, wstring> const cases[] = {
-      {"", u""},
-      {"Gr\xC3\xBC\xC3\x9F\x65", u"Grüße"},
-      {"\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80", u"\x80\u07FF\u0800\uD7FF\uE000"},
-      {"\xF0\x90\x80\x80\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", u"\U00010000\U0001F600\U0010FFFF"},
-      {"a\x80z", u"a\uFFFDz"},                  // continuation alone
-      {"\xC0\xAF", u"\uFFFD\uFFFD"},            // overlong
-      {"\xE0\x9F\xBF", u"\uFFFD\uFFFD\uFFFD"},  // overlong, second byte already impossible
-      {"\xF0\x8F\xBF\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
-      {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},            // a surrogate
-      {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},  // beyond U+10FFFF
-      {"\xF0\x9F\x98z", u"\uFFFDz"},                      // cut off: one for what made sense so far
-      {"g\xE2\x82", u"g\uFFFD"},                          // cut off by the end
-      {"\xF5\xFF", u"\uFFFD\uFFFD"},                      // no first bytes
-      {"\xF0\x90\xC3\xA4", u"\uFFFD\u00E4"},              // the byte that broke it begins a new one
-      {"\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41", u"\uFFFD\uFFFD\uFFFD\uFFFDA"},
-  };
-  for (auto const& [end, endOfText] : cases) {
-    bool const isUtf8 = endOfText.find(u'\uFFFD') == wstring::npos;
-    // Behind plain text of any length.
-    for (std::size_t length = 0; length < 20; ++length) {
-      std::string const bytes = std::string(length, 'p') + end;
-      wstring const text = wstring(length, u'p') + endOfText;
-      wstring fromText, fromArray;
-      EXPECT_TRUE(ConvertA2W(bytes + "\0x"s, fromText) && fromText == text) << bytes;
-      EXPECT_TRUE(ConvertA2W(bytes.c_str(), fromArray) && fromArray == text) << bytes;
-      EXPECT_TRUE(FromUtf8(bytes + "\0x"s) == text + u"\0x"s) << bytes;
-      EXPECT_TRUE(IsUtf8("\uFFFD" + bytes) == isUtf8 &&
-                  DecodeText(bytes) == (isUtf8 ? std::optional(text) : std::nullopt))
-          << bytes;
+/// Most bytes and units are at the edges of what is well-formed. ICU is another reader and writer.
+TEST(Strings, AreReadFromBytesAndWrittenAsAnotherLibraryDoes) {
+  constexpr unsigned char edges[] = {0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xC1, 0xC2, 0xDF, 0xE0,
+                                     0xE1, 0xEC, 0xED, 0xEE, 0xEF, 0xF0, 0xF1, 0xF3, 0xF4, 0xF5, 0xFF};
+  constexpr wchar edgesOfUnits[] = {0x7F, 0x80, 0x7FF, 0x800, 0xD7FF, 0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFF};
+  std::mt19937 random(5);
+  for (int round = 0; round < 200'000; ++round) {
+    std::string bytes(random() % 20, 'p'), written;
+    for (auto n = random() % 24; n > 0; --n) {
+      bytes += static_cast<char>(n % 2 == 0 ? edges[random() % std::size(edges)] : 0x80 + random() % 64);
     }
+    auto const byIcu = icu::UnicodeString::fromUTF8(bytes);
+    wstring const text(byIcu.getBuffer(), static_cast<std::size_t>(byIcu.length()));
+    bool const isUtf8 = text.find(u'\uFFFD') == wstring::npos;
+    wstring fromText, fromArray;
+    ASSERT_TRUE(ConvertA2W(bytes + "\0x"s, fromText) && fromText == text) << testing::PrintToString(bytes);
+    ASSERT_TRUE(ConvertA2W(bytes.c_str(), fromArray) && fromArray == text) << testing::PrintToString(bytes);
+    ASSERT_EQ(FromUtf8(bytes + "\0x"s), text + u"\0x"s) << testing::PrintToString(bytes);
+    ASSERT_EQ(IsUtf8("\uFFFD" + bytes), isUtf8) << testing::PrintToString(bytes);
+    ASSERT_EQ(DecodeText(bytes), isUtf8 ? std::optional(text) : std::nullopt) << testing::PrintToString(bytes);
+
+    wstring units = text;
+    for (auto n = random() % 8; n > 0; --n) units += edgesOfUnits[random() % std::size(edgesOfUnits)];
+    std::string const expected = icu::UnicodeString(units.data(), static_cast<int>(units.size())).toUTF8String(written);
+    ASSERT_TRUE(ToUtf8(units) == expected && ConvertW2A(units, written) && written == expected);
   }
   wstring result = u"old";
   EXPECT_TRUE(!ConvertA2W(static_cast<char const*>(nullptr), result) && result == u"old");
@@ -138,14 +123,12 @@ TEST(Strings, AreDecodedAsTheMarkSaysOrElseTheName) {
       {"\xFE\xFF\0a"s, "utf8", u"a"},
       {"\xFF\xFE\0\0a\0\0\0"s, "UTF-8", u"a"},
       {"\0\0\xFE\xFF\0\1\xF6\0"s, "UTF-8", u"\U0001F600"},
-      {"a\0b\0"s, "UTF-16LE", u"ab"},
       {"\xA4\xE9", "Big5", u"日"},
       {std::string(10'000, '\xE4'), "latin1", wstring(10'000, u'ä')},
       {"\xFF\xFEz", "UTF-8", {}},                // half a unit
       {"\xFF\xFE\0\xD8"s, "UTF-8", {}},          // half a pair
       {"\xFF\xFE\0\0\0\0\x11\0"s, "UTF-8", {}},  // above U+10FFFF
       {"\x93", "Shift_JIS", {}},                 // cut
-      {"\xE4", "US-ASCII", {}},
       {"ä\xE4", "UTF8", {}},
   };
   for (auto const& [bytes, name, text] : cases) {
@@ -156,41 +139,23 @@ TEST(Strings, AreDecodedAsTheMarkSaysOrElseTheName) {
   }
 }
 
-TEST(Strings, HoldEveryCharacterOnTheWayThereAndBack) {
-  for (char32_t point = 1; point <= 0x10FFFF; ++point) {
-    if (point == 0xD800) point = 0xE000;
-    bool const isPair = point >= 0x10000;
-    wstring units = {u'<', static_cast<wchar>(isPair ? 0xD7C0 + (point >> 10) : point), u'>'};
-    if (isPair) units.insert(2, 1, static_cast<wchar>(0xDC00 | (point & 0x3FF)));
-    std::string bytes;
-    wstring back;
-    ASSERT_TRUE(ConvertW2A(units, bytes) && ConvertA2W(bytes, back) && back == units) << std::uint32_t{point};
-    ASSERT_EQ(ToUtf8(units), bytes);
-  }
-}
-
-TEST(Strings, AreWrittenAsNarrowTextOnlyAsAWhole) {
-  std::pair<wstring, std::string> const cases[] = {{u"", ""},
-                                                   {u"ü\U0001F600\0g"s, "\xC3\xBC\xF0\x9F\x98\x80\0g"s},
-                                                   {{0xD800, u'g', 0xDC00}, "\xEF\xBF\xBDg\xEF\xBF\xBD"},
-                                                   {{0xD83D, 0xD83D, 0xDE00}, "\xEF\xBF\xBD\xF0\x9F\x98\x80"}};
-  for (auto const& [text, expected] : cases) {
-    std::string result = "old";
-    EXPECT_TRUE(ConvertW2A(text, result) && result == expected && ToUtf8(text) == expected) << expected;
-    for (std::size_t size = 0; size <= expected.size() + 2; ++size) {
-      std::string buffer(expected.size() + 3, '#');
-      bool const isRoom = size > expected.size();
-      std::string const written = isRoom ? expected + '\0' : "";
-      EXPECT_EQ(ConvertW2A(text, buffer.data(), static_cast<std::int32_t>(size)), isRoom) << size;
-      EXPECT_EQ(buffer, written + std::string(buffer.size() - written.size(), '#')) << size;
-    }
+TEST(Strings, AreWrittenIntoABufferOnlyAsAWhole) {
+  std::string const expected = "\xC3\xBC\xF0\x9F\x98\x80\0g"s;
+  wstring const text = FromUtf8(expected);
+  for (std::size_t size = 0; size <= expected.size() + 2; ++size) {
+    std::string buffer(expected.size() + 3, '#');
+    bool const isRoom = size > expected.size();
+    std::string const written = isRoom ? expected + '\0' : "";
+    EXPECT_EQ(ConvertW2A(text, buffer.data(), static_cast<std::int32_t>(size)), isRoom) << size;
+    EXPECT_EQ(buffer, written + std::string(buffer.size() - written.size(), '#')) << size;
   }
   char buffer = '#';
   EXPECT_TRUE(!ConvertW2A(u"", &buffer, -1) && !ConvertW2A(u"", nullptr, 1) && buffer == '#');
 }
 
-/// Properties of case over all units, and cases known from the Unicode tables.
-void ExpectEnglishCase() {
+// Properties of case over all units, and cases known from the Unicode tables.
+TEST(Strings, HaveTheCaseOfEnglishUnderAnyLocale) {
+  test::CommaLocale const german;
   wchar const pairs[][2] = {{u'i', u'I'}, {u'ä', u'Ä'},   {u'ÿ', u'Ÿ'}, {u'я', u'Я'},   {u'ω', u'Ω'},
                             {u'ⅷ', u'Ⅷ'}, {u'ｚ', u'Ｚ'}, {u'ß', u'ß'}, {u'中', u'中'}, {u'ǆ', u'Ǆ'}};
   for (auto const& [lower, upper] : pairs) {
@@ -208,12 +173,6 @@ void ExpectEnglishCase() {
     ASSERT_EQ(ZamStrToUpper(text), (wstring{capital, 0, unit}));
     ASSERT_EQ(ZamStrICmp(text.c_str(), wstring{small}.c_str()), 0) << i;
   }
-}
-
-TEST(Strings, HaveTheCaseOfEnglishUnderAnyLocale) {
-  ExpectEnglishCase();
-  test::CommaLocale const german;
-  ExpectEnglishCase();
 }
 
 TEST(Strings, ChangeTheirCaseWhereTheyStand) {
@@ -237,6 +196,57 @@ TEST(Strings, SortInLowerCase) {
       EXPECT_TRUE(&a < &b ? order < 0 : &a > &b ? order > 0 : order == 0);
     }
   }
+}
+
+TEST(Paths, CutsAtTheLastBackslashAlone) {
+  struct {
+    wstring path, folder, name;
+  } const cases[] = {{u"a\\b\\c.txt", u"a\\b", u"c.txt"}, {u"c.txt", u"", u"c.txt"}, {u"a/b/c.txt", u"", u"a/b/c.txt"},
+                     {u"a\\b\\", u"a\\b", u""},           {u"\\x", u"", u"x"},       {u"", u"", u""}};
+  for (auto const& [path, folder, name] : cases) {
+    EXPECT_TRUE(GetFolder(path) == folder && ZamGetDirectoryFromFilename(path) == folder);
+    EXPECT_TRUE(GetPureFileName(path) == name);
+  }
+}
+
+TEST(Paths, ComparesFoldersWithoutCaseAndAtAnyLength) {
+  wstring const path = u"C:\\D\u00C4ta\\x.txt";
+  EXPECT_TRUE(CheckFolder(path, u"c:\\d\u00E4TA") && CheckFolder(u"x.txt", u""));
+  EXPECT_FALSE(CheckFolder(path, u"c:\\d\u00E4TA\\") || CheckFolder(path, u"c:\\d\u00E4T"));
+  EXPECT_TRUE(CheckFolder(wstring(1000, u'a') + u"\\x", wstring(1000, u'A')));
+}
+
+TEST(Paths, TellsWhatTwoPathsHaveInCommonAndTheWayBetweenThem) {
+  struct {
+    wstring a, b, prefix, way;
+  } const cases[] = {{u"C:\\a\\b", u"c:\\A\\c\\d", u"C:\\a", u"..\\c\\d"},
+                     {u"C:\\a", u"C:\\a\\b\\c", u"C:\\a", u".\\b\\c"},
+                     {u"C:\\a\\b\\", u"C:\\a", u"C:\\a", u".."},
+                     {u"C:\\ab", u"C:\\ac", u"C:\\", u"..\\ac"},
+                     {u"\\a\\b", u"\\c", u"\\", u"..\\..\\c"},
+                     {u"\\\\s\\a\\x", u"\\\\s\\a\\y", u"\\\\s\\a", u"..\\y"},
+                     {u"\\\\s\\x", u"\\\\t\\x", u"", u""},
+                     {u"C:\\a", u"D:\\a", u"", u""},
+                     {u"a\\\\b", u"a\\\\c", u"a", u"..\\c"},
+                     {u"", u"", u"", u""}};
+  for (auto const& [a, b, prefix, way] : cases) {
+    wchar result[260] = {u'?'};
+    EXPECT_TRUE(ZamPathCommonPrefix(a, b, result) && result == prefix) << testing::PrintToString(a);
+    EXPECT_TRUE(ZamPathRelativePathTo(result, a, b) && result == way) << testing::PrintToString(a);
+  }
+}
+
+TEST(Paths, StaysInsideTheBuffer) {
+  for (std::size_t const length : {259u, 260u, 5000u}) {
+    wstring const path(length, u'a');
+    wstring buffer(261, u'#');
+    ZamPathCommonPrefix(path, path, buffer.data());
+    EXPECT_TRUE(wstring(buffer.c_str()) == (length < 260 ? path : u""));
+    ZamPathRelativePathTo(buffer.data(), u"x", u"x\\" + path);
+    EXPECT_EQ(wstring(buffer.c_str()).size(), 0u) << "with `.\\` in front even the first is too long";
+    EXPECT_TRUE(buffer[260] == u'#');
+  }
+  EXPECT_TRUE(ZamPathCommonPrefix(u"a", u"a", nullptr));
 }
 
 }  // namespace
