@@ -1,6 +1,8 @@
 #include "corpus_reader.h"
 
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "jobs.h"
@@ -10,6 +12,17 @@
 #include "utf8.h"
 
 namespace classify {
+
+namespace {
+
+// A rank on a machine that has another folder in this place would leave all of its documents out.
+void CheckIsThere(std::filesystem::path const& listed) {
+  std::error_code unknown;
+  if (std::filesystem::exists(listed, unknown)) return;
+  throw RunError{Printable(listed.native()) + " isn't there: every rank needs the corpus in the same place"};
+}
+
+}  // namespace
 
 std::vector<Document> ReadCorpus(Corpus const& corpus, Settings const& settings, std::size_t jobs, Progress& progress,
                                  Notes& notes, Communicator& ranks) {
@@ -24,6 +37,7 @@ std::vector<Document> ReadCorpus(Corpus const& corpus, Settings const& settings,
     try {
       outcomes[i].terms = extractors[worker].Extract(ReadText(corpus.files[i].path));
     } catch (UnusableFile const& failure) {
+      if (!ranks.IsAlone()) CheckIsThere(corpus.files[i].path);
       outcomes[i].problem = failure.note;
     }
   });

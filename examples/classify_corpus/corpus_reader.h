@@ -20,7 +20,8 @@ struct Document {
 
 /// The documents of `corpus`, which is a rank's stretch of the whole, in its order, without those that can't be read or
 /// aren't text: these are noted on the first rank. Texts aren't kept. Reads on up to `jobs` threads. Throws
-/// UserCanceledException(22) if the user wants to stop.
+/// UserCanceledException(22) if the user wants to stop, and RunError if one of several ranks doesn't find a document
+/// that the first one has listed.
 std::vector<Document> ReadCorpus(Corpus const& corpus, Settings const& settings, std::size_t jobs, Progress& progress,
                                  Notes& notes, Communicator& ranks);
 

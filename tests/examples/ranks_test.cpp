@@ -72,16 +72,19 @@ TEST_F(Ranks, EndTogetherWhenOneFails) {
     char const* command;
     int exitCode;
     char const* message;
-  } const cases[] = {{"$R $C learn . --classes $O/x/y", 1, "classify_corpus, rank 0: can't write ../4/x/y"},
-                     {"$R $C apply . --classes fish/0.txt --output $O/out", 1, "it isn't a file of classes"},
-                     {"$R $C . --no-such-option", 2, "--no-such-option"},
-                     {"$R $C . --shard 1/2 --results $O/out", 2, "--shard: mpirun divides the documents already"},
-                     {R"(mkfifo ../silent; $R sh -c 'if [ $OMPI_COMM_WORLD_RANK = 2 ]; then (sleep 0.5; kill -9 $$) & fi
+  } const cases[] = {
+      {"$R $C learn . --classes $O/x/y", 1, "classify_corpus, rank 0: can't write ../4/x/y"},
+      {"$R $C apply . --classes fish/0.txt --output $O/out", 1, "it isn't a file of classes"},
+      {"$R $C . --no-such-option", 2, "--no-such-option"},
+      {"$R $C . --shard 1/2 --results $O/out", 2, "--shard: mpirun divides the documents already"},
+      {R"(mkfifo ../silent; $R sh -c 'if [ $OMPI_COMM_WORLD_RANK = 2 ]; then (sleep 0.5; kill -9 $$) & fi
                          exec "$0" apply --classes ../1/classes --output "$1"' $C $O/out <>../silent)",
-                      137, "signal 9"},
-                     {"ln -s /proc/self/mem space/x; $R $C learn . --classes $O/out", 1,
-                      "rank 3: can't read ./space/x: Input/output error"},
-                     {"$R $C . --results $O/out", 1, "rank 3: can't read ./space/x: Input/output error"}};
+       137, "signal 9"},
+      {R"($R sh -c '[ $OMPI_COMM_WORLD_RANK != 2 ] || cd ..; exec "$0" learn . --classes "$1"' $C $O/out)", 1,
+       ".txt isn't there: every rank needs the corpus in the same place"},
+      {"ln -s /proc/self/mem space/x; $R $C learn . --classes $O/out", 1,
+       "rank 3: can't read ./space/x: Input/output error"},
+      {"$R $C . --results $O/out", 1, "rank 3: can't read ./space/x: Input/output error"}};
   for (auto const& [command, exitCode, message] : cases) {
     ProcessResult const run = Shell(command, false);
     EXPECT_EQ(run.exitCode, exitCode) << command << '\n' << run.output;
