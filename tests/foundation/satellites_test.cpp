@@ -60,7 +60,8 @@ TEST_F(ResMgrTest, ChoosesTheLanguage) {
       // A variable that is set decides alone.
       {"xx", {"de_DE"}, "de", {"de"}, "en"},
       // No way out of the module's folder.
-      {"../out", {"de_DE"}, {}, {"../out", "de"}, "en"},
+      {"..", {"de_DE"}, {}, {"..", "de"}, "en"},
+      {"de/sub", {"de_DE"}, {}, {"de/sub", "de"}, "en"},
       // Longer than the field, and longer than a variable may be.
       {"fourteen here " + emoji, {}, {}, {"fourteen here " + emoji}, "fourteen here ", "fourteen here " + emoji},
       {"de-" + std::string(1020, 'x'), {}, {}, {"de"}, "de", "de"},
