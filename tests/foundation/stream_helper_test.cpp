@@ -91,6 +91,17 @@ TEST(StreamHelper, TakesWhatArrivedOfANumber) {
   EXPECT_TRUE(FailureId([&] { StreamHelper::ReadBool(&in, flags[0]); }) == 2004 && flags[0]);
 }
 
+TEST(StreamHelper, LetsPassWhatAnotherStreamThrowsThatIsFlushedBefore) {
+  struct Broken : std::streambuf {
+    int sync() override { return -1; }
+  } broken;
+  std::ostream other(&broken);
+  other.exceptions(std::ios_base::badbit);
+  std::ostringstream out;
+  out.tie(&other);
+  EXPECT_THROW(StreamHelper::WriteBool(&out, true), std::ios_base::failure);
+}
+
 TEST(StreamHelper, ReadsStoredTextsOfAnyForm) {
   wstring const zeroInside = Text(100) + u'\0' + Text(600);
   struct {
