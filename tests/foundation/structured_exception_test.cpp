@@ -266,10 +266,11 @@ TEST(StructuredExceptions, ComeFromTheEndOfTheStackAndLeaveRoomForDestructors) {
   }
   test::RunOnStack(3u << 20, ExpectOverflows);
   EXPECT_EQ(CodeOf([] { StructuredException::Enable(), Recurse(DoNothing); }), 0xC00000FDu) << "of the first thread";
-  // The system would disarm this stack, and nothing arm it again.
+  // The system would disarm this stack, and nothing arm it again. AddressSanitizer unmaps it in the end.
   test::RunOnStack(1u << 20, [&] {
-    static char memory[128 * 1024];
-    stack_t const own = {memory, static_cast<int>(1u << 31), sizeof memory};
+    constexpr std::size_t size = 128 * 1024;
+    void* const memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    stack_t const own = {memory, static_cast<int>(1u << 31), size};
     ASSERT_EQ(sigaltstack(&own, nullptr), 0);
     ExpectOverflows();
   });
