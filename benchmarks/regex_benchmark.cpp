@@ -52,16 +52,16 @@ void Bare(benchmark::State& state, Job const& job) {
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
-#define REGEX_JOB(name, ...)                                                    \
+#define ZAM_REGEX_JOB(name, ...)                                                \
   BENCHMARK_CAPTURE(Ours, name, Job{__VA_ARGS__})->Name("regex_" #name "/zam"); \
   BENCHMARK_CAPTURE(Bare, name, Job{__VA_ARGS__})->Name("regex_" #name "/wregex")
 
-REGEX_JOB(literal, u"then", false);
-REGEX_JOB(literal_ignoring_case, u"then", true);
-REGEX_JOB(words, u"\\w+", false);
-REGEX_JOB(capitals, u"\\b[[:upper:]]\\w*", false);
-REGEX_JOB(numbers, u"\\d{2,}", false);
-REGEX_JOB(alternatives_ignoring_case, u"(?:the|and|ein|der)[a-z]*", true);
-REGEX_JOB(each_unit, u".", false);
+ZAM_REGEX_JOB(literal, u"then", false);
+ZAM_REGEX_JOB(literal_ignoring_case, u"then", true);
+ZAM_REGEX_JOB(words, u"\\w+", false);
+ZAM_REGEX_JOB(capitals, u"\\b[[:upper:]]\\w*", false);
+ZAM_REGEX_JOB(numbers, u"\\d{2,}", false);
+ZAM_REGEX_JOB(alternatives_ignoring_case, u"(?:the|and|ein|der)[a-z]*", true);
+ZAM_REGEX_JOB(each_unit, u".", false);
 
 }  // namespace

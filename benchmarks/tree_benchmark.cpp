@@ -13,7 +13,7 @@ using ZaM::DocumentNode;
 
 constexpr int documentsPerFolder = 100;
 
-ZaM::Ref<DocumentNode> makeTree(int documents) {
+ZaM::Ref<DocumentNode> MakeTree(int documents) {
   ZaM::Ref root(DocumentNode::Create());
   for (int folder = 0; folder < documents / documentsPerFolder; ++folder) {
     DocumentNode* const parent = DocumentNode::Create();
@@ -23,15 +23,15 @@ ZaM::Ref<DocumentNode> makeTree(int documents) {
   return root;
 }
 
-void tree(benchmark::State& state, int documents) {
+void Tree(benchmark::State& state, int documents) {
   for (auto _ : state) {
-    ZaM::Ref const root = makeTree(documents);
+    ZaM::Ref const root = MakeTree(documents);
     benchmark::DoNotOptimize(root.Get());
   }
   state.SetItemsProcessed(state.iterations() * documents);
 }
 
-void vector(benchmark::State& state, int documents) {
+void Vector(benchmark::State& state, int documents) {
   for (auto _ : state) {
     std::vector<DocumentNode*> nodes;
     for (int i = 0; i < documents; ++i) nodes.push_back(DocumentNode::Create());
@@ -41,7 +41,7 @@ void vector(benchmark::State& state, int documents) {
   state.SetItemsProcessed(state.iterations() * documents);
 }
 
-unsigned int traverse(DocumentNode& root) {
+unsigned int Traverse(DocumentNode& root) {
   unsigned int sum = 0;
   auto* const documents = ZaM::PreOrderTraverser<DocumentNode>::Create(&root);
   while (!documents->Done()) sum += documents->Next()->GetClassId();
@@ -56,26 +56,26 @@ struct Summing : ZaM::Visitor {
   unsigned int sum = 0;
 };
 
-unsigned int visit(DocumentNode& root) {
+unsigned int Visit(DocumentNode& root) {
   Summing summing;
   root.Visit(&summing);
   return summing.sum;
 }
 
-void walk(benchmark::State& state, unsigned int (*way)(DocumentNode&)) {
+void Walk(benchmark::State& state, unsigned int (*way)(DocumentNode&)) {
   constexpr int documents = 1'000'000;
-  ZaM::Ref const root = makeTree(documents);
+  ZaM::Ref const root = MakeTree(documents);
   for (auto _ : state) benchmark::DoNotOptimize(way(*root));
   state.SetItemsProcessed(state.iterations() * documents);
 }
 
-BENCHMARK_CAPTURE(tree, 10000, 10'000)->Name("tree_10000/zam")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(vector, 10000, 10'000)->Name("tree_10000/vector")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(tree, 100000, 100'000)->Name("tree_100000/zam")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(vector, 100000, 100'000)->Name("tree_100000/vector")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(tree, 1000000, 1'000'000)->Name("tree_1000000/zam")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(vector, 1000000, 1'000'000)->Name("tree_1000000/vector")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(walk, zam, traverse)->Name("walk_1000000/zam")->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(walk, visitor, visit)->Name("walk_1000000/visitor")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Tree, 10000, 10'000)->Name("tree_10000/zam")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Vector, 10000, 10'000)->Name("tree_10000/vector")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Tree, 100000, 100'000)->Name("tree_100000/zam")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Vector, 100000, 100'000)->Name("tree_100000/vector")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Tree, 1000000, 1'000'000)->Name("tree_1000000/zam")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Vector, 1000000, 1'000'000)->Name("tree_1000000/vector")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Walk, zam, Traverse)->Name("walk_1000000/zam")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(Walk, visitor, Visit)->Name("walk_1000000/visitor")->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -82,15 +82,15 @@ std::vector<Shape> const& TypedShapes() {
   return shapes;
 }
 
-enum class Encoding { utf8, latin1, utf16 };
+enum class Encoding { Utf8, Latin1, Utf16 };
 
 std::string Encoded(std::string const& text, Encoding encoding) {
-  if (encoding == Encoding::utf8) return text;
+  if (encoding == Encoding::Utf8) return text;
   ZaM::wstring const wide = std::filesystem::path(text).u16string();
-  std::string bytes = encoding == Encoding::utf16 ? "\xFF\xFE" : "";
+  std::string bytes = encoding == Encoding::Utf16 ? "\xFF\xFE" : "";
   for (char16_t const unit : wide) {
     bytes += static_cast<char>(unit & 0xFF);
-    if (encoding == Encoding::utf16) bytes += static_cast<char>(unit >> 8);
+    if (encoding == Encoding::Utf16) bytes += static_cast<char>(unit >> 8);
   }
   return bytes;
 }
@@ -102,7 +102,7 @@ std::string Document(Shape const& shape, bool isTyped, Encoding encoding) {
   return Encoded(text + "<root" + shape.attributes + ">" + shape.content() + "</root>", encoding);
 }
 
-enum class Route { events, tree, model };
+enum class Route { Events, Tree, Model };
 
 void Run(benchmark::State& state, Route route, Shape const& shape, bool isTyped, Encoding encoding) {
   std::string const document = Document(shape, isTyped, encoding);
@@ -114,9 +114,9 @@ void Run(benchmark::State& state, Route route, Shape const& shape, bool isTyped,
   for (auto _ : state) {
     ZaM::XmlTree tree;
     bool isRead = true;
-    if (route == Route::events) {
+    if (route == Route::Events) {
       parser.ParseMemory(document.data(), static_cast<unsigned int>(document.size()), &nobody);
-    } else if (route == Route::tree) {
+    } else if (route == Route::Tree) {
       isRead = tree.Read(path) && tree.GetRoot() != nullptr;
     } else {
       tree.SetFilename(path);

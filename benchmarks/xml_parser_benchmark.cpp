@@ -88,7 +88,7 @@ class HeapMeter : public ZaM::XmlDefaultCallback {
   std::size_t most = before;
 };
 
-void zam(benchmark::State& state, bool isGzip, int copies) {
+void Zam(benchmark::State& state, bool isGzip, int copies) {
   std::string const& file = Files::Instance().Get(isGzip, copies);
   ZaM::wstring const name(file.begin(), file.end());
   ZaM::XmlSaxParser parser;
@@ -111,7 +111,7 @@ xmlSAXHandler NoEvents() {
   return handler;
 }
 
-void libxml2_push(benchmark::State& state, bool isGzip, int copies, unsigned int chunkSize = 65536) {
+void Libxml2Push(benchmark::State& state, bool isGzip, int copies, unsigned int chunkSize = 65536) {
   std::string const& file = Files::Instance().Get(isGzip, copies);
   xmlSAXHandler handler = NoEvents();
   std::vector<char> chunk(chunkSize);
@@ -133,7 +133,7 @@ void libxml2_push(benchmark::State& state, bool isGzip, int copies, unsigned int
   }
 }
 
-void registerAll() {
+void RegisterAll() {
   struct Family {
     char const* name;
     bool isGzip;
@@ -151,17 +151,17 @@ void registerAll() {
     bool const isGzip = family.isGzip;
     int const copies = family.copies;
     if (copies == 0 && !std::filesystem::exists(fileTypes)) continue;
-    add(std::string(family.name) + "/zam", [=](benchmark::State& state) { zam(state, isGzip, copies); });
+    add(std::string(family.name) + "/zam", [=](benchmark::State& state) { Zam(state, isGzip, copies); });
     add(std::string(family.name) + "/libxml2_push",
-        [=](benchmark::State& state) { libxml2_push(state, isGzip, copies); });
+        [=](benchmark::State& state) { Libxml2Push(state, isGzip, copies); });
   }
-  add("xml_parse_buffer/zam", [](benchmark::State& state) { zam(state, false, 1); });
+  add("xml_parse_buffer/zam", [](benchmark::State& state) { Zam(state, false, 1); });
   for (unsigned int const kibibytes : {1U, 4U, 16U, 64U, 256U, 1024U}) {
     add("xml_parse_buffer/libxml2_push_" + std::to_string(kibibytes) + "_KiB",
-        [=](benchmark::State& state) { libxml2_push(state, false, 1, kibibytes * 1024); });
+        [=](benchmark::State& state) { Libxml2Push(state, false, 1, kibibytes * 1024); });
   }
 }
 
-[[maybe_unused]] bool const registered = (registerAll(), true);
+[[maybe_unused]] bool const registered = (RegisterAll(), true);
 
 }  // namespace

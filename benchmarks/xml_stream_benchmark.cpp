@@ -19,13 +19,13 @@ namespace {
 // The C library keeps what is freed, so that no variant pays for fresh pages and none is lucky.
 [[maybe_unused]] bool const keepsMemory = mallopt(M_MMAP_THRESHOLD, 1 << 30) != 0 && mallopt(M_TRIM_THRESHOLD, -1) != 0;
 
-std::vector<sample::XmlElement> const& elements() {
+std::vector<sample::XmlElement> const& Elements() {
   static auto const all = sample::XmlElements();
   return all;
 }
 
 /// A file name in memory where there is such a folder, so that no disk is measured.
-std::string const& fileName() {
+std::string const& FileName() {
   static struct File {
     File() { close(mkstemp(name.data())); }
     ~File() { unlink(name.c_str()); }
@@ -34,7 +34,7 @@ std::string const& fileName() {
   return file.name;
 }
 
-std::u16string wide(std::string const& text) {
+std::u16string Wide(std::string const& text) {
   return {text.begin(), text.end()};
 }
 
@@ -55,26 +55,26 @@ class Utf8 {
   std::vector<xmlChar> area;
 };
 
-xmlChar const* name(char const* text) {
+xmlChar const* Name(char const* text) {
   return reinterpret_cast<xmlChar const*>(text);
 }
 
-void writeOurs(ZaM::ZamXmlOutStream& stream) {
+void WriteOurs(ZaM::ZamXmlOutStream& stream) {
   stream.CreateNode("documents");
-  for (auto const& element : elements()) sample::WriteXmlElement(stream, element);
+  for (auto const& element : Elements()) sample::WriteXmlElement(stream, element);
   stream.CloseNode("documents");
   stream.Close();
 }
 
-void writeLibxml2(xmlTextWriterPtr writer) {
+void WriteLibxml2(xmlTextWriterPtr writer) {
   Utf8 utf8;
   xmlTextWriterStartDocument(writer, nullptr, nullptr, nullptr);
-  xmlTextWriterStartElement(writer, name("documents"));
-  for (auto const& element : elements()) {
-    xmlTextWriterStartElement(writer, name("document"));
-    xmlTextWriterWriteAttribute(writer, name("id"), utf8(element.id));
-    xmlTextWriterWriteAttribute(writer, name("path"), utf8(element.path));
-    xmlTextWriterWriteAttribute(writer, name("title"), utf8(element.title));
+  xmlTextWriterStartElement(writer, Name("documents"));
+  for (auto const& element : Elements()) {
+    xmlTextWriterStartElement(writer, Name("document"));
+    xmlTextWriterWriteAttribute(writer, Name("id"), utf8(element.id));
+    xmlTextWriterWriteAttribute(writer, Name("path"), utf8(element.path));
+    xmlTextWriterWriteAttribute(writer, Name("title"), utf8(element.title));
     xmlTextWriterWriteString(writer, utf8(element.text));
     xmlTextWriterEndElement(writer);
   }
@@ -82,13 +82,13 @@ void writeLibxml2(xmlTextWriterPtr writer) {
   xmlFreeTextWriter(writer);
 }
 
-pugi::xml_document const& pugixmlTree() {
+pugi::xml_document const& PugixmlTree() {
   static auto const tree = [] {
     auto document = std::make_unique<pugi::xml_document>();
     Utf8 utf8;
     auto const text = [&](std::u16string const& value) { return reinterpret_cast<char const*>(utf8(value)); };
     auto root = document->append_child("documents");
-    for (auto const& element : elements()) {
+    for (auto const& element : Elements()) {
       auto node = root.append_child("document");
       node.append_attribute("id") = text(element.id);
       node.append_attribute("path") = text(element.path);
@@ -105,58 +105,58 @@ struct StringWriter : pugi::xml_writer {
   std::string text;
 };
 
-void memoryZam(benchmark::State& state) {
-  elements();
+void MemoryZam(benchmark::State& state) {
+  Elements();
   for (auto _ : state) {
     ZaM::ZamXmlOutStream stream(ZaM::StorageMemory);
-    writeOurs(stream);
+    WriteOurs(stream);
     benchmark::DoNotOptimize(stream.getXmlString().data());
   }
 }
 
-void memoryLibxml2(benchmark::State& state) {
-  elements();
+void MemoryLibxml2(benchmark::State& state) {
+  Elements();
   for (auto _ : state) {
     xmlBufferPtr const buffer = xmlBufferCreate();
-    writeLibxml2(xmlNewTextWriterMemory(buffer, 0));
+    WriteLibxml2(xmlNewTextWriterMemory(buffer, 0));
     benchmark::DoNotOptimize(xmlBufferContent(buffer));
     xmlBufferFree(buffer);
   }
 }
 
-void memoryPugixml(benchmark::State& state) {
-  pugixmlTree();
+void MemoryPugixml(benchmark::State& state) {
+  PugixmlTree();
   for (auto _ : state) {
     StringWriter writer;
-    pugixmlTree().save(writer, "", pugi::format_raw);
+    PugixmlTree().save(writer, "", pugi::format_raw);
     benchmark::DoNotOptimize(writer.text.data());
   }
 }
 
-void fileZam(benchmark::State& state) {
-  elements();
+void FileZam(benchmark::State& state) {
+  Elements();
   for (auto _ : state) {
-    ZaM::ZamXmlOutStream stream(ZaM::StorageFile, wide(fileName()));
-    writeOurs(stream);
+    ZaM::ZamXmlOutStream stream(ZaM::StorageFile, Wide(FileName()));
+    WriteOurs(stream);
     if (!stream.IsWritten()) state.SkipWithError("not written");
   }
 }
 
-void fileLibxml2(benchmark::State& state) {
-  elements();
-  for (auto _ : state) writeLibxml2(xmlNewTextWriterFilename(fileName().c_str(), 0));
+void FileLibxml2(benchmark::State& state) {
+  Elements();
+  for (auto _ : state) WriteLibxml2(xmlNewTextWriterFilename(FileName().c_str(), 0));
 }
 
-void filePugixml(benchmark::State& state) {
-  pugixmlTree();
-  for (auto _ : state) pugixmlTree().save_file(fileName().c_str(), "", pugi::format_raw);
+void FilePugixml(benchmark::State& state) {
+  PugixmlTree();
+  for (auto _ : state) PugixmlTree().save_file(FileName().c_str(), "", pugi::format_raw);
 }
 
-BENCHMARK(memoryZam)->Name("xml_write_memory/zam")->Unit(benchmark::kMillisecond);
-BENCHMARK(memoryLibxml2)->Name("xml_write_memory/libxml2_writer")->Unit(benchmark::kMillisecond);
-BENCHMARK(memoryPugixml)->Name("xml_write_memory/pugixml")->Unit(benchmark::kMillisecond);
-BENCHMARK(fileZam)->Name("xml_write_file/zam")->Unit(benchmark::kMillisecond);
-BENCHMARK(fileLibxml2)->Name("xml_write_file/libxml2_writer")->Unit(benchmark::kMillisecond);
-BENCHMARK(filePugixml)->Name("xml_write_file/pugixml")->Unit(benchmark::kMillisecond);
+BENCHMARK(MemoryZam)->Name("xml_write_memory/zam")->Unit(benchmark::kMillisecond);
+BENCHMARK(MemoryLibxml2)->Name("xml_write_memory/libxml2_writer")->Unit(benchmark::kMillisecond);
+BENCHMARK(MemoryPugixml)->Name("xml_write_memory/pugixml")->Unit(benchmark::kMillisecond);
+BENCHMARK(FileZam)->Name("xml_write_file/zam")->Unit(benchmark::kMillisecond);
+BENCHMARK(FileLibxml2)->Name("xml_write_file/libxml2_writer")->Unit(benchmark::kMillisecond);
+BENCHMARK(FilePugixml)->Name("xml_write_file/pugixml")->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -88,54 +88,54 @@ struct Pugixml {
   pugi::xml_document document;
 };
 
-std::size_t look(ZaM::XmlNode const& node) {
+std::size_t Look(ZaM::XmlNode const& node) {
   if (node.IsContent()) return node.GetContent().size();
   std::size_t size = node.GetName().size();
   for (ZaM::XmlProperty const* property : node.GetProperties()) {
     size += property->GetName().size() + property->GetValue().size();
   }
-  for (ZaM::XmlNode const* child : node.GetChildren()) size += look(*child);
+  for (ZaM::XmlNode const* child : node.GetChildren()) size += Look(*child);
   return size;
 }
 
-std::size_t look(xmlNode const& node) {
+std::size_t Look(xmlNode const& node) {
   auto const length = [](xmlChar const* text) { return static_cast<std::size_t>(xmlStrlen(text)); };
   if (node.type != XML_ELEMENT_NODE) return length(node.content);
   std::size_t size = length(node.name);
   for (xmlAttr const* attribute = node.properties; attribute != nullptr; attribute = attribute->next) {
     size += length(attribute->name) + (attribute->children ? length(attribute->children->content) : 0);
   }
-  for (xmlNode const* child = node.children; child != nullptr; child = child->next) size += look(*child);
+  for (xmlNode const* child = node.children; child != nullptr; child = child->next) size += Look(*child);
   return size;
 }
 
-std::size_t look(pugi::xml_node const& node) {
+std::size_t Look(pugi::xml_node const& node) {
   std::size_t size = std::string_view(node.name()).size() + std::string_view(node.value()).size();
   for (pugi::xml_attribute const& attribute : node.attributes()) {
     size += std::string_view(attribute.name()).size() + std::string_view(attribute.value()).size();
   }
-  for (pugi::xml_node const& child : node.children()) size += look(child);
+  for (pugi::xml_node const& child : node.children()) size += Look(child);
   return size;
 }
 
 template <class Tree>
-std::size_t lookAtAll(Tree const& tree) {
+std::size_t LookAtAll(Tree const& tree) {
   if constexpr (requires { tree.tree; }) {
-    return look(*tree.tree.GetRoot());
+    return Look(*tree.tree.GetRoot());
   } else if constexpr (std::is_same_v<Tree, Pugixml>) {
-    return look(tree.document.document_element());
+    return Look(tree.document.document_element());
   } else {
-    return look(*xmlDocGetRootElement(tree.document));
+    return Look(*xmlDocGetRootElement(tree.document));
   }
 }
 
-double heapInUse() {
+double HeapInUse() {
   struct mallinfo2 const info = mallinfo2();
   return static_cast<double>(info.uordblks + info.hblkhd) / 1e6;
 }
 
 /// A line of what the kernel tells of this process, in MB; it has kB.
-double memory(std::string_view name) {
+double Memory(std::string_view name) {
   std::ifstream status("/proc/self/status");
   for (std::string line; std::getline(status, line);) {
     if (line.starts_with(name)) return std::stod(line.substr(name.size())) * 1.024e-3;
@@ -144,18 +144,18 @@ double memory(std::string_view name) {
 }
 
 template <class Tree>
-void measureMemory(benchmark::State& state, std::string const& file) {
+void MeasureMemory(benchmark::State& state, std::string const& file) {
   std::ofstream("/proc/self/clear_refs") << '5';  // the peak starts anew
-  double const residentBefore = memory("VmRSS:");
-  double const heapBefore = heapInUse();
+  double const residentBefore = Memory("VmRSS:");
+  double const heapBefore = HeapInUse();
   Tree const tree(file);
-  state.counters["MB"] = heapInUse() - heapBefore;
-  state.counters["peak_MB"] = memory("VmHWM:") - residentBefore;
+  state.counters["MB"] = HeapInUse() - heapBefore;
+  state.counters["peak_MB"] = Memory("VmHWM:") - residentBefore;
 }
 
 template <class Tree>
-void read(benchmark::State& state, std::string const& file) {
-  measureMemory<Tree>(state, file);
+void Read(benchmark::State& state, std::string const& file) {
+  MeasureMemory<Tree>(state, file);
   for (auto _ : state) {
     auto tree = std::make_unique<Tree>(file);
     benchmark::DoNotOptimize(tree.get());
@@ -167,16 +167,16 @@ void read(benchmark::State& state, std::string const& file) {
 
 /// The heap puts off some of its work from releasing to the next reading; here both are measured together.
 template <class Tree>
-void readAndRelease(benchmark::State& state, std::string const& file) {
+void ReadAndRelease(benchmark::State& state, std::string const& file) {
   for (auto _ : state) benchmark::DoNotOptimize(std::make_unique<Tree>(file).get());
 }
 
 template <class Tree>
-void readLookAndRelease(benchmark::State& state, std::string const& file) {
-  for (auto _ : state) benchmark::DoNotOptimize(lookAtAll(Tree(file)));
+void ReadLookAndRelease(benchmark::State& state, std::string const& file) {
+  for (auto _ : state) benchmark::DoNotOptimize(LookAtAll(Tree(file)));
 }
 
-void add(std::string const& name, std::function<void(benchmark::State&)> const& function) {
+void Add(std::string const& name, std::function<void(benchmark::State&)> const& function) {
   benchmark::RegisterBenchmark(name.c_str(), function)
       ->Setup([](benchmark::State const&) { malloc_trim(0); })
       ->Unit(benchmark::kMillisecond);
@@ -184,12 +184,12 @@ void add(std::string const& name, std::function<void(benchmark::State&)> const& 
 
 /// Ours, which is one of the two ways, and the peers.
 template <class Zam>
-void addFamilies(std::string const& name, std::string const& file) {
+void AddFamilies(std::string const& name, std::string const& file) {
   auto const addVariant = [&]<class Tree>(std::string const& variant, std::type_identity<Tree>) {
-    add(name + variant, [file](benchmark::State& state) { read<Tree>(state, file); });
-    add(name + "_and_release" + variant, [file](benchmark::State& state) { readAndRelease<Tree>(state, file); });
-    add(name + "_look_and_release" + variant,
-        [file](benchmark::State& state) { readLookAndRelease<Tree>(state, file); });
+    Add(name + variant, [file](benchmark::State& state) { Read<Tree>(state, file); });
+    Add(name + "_and_release" + variant, [file](benchmark::State& state) { ReadAndRelease<Tree>(state, file); });
+    Add(name + "_look_and_release" + variant,
+        [file](benchmark::State& state) { ReadLookAndRelease<Tree>(state, file); });
   };
   addVariant("/zam", std::type_identity<Zam>());
   addVariant("/libxml2", std::type_identity<Libxml2<0>>());
@@ -197,18 +197,18 @@ void addFamilies(std::string const& name, std::string const& file) {
   addVariant("/pugixml", std::type_identity<Pugixml>());
 }
 
-void registerAll() {
+void RegisterAll() {
   // The table of file types of the package shared-mime-info, with names in some fifty languages.
   std::string const fileTypes = "/usr/share/mime/packages/freedesktop.org.xml";
   for (auto const& [suffix, file] : {std::pair<std::string, std::string>("", Files::Instance().Plain()),
                                      {"_gzip", Files::Instance().Gzip()},
                                      {"_file_types", fileTypes}}) {
     if (!std::filesystem::exists(file)) continue;
-    addFamilies<ZamRead>("xml_tree_read" + suffix, file);
-    addFamilies<ZamRead2>("xml_tree_read2" + suffix, file);
+    AddFamilies<ZamRead>("xml_tree_read" + suffix, file);
+    AddFamilies<ZamRead2>("xml_tree_read2" + suffix, file);
   }
 }
 
-[[maybe_unused]] bool const registered = (registerAll(), true);
+[[maybe_unused]] bool const registered = (RegisterAll(), true);
 
 }  // namespace

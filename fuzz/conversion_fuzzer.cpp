@@ -15,7 +15,7 @@ namespace {
 
 using namespace ZaM;
 
-void require(bool holds) {
+void Require(bool holds) {
   if (!holds) std::abort();
 }
 
@@ -30,14 +30,14 @@ bool IsWellFormed(wstring const& text) {
 /// What is well-formed comes back as it was; anything else is made well-formed.
 void ConvertBytes(std::string const& bytes) {
   wstring wide;
-  require(ConvertA2W(bytes, wide) && IsWellFormed(wide));
+  Require(ConvertA2W(bytes, wide) && IsWellFormed(wide));
   std::string again;
-  require(ConvertW2A(wide, again));
-  if (wide.find(u'\uFFFD') == wstring::npos) require(again == bytes.c_str());
+  Require(ConvertW2A(wide, again));
+  if (wide.find(u'\uFFFD') == wstring::npos) Require(again == bytes.c_str());
   wstring byParser;
   XmlSaxParser().ConvertString(reinterpret_cast<unsigned char const*>(bytes.data()),
                                static_cast<int>(std::strlen(bytes.c_str())), byParser);
-  require(byParser == wide);
+  Require(byParser == wide);
 }
 
 /// In the encoding that the first byte chooses.
@@ -46,21 +46,21 @@ void Decode(std::string_view bytes) {
                                    "ISO-2022-JP", "GB18030",  "EUC-JP", "Big5",   "UTF-7",        "KOI8-R"};
   if (bytes.empty()) return;
   auto const text = DecodeText(bytes.substr(1), names[static_cast<unsigned char>(bytes[0]) % std::size(names)]);
-  if (text) require(IsWellFormed(*text) && FromUtf8(ToUtf8(*text)) == *text);
-  require(IsUtf8(bytes) == (ToUtf8(FromUtf8(bytes)) == bytes));
+  if (text) Require(IsWellFormed(*text) && FromUtf8(ToUtf8(*text)) == *text);
+  Require(IsUtf8(bytes) == (ToUtf8(FromUtf8(bytes)) == bytes));
 }
 
 void ConvertUnits(wstring const& units) {
   std::string bytes;
-  require(ConvertW2A(units, bytes));
+  Require(ConvertW2A(units, bytes));
   std::string room(bytes.size() + 1, 'x');
-  require(ConvertW2A(units, room.data(), static_cast<std::int32_t>(room.size())));
-  require(room.back() == '\0' && room.compare(0, bytes.size(), bytes) == 0);
-  require(!ConvertW2A(units, room.data(), static_cast<std::int32_t>(bytes.size())));
+  Require(ConvertW2A(units, room.data(), static_cast<std::int32_t>(room.size())));
+  Require(room.back() == '\0' && room.compare(0, bytes.size(), bytes) == 0);
+  Require(!ConvertW2A(units, room.data(), static_cast<std::int32_t>(bytes.size())));
   wstring again;
-  require(ConvertA2W(bytes, again));
-  if (IsWellFormed(units)) require(again == units.substr(0, units.find(u'\0')));
-  require(ZamStrToLower(units).size() == units.size() && ZamStrToUpper(units).size() == units.size());
+  Require(ConvertA2W(bytes, again));
+  if (IsWellFormed(units)) Require(again == units.substr(0, units.find(u'\0')));
+  Require(ZamStrToLower(units).size() == units.size() && ZamStrToUpper(units).size() == units.size());
 }
 
 /// Where a UUID was read its text form differs from what was given in case alone.
@@ -68,11 +68,11 @@ void ReadUuid(wstring const& text) {
   _ZAMGUID uuid = {1, 2, 3, {4}};
   try {
     ZaMUuidFromString(text, &uuid);
-    require(ZaMUuidToString(&uuid) == ZamStrToLower(text));
+    Require(ZaMUuidToString(&uuid) == ZamStrToLower(text));
   } catch (BaseException const& failure) {
-    require(failure.GetErrorId() == ErrorId::InvalidArgument && uuid.data1 == 1 && uuid.data4[0] == 4);
+    Require(failure.GetErrorId() == ErrorId::InvalidArgument && uuid.data1 == 1 && uuid.data4[0] == 4);
   } catch (std::out_of_range const&) {
-    require(text.empty());
+    Require(text.empty());
   }
 }
 
@@ -84,7 +84,7 @@ void WriteUuid(Bytes bytes) {
   std::memcpy(&uuid, given, sizeof uuid);
   _ZAMGUID again;
   ZaMUuidFromString(ZaMUuidToString(&uuid), &again);
-  require(std::memcmp(&again, given, sizeof again) == 0);
+  Require(std::memcmp(&again, given, sizeof again) == 0);
 }
 
 /// As the C library reads it, where it fits.
@@ -92,8 +92,8 @@ void ReadNumber(std::string const& bytes) {
   auto const* const value = reinterpret_cast<unsigned char const*>(bytes.c_str());
   XmlSaxParser parser;
   long long const number = std::strtoll(bytes.c_str(), nullptr, 10);
-  if (number > INT32_MIN && number < INT32_MAX) require(parser.GetLongValue(value, 0) == number);
-  if (number != 0 && number > INT64_MIN && number < INT64_MAX) require(parser.GetTimetValue(value, 0) == number);
+  if (number > INT32_MIN && number < INT32_MAX) Require(parser.GetLongValue(value, 0) == number);
+  if (number != 0 && number > INT64_MIN && number < INT64_MAX) Require(parser.GetTimetValue(value, 0) == number);
 }
 
 }  // namespace

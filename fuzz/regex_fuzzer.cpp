@@ -15,7 +15,7 @@ namespace {
 
 using namespace ZaM;
 
-void require(bool holds) {
+void Require(bool holds) {
   if (!holds) std::abort();
 }
 
@@ -28,11 +28,11 @@ void Find(wstring const& pattern, bool ignoresCase, wstring const& text) {
       _Match const* match = regex.Match(text);
       for (; match->matched; match = match->next) {
         // `\K` in a lookahead moves the start after the end.
-        require(match->position >= 0 && match->position + match->length >= end);
+        Require(match->position >= 0 && match->position + match->length >= end);
         end = match->position + match->length;
-        require(end <= units && match->position <= units);
+        Require(end <= units && match->position <= units);
       }
-      require(match->position == -1 && match->length == -1 && !match->next);
+      Require(match->position == -1 && match->length == -1 && !match->next);
     }
   } catch (boost::regex_error const&) {
     // Malformed, or given up.
@@ -50,9 +50,9 @@ void FindsLiterally(wstring const& literal, wstring const& text) {
   Regex regex(pattern, false);
   _Match const* match = regex.Match(text);
   for (std::size_t at = 0; (at = text.find(literal, at)) != wstring::npos; at += literal.size(), match = match->next) {
-    require(match->matched && std::cmp_equal(match->position, at) && std::cmp_equal(match->length, literal.size()));
+    Require(match->matched && std::cmp_equal(match->position, at) && std::cmp_equal(match->length, literal.size()));
   }
-  require(!match->matched);
+  Require(!match->matched);
 }
 
 }  // namespace

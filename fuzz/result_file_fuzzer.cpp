@@ -17,7 +17,7 @@ using ZaM::Ref;
 using ZaM::SparseResult;
 using ZaM::XmlSaxParser;
 
-void require(bool holds) {
+void Require(bool holds) {
   if (!holds) std::abort();
 }
 
@@ -36,17 +36,17 @@ class Reader : public ZaM::XmlSaxCallback {
   explicit Reader(AtEnd function) : atEnd(function) {}
 
   void OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override {
-    finish();
+    Finish();
     if (std::string_view(reinterpret_cast<char const*>(name)) != "Result") return parser->PushCallback(this);
     result = Ref(ResultClass::Create());
     result->InitializeProperties(parser, attributes);
     parser->PushCallback(result.Get());
   }
-  void OnEndElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/) override { finish(); }
-  void OnEndDocument(XmlSaxParser* /*parser*/) override { finish(); }
+  void OnEndElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/) override { Finish(); }
+  void OnEndDocument(XmlSaxParser* /*parser*/) override { Finish(); }
 
  private:
-  void finish() {
+  void Finish() {
     if (auto const read = std::exchange(result, nullptr)) atEnd(*read);
   }
 
@@ -73,7 +73,7 @@ void SurvivesBeingWritten(std::string_view document) {
     for (int round = 0; round < 3; ++round) {
       std::string next;
       Read<ResultClass>(text, [&](ResultClass& again) { next = Written(again); });
-      require(!next.empty() && (round < 2 || next == text));
+      Require(!next.empty() && (round < 2 || next == text));
       text = std::move(next);
     }
   });
@@ -86,11 +86,11 @@ void ReadByTheExample(std::string_view document) {
     XmlSaxParser().ParseMemory(document.data(), static_cast<unsigned int>(document.size()), &reader);
     classify::Findings const findings = reader.Take();
     for (auto const& tested : findings.Tested()) {
-      require(tested.classId > 0 && tested.classId <= findings.ClassCount());
-      for (auto const& entry : tested.Result().GetResults()) require(entry.GetIndex() <= findings.ClassCount());
+      Require(tested.classId > 0 && tested.classId <= findings.ClassCount());
+      for (auto const& entry : tested.Result().GetResults()) Require(entry.GetIndex() <= findings.ClassCount());
     }
   } catch (classify::RunError const& error) {
-    require(!error.message.empty());
+    Require(!error.message.empty());
   } catch (ZaM::LimitExceededException const&) {
   }
 }

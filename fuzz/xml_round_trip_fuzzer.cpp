@@ -17,36 +17,36 @@ using ZaM::XmlNode;
 using ZaM::XmlProperty;
 using ZaM::XmlTree;
 
-void require(bool holds) {
+void Require(bool holds) {
   if (!holds) std::abort();
 }
 
 /// Up to fifteen units.
-wstring takeText(Bytes& bytes) {
+wstring TakeText(Bytes& bytes) {
   std::size_t const most = bytes.Take() % 16;
   return bytes.TakeText(most);
 }
 
-void build(XmlNode& root, Bytes& bytes) {
+void Build(XmlNode& root, Bytes& bytes) {
   constexpr int mostLevels = 200;
   XmlNode* open[mostLevels] = {&root};
   int level = 0;
   while (bytes.AreLeft()) {
     switch (bytes.Take() % 6) {
       case 0:
-        open[level]->AddContent(takeText(bytes));
+        open[level]->AddContent(TakeText(bytes));
         break;
       case 1:
-        open[level]->AddProperty(takeText(bytes), takeText(bytes));
+        open[level]->AddProperty(TakeText(bytes), TakeText(bytes));
         break;
       case 2:
-        open[level]->SetContent(takeText(bytes));
+        open[level]->SetContent(TakeText(bytes));
         break;
       case 3:
-        if (level + 1 < mostLevels) open[level + 1] = open[level]->AddChild(takeText(bytes)), ++level;
+        if (level + 1 < mostLevels) open[level + 1] = open[level]->AddChild(TakeText(bytes)), ++level;
         break;
       case 4:
-        open[level]->AddSubNodeText(takeText(bytes), takeText(bytes));
+        open[level]->AddSubNodeText(TakeText(bytes), TakeText(bytes));
         break;
       default:
         if (level > 0) --level;
@@ -55,7 +55,7 @@ void build(XmlNode& root, Bytes& bytes) {
 }
 
 /// What XML can't carry in a text, replaced.
-wstring carried(wstring text) {
+wstring Carried(wstring text) {
   auto const isHigh = [](wchar unit) { return unit >= 0xD800 && unit < 0xDC00; };
   auto const isLow = [](wchar unit) { return unit >= 0xDC00 && unit < 0xE000; };
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -72,15 +72,15 @@ wstring carried(wstring text) {
 }
 
 /// All texts and the number of elements, in the order of the document. White space counts for nothing.
-std::string essence(XmlNode const& node, bool isRoot) {
+std::string Essence(XmlNode const& node, bool isRoot) {
   std::string all;
   if (node.IsContent() || isRoot) {
-    for (wchar const unit : carried(node.GetContent())) {
+    for (wchar const unit : Carried(node.GetContent())) {
       if (unit != u' ' && unit != u'\t' && unit != u'\n' && unit != u'\r') all += ZaM::test::Ascii(wstring(1, unit));
     }
   }
   if (node.IsContent() && !isRoot) return all;
-  for (XmlNode const* child : node.GetChildren()) all += essence(*child, false);
+  for (XmlNode const* child : node.GetChildren()) all += Essence(*child, false);
   return "<" + all + ">";
 }
 
@@ -89,10 +89,10 @@ std::string essence(XmlNode const& node, bool isRoot) {
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   Bytes bytes(data, size);
   XmlTree tree;
-  tree.SetRoot(XmlNode::Create(takeText(bytes)));
-  build(*tree.GetRoot(), bytes);
+  tree.SetRoot(XmlNode::Create(TakeText(bytes)));
+  Build(*tree.GetRoot(), bytes);
   XmlTree again;
-  require(again.ReadBuffer(tree.WriteBuffer()));
-  require(essence(*again.GetRoot(), true) == essence(*tree.GetRoot(), true));
+  Require(again.ReadBuffer(tree.WriteBuffer()));
+  Require(Essence(*again.GetRoot(), true) == Essence(*tree.GetRoot(), true));
   return 0;
 }

@@ -12,11 +12,11 @@
 
 namespace {
 
-void require(bool holds) {
+void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-std::string_view view(unsigned char const* text) {
+std::string_view View(unsigned char const* text) {
   return reinterpret_cast<char const*>(text);
 }
 
@@ -25,18 +25,18 @@ class Reader : public ZaM::XmlSaxCallback {
  public:
   explicit Reader(std::size_t last = SIZE_MAX) : left(last) {}
 
-  void OnStartDocument(ZaM::XmlSaxParser* parser) override { note(*parser, "^"); }
-  void OnEndDocument(ZaM::XmlSaxParser* parser) override { note(*parser, "$"); }
+  void OnStartDocument(ZaM::XmlSaxParser* parser) override { Note(*parser, "^"); }
+  void OnEndDocument(ZaM::XmlSaxParser* parser) override { Note(*parser, "$"); }
 
   void OnStartElement(ZaM::XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override {
-    require(attributes == nullptr || *attributes != nullptr);
+    Require(attributes == nullptr || *attributes != nullptr);
     std::string tag("<");
-    tag += view(name);
+    tag += View(name);
     for (; attributes != nullptr && *attributes != nullptr; attributes += 2) {
-      tag.append(view(attributes[0])).append(view(attributes[1]));
-      readNumbers(*parser, attributes[1]);
+      tag.append(View(attributes[0])).append(View(attributes[1]));
+      ReadNumbers(*parser, attributes[1]);
     }
-    note(*parser, tag);
+    Note(*parser, tag);
     // The names decide what happens.
     switch (*name % 8) {
       case 0:
@@ -44,53 +44,53 @@ class Reader : public ZaM::XmlSaxCallback {
       case 1:
         return parser->PushCallback(nullptr);
       case 2:
-        parseAnother(*parser);
+        ParseAnother(*parser);
         break;
       case 3:
         parser->PushCallback(nullptr);
         break;
     }
     parser->PushCallback(this);
-    open.emplace_back(view(name));
+    open.emplace_back(View(name));
   }
 
   void OnEndElement(ZaM::XmlSaxParser* parser, unsigned char const* name) override {
-    require(!open.empty() && open.back() == view(name));
+    Require(!open.empty() && open.back() == View(name));
     open.pop_back();
-    note(*parser, ">");
+    Note(*parser, ">");
   }
 
   std::string log;
 
  private:
-  void note(ZaM::XmlSaxParser& parser, std::string_view what) {
+  void Note(ZaM::XmlSaxParser& parser, std::string_view what) {
     if (left-- == 0) throw 0;
     unsigned char const* const text = parser.GetCharacterBuffer();
     log.append(text, text + parser.GetCharacterBufferSize()).append(what);
     ZaM::wstring wide;
     parser.ConvertString(text, static_cast<int>(parser.GetCharacterBufferSize()), wide);
-    require(wide.size() <= parser.GetCharacterBufferSize() && wide.empty() == (text == nullptr));
+    Require(wide.size() <= parser.GetCharacterBufferSize() && wide.empty() == (text == nullptr));
   }
 
-  static void readNumbers(ZaM::XmlSaxParser const& parser, unsigned char const* value) {
+  static void ReadNumbers(ZaM::XmlSaxParser const& parser, unsigned char const* value) {
     bool const isPlain = *value >= '1' && *value <= '9' && value[1] == 0;
-    require(!isPlain || parser.GetLongValue(value, -1) == *value - '0');
-    require(!isPlain || parser.GetSizetValue(value, 0) == parser.GetTimetValue(value, -1));
-    require(!isPlain || parser.GetDoubleValue(value, -1) == *value - '0');
-    require(parser.GetBoolValue(value, true) == (*value != '0'));
+    Require(!isPlain || parser.GetLongValue(value, -1) == *value - '0');
+    Require(!isPlain || parser.GetSizetValue(value, 0) == parser.GetTimetValue(value, -1));
+    Require(!isPlain || parser.GetDoubleValue(value, -1) == *value - '0');
+    Require(parser.GetBoolValue(value, true) == (*value != '0'));
   }
 
-  static void parseAnother(ZaM::XmlSaxParser& parser) {
+  static void ParseAnother(ZaM::XmlSaxParser& parser) {
     Reader other;
     parser.ParseMemory("<d>1<e/>2</d>", 13, &other);
-    require(other.log == "^<d1<e>2>$");
+    Require(other.log == "^<d1<e>2>$");
   }
 
   std::size_t left;
   std::vector<std::string> open;
 };
 
-void parse(ZaM::XmlSaxParser& parser, std::string_view text, Reader& reader) {
+void Parse(ZaM::XmlSaxParser& parser, std::string_view text, Reader& reader) {
   parser.ParseMemory(text.data(), static_cast<unsigned int>(text.size()), &reader);
 }
 
@@ -100,21 +100,21 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   std::string_view const text(reinterpret_cast<char const*>(data), size);
   ZaM::XmlSaxParser parser;
   Reader fromMemory;
-  parse(parser, text, fromMemory);
+  Parse(parser, text, fromMemory);
 
   Reader interrupted(size % 16);
   try {
-    parse(parser, text, interrupted);
+    Parse(parser, text, interrupted);
   } catch (int) {
   }
-  require(fromMemory.log.starts_with(interrupted.log));
+  Require(fromMemory.log.starts_with(interrupted.log));
 
   Reader fromFile;
   try {
     parser.ParseFile(ScratchFile(text).Path(), &fromFile);
-    require(text.starts_with("\x1f\x8b") || fromFile.log == fromMemory.log);
+    Require(text.starts_with("\x1f\x8b") || fromFile.log == fromMemory.log);
   } catch (ZaM::FileIOException const& failure) {
-    require(failure.GetErrorId() == 2004);
+    Require(failure.GetErrorId() == 2004);
   }
   return 0;
 }

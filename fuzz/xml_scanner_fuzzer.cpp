@@ -25,24 +25,24 @@ using namespace ZaM::detail;
 /// of a fault is left open, and so is whether the end of the document is told of behind one.
 class Recorder : public XmlEventReceiver {
  public:
-  void OnStartDocument() override { note("^"); }
+  void OnStartDocument() override { Note("^"); }
   void OnEndDocument() override { ends += '$'; }
   void OnStartElement(XmlElement const& element) override {
-    note("<", element.name, element.localName);
+    Note("<", element.name, element.localName);
     for (auto const& [name, localName, value] : element.attributes) {
       if (name.data()[name.size()] != 0 || value.data()[value.size()] != 0) std::abort();
-      note(" ", name, localName, value);
+      Note(" ", name, localName, value);
     }
   }
-  void OnEndElement(std::string_view name) override { note("/", name); }
+  void OnEndElement(std::string_view name) override { Note("/", name); }
   void OnCharacters(std::string_view piece) override {
     if (piece.empty()) std::abort();
-    add('T', piece);
+    Add('T', piece);
   }
-  void OnCData(std::string_view piece) override { add('C', piece); }
-  void OnComment(std::string_view comment) override { note("!", comment); }
-  void OnProcessingInstruction(std::string_view target, std::string_view data) override { note("?", target, data); }
-  void OnEntityReference(std::string_view name, std::string_view content) override { note("&", name, content); }
+  void OnCData(std::string_view piece) override { Add('C', piece); }
+  void OnComment(std::string_view comment) override { Note("!", comment); }
+  void OnProcessingInstruction(std::string_view target, std::string_view data) override { Note("?", target, data); }
+  void OnEntityReference(std::string_view name, std::string_view content) override { Note("&", name, content); }
 
   std::string log;
   std::string text;
@@ -50,12 +50,12 @@ class Recorder : public XmlEventReceiver {
 
  private:
   template <class... Parts>
-  void note(Parts... parts) {
+  void Note(Parts... parts) {
     log += std::exchange(text, {});
     ((log.append(parts) += '\n'), ...);
     kind = 0;
   }
-  void add(char newKind, std::string_view piece) {
+  void Add(char newKind, std::string_view piece) {
     if (piece.empty()) return;
     if (std::exchange(kind, newKind) != newKind) text += newKind;
     text += piece;
@@ -64,7 +64,7 @@ class Recorder : public XmlEventReceiver {
 };
 
 template <class Parser>
-std::string parse(Parser& parser, Recorder const& recorder, std::string_view document, std::size_t pieceSize) {
+std::string Parse(Parser& parser, Recorder const& recorder, std::string_view document, std::size_t pieceSize) {
   std::string outcome;
   try {
     for (; !document.empty(); document.remove_prefix(std::min(document.size(), pieceSize))) {
@@ -78,11 +78,11 @@ std::string parse(Parser& parser, Recorder const& recorder, std::string_view doc
   return recorder.log + outcome;
 }
 
-std::string parseByLibxml2(std::string_view document, XmlEventOptions const& options, std::size_t pieceSize) {
+std::string ParseByLibxml2(std::string_view document, XmlEventOptions const& options, std::size_t pieceSize) {
   Recorder recorder;
   XmlEventShaper shaper(recorder, options);
   Libxml2Events libxml2(shaper, {});
-  return parse(libxml2, recorder, document, pieceSize);
+  return Parse(libxml2, recorder, document, pieceSize);
 }
 
 }  // namespace
@@ -96,7 +96,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
 
   Recorder recorder;
   XmlEventParser parser(recorder, options);
-  std::string const byUs = parse(parser, recorder, document, pieceSize);
+  std::string const byUs = Parse(parser, recorder, document, pieceSize);
 
   using namespace std::string_view_literals;
   auto const decoder = XmlDecoder::For(document);
@@ -111,8 +111,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   };
 
   // Where libxml2 tells a fault, or a comment `<!-->-->`, may depend on the pieces that it gets.
-  std::string const byLibxml2 = parseByLibxml2(document, options, document.size());
-  if (!agrees(byLibxml2) && !agrees(parseByLibxml2(document, options, pieceSize))) {
+  std::string const byLibxml2 = ParseByLibxml2(document, options, document.size());
+  if (!agrees(byLibxml2) && !agrees(ParseByLibxml2(document, options, pieceSize))) {
     std::fprintf(stderr, "libxml2:\n%s\nscanner:\n%s\n", byLibxml2.c_str(), byUs.c_str());
     std::abort();
   }

@@ -11,22 +11,22 @@
 
 namespace {
 
-void require(bool holds) {
+void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-void writeAndRead(ZaM::XmlTree const& tree) {
+void WriteAndRead(ZaM::XmlTree const& tree) {
   ZaM::XmlTree again;
-  require(again.ReadBuffer(tree.WriteBuffer()));
+  Require(again.ReadBuffer(tree.WriteBuffer()));
 }
 
 struct DerivedTree : ZaM::XmlTree {};
 
-std::string read(ZaM::XmlTree& tree) {
+std::string Read(ZaM::XmlTree& tree) {
   try {
     tree.Read();
   } catch (ZaM::FileIOException const& failure) {
-    require(failure.GetErrorId() == 2004);
+    Require(failure.GetErrorId() == 2004);
     return "can't be read" + ZaM::test::Describe(tree.GetRoot());
   } catch (ZaM::LimitExceededException const&) {
     return "passes a limit" + ZaM::test::Describe(tree.GetRoot());
@@ -43,20 +43,20 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   DerivedTree derived;
   fromFile.SetFilename(file.Path());
   derived.SetFilename(file.Path());
-  require(read(fromFile) == read(derived));
-  if (fromFile.GetRoot()) writeAndRead(fromFile);
+  Require(Read(fromFile) == Read(derived));
+  if (fromFile.GetRoot()) WriteAndRead(fromFile);
 
   ZaM::XmlTree fromBuffer;
   try {
-    if (fromFile.Read2()) writeAndRead(fromFile);
+    if (fromFile.Read2()) WriteAndRead(fromFile);
     bool const isWellFormed = fromBuffer.ReadBuffer(text);
-    require(isWellFormed == (fromBuffer.GetRoot() != nullptr));
+    Require(isWellFormed == (fromBuffer.GetRoot() != nullptr));
     bool const isPlain = !text.starts_with("\x1f\x8b");
-    if (isPlain) require(ZaM::test::Describe(fromFile.GetRoot()) == ZaM::test::Describe(fromBuffer.GetRoot()));
+    if (isPlain) Require(ZaM::test::Describe(fromFile.GetRoot()) == ZaM::test::Describe(fromBuffer.GetRoot()));
   } catch (ZaM::FileIOException const& failure) {
-    require(failure.GetErrorId() == 2004);
+    Require(failure.GetErrorId() == 2004);
   } catch (ZaM::LimitExceededException const&) {
-    require(!fromFile.GetRoot() && !fromBuffer.GetRoot());
+    Require(!fromFile.GetRoot() && !fromBuffer.GetRoot());
   }
   return 0;
 }

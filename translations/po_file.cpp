@@ -34,7 +34,7 @@ class Parser {
     if (text.empty() || text.starts_with('#')) {
       TakeComment(text);
     } else if (text.starts_with('"')) {
-      if (part == Part::none) Fail("a string without a keyword");
+      if (part == Part::None) Fail("a string without a keyword");
       PartText() += Unquote(text);
     } else {
       TakeKeyword(text);
@@ -48,11 +48,11 @@ class Parser {
 
  private:
   /// The part of the current entry that the last keyword opened.
-  enum class Part { none, context, source, translation };
+  enum class Part { None, Context, Source, Translation };
 
   /// What stands behind a whole entry belongs to the next one, as do its flags.
   void TakeComment(std::string_view comment) {
-    if (part == Part::translation) EndEntry();
+    if (part == Part::Translation) EndEntry();
     if (comment.starts_with("#,") && comment.find("fuzzy") != comment.npos) entry.fuzzy = true;
   }
 
@@ -61,14 +61,14 @@ class Parser {
     std::string_view const keyword = text.substr(0, length);
     if (keyword == "msgctxt") {
       EndEntry();
-      part = Part::context;
+      part = Part::Context;
       entry.context.emplace();
     } else if (keyword == "msgid") {
-      if (part != Part::context) EndEntry();
-      part = Part::source;
+      if (part != Part::Context) EndEntry();
+      part = Part::Source;
     } else if (keyword == "msgstr") {
-      if (part != Part::source) Fail("msgstr without a msgid before it");
-      part = Part::translation;
+      if (part != Part::Source) Fail("msgstr without a msgid before it");
+      part = Part::Translation;
     } else {
       Fail("unknown keyword \"" + std::string(keyword) + "\"");
     }
@@ -77,15 +77,15 @@ class Parser {
   }
 
   void EndEntry() {
-    if (part == Part::context || part == Part::source) Fail("an entry without its msgstr");
+    if (part == Part::Context || part == Part::Source) Fail("an entry without its msgstr");
     bool const header = !entry.context && entry.source.empty();
-    if (part == Part::translation && !header) entries.push_back(std::move(entry));
-    if (part == Part::translation) entry = {};
-    part = Part::none;
+    if (part == Part::Translation && !header) entries.push_back(std::move(entry));
+    if (part == Part::Translation) entry = {};
+    part = Part::None;
   }
 
   std::string& PartText() {
-    return part == Part::context ? *entry.context : part == Part::source ? entry.source : entry.translation;
+    return part == Part::Context ? *entry.context : part == Part::Source ? entry.source : entry.translation;
   }
 
   std::string Unquote(std::string_view quoted) const {
@@ -112,7 +112,7 @@ class Parser {
 
   std::vector<PoEntry> entries;
   PoEntry entry;
-  Part part = Part::none;
+  Part part = Part::None;
   std::size_t line = 0;
 };
 

@@ -64,19 +64,19 @@ class Applier {
         sink(target),
         extractors(MakeExtractors(given.jobs, classes.settings)),
         source(given.inputs, given.nullSeparated ? '\0' : '\n',
-               [this](auto const& folder, std::string const& reason) { complain(folder, reason + ", left out"); }) {
+               [this](auto const& folder, std::string const& reason) { Complain(folder, reason + ", left out"); }) {
     for (std::size_t i = 0; i < given.jobs; ++i) classifiers.emplace_back(classes, given.settings.maxResults);
   }
 
   void Run() {
     if (ranks.IsFirst()) sink.Write(format.Opening());
-    while (takeBatch()) {
-      classify();
-      writeRecords();
+    while (TakeBatch()) {
+      Classify();
+      WriteRecords();
     }
     // A rank that was killed ends the input, too: nothing is complete before all of them have said that they are there.
     ranks.Sum(0);
-    if (!ranks.IsAlone() && options.inputs.empty() && !options.output.empty()) awaitSignal();
+    if (!ranks.IsAlone() && options.inputs.empty() && !options.output.empty()) AwaitSignal();
     if (!ranks.IsFirst()) return;
     sink.Write(format.Closing());
     sink.Commit();
@@ -87,7 +87,7 @@ class Applier {
 
  private:
   /// After Ctrl-C mpirun ends the input about a second before it tells the ranks, and a file would look complete.
-  void awaitSignal() {
+  void AwaitSignal() {
     constexpr std::chrono::milliseconds wait(3000), step(10);
     for (auto waited = step; waited < wait; waited += step) {
       StopIfInterrupted(CancelId::Classifying);
@@ -103,7 +103,7 @@ class Applier {
   };
 
   // Doesn't wait for a whole batch: who sends one document and waits for its record gets it.
-  std::vector<std::string> nextPaths() {
+  std::vector<std::string> NextPaths() {
     constexpr std::size_t sizePerJob = 256;
     std::vector<std::string> paths;
     while (paths.size() < sizePerJob * options.jobs * ranks.Size()) {
@@ -115,10 +115,10 @@ class Applier {
   }
 
   // Stretches, so that records are in order where those of a rank follow those of the one before.
-  bool takeBatch() {
+  bool TakeBatch() {
     std::vector<std::string> stretches(ranks.Size());
     if (ranks.IsFirst()) {
-      std::vector<std::string> const paths = nextPaths();
+      std::vector<std::string> const paths = NextPaths();
       for (std::size_t rank = 0; rank < ranks.Size(); ++rank) {
         MessageWriter message;
         message.Put(paths.empty());
@@ -135,7 +135,7 @@ class Applier {
     return !isEnd;
   }
 
-  void classify() {
+  void Classify() {
     ForEach(options.jobs, batch.size(), progress, CancelId::Classifying, [this](std::size_t worker, std::size_t i) {
       try {
         batch[i].result = classifiers[worker].Classify(extractors[worker].Extract(ReadText(batch[i].path)));
@@ -145,7 +145,7 @@ class Applier {
     });
   }
 
-  void writeRecords() {
+  void WriteRecords() {
     std::string records;
     MessageWriter message;
     for (Item const& item : batch) {
@@ -160,13 +160,13 @@ class Applier {
     for (std::size_t rank = 0; rank < ranks.Size(); ++rank) {
       for (MessageReader reader(problems[rank]); !reader.IsAtEnd();) {
         std::filesystem::path const path = reader.GetText();
-        complain(path, reader.GetText());
+        Complain(path, reader.GetText());
       }
       sink.Write(allRecords[rank]);
     }
   }
 
-  void complain(std::filesystem::path const& path, std::string const& problem) {
+  void Complain(std::filesystem::path const& path, std::string const& problem) {
     std::cerr << "classify_corpus: " << problem << ": " << Printable(path.native()) << '\n';
     hasUnread = true;
   }

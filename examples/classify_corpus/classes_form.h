@@ -26,7 +26,7 @@ struct Header {
   Word useDigits;  // 0 or 1
   Word classes;
   Word nameWords;                         // of the block of names
-  std::array<Word, TermKindCount> terms;  // of each kind
+  std::array<Word, termKindCount> terms;  // of each kind
   std::array<Word, 2> documents;          // low word first
 };
 inline constexpr std::size_t headerWords = sizeof(Header) / sizeof(Word);

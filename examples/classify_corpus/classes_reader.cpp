@@ -29,8 +29,8 @@ class WordReader {
     // Without waiting for the other end of a pipe.
     descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     struct stat status;
-    if (descriptor == -1 || fstat(descriptor, &status) != 0) failToRead(std::generic_category().message(errno));
-    if (!S_ISREG(status.st_mode)) failToRead("it is no file");
+    if (descriptor == -1 || fstat(descriptor, &status) != 0) FailToRead(std::generic_category().message(errno));
+    if (!S_ISREG(status.st_mode)) FailToRead("it is no file");
     size = static_cast<std::uint64_t>(status.st_size);
   }
   WordReader(WordReader const&) = delete;
@@ -45,7 +45,7 @@ class WordReader {
   void Get(auto& numbers) {
     static_assert(sizeof(numbers[0]) == sizeof(Word));
     std::span<Word> const words(reinterpret_cast<Word*>(numbers.data()), numbers.size());
-    read(std::as_writable_bytes(words));
+    Read(std::as_writable_bytes(words));
     Swap(words);
     hash.Add(words);
   }
@@ -61,16 +61,16 @@ class WordReader {
   [[noreturn]] void Fail(std::string const& reason) const { throw RunError{"can't use " + name + ": " + reason}; }
 
  private:
-  [[noreturn]] void failToRead(std::string const& reason) {
+  [[noreturn]] void FailToRead(std::string const& reason) {
     if (descriptor != -1) close(std::exchange(descriptor, -1));
     throw RunError{"can't read " + name + ": " + reason};
   }
 
-  void read(std::span<std::byte> bytes) {
+  void Read(std::span<std::byte> bytes) {
     while (!bytes.empty()) {
       ssize_t const count = ::read(descriptor, bytes.data(), bytes.size());
       if (count == -1 && errno == EINTR) continue;
-      if (count == -1) failToRead(std::generic_category().message(errno));
+      if (count == -1) FailToRead(std::generic_category().message(errno));
       if (count == 0) Fail("it was cut while it was read");
       bytes = bytes.subspan(static_cast<std::size_t>(count));
     }
@@ -130,7 +130,7 @@ std::vector<std::string> ReadNames(WordReader& reader, Header const& header) {
 
 Vocabulary ReadVocabulary(WordReader& reader, Header const& header) {
   std::vector<TermKey> keys;
-  for (std::size_t kind = 0; kind < TermKindCount; ++kind) {
+  for (std::size_t kind = 0; kind < termKindCount; ++kind) {
     std::vector<Word> hashes(header.terms[kind]);
     reader.Get(hashes);
     keys.reserve(keys.size() + hashes.size());

@@ -21,7 +21,7 @@ class WordWriter {
 
   void Put(Word word) {
     block.push_back(word);
-    if (block.size() == blockWords) flush();
+    if (block.size() == blockWords) Flush();
   }
   void Put(float number) { Put(std::bit_cast<Word>(number)); }
   void Put(auto const& numbers) {
@@ -29,13 +29,13 @@ class WordWriter {
   }
 
   void End() {
-    flush();
+    Flush();
     Put(hash.Words());
-    flush();
+    Flush();
   }
 
  private:
-  void flush() {
+  void Flush() {
     hash.Add(block);
     Swap(block);
     file.Write({reinterpret_cast<char const*>(block.data()), block.size() * sizeof(Word)});

@@ -33,7 +33,7 @@ DocumentSource::DocumentSource(std::vector<fs::path> paths, char end, Complain c
 std::optional<std::string> DocumentSource::Next(bool mayWait) {
   while (true) {
     if (pending.empty()) {
-      std::optional<std::string> line = nextLine(mayWait);
+      std::optional<std::string> line = NextLine(mayWait);
       if (!line) return std::nullopt;
       pending.push_back({std::move(*line), {}});
     }
@@ -41,11 +41,11 @@ std::optional<std::string> DocumentSource::Next(bool mayWait) {
     pending.pop_back();
     std::error_code isUnknown;
     if (place.isDocument || !fs::is_directory(place.path, isUnknown)) return std::move(place.path);
-    open(place);
+    Open(place);
   }
 }
 
-std::optional<std::string> DocumentSource::nextLine(bool mayWait) {
+std::optional<std::string> DocumentSource::NextLine(bool mayWait) {
   while (takesInput) {
     std::size_t const end = input.find(separator, begin);
     if (end != std::string::npos) {
@@ -55,7 +55,7 @@ std::optional<std::string> DocumentSource::nextLine(bool mayWait) {
       continue;
     }
     if (input.size() - begin > longestLine) throw RunError{"standard input is no list of paths: a line is too long"};
-    if (!readInput(mayWait)) return std::nullopt;
+    if (!ReadInput(mayWait)) return std::nullopt;
   }
   // The last line needs no separator.
   std::string line = input.substr(begin);
@@ -65,7 +65,7 @@ std::optional<std::string> DocumentSource::nextLine(bool mayWait) {
 }
 
 // Whether there may be more to look at, the end of the input included.
-bool DocumentSource::readInput(bool mayWait) {
+bool DocumentSource::ReadInput(bool mayWait) {
   constexpr int milliseconds = 50;
   pollfd ready{STDIN_FILENO, POLLIN, 0};
   while (poll(&ready, 1, mayWait ? milliseconds : 0) <= 0) {
@@ -83,7 +83,7 @@ bool DocumentSource::readInput(bool mayWait) {
 }
 
 // The first of the names that are left. What follows is found by another listing, rather than held.
-void DocumentSource::open(Place const& folder) {
+void DocumentSource::Open(Place const& folder) {
   struct Entry {
     std::string name;
     bool isDocument;
@@ -91,8 +91,8 @@ void DocumentSource::open(Place const& folder) {
   std::vector<Entry> entries;
   bool isCut = false;
   auto const cut = [&] {
-    std::ranges::nth_element(entries, entries.begin() + MostNames, {}, &Entry::name);
-    entries.resize(MostNames);
+    std::ranges::nth_element(entries, entries.begin() + mostNames, {}, &Entry::name);
+    entries.resize(mostNames);
     isCut = true;
   };
   std::unique_ptr<DIR, int (*)(DIR*)> const listing(opendir(folder.path.c_str()), &closedir);
@@ -112,14 +112,14 @@ void DocumentSource::open(Place const& folder) {
         !isDocument && fs::is_symlink(prefix + name, unknown) && fs::is_directory(prefix + name, unknown);
     if (mayLoop) continue;
     entries.push_back({std::move(name), isDocument});
-    if (entries.size() == 2 * MostNames) cut();
+    if (entries.size() == 2 * mostNames) cut();
   }
   if (error != 0) {
     std::error_code const reason(error, std::generic_category());
     CheckMayLeaveOut(folder.path, reason);
     complain(folder.path, reason.message());
   }
-  if (entries.size() > MostNames) cut();
+  if (entries.size() > mostNames) cut();
   std::ranges::sort(entries, std::greater(), &Entry::name);
   if (isCut) pending.push_back({folder.path, entries.front().name});
   for (auto const& [name, isDocument] : entries) pending.push_back({prefix + name, {}, isDocument});

@@ -14,13 +14,13 @@ namespace classify {
 /// come the files in it, at any depth, in the order of their names; names that begin with a dot are passed over, and
 /// links to folders, which might lead back up. What is no folder is a document, whether it can be read or not.
 ///
-/// Memory: up to `MostNames` names for each level of folders that is being read; a folder that has more is listed once
-///         more for each further `MostNames`. Nothing grows with the number of documents.
+/// Memory: up to `mostNames` names for each level of folders that is being read; a folder that has more is listed once
+///         more for each further `mostNames`. Nothing grows with the number of documents.
 /// Errors: RunError for what can't be a list of paths, and where the machine fails; UserCanceledException(22) if the
 ///         user wants to stop while input is awaited.
 class DocumentSource {
  public:
-  static constexpr std::size_t MostNames = 65536;
+  static constexpr std::size_t mostNames = 65536;
 
   /// Called for a folder that can't be listed, with the reason.
   using Complain = std::function<void(std::filesystem::path const& folder, std::string const& reason)>;
@@ -32,8 +32,8 @@ class DocumentSource {
   std::optional<std::string> Next(bool mayWait);
 
  private:
-  bool readInput(bool mayWait);
-  std::optional<std::string> nextLine(bool mayWait);
+  bool ReadInput(bool mayWait);
+  std::optional<std::string> NextLine(bool mayWait);
   // A path to give or, if it is a folder, to look into; of its entries those up to `after` have had their turn. Plain
   // text, and not asked for its kind twice: a process that takes a share of the documents passes over all others.
   struct Place {
@@ -41,7 +41,7 @@ class DocumentSource {
     std::string after;
     bool isDocument = false;  // as far as is known
   };
-  void open(Place const& folder);
+  void Open(Place const& folder);
 
   std::vector<Place> pending;  // the next one last
   bool takesInput;

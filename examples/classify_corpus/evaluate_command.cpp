@@ -76,7 +76,7 @@ Findings LearnAndTest(Options const& options, Progress& progress, StageClocks& c
   Findings findings = FindingsOn(corpus, CountDocuments(corpus, documents, ranks), options.settings);
   Experiment experiment({options, corpus, documents, progress, clocks, notes, findings, outputs, ranks});
   unsigned int const first = options.crossValidate ? 0 : options.fold;
-  unsigned int const last = options.crossValidate ? FoldCount - 1 : options.fold;
+  unsigned int const last = options.crossValidate ? foldCount - 1 : options.fold;
   for (unsigned int fold = first; fold <= last; ++fold) experiment.Run(fold);
   if (findings.folds.empty()) throw NothingToTest(options.fold);
   return findings;

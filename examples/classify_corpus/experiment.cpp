@@ -28,22 +28,22 @@ void Experiment::Run(unsigned int fold) {
   if (size.learned == 0)
     throw RunError{"there is nothing to learn from: the names of all documents belong to fold " + std::to_string(fold)};
   place.findings.folds[fold] = size;
-  keepShare(tests);
+  KeepShare(tests);
   if (tests.empty() && place.ranks.IsAlone()) return;
 
   LearnedClasses const classes = place.clocks.train.Time(size.learned, [&] {
     return LearnClasses(training, place.corpus.classNames, place.options.settings, place.options.jobs, place.progress,
                         place.ranks, Receivers::All);
   });
-  noteUntrained(classes, fold);
+  NoteUntrained(classes, fold);
   Test(tests, classes, fold);
   if (place.options.WantsMap() && !hasMap)
-    place.clocks.map.Time(size.tested, [&] { drawOnPlane(training, tests, classes.vocabulary, fold); });
+    place.clocks.map.Time(size.tested, [&] { DrawOnPlane(training, tests, classes.vocabulary, fold); });
 }
 
 void Experiment::Test(std::vector<Document const*> const& tests, LearnedClasses const& classes, unsigned int fold) {
   std::uint64_t const tested = place.ranks.Sum(tests.size());
-  auto const results = place.clocks.classify.Time(tested, [&] { return classify(tests, classes); });
+  auto const results = place.clocks.classify.Time(tested, [&] { return Classify(tests, classes); });
   MessageWriter message;
   for (std::size_t i = 0; i < tests.size(); ++i) {
     DocumentFile const& file = *tests[i]->file;
@@ -55,10 +55,10 @@ void Experiment::Test(std::vector<Document const*> const& tests, LearnedClasses 
       message.PutAll(std::span<ZaM::IndexedResult const>(results[i]->GetBestResults(0)));
     }
   }
-  for (std::string const& bytes : place.ranks.Gather(message.Take())) addResults(bytes, fold);
+  for (std::string const& bytes : place.ranks.Gather(message.Take())) AddResults(bytes, fold);
 }
 
-void Experiment::addResults(std::string const& bytes, unsigned int fold) {
+void Experiment::AddResults(std::string const& bytes, unsigned int fold) {
   for (MessageReader message(bytes); !message.IsAtEnd();) {
     std::string name = message.GetText();
     auto const classId = message.Get<unsigned int>();
@@ -68,12 +68,12 @@ void Experiment::addResults(std::string const& bytes, unsigned int fold) {
   }
 }
 
-void Experiment::keepShare(std::vector<Document const*>& tests) const {
+void Experiment::KeepShare(std::vector<Document const*>& tests) const {
   std::size_t position = 0;
   std::erase_if(tests, [&](Document const* /*document*/) { return !place.options.shard.Has(position++); });
 }
 
-void Experiment::noteUntrained(LearnedClasses const& classes, unsigned int fold) {
+void Experiment::NoteUntrained(LearnedClasses const& classes, unsigned int fold) {
   auto model = classes.models.begin();
   for (unsigned int id = 1; id <= place.corpus.ClassCount(); ++id) {
     if (model != classes.models.end() && (*model)->GetClassId() == id) {
@@ -85,7 +85,7 @@ void Experiment::noteUntrained(LearnedClasses const& classes, unsigned int fold)
   }
 }
 
-std::vector<Ref<ZaM::SparseResult>> Experiment::classify(std::vector<Document const*> const& tests,
+std::vector<Ref<ZaM::SparseResult>> Experiment::Classify(std::vector<Document const*> const& tests,
                                                          LearnedClasses const& classes) {
   std::vector<DocumentClassifier> classifiers;
   for (std::size_t i = 0; i < place.options.jobs; ++i)
@@ -98,7 +98,7 @@ std::vector<Ref<ZaM::SparseResult>> Experiment::classify(std::vector<Document co
 }
 
 // The first rank chooses examples by the classes of all documents, and gets the vectors of these from their ranks.
-std::vector<PlaneExample> Experiment::examplesOf(std::vector<Document const*> const& training,
+std::vector<PlaneExample> Experiment::ExamplesOf(std::vector<Document const*> const& training,
                                                  Vocabulary const& vocabulary) {
   std::vector<Document const*> usable;
   std::vector<unsigned int> classIds;
@@ -121,10 +121,10 @@ std::vector<PlaneExample> Experiment::examplesOf(std::vector<Document const*> co
   std::vector<Document const*> chosen;
   for (std::size_t const i : Plane::Choose(all))
     if (i >= begin && i - begin < usable.size()) chosen.push_back(usable[i - begin]);
-  return gatherVectors(chosen, vocabulary);
+  return GatherVectors(chosen, vocabulary);
 }
 
-std::vector<PlaneExample> Experiment::gatherVectors(std::vector<Document const*> const& documents,
+std::vector<PlaneExample> Experiment::GatherVectors(std::vector<Document const*> const& documents,
                                                     Vocabulary const& vocabulary) {
   MessageWriter message;
   for (Document const* document : documents) {
@@ -143,15 +143,15 @@ std::vector<PlaneExample> Experiment::gatherVectors(std::vector<Document const*>
   return gathered;
 }
 
-void Experiment::drawOnPlane(std::vector<Document const*> const& training, std::vector<Document const*> const& tests,
+void Experiment::DrawOnPlane(std::vector<Document const*> const& training, std::vector<Document const*> const& tests,
                              Vocabulary const& vocabulary, unsigned int fold) {
   hasMap = true;
   place.progress.Begin("map", 0);
-  std::vector<PlaneExample> examples = examplesOf(training, vocabulary);
-  std::vector<PlaneExample> shown = gatherVectors(tests, vocabulary);
+  std::vector<PlaneExample> examples = ExamplesOf(training, vocabulary);
+  std::vector<PlaneExample> shown = GatherVectors(tests, vocabulary);
   if (!place.ranks.IsFirst()) return;
   bool const isAsked = !place.options.map.empty() || !place.options.model.empty();
-  if (!isAsked && examples.size() < Plane::FewestExamples) return;
+  if (!isAsked && examples.size() < Plane::fewestExamples) return;
   Plane plane(std::move(examples));
   plane.LearnOrLoad(place.options.model, place.outputs, place.progress);
 

@@ -47,14 +47,14 @@ class Experiment {
   void Test(std::vector<Document const*> const& tests, LearnedClasses const& classes, unsigned int fold);
 
  private:
-  void addResults(std::string const& bytes, unsigned int fold);
-  void keepShare(std::vector<Document const*>& tests) const;
-  void noteUntrained(LearnedClasses const& classes, unsigned int fold);
-  std::vector<ZaM::Ref<ZaM::SparseResult>> classify(std::vector<Document const*> const& tests,
+  void AddResults(std::string const& bytes, unsigned int fold);
+  void KeepShare(std::vector<Document const*>& tests) const;
+  void NoteUntrained(LearnedClasses const& classes, unsigned int fold);
+  std::vector<ZaM::Ref<ZaM::SparseResult>> Classify(std::vector<Document const*> const& tests,
                                                     LearnedClasses const& classes);
-  std::vector<PlaneExample> examplesOf(std::vector<Document const*> const& training, Vocabulary const& vocabulary);
-  std::vector<PlaneExample> gatherVectors(std::vector<Document const*> const& documents, Vocabulary const& vocabulary);
-  void drawOnPlane(std::vector<Document const*> const& training, std::vector<Document const*> const& tests,
+  std::vector<PlaneExample> ExamplesOf(std::vector<Document const*> const& training, Vocabulary const& vocabulary);
+  std::vector<PlaneExample> GatherVectors(std::vector<Document const*> const& documents, Vocabulary const& vocabulary);
+  void DrawOnPlane(std::vector<Document const*> const& training, std::vector<Document const*> const& tests,
                    Vocabulary const& vocabulary, unsigned int fold);
 
   Workplace place;

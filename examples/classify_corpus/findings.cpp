@@ -50,7 +50,7 @@ FoldSize Findings::Total() const {
 }
 
 std::string Findings::FoldNames() const {
-  if (folds.size() == FoldCount) return "each fold in turn";
+  if (folds.size() == foldCount) return "each fold in turn";
   std::string names;
   for (auto const& [number, size] : folds) names += (names.empty() ? "fold " : " and fold ") + std::to_string(number);
   return names;

@@ -14,12 +14,12 @@ constexpr std::uint32_t Fnv1a(std::string_view bytes) {
   return hash;
 }
 
-inline constexpr unsigned int FoldCount = 5;
+inline constexpr unsigned int foldCount = 5;
 
 /// The fold of a document by the last part of its path, extension included. A name keeps its fold whatever other
 /// documents there are, so that results stay comparable while a corpus grows.
 constexpr unsigned int FoldOf(std::string_view baseName) {
-  return Fnv1a(baseName) % FoldCount;
+  return Fnv1a(baseName) % foldCount;
 }
 
 }  // namespace classify

@@ -27,7 +27,7 @@ std::string_view LocalName(unsigned char const* name) {
 
 void HelpPage::OnStartElement(ZaM::XmlSaxParser* parser, unsigned char const* name,
                               unsigned char const** /*attributes*/) {
-  takeText(*parser);
+  TakeText(*parser);
   std::string_view const element = LocalName(name);
   if (Has(leftOut, element)) return;  // the parser passes its content over
   if (!Has(inlineElements, element)) text += u'\n';
@@ -36,12 +36,12 @@ void HelpPage::OnStartElement(ZaM::XmlSaxParser* parser, unsigned char const* na
 }
 
 void HelpPage::OnEndElement(ZaM::XmlSaxParser* parser, unsigned char const* name) {
-  takeText(*parser);
+  TakeText(*parser);
   if (!Has(inlineElements, LocalName(name))) text += u'\n';
   isComplete = --depth == 0;
 }
 
-void HelpPage::takeText(ZaM::XmlSaxParser& parser) {
+void HelpPage::TakeText(ZaM::XmlSaxParser& parser) {
   parser.ConvertString(parser.GetCharacterBuffer(), static_cast<int>(parser.GetCharacterBufferSize()), piece);
   text += piece;
 }

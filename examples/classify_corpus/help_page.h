@@ -24,7 +24,7 @@ class HelpPage : public ZaM::XmlSaxCallback {
   std::u16string const& Text() const { return text; }
 
  private:
-  void takeText(ZaM::XmlSaxParser& parser);
+  void TakeText(ZaM::XmlSaxParser& parser);
 
   std::u16string text;
   std::u16string piece;  // as the parser converts it

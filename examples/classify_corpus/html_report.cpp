@@ -25,7 +25,7 @@ namespace {
 constexpr std::array sharesRight{0.95, 0.98, 0.99};
 
 // More would make a page of megabytes, which nobody can read.
-constexpr std::size_t MostMatrixClasses = 250;
+constexpr std::size_t mostMatrixClasses = 250;
 
 Cell Count(std::uint64_t number) {
   return {Grouped(number)};
@@ -72,7 +72,7 @@ Cell Threshold(AssignedDocuments const& assigned, double share) {
     return {"\u2265 " + Fixed(confidence, 2), Ratio(threshold->outcome), confidence};
   }
   Outcome const all = assigned.All();
-  if (all.accepted >= AssignedDocuments::FewestDocuments) return {"\u2013"};
+  if (all.accepted >= AssignedDocuments::fewestDocuments) return {"\u2013"};
   return {"", "too few: " + Ratio(all)};
 }
 
@@ -104,8 +104,8 @@ report::Table Classes(Findings const& findings, ZaM::ErrorMatrix const& matrix) 
 
 report::Content ConfusionMatrix(Findings const& findings, ZaM::ErrorMatrix const& matrix) {
   auto const classes = static_cast<unsigned int>(findings.ClassCount());
-  if (classes > MostMatrixClasses)
-    return "It is left out: there are more than " + std::to_string(MostMatrixClasses) + " classes.";
+  if (classes > mostMatrixClasses)
+    return "It is left out: there are more than " + std::to_string(mostMatrixClasses) + " classes.";
   std::vector<std::string> const names(findings.ClassNames().begin() + 1, findings.ClassNames().end());
   report::Matrix table{"Documents by class, and by what they were taken for", names, names, {}};
   table.columns.push_back("rejected");

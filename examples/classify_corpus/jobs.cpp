@@ -22,8 +22,8 @@ class Crew {
       running = workers;
       std::vector<std::jthread> threads;
       try {
-        for (std::size_t i = 0; i < workers; ++i) threads.emplace_back([this, i] { labour(i); });
-        watch(progress, id);
+        for (std::size_t i = 0; i < workers; ++i) threads.emplace_back([this, i] { Labour(i); });
+        Watch(progress, id);
       } catch (...) {
         next = count;
         throw;
@@ -34,7 +34,7 @@ class Crew {
   }
 
  private:
-  void labour(std::size_t worker) {
+  void Labour(std::size_t worker) {
     for (std::size_t item; (item = next++) < count; ++done) {
       try {
         work(worker, item);
@@ -50,7 +50,7 @@ class Crew {
   }
 
   // The bar is the caller's, so that the workers needn't know of it.
-  void watch(Progress& progress, CancelId id) {
+  void Watch(Progress& progress, CancelId id) {
     constexpr std::chrono::milliseconds interval{50};
     std::unique_lock lock(mutex);
     while (!ended.wait_for(lock, interval, [this] { return running == 0; })) {

@@ -55,14 +55,14 @@ class MessageReader {
   template <Plain Value>
   Value Get() {
     Value value;
-    std::memcpy(&value, take(sizeof value, 1), sizeof value);
+    std::memcpy(&value, Take(sizeof value, 1), sizeof value);
     return value;
   }
 
   template <Plain Value>
   std::vector<Value> GetAll() {
     auto const count = static_cast<std::size_t>(Get<std::uint64_t>());
-    char const* const bytes = take(sizeof(Value), count);
+    char const* const bytes = Take(sizeof(Value), count);
     std::vector<Value> values(count);
     if (count > 0) std::memcpy(values.data(), bytes, count * sizeof(Value));
     return values;
@@ -70,11 +70,11 @@ class MessageReader {
 
   std::string GetText() {
     auto const length = static_cast<std::size_t>(Get<std::uint64_t>());
-    return {take(1, length), length};
+    return {Take(1, length), length};
   }
 
  private:
-  char const* take(std::size_t size, std::size_t count) {
+  char const* Take(std::size_t size, std::size_t count) {
     if (count > rest.size() / size) throw RunError{"the ranks don't understand each other: are all of one version?"};
     char const* const place = rest.data();
     rest.remove_prefix(count * size);

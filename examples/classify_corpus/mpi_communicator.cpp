@@ -56,45 +56,45 @@ class MpiCommunicator : public Communicator {
     for (int turn = 1; turn < size; ++turn) {
       int const to = (rank + turn) % size;
       int const from = (rank - turn + size) % size;
-      received[static_cast<std::size_t>(from)] = swap(std::move(parts[static_cast<std::size_t>(to)]), to, from);
+      received[static_cast<std::size_t>(from)] = Swap(std::move(parts[static_cast<std::size_t>(to)]), to, from);
     }
     return received;
   }
 
   std::string Broadcast(std::size_t sender, std::string bytes) override {
     std::uint64_t length = bytes.size();
-    broadcast(&length, sizeof length, sender);
+    BroadcastPiece(&length, sizeof length, sender);
     bytes.resize(static_cast<std::size_t>(length));
     for (std::size_t done = 0; done < bytes.size(); done += longestPiece)
-      broadcast(bytes.data() + done, PieceOf(bytes.size() - done), sender);
+      BroadcastPiece(bytes.data() + done, PieceOf(bytes.size() - done), sender);
     return bytes;
   }
 
   void Abort(int exitCode) override { MPI_Abort(MPI_COMM_WORLD, exitCode); }
 
  private:
-  static void broadcast(void* bytes, int count, std::size_t sender) {
+  static void BroadcastPiece(void* bytes, int count, std::size_t sender) {
     MPI_Request request = MPI_REQUEST_NULL;
     MPI_Ibcast(bytes, count, MPI_BYTE, static_cast<int>(sender), MPI_COMM_WORLD, &request);
     Await<1>({request});
   }
 
-  static std::string swap(std::string sent, int to, int from) {
+  static std::string Swap(std::string sent, int to, int from) {
     std::uint64_t const length = sent.size();
     std::uint64_t expected = 0;
-    swapPiece(&length, sizeof length, to, &expected, sizeof expected, from);
+    SwapPiece(&length, sizeof length, to, &expected, sizeof expected, from);
     std::string received(static_cast<std::size_t>(expected), '\0');
     for (std::size_t done = 0; done < std::max(sent.size(), received.size()); done += longestPiece) {
       std::size_t const out = std::min(done, sent.size());
       std::size_t const in = std::min(done, received.size());
-      swapPiece(sent.data() + out, PieceOf(sent.size() - out), to, received.data() + in, PieceOf(received.size() - in),
+      SwapPiece(sent.data() + out, PieceOf(sent.size() - out), to, received.data() + in, PieceOf(received.size() - in),
                 from);
     }
     return received;
   }
 
   // A piece of nothing isn't sent: the other side doesn't wait for it.
-  static void swapPiece(void const* out, int outCount, int to, void* in, int inCount, int from) {
+  static void SwapPiece(void const* out, int outCount, int to, void* in, int inCount, int from) {
     std::array<MPI_Request, 2> requests{MPI_REQUEST_NULL, MPI_REQUEST_NULL};
     if (inCount > 0) MPI_Irecv(in, inCount, MPI_BYTE, from, 0, MPI_COMM_WORLD, requests.data());
     if (outCount > 0) MPI_Isend(out, outCount, MPI_BYTE, to, 0, MPI_COMM_WORLD, requests.data() + 1);

@@ -12,7 +12,7 @@ namespace classify {
 /// Collects names by what is to be said of them, counts them all, and shows the first ones.
 class Notes {
  public:
-  static constexpr std::size_t ShownNames = 10;
+  static constexpr std::size_t shownNames = 10;
 
   /// `message` says it of a single one, as in "not text, left out"; `name` is shown as it stands.
   void Add(std::string const& message, std::string name) { names[message].push_back(std::move(name)); }

@@ -151,7 +151,7 @@ CLI::Option* AddShard(CLI::App& app, Options& options, char const* description) 
 void AddClassifying(CLI::App& app, Options& options) {
   app.add_option("CORPUS", options.corpus, "The folder with the classes")->option_text(" ");
   auto* const fold = app.add_option("--fold", options.fold, "The fifth to test on, 0 to 4; 0 unless given")
-                         ->check(CLI::Range(0U, FoldCount - 1))
+                         ->check(CLI::Range(0U, foldCount - 1))
                          ->option_text("N");
   app.add_flag("--cross-validate", options.crossValidate, "Test on each fifth in turn, and add up the counts")
       ->excludes(fold)
@@ -229,7 +229,7 @@ void AddLearning(CLI::App& app, Options& options) {
   app.add_option("CORPUS", options.corpus, "The folder with the classes")->required()->option_text(" ");
   app.add_option("--classes", options.classes, "Keep the classes in this file")->required()->option_text("FILE");
   app.add_option("--fold", options.leftOut, "Don't learn from this fifth, 0 to 4")
-      ->check(CLI::Range(0U, FoldCount - 1))
+      ->check(CLI::Range(0U, foldCount - 1))
       ->option_text("N");
   app.add_option("--list", options.list,
                  "Learn from the documents in this file alone, a path below CORPUS in each line")

@@ -38,16 +38,16 @@ PendingFile::PendingFile(fs::path const& given) : name(given), target(given) {
   fs::file_status const there = fs::status(target, error);
   if (there.type() == fs::file_type::none) Fail(error.message());
   if (!fs::exists(there)) {
-    createPart();
+    CreatePart();
     return;
   }
   if (!fs::is_regular_file(there)) Fail("it is there, and no file");
   target = fs::canonical(target, error);
   if (error) Fail(error.message());
-  createPart();
+  CreatePart();
   if (fchmod(descriptor, static_cast<mode_t>(there.permissions())) == 0) return;
   std::string const reason = LastError();
-  discard();
+  Discard();
   Fail(reason);
 }
 
@@ -58,12 +58,12 @@ PendingFile::PendingFile(PendingFile&& other) noexcept
       descriptor(std::exchange(other.descriptor, -1)) {}
 
 PendingFile::~PendingFile() {
-  discard();
+  Discard();
 }
 
 // Other processes on this machine have other numbers; a name that is in use all the same, by another machine or by what
 // a killed process has left, isn't taken.
-void PendingFile::createPart() {
+void PendingFile::CreatePart() {
   static std::atomic<unsigned int> count{0};
   constexpr mode_t readableAndWritable = 0666;
   constexpr int attempts = 1000;
@@ -77,7 +77,7 @@ void PendingFile::createPart() {
   Fail("its folder can't be written to: " + LastError());
 }
 
-void PendingFile::discard() {
+void PendingFile::Discard() {
   if (descriptor != -1) close(std::exchange(descriptor, -1));
   if (!part.empty()) unlink(std::exchange(part, {}).c_str());
 }

@@ -38,8 +38,8 @@ class PendingFile {
   [[noreturn]] void Fail(std::string const& reason) const;
 
  private:
-  void createPart();
-  void discard();
+  void CreatePart();
+  void Discard();
 
   std::filesystem::path name;    // as it was given, for messages
   std::filesystem::path target;  // the same with its links followed

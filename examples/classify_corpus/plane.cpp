@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr unsigned int Dimensions = 2;
+constexpr unsigned int dimensions = 2;
 
 using Fingerprint = std::array<char, 8>;
 
@@ -33,15 +33,15 @@ Fingerprint Bytes(std::uint64_t number) {
 // FNV-1a over 64 bits, with its authors' constants.
 class Hash {
  public:
-  void Add(std::uint64_t number) { addBytes(Bytes(number)); }
+  void Add(std::uint64_t number) { AddBytes(Bytes(number)); }
   void Add(std::string const& text) {
-    addBytes(text);
+    AddBytes(text);
     Add(text.size());
   }
   std::uint64_t Value() const { return value; }
 
  private:
-  void addBytes(auto const& bytes) {
+  void AddBytes(auto const& bytes) {
     for (char const byte : bytes) value = (value ^ static_cast<unsigned char>(byte)) * 0x100000001B3U;
   }
 
@@ -53,10 +53,10 @@ class Hash {
 std::vector<std::size_t> Plane::Choose(std::vector<unsigned int> const& classIds) {
   std::map<unsigned int, std::vector<std::size_t>> byClass;
   for (std::size_t i = 0; i < classIds.size(); ++i) byClass[classIds[i]].push_back(i);
-  std::size_t const share = std::max<std::size_t>(MostExamples / std::max<std::size_t>(byClass.size(), 1), 1);
+  std::size_t const share = std::max<std::size_t>(mostExamples / std::max<std::size_t>(byClass.size(), 1), 1);
   std::vector<std::size_t> chosen;
   for (auto const& [classId, members] : byClass) {
-    std::size_t const count = std::min({share, members.size(), MostExamples - chosen.size()});
+    std::size_t const count = std::min({share, members.size(), mostExamples - chosen.size()});
     for (std::size_t i = 0; i < count; ++i) chosen.push_back(members[i * members.size() / count]);
   }
   return chosen;
@@ -70,19 +70,19 @@ void Plane::CheckModel(fs::path const& model) {
 void Plane::LearnOrLoad(fs::path const& model, std::vector<PendingFile>& outputs, Progress& progress) {
   analyzer.SetCallBack(&progress);
   std::error_code unknown;
-  if (!model.empty() && fs::exists(model, unknown)) return load(model);
-  if (examples.size() < FewestExamples) throw RunError{"there are too few documents to learn a map from"};
+  if (!model.empty() && fs::exists(model, unknown)) return Load(model);
+  if (examples.size() < fewestExamples) throw RunError{"there are too few documents to learn a map from"};
   ZaM::PcaControl control;
-  supplyExamples(control);
+  SupplyExamples(control);
   control.SetDoLearn(true);
-  control.SetDimension(Dimensions);
-  control.SetMaxExamples(MostExamples);
+  control.SetDimension(dimensions);
+  control.SetMaxExamples(mostExamples);
   control.SetEnableAcceleration(true);
   analyzer.DoAlgorithm(&control);
-  if (!model.empty()) outputs.push_back(save(model));
+  if (!model.empty()) outputs.push_back(Save(model));
 }
 
-void Plane::supplyExamples(ZaM::PcaControl& control) const {
+void Plane::SupplyExamples(ZaM::PcaControl& control) const {
   std::vector<ZaM::Representation*> representations;
   for (PlaneExample const& example : examples) representations.push_back(example.words.Get());
   control.SetDoExamples(true);
@@ -90,21 +90,21 @@ void Plane::supplyExamples(ZaM::PcaControl& control) const {
   control.SetActivityVector(std::vector<std::int8_t>(representations.size(), 1));
 }
 
-void Plane::load(fs::path const& model) {
+void Plane::Load(fs::path const& model) {
   std::ifstream file(model, std::ios::binary);
   Fingerprint stored;
   if (!analyzer.Load(&file) || !file.read(stored.data(), stored.size()))
     throw RunError{"can't read " + Printable(model.native()) + ": it isn't a whole model"};
-  if (stored != Bytes(fingerprint()))
+  if (stored != Bytes(HashOfExamples()))
     throw RunError{"can't use " + Printable(model.native()) + ": it was learned from other documents or settings"};
   ZaM::PcaControl control;
-  supplyExamples(control);
+  SupplyExamples(control);
   analyzer.DoAlgorithm(&control);
 }
 
-PendingFile Plane::save(fs::path const& model) {
+PendingFile Plane::Save(fs::path const& model) {
   std::ostringstream stream;
-  Fingerprint const bytes = Bytes(fingerprint());
+  Fingerprint const bytes = Bytes(HashOfExamples());
   bool const isWhole = analyzer.Save(&stream) && stream.write(bytes.data(), bytes.size());
   PendingFile file(model);
   if (!isWhole) file.Fail("there is no room for it in memory");
@@ -112,7 +112,7 @@ PendingFile Plane::save(fs::path const& model) {
   return file;
 }
 
-std::uint64_t Plane::fingerprint() const {
+std::uint64_t Plane::HashOfExamples() const {
   Hash hash;
   for (PlaneExample const& example : examples) {
     hash.Add(example.name);

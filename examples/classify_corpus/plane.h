@@ -39,14 +39,14 @@ struct DocumentMap {
 /// The two directions in which training documents differ most: their first two principal components.
 ///
 /// So that large classes don't decide alone, it is learned from the same number of documents of each class, as far as
-/// these have so many, `MostExamples` in all. They are spread evenly over those of the class.
+/// these have so many, `mostExamples` in all. They are spread evenly over those of the class.
 ///
 /// A model file holds the plane's numbers, and behind them the hash of what it was learned from: documents and their
 /// vectors. It fits no other documents.
 class Plane {
  public:
-  static constexpr std::size_t FewestExamples = 4;
-  static constexpr std::size_t MostExamples = 600;
+  static constexpr std::size_t fewestExamples = 4;
+  static constexpr std::size_t mostExamples = 600;
 
   /// Which of the documents of these classes, each of which has a known word, the plane is to be learned from, class by
   /// class.
@@ -74,10 +74,10 @@ class Plane {
   std::size_t ExampleCount() const { return examples.size(); }
 
  private:
-  void supplyExamples(ZaM::PcaControl& control) const;
-  void load(std::filesystem::path const& model);
-  PendingFile save(std::filesystem::path const& model);
-  std::uint64_t fingerprint() const;
+  void SupplyExamples(ZaM::PcaControl& control) const;
+  void Load(std::filesystem::path const& model);
+  PendingFile Save(std::filesystem::path const& model);
+  std::uint64_t HashOfExamples() const;
 
   std::vector<PlaneExample> examples;
   ZaM::PcaAnalyzer analyzer;

@@ -28,7 +28,7 @@ std::size_t TerminalColumns() {
 }  // namespace
 
 Progress::~Progress() {
-  erase();
+  Erase();
 }
 
 void Progress::Begin(std::string const& stage, std::size_t steps) {
@@ -38,7 +38,7 @@ void Progress::Begin(std::string const& stage, std::size_t steps) {
   SetStatus(std::u16string(stage.begin(), stage.end()), &ignored);
   nextDraw = {};
   begun = Clock::now();
-  if (isShown) draw();
+  if (isShown) Draw();
 }
 
 void Progress::Step(CancelId id, unsigned int steps) {
@@ -50,13 +50,13 @@ void Progress::Step(CancelId id, unsigned int steps) {
 void Progress::Increment(unsigned int step, bool* cancelRun) {
   CallBack::Increment(step, cancelRun);
   if (IsInterrupted()) *cancelRun = true;
-  if (isShown && Clock::now() >= nextDraw) draw();
+  if (isShown && Clock::now() >= nextDraw) Draw();
 }
 
-void Progress::draw() {
+void Progress::Draw() {
   std::size_t const steps = std::max(GetMaximum(), 1U);
   std::string const stage = ZaM::ToUtf8(GetStatus());
-  std::string const rest = Grouped(GetCurrent()) + " of " + Grouped(GetMaximum()) + timeLeft();
+  std::string const rest = Grouped(GetCurrent()) + " of " + Grouped(GetMaximum()) + TimeLeft();
   // One column stays free: a line that fills all of them may move on to the next.
   std::size_t const columns = TerminalColumns() - 1;
   std::size_t const taken = std::max(stage.size(), stageWidth) + rest.size() + 4;
@@ -77,7 +77,7 @@ void Progress::draw() {
 }
 
 // By the speed of the stage so far, once that says something.
-std::string Progress::timeLeft() {
+std::string Progress::TimeLeft() {
   double const passed = std::chrono::duration<double>(Clock::now() - begun).count();
   if (passed < 1 || GetCurrent() == 0 || GetCurrent() >= GetMaximum()) return "";
   auto const seconds = static_cast<std::uint64_t>(passed * (GetMaximum() - GetCurrent()) / GetCurrent() + 0.5);
@@ -85,7 +85,7 @@ std::string Progress::timeLeft() {
   return ", " + Grouped(seconds / 60) + (rest.size() < 2 ? ":0" : ":") + rest + " left";
 }
 
-void Progress::erase() {
+void Progress::Erase() {
   if (width > 0) std::cerr << '\r' << std::string(width, ' ') << '\r' << std::flush;
   width = 0;
 }

@@ -35,9 +35,9 @@ class Progress : public ZaM::CallBack {
  private:
   using Clock = std::chrono::steady_clock;
 
-  void draw();
-  std::string timeLeft();
-  void erase();
+  void Draw();
+  std::string TimeLeft();
+  void Erase();
 
   bool isShown;
   std::size_t width = 0;         // of what stands on the terminal

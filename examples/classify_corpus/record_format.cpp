@@ -73,13 +73,13 @@ std::string RecordFormat::Record(std::string const& path, ZaM::SparseResult* res
   std::optional<Decision> decided;
   if (result) decided.emplace(*result, options);
   Decision const* const decision = decided ? &*decided : nullptr;
-  std::string const record = options.format == OutputFormat::Xml    ? xml(path, decision, result)
-                             : options.format == OutputFormat::Json ? json(path, decision)
-                                                                    : fields(path, decision);
+  std::string const record = options.format == OutputFormat::Xml    ? Xml(path, decision, result)
+                             : options.format == OutputFormat::Json ? Json(path, decision)
+                                                                    : Fields(path, decision);
   return record + '\n';
 }
 
-std::string RecordFormat::fields(std::string const& path, Decision const* decision) const {
+std::string RecordFormat::Fields(std::string const& path, Decision const* decision) const {
   bool const isCsv = options.format == OutputFormat::Csv;
   std::string line;
   auto const add = [&](std::string const& text) { line += (isCsv ? "," : "\t") + (isCsv ? CsvField(text) : text); };
@@ -93,7 +93,7 @@ std::string RecordFormat::fields(std::string const& path, Decision const* decisi
   return (isCsv ? CsvField(path) : path) + line;
 }
 
-std::string RecordFormat::json(std::string const& path, Decision const* decision) const {
+std::string RecordFormat::Json(std::string const& path, Decision const* decision) const {
   auto const classOf = [&](unsigned int id, float confidence, std::string const& prefix) {
     return ",\"" + (prefix.empty() ? "class" : prefix) + "\":" + (id == 0 ? "null" : JsonString(classes.names[id])) +
            ",\"" + (prefix.empty() ? "" : prefix + "_") +
@@ -105,7 +105,7 @@ std::string RecordFormat::json(std::string const& path, Decision const* decision
          ",\"rejected\":" + (!decision || decision->isRejected ? "true" : "false") + "}";
 }
 
-std::string RecordFormat::xml(std::string const& path, Decision const* decision, ZaM::SparseResult* result) const {
+std::string RecordFormat::Xml(std::string const& path, Decision const* decision, ZaM::SparseResult* result) const {
   return Element([&](ZaM::ZamXmlOutStream& stream) {
     stream.CreateNode(form::document);
     stream.AddProperty(form::path, ZaM::FromUtf8(path));

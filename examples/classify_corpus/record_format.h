@@ -23,9 +23,9 @@ class RecordFormat {
   std::string Record(std::string const& path, ZaM::SparseResult* result) const;
 
  private:
-  std::string fields(std::string const& path, Decision const* decision) const;
-  std::string json(std::string const& path, Decision const* decision) const;
-  std::string xml(std::string const& path, Decision const* decision, ZaM::SparseResult* result) const;
+  std::string Fields(std::string const& path, Decision const* decision) const;
+  std::string Json(std::string const& path, Decision const* decision) const;
+  std::string Xml(std::string const& path, Decision const* decision, ZaM::SparseResult* result) const;
 
   Options const& options;
   LearnedClasses const& classes;

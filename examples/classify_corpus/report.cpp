@@ -96,7 +96,7 @@ std::string ClassTable(ZaM::ErrorMatrix const& matrix, Names const& names) {
 
 std::string MatrixTable(ZaM::ErrorMatrix const& matrix, Names const& names, std::size_t width) {
   std::size_t const classes = names.size() - 1;
-  if (classes > MaxMatrixClasses) return "(left out: more than " + std::to_string(MaxMatrixClasses) + " classes)\n";
+  if (classes > maxMatrixClasses) return "(left out: more than " + std::to_string(maxMatrixClasses) + " classes)\n";
   Names const labels = RowLabels(names);
   std::vector<Column> const columns = ColumnsOf(matrix, classes);
   std::size_t const labelWidth = Width(labels[0]);

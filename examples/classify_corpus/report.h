@@ -17,9 +17,9 @@ std::string ClassTable(ZaM::ErrorMatrix const& matrix, std::vector<std::string> 
 
 /// The cells of the matrix, a row for each true and a column for each assigned class, the last one for rejected
 /// documents. Cells without a document hold a dot. Lines of more than `width` characters are avoided by as many blocks
-/// of columns as it takes; 0 means any width. Above `MaxMatrixClasses` classes a remark stands in its place.
+/// of columns as it takes; 0 means any width. Above `maxMatrixClasses` classes a remark stands in its place.
 std::string MatrixTable(ZaM::ErrorMatrix const& matrix, std::vector<std::string> const& classNames, std::size_t width);
-inline constexpr std::size_t MaxMatrixClasses = 100;
+inline constexpr std::size_t maxMatrixClasses = 100;
 
 /// The cells off the diagonal with most documents, the greatest first, at most ten.
 std::string WorstConfusions(ZaM::ErrorMatrix const& matrix, std::vector<std::string> const& classNames);

@@ -52,8 +52,8 @@ class Merger {
   Findings Take() { return std::move(*whole); }
 
  private:
-  void checkAgreement(std::string const& file, Findings const& more) const;
-  void claim(std::string const& file, Findings const& more);
+  void CheckAgreement(std::string const& file, Findings const& more) const;
+  void Claim(std::string const& file, Findings const& more);
 
   std::optional<Findings> whole;                       // nothing before the first file
   std::string first;                                   // file
@@ -62,8 +62,8 @@ class Merger {
 
 void Merger::Add(fs::path const& file, Findings more) {
   std::string const name = Printable(file.native());
-  if (whole) checkAgreement(name, more);
-  claim(name, more);
+  if (whole) CheckAgreement(name, more);
+  Claim(name, more);
   if (!whole) {
     whole = std::move(more);
     first = name;
@@ -74,7 +74,7 @@ void Merger::Add(fs::path const& file, Findings more) {
     whole->Add(document.name, document.classId, document.fold, &document.Result());
 }
 
-void Merger::checkAgreement(std::string const& file, Findings const& more) const {
+void Merger::CheckAgreement(std::string const& file, Findings const& more) const {
   auto const require = [&](bool isEqual, char const* what) {
     if (!isEqual) throw RunError{file + " doesn't belong to " + first + ": " + what + " differ"};
   };
@@ -87,7 +87,7 @@ void Merger::checkAgreement(std::string const& file, Findings const& more) const
   }
 }
 
-void Merger::claim(std::string const& file, Findings const& more) {
+void Merger::Claim(std::string const& file, Findings const& more) {
   for (TestedDocument const& document : more.Tested()) {
     auto const [place, isNew] = files.emplace(document.name, file);
     if (isNew) continue;

@@ -34,17 +34,17 @@ class ResultReader : public ZaM::XmlSaxCallback {
  private:
   enum class Place { Outside, Root, Fold, Document, Behind };
 
-  void startRoot(std::string_view name, ElementAttributes attributes);
-  void addClass(ElementAttributes attributes);
-  void startFold(ElementAttributes attributes);
-  void startDocument(ElementAttributes attributes);
-  void startResult(ZaM::XmlSaxParser& parser, unsigned char const** attributes);
-  void endDocument();
+  void StartRoot(std::string_view name, ElementAttributes attributes);
+  void AddClass(ElementAttributes attributes);
+  void StartFold(ElementAttributes attributes);
+  void StartDocument(ElementAttributes attributes);
+  void StartResult(ZaM::XmlSaxParser& parser, unsigned char const** attributes);
+  void EndDocument();
 
   template <class Unsigned>
-  Unsigned number(ElementAttributes attributes, char const* name) const;
-  std::string text(ElementAttributes attributes, char const* name) const;
-  [[noreturn]] void fail(std::string const& reason) const;
+  Unsigned Number(ElementAttributes attributes, char const* name) const;
+  std::string Text(ElementAttributes attributes, char const* name) const;
+  [[noreturn]] void Fail(std::string const& reason) const;
 
   std::string fileName;
   Progress& progress;

@@ -66,8 +66,8 @@ class Lessons {
   void Add(std::string const& bytes) {
     if (bytes.empty()) return;
     MessageReader message(bytes);
-    for (std::size_t kind = 0; kind < TermKindCount; ++kind) {
-      for (std::uint32_t const hash : message.GetAll<std::uint32_t>()) keys[kind].push_back({AllTermKinds[kind], hash});
+    for (std::size_t kind = 0; kind < termKindCount; ++kind) {
+      for (std::uint32_t const hash : message.GetAll<std::uint32_t>()) keys[kind].push_back({allTermKinds[kind], hash});
       for (float const weight : message.GetAll<float>()) weights[kind].push_back(weight);
     }
     while (!message.IsAtEnd()) {
@@ -78,7 +78,7 @@ class Lessons {
   }
 
   LearnedClasses Take() {
-    for (std::size_t kind = 1; kind < TermKindCount; ++kind) {
+    for (std::size_t kind = 1; kind < termKindCount; ++kind) {
       keys[0].insert(keys[0].end(), keys[kind].begin(), keys[kind].end());
       weights[0].insert(weights[0].end(), weights[kind].begin(), weights[kind].end());
     }
@@ -88,8 +88,8 @@ class Lessons {
   }
 
  private:
-  std::array<std::vector<TermKey>, TermKindCount> keys;
-  std::array<std::vector<float>, TermKindCount> weights;
+  std::array<std::vector<TermKey>, termKindCount> keys;
+  std::array<std::vector<float>, termKindCount> weights;
   std::map<unsigned int, Ref<ClassModel>> models;
 };
 

@@ -24,7 +24,7 @@ std::uint64_t EndOfStretch(std::size_t rank, std::size_t ranks) {
 }
 
 // By rank, the counts in its stretch, kind by kind.
-std::vector<std::string> Questions(std::array<std::vector<TermCount>, TermKindCount> const& counts, std::size_t ranks) {
+std::vector<std::string> Questions(std::array<std::vector<TermCount>, termKindCount> const& counts, std::size_t ranks) {
   std::vector<MessageWriter> messages(ranks);
   for (std::vector<TermCount> const& ofKind : counts) {
     auto begin = ofKind.begin();
@@ -75,22 +75,22 @@ void AnswerInto(MessageWriter& message, std::vector<TermCount> const& asked, Sha
 }  // namespace
 
 SharedVocabulary::SharedVocabulary(std::vector<Document const*> const& training, Communicator& ranks) {
-  std::array<std::vector<TermCount>, TermKindCount> counts;
-  for (std::size_t kind = 0; kind < TermKindCount; ++kind) counts[kind] = CountTerms(training, AllTermKinds[kind]);
+  std::array<std::vector<TermCount>, termKindCount> counts;
+  for (std::size_t kind = 0; kind < termKindCount; ++kind) counts[kind] = CountTerms(training, allTermKinds[kind]);
   auto const total = static_cast<std::size_t>(ranks.Sum(training.size()));
 
-  std::array<Asked, TermKindCount> asked;
+  std::array<Asked, termKindCount> asked;
   for (std::string const& bytes : ranks.AllToAll(Questions(counts, ranks.Size()))) {
     MessageReader message(bytes);
     for (Asked& ofKind : asked) ofKind.push_back(message.GetAll<TermCount>());
   }
-  for (std::size_t kind = 0; kind < TermKindCount; ++kind) own[kind] = AddUp(asked[kind], AllTermKinds[kind], total);
-  number(ranks);
+  for (std::size_t kind = 0; kind < termKindCount; ++kind) own[kind] = AddUp(asked[kind], allTermKinds[kind], total);
+  Number(ranks);
 
   std::vector<std::string> replies;
   for (std::size_t rank = 0; rank < ranks.Size(); ++rank) {
     MessageWriter message;
-    for (std::size_t kind = 0; kind < TermKindCount; ++kind) AnswerInto(message, asked[kind][rank], own[kind]);
+    for (std::size_t kind = 0; kind < termKindCount; ++kind) AnswerInto(message, asked[kind][rank], own[kind]);
     replies.push_back(message.Take());
   }
   asked = {};
@@ -99,13 +99,13 @@ SharedVocabulary::SharedVocabulary(std::vector<Document const*> const& training,
   std::vector<MessageReader> readers(replies.begin(), replies.end());
   std::vector<TermKey> keys;
   std::vector<float> weights;
-  for (std::size_t kind = 0; kind < TermKindCount; ++kind) {
+  for (std::size_t kind = 0; kind < termKindCount; ++kind) {
     auto count = counts[kind].begin();
     for (MessageReader& reader : readers) {
       for (auto const [number, weight] : reader.GetAll<Answer>()) {
         std::uint32_t const hash = (count++)->hash;
         if (number == unknown) continue;
-        keys.push_back({AllTermKinds[kind], hash});
+        keys.push_back({allTermKinds[kind], hash});
         weights.push_back(weight);
         numbers.push_back(number);
       }
@@ -115,7 +115,7 @@ SharedVocabulary::SharedVocabulary(std::vector<Document const*> const& training,
 }
 
 // Kind by kind, and in these by hash: those of all ranks before come first.
-void SharedVocabulary::number(Communicator& ranks) {
+void SharedVocabulary::Number(Communicator& ranks) {
   MessageWriter message;
   for (Stretch const& stretch : own) message.Put(std::uint64_t{stretch.hashes.size()});
   std::vector<std::string> const sizes = ranks.AllToAll(std::vector(ranks.Size(), message.Take()));

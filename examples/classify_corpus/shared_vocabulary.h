@@ -33,12 +33,12 @@ class SharedVocabulary {
     std::vector<float> weights;
     std::uint32_t begin = 0;  // the number of the first one
   };
-  std::array<Stretch, TermKindCount> const& Own() const { return own; }
+  std::array<Stretch, termKindCount> const& Own() const { return own; }
 
  private:
-  void number(Communicator& ranks);
+  void Number(Communicator& ranks);
 
-  std::array<Stretch, TermKindCount> own;
+  std::array<Stretch, termKindCount> own;
   std::size_t size = 0;
   Vocabulary local{{}, {}};            // of this rank's documents
   std::vector<std::uint32_t> numbers;  // in the whole, by those in `local`

@@ -5,7 +5,7 @@
 
 namespace classify {
 
-double Outcome::bound(double side) const {
+double Outcome::Bound(double side) const {
   constexpr double z = 1.959964;  // 95 % of a normal distribution lie within so many deviations
   if (accepted == 0) return side < 0 ? 0 : 1;
   auto const n = static_cast<double>(accepted);
@@ -23,7 +23,7 @@ void AssignedDocuments::Add(float confidence, bool isRight) {
   byHundredths[place].right += isRight ? 1 : 0;
 }
 
-Outcome AssignedDocuments::from(unsigned int hundredths) const {
+Outcome AssignedDocuments::From(unsigned int hundredths) const {
   Outcome sum;
   for (std::size_t i = hundredths; i < byHundredths.size(); ++i) {
     sum.accepted += byHundredths[i].accepted;
@@ -34,8 +34,8 @@ Outcome AssignedDocuments::from(unsigned int hundredths) const {
 
 std::optional<SureThreshold> AssignedDocuments::ThresholdFor(double share) const {
   for (unsigned int i = 0; i < byHundredths.size(); ++i) {
-    Outcome const outcome = from(i);
-    if (outcome.accepted < FewestDocuments) break;
+    Outcome const outcome = From(i);
+    if (outcome.accepted < fewestDocuments) break;
     if (outcome.Share() >= share) return SureThreshold{i, outcome};
   }
   return std::nullopt;

@@ -19,11 +19,11 @@ struct Outcome {
 
   /// Where the share of right ones lies among more documents of the kind, with a probability of 95 % (the score
   /// interval of Wilson): from 0 to 1 for no document.
-  double Low() const { return bound(-1); }
-  double High() const { return bound(1); }
+  double Low() const { return Bound(-1); }
+  double High() const { return Bound(1); }
 
  private:
-  double bound(double side) const;
+  double Bound(double side) const;
 };
 
 /// A confidence, in hundredths, with the documents that have at least so much.
@@ -37,19 +37,19 @@ struct SureThreshold {
 class AssignedDocuments {
  public:
   /// Shares of fewer accepted documents say too little to rely on.
-  static constexpr std::size_t FewestDocuments = 30;
+  static constexpr std::size_t fewestDocuments = 30;
 
   void Add(float confidence, bool isRight);
 
   /// All of them.
-  Outcome All() const { return from(0); }
+  Outcome All() const { return From(0); }
 
   /// The lowest threshold at which at least this share of the accepted documents is right. Nothing if there is none
-  /// with `FewestDocuments`.
+  /// with `fewestDocuments`.
   std::optional<SureThreshold> ThresholdFor(double share) const;
 
  private:
-  Outcome from(unsigned int hundredths) const;
+  Outcome From(unsigned int hundredths) const;
 
   std::vector<Outcome> byHundredths = std::vector<Outcome>(101);  // the last one for all from 1 on
 };

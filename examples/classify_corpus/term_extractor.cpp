@@ -26,7 +26,7 @@ TermExtractor::TermExtractor(unsigned char minWordLength, bool useDigits)
 }
 
 Terms TermExtractor::Extract(std::u16string_view text) {
-  filter(text);
+  Filter(text);
   for (auto& hashes : occurrences) hashes.clear();
   auto& words = occurrences[static_cast<std::size_t>(TermKind::Word)];
   auto& pairs = occurrences[static_cast<std::size_t>(TermKind::Pair)];
@@ -37,21 +37,21 @@ Terms TermExtractor::Extract(std::u16string_view text) {
     auto const* const zero = static_cast<char const*>(std::memchr(stream + begin, 0, length - begin));
     if (zero == nullptr) break;
     end = static_cast<std::size_t>(zero - stream);
-    Stretch const behind = measure(end, end + 1);
+    Stretch const behind = Measure(end, end + 1);
     if (end == begin) {  // a word of nothing but dropped marks
-      if (previous.length > 0) previous = joined(previous, behind);
+      if (previous.length > 0) previous = Joined(previous, behind);
       continue;
     }
-    Stretch const word = measure(begin, end);
+    Stretch const word = Measure(begin, end);
     words.push_back(word.hash);
-    if (previous.length > 0) pairs.push_back(joined(previous, word).hash);
-    addFragments(begin - 1, end + 1);
-    previous = joined(word, behind);
+    if (previous.length > 0) pairs.push_back(Joined(previous, word).hash);
+    AddFragments(begin - 1, end + 1);
+    previous = Joined(word, behind);
   }
-  return mergeEqualTerms();
+  return MergeEqualTerms();
 }
 
-void TermExtractor::filter(std::u16string_view text) {
+void TermExtractor::Filter(std::u16string_view text) {
   symbols.resize(4 * text.size() + 3);  // takes everything, even if each unit is an ideograph
   length = textFilter->FilterTextW(text.data(), static_cast<unsigned int>(text.size()), symbols.data(),
                                    static_cast<unsigned int>(symbols.size()));
@@ -59,7 +59,7 @@ void TermExtractor::filter(std::u16string_view text) {
   for (std::size_t i = 0; i < length; ++i) values[i] = numbers[static_cast<unsigned char>(symbols[i])];
 }
 
-TermExtractor::Stretch TermExtractor::measure(std::size_t begin, std::size_t end) const {
+TermExtractor::Stretch TermExtractor::Measure(std::size_t begin, std::size_t end) const {
   Stretch stretch{0, 0, end - begin};
   std::uint32_t weight = 1;
   for (std::size_t i = begin; i < end; ++i, weight += 2) {
@@ -70,20 +70,20 @@ TermExtractor::Stretch TermExtractor::measure(std::size_t begin, std::size_t end
 }
 
 // The weights of the second one begin where those of the first one end.
-TermExtractor::Stretch TermExtractor::joined(Stretch const& first, Stretch const& second) {
+TermExtractor::Stretch TermExtractor::Joined(Stretch const& first, Stretch const& second) {
   auto const offset = static_cast<std::uint32_t>(2 * first.length);
   return {first.hash + second.hash + offset * second.sum, first.sum + second.sum, first.length + second.length};
 }
 
-void TermExtractor::addFragments(std::size_t begin, std::size_t end) {
+void TermExtractor::AddFragments(std::size_t begin, std::size_t end) {
   auto& fragments = occurrences[static_cast<std::size_t>(TermKind::Fragment)];
   for (std::size_t i = begin; i + fragmentLength <= end; ++i)
     fragments.push_back(values[i] + 3 * values[i + 1] + 5 * values[i + 2] + 7 * values[i + 3]);
 }
 
-Terms TermExtractor::mergeEqualTerms() {
+Terms TermExtractor::MergeEqualTerms() {
   Terms terms;
-  for (std::size_t kind = 0; kind < TermKindCount; ++kind) {
+  for (std::size_t kind = 0; kind < termKindCount; ++kind) {
     SortNumbers(occurrences[kind], scratch);
     ForEachRun(occurrences[kind], [&](std::uint32_t hash, std::size_t count) {
       constexpr std::size_t greatest = std::numeric_limits<std::uint16_t>::max();

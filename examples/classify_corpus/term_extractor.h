@@ -20,8 +20,8 @@ enum class TermKind : std::uint8_t {
   Pair,      ///< two words in a row: what ideographs, each a word of its own, need to say anything
   Fragment,  ///< four symbols in a row, the edges of the word among them: what compounds and endings have in common
 };
-inline constexpr std::array AllTermKinds{TermKind::Word, TermKind::Pair, TermKind::Fragment};
-inline constexpr std::size_t TermKindCount = AllTermKinds.size();
+inline constexpr std::array allTermKinds{TermKind::Word, TermKind::Pair, TermKind::Fragment};
+inline constexpr std::size_t termKindCount = allTermKinds.size();
 
 struct TermKey {
   TermKind kind;
@@ -52,11 +52,11 @@ class TermExtractor {
   explicit TermExtractor(Settings const& settings)
       : TermExtractor(static_cast<unsigned char>(settings.minWordLength), settings.useDigits) {}
 
-  /// The terms of a text of at most `MaxUnits` units. A text in a script that the filter doesn't know has none.
+  /// The terms of a text of at most `maxUnits` units. A text in a script that the filter doesn't know has none.
   Terms Extract(std::u16string_view text);
 
   /// What the filter's 32-bit sizes have room for, with a wide margin.
-  static constexpr std::size_t MaxUnits = std::size_t{1} << 28;
+  static constexpr std::size_t maxUnits = std::size_t{1} << 28;
 
  private:
   // A stretch of the stream by what its hash and that of longer ones are made of.
@@ -66,18 +66,18 @@ class TermExtractor {
     std::size_t length = 0;
   };
 
-  void filter(std::u16string_view text);
-  Stretch measure(std::size_t begin, std::size_t end) const;
-  static Stretch joined(Stretch const& first, Stretch const& second);
-  void addFragments(std::size_t begin, std::size_t end);
-  Terms mergeEqualTerms();
+  void Filter(std::u16string_view text);
+  Stretch Measure(std::size_t begin, std::size_t end) const;
+  static Stretch Joined(Stretch const& first, Stretch const& second);
+  void AddFragments(std::size_t begin, std::size_t end);
+  Terms MergeEqualTerms();
 
   ZaM::Ref<ZaM::AsciiTextFilter> textFilter;
   std::array<std::uint32_t, 256> numbers;                             // the hash of each symbol by itself
   std::vector<char> symbols;                                          // the stream
   std::size_t length = 0;                                             // of it
   std::vector<std::uint32_t> values;                                  // the number of each of its symbols
-  std::array<std::vector<std::uint32_t>, TermKindCount> occurrences;  // hashes
+  std::array<std::vector<std::uint32_t>, termKindCount> occurrences;  // hashes
   std::vector<std::uint32_t> scratch;
 };
 

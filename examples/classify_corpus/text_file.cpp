@@ -20,7 +20,7 @@ namespace {
 
 // Nobody writes a text of this length: what is longer is a log, a dump or a device, and would only use up memory.
 constexpr std::size_t maxBytes = std::size_t{16} << 20;
-static_assert(6 * maxBytes <= TermExtractor::MaxUnits, "a page can have six times as many units as bytes");
+static_assert(6 * maxBytes <= TermExtractor::maxUnits, "a page can have six times as many units as bytes");
 
 class Descriptor {
  public:

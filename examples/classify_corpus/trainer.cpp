@@ -54,16 +54,16 @@ class Learner {
   ClassModel* CreateModel() const;
 
  private:
-  bool isOwn(std::size_t i) const { return documents.ClassOf(i) == ownClass; }
-  float sideOf(std::size_t i) const { return isOwn(i) ? 1.0F : -1.0F; }
-  void activateAll();
-  float gradientOf(std::size_t i) const;
-  void compareWithOthers(std::vector<float> const& totals);
-  float lengthOf(Vector words) const;
-  float improve(std::size_t i, float gradient);
-  float score(Vector words) const;
-  void move(Vector words, float step);
-  void shuffle();
+  bool IsOwn(std::size_t i) const { return documents.ClassOf(i) == ownClass; }
+  float SideOf(std::size_t i) const { return IsOwn(i) ? 1.0F : -1.0F; }
+  void ActivateAll();
+  float GradientOf(std::size_t i) const;
+  void CompareWithOthers(std::vector<float> const& totals);
+  float LengthOf(Vector words) const;
+  float Improve(std::size_t i, float gradient);
+  float Score(Vector words) const;
+  void Move(Vector words, float step);
+  void Shuffle();
 
   TrainingSet const& documents;
   unsigned int const ownClass;
@@ -82,14 +82,14 @@ Learner::Learner(TrainingSet const& training, std::vector<float> const& totals, 
       terms(totals.size()),
       multipliers(training.Size()),
       lengths(training.Size()) {
-  activateAll();
-  compareWithOthers(totals);
+  ActivateAll();
+  CompareWithOthers(totals);
 }
 
-void Learner::compareWithOthers(std::vector<float> const& totals) {
+void Learner::CompareWithOthers(std::vector<float> const& totals) {
   std::vector<float> own(totals.size(), smoothing);
   for (std::size_t i = 0; i < documents.Size(); ++i) {
-    if (!isOwn(i)) continue;
+    if (!IsOwn(i)) continue;
     for (auto const [index, weight] : documents.VectorOf(i)) own[index] += weight;
   }
   double const ownSum = std::accumulate(own.begin(), own.end(), 0.0);
@@ -103,53 +103,53 @@ void Learner::compareWithOthers(std::vector<float> const& totals) {
   }
 }
 
-float Learner::lengthOf(Vector words) const {
+float Learner::LengthOf(Vector words) const {
   float length = 1;
   for (auto const [index, weight] : words) length += weight * weight * terms[index].strength;
   return length;
 }
 
-void Learner::activateAll() {
+void Learner::ActivateAll() {
   active.resize(documents.Size());
   std::iota(active.begin(), active.end(), 0U);
   bound = std::numeric_limits<float>::infinity();
 }
 
 bool Learner::Sweep() {
-  shuffle();
+  Shuffle();
   float worst = 0;
   std::size_t kept = 0;
   for (std::uint32_t const i : active) {
     StopIfInterrupted(CancelId::Training);
-    float const gradient = gradientOf(i);
+    float const gradient = GradientOf(i);
     bool const isIdle = multipliers[i] == 0 && gradient >= 0;
-    if (!isIdle) worst = std::max(worst, improve(i, gradient));
+    if (!isIdle) worst = std::max(worst, Improve(i, gradient));
     if (!isIdle || gradient <= bound) active[kept++] = i;
   }
   bool const wereAll = kept == documents.Size() || active.size() == documents.Size();
   active.resize(kept);
   bound = worst;
   if (worst >= tolerance) return false;
-  if (!wereAll) activateAll();
+  if (!wereAll) ActivateAll();
   return wereAll;
 }
 
-float Learner::gradientOf(std::size_t i) const {
-  return sideOf(i) * score(documents.VectorOf(i)) - 1 + slope * multipliers[i];
+float Learner::GradientOf(std::size_t i) const {
+  return SideOf(i) * Score(documents.VectorOf(i)) - 1 + slope * multipliers[i];
 }
 
 // Returns by how much the document missed the condition at the minimum.
-float Learner::improve(std::size_t i, float gradient) {
+float Learner::Improve(std::size_t i, float gradient) {
   Vector const words = documents.VectorOf(i);
-  if (lengths[i] == 0) lengths[i] = lengthOf(words);
+  if (lengths[i] == 0) lengths[i] = LengthOf(words);
   float const improved = std::max(multipliers[i] - gradient / (lengths[i] + slope), 0.0F);
-  move(words, (improved - multipliers[i]) * sideOf(i));
+  Move(words, (improved - multipliers[i]) * SideOf(i));
   multipliers[i] = improved;
   return std::abs(gradient);
 }
 
 // Four sums, so that no addition has to wait for the one before.
-float Learner::score(Vector words) const {
+float Learner::Score(Vector words) const {
   std::array<float, 4> sums{bias};
   std::size_t i = 0;
   for (; i + sums.size() <= words.size(); i += sums.size())
@@ -158,13 +158,13 @@ float Learner::score(Vector words) const {
   return (sums[0] + sums[1]) + (sums[2] + sums[3]);
 }
 
-void Learner::move(Vector words, float step) {
+void Learner::Move(Vector words, float step) {
   for (auto const [index, weight] : words) terms[index].weight += step * weight * terms[index].strength;
   bias += step;
 }
 
 // Not std::shuffle, whose order differs from one standard library to the next.
-void Learner::shuffle() {
+void Learner::Shuffle() {
   for (std::size_t i = active.size(); i > 1; --i) std::swap(active[i - 1], active[random() % i]);
 }
 

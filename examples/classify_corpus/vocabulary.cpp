@@ -20,7 +20,7 @@ struct KindRule {
 // Measured by five-fold cross-validation on English, German and Japanese texts of three sentences to two pages. Words
 // say most, but pairs and fragments, at half their weight, find one to three of a hundred documents more. A pair that
 // is seen in one document alone costs memory and finds nothing.
-constexpr KindRule rules[TermKindCount] = {{1.0F, 1}, {0.5F, 2}, {0.5F, 1}};
+constexpr KindRule rules[termKindCount] = {{1.0F, 1}, {0.5F, 2}, {0.5F, 1}};
 
 void ScaleToLengthOne(std::vector<WeightedTerm>& terms) {
   if (terms.empty()) return;
@@ -56,31 +56,31 @@ float RarityWeight(TermKind kind, std::uint32_t documents, std::size_t total) {
 }
 
 Vocabulary::Vocabulary(std::vector<Document const*> const& training) {
-  for (TermKind const kind : AllTermKinds) {
+  for (TermKind const kind : allTermKinds) {
     for (auto const [hash, documents] : CountTerms(training, kind)) {
       if (!IsKnown(kind, documents)) continue;
       keys.push_back({kind, hash});
       weights.push_back(RarityWeight(kind, documents, training.size()));
     }
   }
-  makeIndex();
+  MakeIndex();
 }
 
 Vocabulary::Vocabulary(std::vector<TermKey> givenKeys, std::vector<float> givenWeights)
     : keys(std::move(givenKeys)), weights(std::move(givenWeights)) {
-  makeIndex();
+  MakeIndex();
 }
 
 // Hashes are spread evenly, so that a place is found by the first bits of a hash and a few steps.
-void Vocabulary::makeIndex() {
+void Vocabulary::MakeIndex() {
   shift = 32U - std::min(24U, static_cast<unsigned int>(std::bit_width(keys.size() / 4)));
   std::size_t const bucketsPerKind = (std::size_t{0xFFFFFFFF} >> shift) + 1;
-  starts.assign(TermKindCount * bucketsPerKind + 1, 0);
-  for (TermKey const& key : keys) ++starts[bucketOf(key) + 1];
+  starts.assign(termKindCount * bucketsPerKind + 1, 0);
+  for (TermKey const& key : keys) ++starts[BucketOf(key) + 1];
   std::partial_sum(starts.begin(), starts.end(), starts.begin());
 }
 
-std::size_t Vocabulary::bucketOf(TermKey const& key) const {
+std::size_t Vocabulary::BucketOf(TermKey const& key) const {
   std::size_t const bucketsPerKind = (std::size_t{0xFFFFFFFF} >> shift) + 1;
   return static_cast<std::size_t>(key.kind) * bucketsPerKind + (std::size_t{key.hash} >> shift);
 }
@@ -90,7 +90,7 @@ std::vector<WeightedTerm> Vocabulary::Weigh(Terms const& terms) const {
   weighted.reserve(terms.size());
   for (Term const& term : terms) {
     TermKey const key = term.Key();
-    std::size_t const bucket = bucketOf(key);
+    std::size_t const bucket = BucketOf(key);
     std::uint32_t index = starts[bucket];
     while (index < starts[bucket + 1] && keys[index].hash < key.hash) ++index;
     if (index == starts[bucket + 1] || keys[index].hash != key.hash) continue;

@@ -52,8 +52,8 @@ class Vocabulary {
   std::vector<WeightedTerm> Weigh(Terms const& terms) const;
 
  private:
-  void makeIndex();
-  std::size_t bucketOf(TermKey const& key) const;
+  void MakeIndex();
+  std::size_t BucketOf(TermKey const& key) const;
 
   std::vector<TermKey> keys;          // ascending; the place is the term's number
   std::vector<float> weights;         // by number, the part that is the same for all documents

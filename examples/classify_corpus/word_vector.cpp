@@ -27,7 +27,7 @@ double WordVector::dot(ZaM::Representation const& other) const {
   return sum;
 }
 
-void WordVector::dotAll(ZaM::Representation const* const* others, std::size_t count, double* products) const {
+void WordVector::DotAll(ZaM::Representation const* const* others, std::size_t count, double* products) const {
   std::vector<double> weights(terms.empty() ? 0 : terms.back().index + std::size_t{1});
   for (auto const& [index, weight] : terms) weights[index] = weight;
   StopIfInterrupted(CancelId::Training);

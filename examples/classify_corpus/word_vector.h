@@ -30,7 +30,7 @@ class WordVector : public ZaM::Node, public ZaM::Representation, public ZaM::Bul
   double dot(ZaM::Representation const& other) const override;
 
   /// The same for many: laid out by its terms once, this vector needs no search for those of each other one.
-  void dotAll(ZaM::Representation const* const* others, std::size_t count, double* products) const override;
+  void DotAll(ZaM::Representation const* const* others, std::size_t count, double* products) const override;
 
   bool IsValid() const override { return !terms.empty(); }
   std::span<WeightedTerm const> Terms() const { return terms; }

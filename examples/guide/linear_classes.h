@@ -1,6 +1,6 @@
 // Documents as vectors of numbers, and classes that are linear functions of them.
-#ifndef GUIDE_LINEAR_CLASSES_H_
-#define GUIDE_LINEAR_CLASSES_H_
+#ifndef GUIDE_LINEAR_CLASSES_H
+#define GUIDE_LINEAR_CLASSES_H
 
 #include <zam/zam.h>
 

@@ -1,6 +1,6 @@
 // A callback that cancels, and an algorithm of one's own.
-#ifndef GUIDE_SCALE_H_
-#define GUIDE_SCALE_H_
+#ifndef GUIDE_SCALE_H
+#define GUIDE_SCALE_H
 
 #include <zam/zam.h>
 
@@ -42,14 +42,14 @@ class Scale : public ZaM::Algorithm {
       bool stop = false;
       if (block->progress) block->progress->Increment(1, &stop);
       if (stop) throw ZaM::UserCanceledException(ZaM::ErrorId::DocumentAnalysisCanceled);
-      scale(dynamic_cast<ZaM::DocumentNode*>(child), block->factor);
+      ScaleDocument(dynamic_cast<ZaM::DocumentNode*>(child), block->factor);
     }
   }
 
   ZaM::Control* CreateController() override { return new ScaleControl; }
 
  private:
-  static void scale(ZaM::DocumentNode* document, double factor) {
+  static void ScaleDocument(ZaM::DocumentNode* document, double factor) {
     auto* const vector = document ? dynamic_cast<NumberVector*>(document->GetRepresentation(vectorTag)) : nullptr;
     if (!vector) return;
     std::vector<double> scaled = vector->numbers;

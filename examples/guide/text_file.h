@@ -1,6 +1,6 @@
 // Text files as representations of documents, and the factory that makes them.
-#ifndef GUIDE_TEXT_FILE_H_
-#define GUIDE_TEXT_FILE_H_
+#ifndef GUIDE_TEXT_FILE_H
+#define GUIDE_TEXT_FILE_H
 
 #include <zam/zam.h>
 

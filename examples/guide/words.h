@@ -1,6 +1,6 @@
 // The words of a text, as symbols.
-#ifndef GUIDE_WORDS_H_
-#define GUIDE_WORDS_H_
+#ifndef GUIDE_WORDS_H
+#define GUIDE_WORDS_H
 
 #include <zam/zam.h>
 
@@ -9,7 +9,7 @@
 
 namespace guide {
 
-inline ZaM::wstring textOf(std::string const& bytes) {
+inline ZaM::wstring TextOf(std::string const& bytes) {
   if (auto const text = ZaM::DecodeText(bytes)) return *text;  // UTF-8, or what a byte order mark says
   return ZaM::DecodeText(bytes, "windows-1252").value_or(ZaM::FromUtf8(bytes));
 }

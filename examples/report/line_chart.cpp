@@ -52,53 +52,53 @@ class Drawing {
 
   Svg Draw() {
     svg.Text("heading", left, 16, chart.title);
-    grid();
-    for (std::size_t i = 0; i < chart.curves.size(); ++i) curve(i);
-    legend();
+    DrawGrid();
+    for (std::size_t i = 0; i < chart.curves.size(); ++i) DrawCurve(i);
+    DrawLegend();
     return svg;
   }
 
  private:
-  double x(double value) const { return left + value / chart.xEnd * (width - left - right); }
-  double y(double value) const { return height - bottom - value / yEnd * (height - top - bottom); }
+  double X(double value) const { return left + value / chart.xEnd * (width - left - right); }
+  double Y(double value) const { return height - bottom - value / yEnd * (height - top - bottom); }
 
-  void grid() {
+  void DrawGrid() {
     double const xDistance = TickDistance(chart.xEnd);
     for (double value = 0; value <= chart.xEnd * 1.001; value += xDistance) {
-      svg.Line("grid", x(value), y(0), x(value), top);
-      svg.Text("tick middle", x(value), height - bottom + 16, Fixed(value, DigitsOf(xDistance)));
+      svg.Line("grid", X(value), Y(0), X(value), top);
+      svg.Text("tick middle", X(value), height - bottom + 16, Fixed(value, DigitsOf(xDistance)));
     }
     double const yDistance = TickDistance(yEnd);
     for (double value = 0; value <= yEnd * 1.001; value += yDistance) {
-      svg.Line("grid", left, y(value), width - right, y(value));
-      svg.Text("tick end", left - 5, y(value) + 4, Fixed(value, DigitsOf(yDistance)));
+      svg.Line("grid", left, Y(value), width - right, Y(value));
+      svg.Text("tick end", left - 5, Y(value) + 4, Fixed(value, DigitsOf(yDistance)));
     }
     svg.Text("label middle", (left + width - right) / 2, height - 6, chart.xLabel);
     svg.UprightText("label middle", 12, (top + height - bottom) / 2, chart.yLabel);
   }
 
-  void curve(std::size_t number) {
+  void DrawCurve(std::size_t number) {
     Curve const& drawn = chart.curves[number];
     std::string path;
     for (Point const& point : drawn.points)
-      path += (path.empty() ? 'M' : 'L') + Length(x(point.x)) + ' ' + Length(y(point.y));
-    svg.Path("curve " + look(number), path);
+      path += (path.empty() ? 'M' : 'L') + Length(X(point.x)) + ' ' + Length(Y(point.y));
+    svg.Path("curve " + Look(number), path);
     constexpr double apart = 24;
     Mark const* last = nullptr;
     for (Mark const& mark : drawn.marks) {
-      if (last && std::hypot(x(mark.point.x) - x(last->point.x), y(mark.point.y) - y(last->point.y)) < apart) continue;
+      if (last && std::hypot(X(mark.point.x) - X(last->point.x), Y(mark.point.y) - Y(last->point.y)) < apart) continue;
       last = &mark;
-      svg.Path("dot " + look(number), 'M' + Length(x(mark.point.x)) + ' ' + Length(y(mark.point.y)) + "h0");
+      svg.Path("dot " + Look(number), 'M' + Length(X(mark.point.x)) + ' ' + Length(Y(mark.point.y)) + "h0");
       // The first curve has its texts above, the second below.
       if (number == 0)
-        svg.Text("tick", x(mark.point.x) + 5, y(mark.point.y) - 6, mark.text);
+        svg.Text("tick", X(mark.point.x) + 5, Y(mark.point.y) - 6, mark.text);
       else
-        svg.Text("tick middle", x(mark.point.x), y(mark.point.y) + 17, mark.text);
+        svg.Text("tick middle", X(mark.point.x), Y(mark.point.y) + 17, mark.text);
     }
   }
 
   // At the right upper corner, from the last curve to the first.
-  void legend() {
+  void DrawLegend() {
     constexpr double characterWidth = 6;
     constexpr double sample = 24;
     double end = width - right;
@@ -106,12 +106,12 @@ class Drawing {
       std::string const& name = chart.curves[i].name;
       svg.Text("label end", end, top - 8, name);
       end -= characterWidth * static_cast<double>(Width(name)) + 6;
-      svg.Line("curve " + look(i), end - sample, top - 12, end, top - 12);
+      svg.Line("curve " + Look(i), end - sample, top - 12, end, top - 12);
       end -= sample + 14;
     }
   }
 
-  static std::string look(std::size_t number) { return number == 0 ? "first" : "second"; }
+  static std::string Look(std::size_t number) { return number == 0 ? "first" : "second"; }
 
   static constexpr double left = 52;
   static constexpr double right = 14;

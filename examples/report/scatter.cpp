@@ -42,14 +42,14 @@ class Axis {
     double const quarters = Quantile(values, 3, 4) - Quantile(values, 1, 4);
     unit = quarters > 0 ? quarters / 2 : 1;
     constexpr double margin = 0.15;
-    low = scaled(Quantile(values, 0, 1)) - margin;
-    high = scaled(Quantile(values, 1, 1)) + margin;
+    low = Scaled(Quantile(values, 0, 1)) - margin;
+    high = Scaled(Quantile(values, 1, 1)) + margin;
   }
 
-  double Place(double value) const { return begin + (scaled(value) - low) / (high - low) * (end - begin); }
+  double Place(double value) const { return begin + (Scaled(value) - low) / (high - low) * (end - begin); }
 
  private:
-  double scaled(double value) const { return std::asinh((value - middle) / unit); }
+  double Scaled(double value) const { return std::asinh((value - middle) / unit); }
 
   double middle;
   double unit;
@@ -113,11 +113,11 @@ std::string Shape(std::size_t rank, double size) {
       "m0-" + twice + 'l' + twice + ' ' + twice + ' ' + "0h-" + twice + "z",
       "m0 " + twice + 'l' + s + "-" + twice + "h-" + twice + 'z',
       "m0-" + twice + 'l' + s + ' ' + twice + "l-" + s + ' ' + twice + "l-" + s + "-" + twice + 'z'};
-  return shapes[rank / ColorCount % shapes.size()];
+  return shapes[rank / colorCount % shapes.size()];
 }
 
 std::string Color(std::size_t rank) {
-  return "color" + std::to_string(rank % ColorCount);
+  return "color" + std::to_string(rank % colorCount);
 }
 
 class Drawing {
@@ -133,13 +133,13 @@ class Drawing {
   }
 
   Svg Draw() {
-    frame();
+    DrawFrame();
     std::vector<Dot const*> all;
     for (Dot const& dot : scatter.dots) all.push_back(&dot);
     Axis const x(Values(all, &Dot::x), layout::left, layout::right);
     Axis const y(Values(all, &Dot::y), height - layout::bottom, layout::top);
-    for (std::size_t rank = 0; rank < layers.size(); ++rank) drawDots(rank, x, y);
-    for (Dot const& dot : scatter.dots) ring(dot, x, y);
+    for (std::size_t rank = 0; rank < layers.size(); ++rank) DrawDots(rank, x, y);
+    for (Dot const& dot : scatter.dots) DrawRing(dot, x, y);
     Labels labels;
     for (Layer const& layer : layers) {
       if (layer.dots.empty()) continue;
@@ -153,7 +153,7 @@ class Drawing {
   }
 
  private:
-  void frame() {
+  void DrawFrame() {
     using namespace layout;
     double const lower = height - bottom;
     svg.Text("heading", left, 20, scatter.title);
@@ -161,14 +161,14 @@ class Drawing {
                          Length(left) + 'z');
     svg.Text("label middle", (left + right) / 2, lower + 18, scatter.xLabel + " (scale stretched in the middle)");
     svg.UprightText("label middle", 20, (top + lower) / 2, scatter.yLabel + " (scale stretched in the middle)");
-    for (std::size_t rank = 0; rank < layers.size(); ++rank) legend(rank);
+    for (std::size_t rank = 0; rank < layers.size(); ++rank) DrawLegend(rank);
     double const line = height - 12;
     svg.Ring("ring", left + 6, line - 4, 5, "");
     svg.Text("label", left + 18, line,
              "not in its class: the ring has the colour of the class that it was taken for, grey for none");
   }
 
-  void legend(std::size_t rank) {
+  void DrawLegend(std::size_t rank) {
     if (layers[rank].dots.empty()) return;
     double const line = layout::top + 6 + static_cast<double>(rank) * layout::legendLine;
     svg.Path("dots " + Color(rank), 'M' + Length(layout::right + 20) + ' ' + Length(line) + Shape(rank, 5));
@@ -176,7 +176,7 @@ class Drawing {
              scatter.groups[layers[rank].group] + " (" + Grouped(layers[rank].dots.size()) + ')');
   }
 
-  void drawDots(std::size_t rank, Axis const& x, Axis const& y) {
+  void DrawDots(std::size_t rank, Axis const& x, Axis const& y) {
     std::string const shape = Shape(rank, 2.4);
     std::string path;
     for (Dot const* dot : layers[rank].dots)
@@ -184,7 +184,7 @@ class Drawing {
     if (!path.empty()) svg.Path("dots " + Color(rank), path);
   }
 
-  void ring(Dot const& dot, Axis const& x, Axis const& y) {
+  void DrawRing(Dot const& dot, Axis const& x, Axis const& y) {
     if (dot.takenFor == dot.group) return;
     std::string const what = dot.takenFor == 0 ? "rejected" : "taken for " + scatter.groups[dot.takenFor];
     svg.Ring("ring " + (dot.takenFor == 0 ? "rejected" : Color(ranks[dot.takenFor])), x.Place(dot.x), y.Place(dot.y),

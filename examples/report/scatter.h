@@ -28,7 +28,7 @@ struct Scatter {
 };
 
 /// How many groups, the largest ones, have a colour of their own. Smaller ones share these, in other shapes.
-inline constexpr std::size_t ColorCount = 12;
+inline constexpr std::size_t colorCount = 12;
 
 /// The dots coloured by group, the name of each group in the middle of its dots, and a legend with how many they are.
 /// A ring in the colour of the group that a dot was taken for is around each that isn't its own.

@@ -83,7 +83,7 @@ TEST_F(BayesClassifierTest, LeavesTheBestClassesOnEachDocument) {
 TEST_F(BayesClassifierTest, RefusesFullResultsForTooGreatClassIds) {
   DocumentNode* const document = AddDocument(*documents);
   control.SetMaxResults(0);
-  for (unsigned int const id : {FullResult::MaxSlots, 0xFFFFFFFFU}) {
+  for (unsigned int const id : {FullResult::maxSlots, 0xFFFFFFFFU}) {
     SetClasses({{id, .7}});
     EXPECT_EQ(FailureId([&] { Run(); }), 8);
     EXPECT_EQ(Entries(document), none);

@@ -271,7 +271,7 @@ TEST_F(PcaAnalyzerTest, RefusesWhatAModelHasNoRoomOrNoNumbersFor) {
   control.SetEnableRelearn(false);
   Learn(fourPoints);
   std::string const withoutGram = Saved();
-  unsigned int const huge = PcaAnalyzer::MostExamples + 1;
+  unsigned int const huge = PcaAnalyzer::mostExamples + 1;
   for (auto const& [dimension, maxExamples] : {std::pair(huge, 0U), {0xFFFFFFFF, 0U}, {2U, huge}, {2U, 0xFFFFFFFF}}) {
     control.SetDimension(dimension);
     control.SetMaxExamples(maxExamples);

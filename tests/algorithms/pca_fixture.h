@@ -51,7 +51,7 @@ class BulkPoint : public Point, public BulkDot {
     ADD_FAILURE() << "asked for one product";
     return Point::dot(other);
   }
-  void dotAll(Representation const* const* others, std::size_t count, double* products) const override {
+  void DotAll(Representation const* const* others, std::size_t count, double* products) const override {
     for (std::size_t i = 0; i < count; ++i) products[i] = others[i] ? Point::dot(*others[i]) : 0.0;
   }
 

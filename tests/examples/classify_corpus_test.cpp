@@ -119,7 +119,7 @@ TEST_F(ClassifyCorpus, SaysWhyItCannotRun) {
   folder.Write("binary/class/a.txt", std::string(1, '\0'));
   folder.Write("one/class/a.txt", "text");
   std::string const fold = std::to_string(FoldOf("a.txt"));
-  std::string const otherFold = std::to_string((FoldOf("a.txt") + 1) % FoldCount);
+  std::string const otherFold = std::to_string((FoldOf("a.txt") + 1) % foldCount);
   struct {
     std::vector<std::string> arguments;
     int exitCode;

@@ -109,7 +109,7 @@ TEST_F(DocumentMapFile, ComesOutOfItsModelUnchangedAndOutOfNoOther) {
 
 TEST(Scatter, LetsOnlyTheSmallestGroupShareAColourInAnotherShape) {
   report::Scatter scatter{"", "", "", {"-"}, {}};
-  for (std::size_t group = 1; group <= report::ColorCount + 1; ++group) {
+  for (std::size_t group = 1; group <= report::colorCount + 1; ++group) {
     scatter.groups.push_back("g" + std::to_string(group));
     for (std::size_t i = 0; i < group; ++i) scatter.dots.push_back({0, 0, group, group, ""});
   }
@@ -118,11 +118,11 @@ TEST(Scatter, LetsOnlyTheSmallestGroupShareAColourInAnotherShape) {
   std::map<std::string, std::string> looks;
   for (std::sregex_iterator i(picture.begin(), picture.end(), entry), end; i != end; ++i)
     looks[(*i)[1].str() + (*i)[2].str()] = (*i)[3];
-  EXPECT_EQ(looks.size(), report::ColorCount + 1);
+  EXPECT_EQ(looks.size(), report::colorCount + 1);
   std::set<std::string> colors;
   for (auto const& [look, group] : looks)
     if (group != "g1") colors.insert(look.substr(0, look.find('m')));
-  EXPECT_EQ(colors.size(), report::ColorCount);
+  EXPECT_EQ(colors.size(), report::colorCount);
 }
 
 }  // namespace

@@ -80,7 +80,7 @@ TEST(GuideTest, RunsAnAlgorithmOfOnesOwn) {
 }
 
 TEST(GuideTest, FiltersWords) {
-  for (std::string const& bytes : {"\xFF\xFE\xE4\0"s, "ä"s, "\xE4"s}) EXPECT_TRUE(textOf(bytes) == u"ä");
+  for (std::string const& bytes : {"\xFF\xFE\xE4\0"s, "ä"s, "\xE4"s}) EXPECT_TRUE(TextOf(bytes) == u"ä");
   auto const words = wordsOf(u"Stra\u00DFe, STRASSE \u2014 3 x \u0441\u043B\u043E\u0432\u043E");
   ASSERT_EQ(words.size(), 3u);
   EXPECT_EQ(words[1], std::string("\x2C\x2D\x2B\x1A\x2C\x2C\x1E"));  // S T R A S S E

@@ -56,7 +56,7 @@ TEST(ResultsTest, StayAsTheyAreWhereSlotsAreRefused) {
   Ref const result(FullResult::Create());
   result->SetResults(std::vector<float>{0.5F, 0.7F});
   Items const slots = Slots(*result), best = result->GetBestResults(1);
-  for (unsigned int const id : {FullResult::MaxSlots, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
+  for (unsigned int const id : {FullResult::maxSlots, 0xFFFFFFFEU, 0xFFFFFFFFU}) {
     EXPECT_EQ(FailureId([&] { result->SetResultItem(id, 0.5F, ResultTypeFinal); }), 8);
     EXPECT_EQ(FailureId([&] { result->Initialize(id, nullptr); }), 4001);
     EXPECT_EQ(Slots(*result), slots);
@@ -106,7 +106,7 @@ TEST(ResultXmlTest, LimitsWhatADocumentTakesInProportionToItsLength) {
   }
   for (std::string const count : {"1048577", "99999999999"}) {
     EXPECT_EQ(readNew<FullResult>("<Res ClsCount='" + count + "'/>")->GetResults().size(),
-              FullResult::MostReserved + 1U);
+              FullResult::mostReserved + 1U);
   }
   std::string counts;
   for (int i = 0; i < 1000; ++i) counts += "<Res ClsCount='1048576'/>";

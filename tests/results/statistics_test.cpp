@@ -116,7 +116,7 @@ TEST(ErrorMatrixTest, RefusesSingleTotalsOfClassesThatItHasNot) {
       }
     }
   }
-  EXPECT_EQ(FailureId([] { ErrorMatrix::Create(ErrorMatrix::MaxClasses + 1); }), 4001);
+  EXPECT_EQ(FailureId([] { ErrorMatrix::Create(ErrorMatrix::maxClasses + 1); }), 4001);
 }
 
 TEST(ErrorPlotTest, MergesValidPlotsAndNothingElse) {

@@ -52,12 +52,12 @@ class BayesClassifier::Run {
  private:
   static constexpr std::size_t block = 32;  // of scores that are looked at together
 
-  void takeClasses();
-  Representation const* score(Representation const& document);
-  void normalize(Representation const& bestClass);
-  Ref<Result> createSparseResult();
-  Ref<Result> createFullResult();
-  void replaceResult(DocumentNode& document, Ref<Result> result);
+  void TakeClasses();
+  Representation const* Score(Representation const& document);
+  void Normalize(Representation const& bestClass);
+  Ref<Result> CreateSparseResult();
+  Ref<Result> CreateFullResult();
+  void ReplaceResult(DocumentNode& document, Ref<Result> result);
 
   BayesClassifier const& classifier;  // asked for its callback and its classes, which may change during the run
   detail::CachedCast<Representation> asRepresentation;
@@ -78,8 +78,8 @@ BayesClassifier::~BayesClassifier() = default;
 void BayesClassifier::DoAlgorithm(Control* control) {
   auto const* const parameters = dynamic_cast<BayesControl const*>(control);
   if (!parameters) return;
-  if (parameters->GetDoLearn()) learn(*parameters);
-  if (parameters->GetDoClassify()) classify(*parameters);
+  if (parameters->GetDoLearn()) Learn(*parameters);
+  if (parameters->GetDoClassify()) Classify(*parameters);
 }
 
 Control* BayesClassifier::CreateController() {
@@ -94,7 +94,7 @@ bool BayesClassifier::Load(std::basic_istream<char>* /*stream*/) {
   return true;
 }
 
-void BayesClassifier::learn(BayesControl const& control) {
+void BayesClassifier::Learn(BayesControl const& control) {
   tag = control.GetClassTag();
   classes.reset();  // if learning fails there must be no former list, whose tree may be gone by now
   ClassList list = getClassNodes(control.GetRootClass());
@@ -102,7 +102,7 @@ void BayesClassifier::learn(BayesControl const& control) {
   classes = ReportOutOfMemory([&] { return std::make_shared<ClassList const>(std::move(list)); });
 }
 
-void BayesClassifier::classify(BayesControl const& control) {
+void BayesClassifier::Classify(BayesControl const& control) {
   tag = control.GetDocumentTag();
   resultTag = control.GetResultTag();
   doBatch = control.GetDoBatch();
@@ -145,7 +145,7 @@ void BayesClassifier::classifyNode(Node* node) {
   });
 }
 
-void BayesClassifier::reportProgress() const {
+void BayesClassifier::ReportProgress() const {
   if (!callBack) return;
   bool canceled = false;
   callBack->Increment(1, &canceled);
@@ -156,16 +156,16 @@ void BayesClassifier::Run::Classify(DocumentNode& document) {
   detail::ChainEntry const entry = detail::FindRepresentation(document, documentTag, asRepresentation);
   if (!entry.node || !entry.representation->IsValid()) return;
   Ref const held = Ref<Node>::Share(entry.node);  // the callback and `dot` may have it taken off and released
-  classifier.reportProgress();
-  takeClasses();
+  classifier.ReportProgress();
+  TakeClasses();
 
-  Representation const* const bestClass = score(*entry.representation);
-  if (normalizes && bestClass) normalize(*bestClass);
-  replaceResult(document, maxResults == 0 ? createFullResult() : createSparseResult());
+  Representation const* const bestClass = Score(*entry.representation);
+  if (normalizes && bestClass) Normalize(*bestClass);
+  ReplaceResult(document, maxResults == 0 ? CreateFullResult() : CreateSparseResult());
 }
 
 // The callback may have had new classes learned.
-void BayesClassifier::Run::takeClasses() {
+void BayesClassifier::Run::TakeClasses() {
   if (!classes || classes != classifier.classes) {
     ReportOutOfMemory([this] {
       classes = classifier.classes ? classifier.classes : std::make_shared<ClassList const>();
@@ -175,14 +175,14 @@ void BayesClassifier::Run::takeClasses() {
     });
   }
   if (maxResults != 0) return;
-  if (classifier.maxClassId >= FullResult::MaxSlots)
-    detail::ThrowOutOfBounds(classifier.maxClassId, FullResult::MaxSlots);
+  if (classifier.maxClassId >= FullResult::maxSlots)
+    detail::ThrowOutOfBounds(classifier.maxClassId, FullResult::maxSlots);
   ReportOutOfMemory([this] { scoresByClass.resize(std::size_t{classifier.maxClassId} + 1); });
 }
 
 // Returns the best class by the doubles, as `dot` gave them, for normalising: the earliest of several, and the first of
 // the list if nothing is greater than the lowest number.
-Representation const* BayesClassifier::Run::score(Representation const& document) {
+Representation const* BayesClassifier::Run::Score(Representation const& document) {
   Representation const* bestClass = classes->first;
   double bestValue = std::numeric_limits<double>::lowest();
   float* const places = scores.data();
@@ -198,7 +198,7 @@ Representation const* BayesClassifier::Run::score(Representation const& document
 }
 
 // Once per entry of the list: a class id that is listed several times is mapped as often.
-void BayesClassifier::Run::normalize(Representation const& bestClass) {
+void BayesClassifier::Run::Normalize(Representation const& bestClass) {
   double const low = bestClass.GetMinimum();
   double const high = bestClass.GetMaximum();
   if (high == low) return;
@@ -211,7 +211,7 @@ void BayesClassifier::Run::normalize(Representation const& bestClass) {
 
 // What a full result with the same scores would call its best classes, without the array that it needs. As the class
 // ids ascend, an equal score never displaces an earlier one: a single comparison passes over most of the classes.
-Ref<Result> BayesClassifier::Run::createSparseResult() {
+Ref<Result> BayesClassifier::Run::CreateSparseResult() {
   best.clear();
   float toBeat = 0.0F;
   for (std::size_t begin = 0; begin < scores.size(); begin += block) {
@@ -235,7 +235,7 @@ Ref<Result> BayesClassifier::Run::createSparseResult() {
   return result;
 }
 
-Ref<Result> BayesClassifier::Run::createFullResult() {
+Ref<Result> BayesClassifier::Run::CreateFullResult() {
   for (std::size_t i = 0; i < classes->ids.size(); ++i) scoresByClass[classes->ids[i]] = scores[i];
 
   Ref<FullResult> result(FullResult::Create());
@@ -243,7 +243,7 @@ Ref<Result> BayesClassifier::Run::createFullResult() {
   return result;
 }
 
-void BayesClassifier::Run::replaceResult(DocumentNode& document, Ref<Result> result) {
+void BayesClassifier::Run::ReplaceResult(DocumentNode& document, Ref<Result> result) {
   detail::ChainEntry const former = detail::FindRepresentation(document, resultTag, asRepresentation);
   if (former.node) {
     detail::Unhook(document, former);

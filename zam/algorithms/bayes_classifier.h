@@ -49,7 +49,7 @@ class Node;
 ///           when the callback returns. So classes that a callback has learned serve from the document in hand on, and
 ///           those that a `dot` has learned from the next one on; a tree of classes has to live until then.
 /// Errors:   UserCanceledException(20) when the callback wants to stop; BaseException with id 5 when memory runs out;
-///           OutOfBoundsException(8, id, `FullResult::MaxSlots`) when `MaxResults` is 0 and the greatest class id
+///           OutOfBoundsException(8, id, `FullResult::maxSlots`) when `MaxResults` is 0 and the greatest class id
 ///           doesn't fit a full result; what `dot` and the callback throw passes through unchanged. Each document then
 ///           has either its old or its new result, and the classifier stays usable; if learning failed, with an empty
 ///           list of classes.
@@ -80,12 +80,12 @@ class ZAM_EXPORT BayesClassifier : public Algorithm {
   struct ClassList;
   class Run;
 
-  void learn(BayesControl const& control);
-  void classify(BayesControl const& control);
+  void Learn(BayesControl const& control);
+  void Classify(BayesControl const& control);
   ClassList getClassNodes(Node* node);
   static void prepareClassNodes(ClassList& list);
   void classifyNode(Node* node);
-  void reportProgress() const;
+  void ReportProgress() const;
 
   RepTag tag{.id = 0};  // what the current step looks for: the class tag, then the document tag
   RepTag resultTag{.id = 0};

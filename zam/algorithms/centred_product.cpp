@@ -17,12 +17,12 @@ CentredProduct::CentredProduct(CentredGram const& matrix, std::vector<std::int8_
 
   std::int8_t former = 0;
   for (std::size_t const example : order) {
-    addMember(example, activity[example], former);
+    AddMember(example, activity[example], former);
     rowSums.push_back(gram.rowSums[example]);
   }
 }
 
-void CentredProduct::addMember(std::size_t example, std::int8_t activity, std::int8_t& former) {
+void CentredProduct::AddMember(std::size_t example, std::int8_t activity, std::int8_t& former) {
   if (activity != former) {
     std::size_t const first = groups.empty() ? 0 : groups.back().first + groups.back().size;
     groups.push_back({.first = first, .size = 0, .members = {}});
@@ -40,13 +40,13 @@ void CentredProduct::Multiply(double const* vectors, std::size_t count, double* 
       MultiplySymmetric(gram.lowerTriangle, group.members, vectors + group.first, images + group.first, count,
                         Length());
     });
-    centre(group, vectors, count, images);
+    Centre(group, vectors, count, images);
   }
 }
 
 // The centring of the matrix is of rank two, so it needn't be done entry by entry: with s the sum of the vector and q
 // its inner product with the row sums, row j of the image loses ((r[j] - T/n) · s + q) / n.
-void CentredProduct::centre(Group const& group, double const* vectors, std::size_t count, double* images) const {
+void CentredProduct::Centre(Group const& group, double const* vectors, std::size_t count, double* images) const {
   double const inverse = 1.0 / gram.exampleCount;
   double const* const sums = rowSums.data() + group.first;
   for (std::size_t i = 0; i < count; ++i) {

@@ -46,8 +46,8 @@ class CentredProduct {
     std::vector<IndexRange> members;  // the examples
   };
 
-  void addMember(std::size_t example, std::int8_t activity, std::int8_t& former);
-  void centre(Group const& group, double const* vectors, std::size_t count, double* images) const;
+  void AddMember(std::size_t example, std::int8_t activity, std::int8_t& former);
+  void Centre(Group const& group, double const* vectors, std::size_t count, double* images) const;
 
   CentredGram gram;
   std::vector<std::size_t> order;  // the example at each place of a vector

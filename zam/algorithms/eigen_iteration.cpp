@@ -6,7 +6,7 @@
 namespace ZaM::detail {
 
 bool IsPositive(double value) {
-  return value > ZeroThreshold && std::isfinite(value);
+  return value > zeroThreshold && std::isfinite(value);
 }
 
 EigenIteration::EigenIteration(CentredGram const& matrix, std::vector<std::int8_t> const& activity,
@@ -35,9 +35,9 @@ unsigned int EigenIteration::Run(double epsilon, unsigned int maxPasses, std::fu
   do {
     beforePass();
     product.Multiply(vectors.data(), count, images.data());
-    converged = epsilon > offDiagonalShare();
-    orthogonalize();
-    bool const vanished = !normalizeImages();
+    converged = epsilon > OffDiagonalShare();
+    Orthogonalize();
+    bool const vanished = !NormalizeImages();
     converged = converged || vanished;
     ++passes;
   } while (!converged && passes != maxPasses);
@@ -45,15 +45,15 @@ unsigned int EigenIteration::Run(double epsilon, unsigned int maxPasses, std::fu
 }
 
 // How far the images are from being orthogonal; not a number if there is nothing to compare with.
-double EigenIteration::offDiagonalShare() {
+double EigenIteration::OffDiagonalShare() {
   double off = 0.0;
   double trace = 0.0;
   for (std::size_t i = 0; i < count; ++i) {
     for (std::size_t j = 0; j < i; ++j) {
-      innerProducts[i][j] = InnerProduct(image(i), image(j), length);
+      innerProducts[i][j] = InnerProduct(Image(i), Image(j), length);
       off += std::abs(innerProducts[i][j]);
     }
-    innerProducts[i][i] = InnerProduct(image(i), image(i), length);
+    innerProducts[i][i] = InnerProduct(Image(i), Image(i), length);
     trace += innerProducts[i][i];
   }
   return off / trace;
@@ -61,30 +61,30 @@ double EigenIteration::offDiagonalShare() {
 
 // Modified Gram-Schmidt. A column of inner products is computed anew just before it is used: until then each pivot
 // would change it again.
-void EigenIteration::orthogonalize() {
+void EigenIteration::Orthogonalize() {
   for (std::size_t pivot = 0; pivot + 1 < count; ++pivot) {
     double const squaredLength = innerProducts[pivot][pivot];
     if (IsPositive(squaredLength)) {
       for (std::size_t j = pivot + 1; j < count; ++j) {
-        SubtractScaled(image(j), innerProducts[j][pivot] / squaredLength, image(pivot), length);
+        SubtractScaled(Image(j), innerProducts[j][pivot] / squaredLength, Image(pivot), length);
       }
     }
     for (std::size_t j = pivot + 1; j < count; ++j) {
-      innerProducts[j][pivot + 1] = InnerProduct(image(j), image(pivot + 1), length);
+      innerProducts[j][pivot + 1] = InnerProduct(Image(j), Image(pivot + 1), length);
     }
   }
 }
 
 // The images become the next vectors. False if none is left.
-bool EigenIteration::normalizeImages() {
+bool EigenIteration::NormalizeImages() {
   bool anyLeft = false;
   for (std::size_t i = 0; i < count; ++i) {
     double const squaredLength = innerProducts[i][i];
-    bool const usable = squaredLength >= ZeroThreshold && std::isfinite(squaredLength);
+    bool const usable = squaredLength >= zeroThreshold && std::isfinite(squaredLength);
     double const factor = usable ? 1.0 / std::sqrt(squaredLength) : 0.0;
     double* const vector = vectors.data() + i * length;
     // Not a product with 0, which undefined numbers would survive.
-    for (std::size_t k = 0; k < length; ++k) vector[k] = usable ? factor * image(i)[k] : 0.0;
+    for (std::size_t k = 0; k < length; ++k) vector[k] = usable ? factor * Image(i)[k] : 0.0;
     anyLeft = anyLeft || usable;
   }
   return anyLeft;

@@ -12,7 +12,7 @@
 namespace ZaM::detail {
 
 /// Below this a squared length or an eigenvalue counts as zero.
-inline constexpr double ZeroThreshold = 1e-12;
+inline constexpr double zeroThreshold = 1e-12;
 
 /// Whether `value` is a number to divide by: neither zero nor without a bound nor undefined.
 bool IsPositive(double value);
@@ -48,10 +48,10 @@ class EigenIteration {
   void StoreVectors(std::vector<std::vector<double>>& rows) const;
 
  private:
-  double offDiagonalShare();
-  void orthogonalize();
-  bool normalizeImages();
-  double* image(std::size_t vector) { return images.data() + vector * length; }
+  double OffDiagonalShare();
+  void Orthogonalize();
+  bool NormalizeImages();
+  double* Image(std::size_t vector) { return images.data() + vector * length; }
 
   CentredProduct product;
   std::size_t length;  // of a vector: the number of active examples

@@ -29,11 +29,11 @@ constexpr double rounding = std::numeric_limits<double>::epsilon();
 KrylovIteration::KrylovIteration(CentredGram const& matrix, std::vector<std::int8_t> const& activity,
                                  std::size_t vectorCount)
     : product(matrix, activity), length(product.Length()), count(std::min(vectorCount, length)) {
-  reserve(std::min(count, blockWidth));
-  for (; next < width; ++next) fillRandomly(next);
+  Reserve(std::min(count, blockWidth));
+  for (; next < width; ++next) FillRandomly(next);
 }
 
-void KrylovIteration::reserve(std::size_t blockSize) {
+void KrylovIteration::Reserve(std::size_t blockSize) {
   std::size_t const formerCapacity = capacity;
   width = blockSize;
   capacity = std::min(length, 7 * count / 5 + std::max(spareVectors, 2 * width));
@@ -54,99 +54,99 @@ unsigned int KrylovIteration::Run(double epsilon, unsigned int maxPasses, std::f
   for (unsigned int passes = 0;;) {
     if (passes == maxPasses || next == 0) return passes;
     beforePass();
-    multiplyBlock();
+    MultiplyBlock();
     ++passes;
     bool const full = size + next > capacity || next == 0;
-    if (!full && passes != maxPasses && !isApproximationDue()) continue;
+    if (!full && passes != maxPasses && !IsApproximationDue()) continue;
 
-    ReportOutOfMemory([this] { approximate(); });
+    ReportOutOfMemory([this] { Approximate(); });
     if (ritz.values.empty()) return passes;
     double const bound = tolerance * std::abs(ritz.values[0]);
-    converged = size >= count && areResidualsBelow(bound);
-    if (converged && mayLackCopies(bound)) {
+    converged = size >= count && AreResidualsBelow(bound);
+    if (converged && MayLackCopies(bound)) {
       converged = false;
-      ReportOutOfMemory([this] { widenBlock(); });
+      ReportOutOfMemory([this] { WidenBlock(); });
     } else if (converged || passes == maxPasses) {
-      keepApproximations(std::min(count, size));
+      KeepApproximations(std::min(count, size));
       return passes;
     } else if (full) {
-      keepApproximations(std::min(count + width, size - width));
+      KeepApproximations(std::min(count + width, size - width));
     }
   }
 }
 
-void KrylovIteration::multiplyBlock() {
-  product.Multiply(vector(size), next, images.data());
+void KrylovIteration::MultiplyBlock() {
+  product.Multiply(Vector(size), next, images.data());
   last = next;
   size += next;
-  projectImages();
-  makeNextBlock();
+  ProjectImages();
+  MakeNextBlock();
 }
 
 // Takes the images' parts along the basis off, which are the projection's new rows; and once more, since otherwise each
 // pass would multiply what rounding leaves of them.
-void KrylovIteration::projectImages() {
-  for (std::size_t j = 0; j < last; ++j) scale = std::max(scale, norm(image(j)));
-  takePartsOff();
+void KrylovIteration::ProjectImages() {
+  for (std::size_t j = 0; j < last; ++j) scale = std::max(scale, Norm(Image(j)));
+  TakePartsOff();
   for (std::size_t j = 0; j < last; ++j)
     for (std::size_t i = 0, row = size - last + j; i <= row; ++i) projection[i * capacity + row] = parts[j * size + i];
-  takePartsOff();
+  TakePartsOff();
 }
 
-void KrylovIteration::takePartsOff() {
+void KrylovIteration::TakePartsOff() {
   std::fill(parts.begin(), parts.end(), 0.0);
   for (std::size_t start = 0; start < length; start += pieceLength)
     for (std::size_t j = 0; j < last; ++j)
-      AddInnerProducts({basis.data() + start, length, size}, image(j) + start, std::min(pieceLength, length - start),
+      AddInnerProducts({basis.data() + start, length, size}, Image(j) + start, std::min(pieceLength, length - start),
                        parts.data() + j * size);
   for (std::size_t start = 0; start < length; start += pieceLength)
     for (std::size_t j = 0; j < last; ++j)
-      SubtractScaledRows(image(j) + start, parts.data() + j * size, {basis.data() + start, length, size},
+      SubtractScaledRows(Image(j) + start, parts.data() + j * size, {basis.data() + start, length, size},
                          std::min(pieceLength, length - start));
 }
 
 // By the modified Gram-Schmidt process. Where an image has nothing new, the space is exhausted in this direction, and a
 // random vector goes on.
-void KrylovIteration::makeNextBlock() {
-  for (std::size_t j = 0; j < last; ++j) lengths[j] = norm(image(j));
+void KrylovIteration::MakeNextBlock() {
+  for (std::size_t j = 0; j < last; ++j) lengths[j] = Norm(Image(j));
   std::fill(coupling.begin(), coupling.end(), 0.0);
   std::size_t const wanted = std::min(width, length - size);
   for (next = 0; next < wanted; ++next) {
-    double* const x = vector(size + next);
-    double const left = next < last ? norm(image(next)) : 0.0;
+    double* const x = Vector(size + next);
+    double const left = next < last ? Norm(Image(next)) : 0.0;
     if (left > 64.0 * rounding * scale) {
-      for (std::size_t k = 0; k < length; ++k) x[k] = image(next)[k] / left;
-      if (left < shortened * lengths[next]) orthogonalize(size + next);
+      for (std::size_t k = 0; k < length; ++k) x[k] = Image(next)[k] / left;
+      if (left < shortened * lengths[next]) Orthogonalize(size + next);
     } else {
-      fillRandomly(size + next);
-      if (next < last) std::fill_n(image(next), length, 0.0);
+      FillRandomly(size + next);
+      if (next < last) std::fill_n(Image(next), length, 0.0);
     }
     for (std::size_t j = 0; j < last; ++j) {
-      double const part = InnerProduct(x, image(j), length);
-      SubtractScaled(image(j), part, x, length);
+      double const part = InnerProduct(x, Image(j), length);
+      SubtractScaled(Image(j), part, x, length);
       coupling[j * width + next] = part;
     }
   }
 }
 
-double KrylovIteration::norm(double const* x) const {
+double KrylovIteration::Norm(double const* x) const {
   return std::sqrt(InnerProduct(x, x, length));
 }
 
-void KrylovIteration::fillRandomly(std::size_t index) {
-  for (std::size_t k = 0; k < length; ++k) vector(index)[k] = static_cast<double>(random()) / random.max() - 0.5;
-  orthogonalize(index);
+void KrylovIteration::FillRandomly(std::size_t index) {
+  for (std::size_t k = 0; k < length; ++k) Vector(index)[k] = static_cast<double>(random()) / random.max() - 0.5;
+  Orthogonalize(index);
 }
 
 // Makes a vector orthogonal to all before it, and as long as 1. What was much shortened isn't orthogonal enough.
-void KrylovIteration::orthogonalize(std::size_t index) {
-  double* const x = vector(index);
+void KrylovIteration::Orthogonalize(std::size_t index) {
+  double* const x = Vector(index);
   for (int times = 0; times < 3; ++times) {
-    double const before = norm(x);
+    double const before = Norm(x);
     std::fill(along.begin(), along.end(), 0.0);
     AddInnerProducts({basis.data(), length, index}, x, length, along.data());
     SubtractScaledRows(x, along.data(), {basis.data(), length, index}, length);
-    double const after = norm(x);
+    double const after = Norm(x);
     if (after > 0.0)
       for (std::size_t k = 0; k < length; ++k) x[k] /= after;
     if (after > shortened * before) break;
@@ -154,14 +154,14 @@ void KrylovIteration::orthogonalize(std::size_t index) {
 }
 
 // An approximation is due when the passes since the last one have taken about twice its time.
-bool KrylovIteration::isApproximationDue() const {
+bool KrylovIteration::IsApproximationDue() const {
   constexpr double passesTime = 0.045;  // for each entry and vector, where that of an approximation is size³
   double const entries = static_cast<double>(length) * static_cast<double>(length);
   double const size3 = static_cast<double>(size) * static_cast<double>(size) * static_cast<double>(size);
   return size >= count + last && passesTime * entries * static_cast<double>(size - formerSize) >= 2.0 * size3;
 }
 
-void KrylovIteration::approximate() {
+void KrylovIteration::Approximate() {
   formerSize = size;
   ritz = {};
   for (std::size_t i = 0; i < size; ++i)
@@ -173,7 +173,7 @@ void KrylovIteration::approximate() {
 
 // What the matrix makes of an approximation lies in the basis, apart from what the last block couples with the next
 // one.
-bool KrylovIteration::areResidualsBelow(double bound) const {
+bool KrylovIteration::AreResidualsBelow(double bound) const {
   for (std::size_t i = 0; i < count; ++i) {
     double const* const weights = ritz.vectors.data() + (i + 1) * size - last;
     double squaredLength = 0.0;
@@ -188,7 +188,7 @@ bool KrylovIteration::areResidualsBelow(double bound) const {
 }
 
 // Whether as many equal eigenvalues were found as a block can find.
-bool KrylovIteration::mayLackCopies(double bound) const {
+bool KrylovIteration::MayLackCopies(double bound) const {
   if (width >= count || next == 0) return false;
   std::vector<double> values(ritz.values.begin(), ritz.values.begin() + static_cast<std::ptrdiff_t>(count));
   std::sort(values.begin(), values.end());
@@ -201,7 +201,7 @@ bool KrylovIteration::mayLackCopies(double bound) const {
 }
 
 // Replaces the basis by its best approximations. The next block stays behind it.
-void KrylovIteration::keepApproximations(std::size_t kept) {
+void KrylovIteration::KeepApproximations(std::size_t kept) {
   for (std::size_t start = 0; start < length; start += pieceLength) {
     std::size_t const piece = std::min(pieceLength, length - start);
     std::fill(rotated.begin(), rotated.end(), 0.0);
@@ -209,19 +209,19 @@ void KrylovIteration::keepApproximations(std::size_t kept) {
       SubtractScaledRows(rotated.data() + i * pieceLength, ritz.vectors.data() + i * size,
                          {basis.data() + start, length, size}, piece);
     for (std::size_t i = 0; i < kept; ++i)
-      for (std::size_t k = 0; k < piece; ++k) vector(i)[start + k] = -rotated[i * pieceLength + k];
+      for (std::size_t k = 0; k < piece; ++k) Vector(i)[start + k] = -rotated[i * pieceLength + k];
   }
-  std::copy_n(vector(size), next * length, vector(kept));
+  std::copy_n(Vector(size), next * length, Vector(kept));
   size = kept;
   formerSize = kept;
   std::fill(projection.begin(), projection.end(), 0.0);
   for (std::size_t i = 0; i < kept; ++i) projection[i * capacity + i] = ritz.values[i];
 }
 
-void KrylovIteration::widenBlock() {
-  reserve(count);
-  keepApproximations(count);
-  for (; next < std::min(width, length - size); ++next) fillRandomly(size + next);
+void KrylovIteration::WidenBlock() {
+  Reserve(count);
+  KeepApproximations(count);
+  for (; next < std::min(width, length - size); ++next) FillRandomly(size + next);
 }
 
 double KrylovIteration::Eigenvalue(std::size_t index) const {

@@ -45,22 +45,22 @@ class KrylovIteration {
   void StoreVectors(std::vector<std::vector<double>>& rows) const;
 
  private:
-  void reserve(std::size_t blockSize);
-  void multiplyBlock();
-  void projectImages();
-  void takePartsOff();
-  void makeNextBlock();
-  [[nodiscard]] bool isApproximationDue() const;
-  void approximate();
-  [[nodiscard]] bool areResidualsBelow(double bound) const;
-  [[nodiscard]] bool mayLackCopies(double bound) const;
-  void keepApproximations(std::size_t kept);
-  void widenBlock();
-  void fillRandomly(std::size_t index);
-  void orthogonalize(std::size_t index);
-  [[nodiscard]] double norm(double const* vector) const;
-  double* vector(std::size_t index) { return basis.data() + index * length; }
-  double* image(std::size_t index) { return images.data() + index * length; }
+  void Reserve(std::size_t blockSize);
+  void MultiplyBlock();
+  void ProjectImages();
+  void TakePartsOff();
+  void MakeNextBlock();
+  [[nodiscard]] bool IsApproximationDue() const;
+  void Approximate();
+  [[nodiscard]] bool AreResidualsBelow(double bound) const;
+  [[nodiscard]] bool MayLackCopies(double bound) const;
+  void KeepApproximations(std::size_t kept);
+  void WidenBlock();
+  void FillRandomly(std::size_t index);
+  void Orthogonalize(std::size_t index);
+  [[nodiscard]] double Norm(double const* vector) const;
+  double* Vector(std::size_t index) { return basis.data() + index * length; }
+  double* Image(std::size_t index) { return images.data() + index * length; }
 
   CentredProduct product;
   std::size_t length;  // of a vector: the number of active examples

@@ -19,7 +19,7 @@ namespace ZaM {
 
 namespace {
 
-std::int32_t toIndex(std::size_t number) {
+std::int32_t ToIndex(std::size_t number) {
   return static_cast<std::int32_t>(std::min<std::size_t>(number, std::numeric_limits<std::int32_t>::max()));
 }
 
@@ -36,9 +36,9 @@ void PcaAnalyzer::DoAlgorithm(Control* control) {
   if (parameters->GetDoExamples()) setExamples(parameters);
   if (parameters->GetDoLearn() || parameters->GetDoInsert() || parameters->GetDoRemove())
     enableAcceleration = parameters->GetEnableAcceleration();
-  if (parameters->GetDoLearn()) learnAnew(*parameters);
-  if (parameters->GetDoInsert()) insert();
-  if (parameters->GetDoRemove()) remove();
+  if (parameters->GetDoLearn()) LearnAnew(*parameters);
+  if (parameters->GetDoInsert()) Insert();
+  if (parameters->GetDoRemove()) Remove();
   if (parameters->GetDoProject()) {
     batch = parameters->GetDoBatch();
     resultTag = parameters->GetResultTag();
@@ -65,16 +65,16 @@ void PcaAnalyzer::setExamples(PcaControl* control) {
   exampleCount = static_cast<unsigned int>(std::count(activity.begin(), activity.end(), targetActivity));
 }
 
-void PcaAnalyzer::learnAnew(PcaControl const& control) {
+void PcaAnalyzer::LearnAnew(PcaControl const& control) {
   unsigned int const capacity = std::max(maxExamples, control.GetMaxExamples());
   ReportOutOfMemory([&] {
-    RequireAtMost(u"MaxExamples", capacity, MostExamples);
-    RequireAtMost(u"numbers of all vectors", entryCount(control.GetDimension(), capacity), MostEntries);
+    RequireAtMost(u"MaxExamples", capacity, mostExamples);
+    RequireAtMost(u"numbers of all vectors", EntryCount(control.GetDimension(), capacity), mostEntries);
   });
-  checkCapacity(capacity);
+  CheckCapacity(capacity);
 
   dimension = control.GetDimension();
-  maxIterations = std::min(control.GetMaxIterations(), MostPasses);
+  maxIterations = std::min(control.GetMaxIterations(), mostPasses);
   maxExamples = capacity;
   epsilon = control.GetEpsilon() > 0.0 ? control.GetEpsilon() : 0.0;
   enableRelearn = control.GetEnableRelearn();
@@ -82,26 +82,26 @@ void PcaAnalyzer::learnAnew(PcaControl const& control) {
   try {
     if (prepare()) learn(eigenVectors);
   } catch (...) {
-    forgetModel();
+    ForgetModel();
     throw;
   }
 }
 
-std::size_t PcaAnalyzer::entryCount(unsigned int components, unsigned int capacity) {
+std::size_t PcaAnalyzer::EntryCount(unsigned int components, unsigned int capacity) {
   return (std::size_t{components} + 1) * capacity;
 }
 
-void PcaAnalyzer::checkCapacity(std::size_t capacity) const {
+void PcaAnalyzer::CheckCapacity(std::size_t capacity) const {
   if (examples.size() > capacity)
-    throw OutOfBoundsException(ErrorId::IndexOutOfRange, toIndex(examples.size() - 1), toIndex(capacity));
+    throw OutOfBoundsException(ErrorId::IndexOutOfRange, ToIndex(examples.size() - 1), ToIndex(capacity));
 }
 
 void PcaAnalyzer::allocate() {
   ReportOutOfMemory([this] {
     gramRowSums.resize(maxExamples);
-    eigenValues.resize(vectorCount());
+    eigenValues.resize(VectorCount());
     gram.resize(maxExamples);
-    eigenVectors.resize(vectorCount());
+    eigenVectors.resize(VectorCount());
   });
 }
 
@@ -113,7 +113,7 @@ void PcaAnalyzer::deallocate() {
   eigenVectors = std::vector<std::vector<double>>();
 }
 
-void PcaAnalyzer::forgetModel() {
+void PcaAnalyzer::ForgetModel() {
   deallocate();
   exampleCount = 0;
   passes = 0;
@@ -121,11 +121,11 @@ void PcaAnalyzer::forgetModel() {
 }
 
 // Not so after a learning that was refused, which leaves vectors without entries.
-bool PcaAnalyzer::hasModel() const {
+bool PcaAnalyzer::HasModel() const {
   return std::any_of(eigenVectors.begin(), eigenVectors.end(), [](auto const& vector) { return !vector.empty(); });
 }
 
-bool PcaAnalyzer::hasGramRow(std::size_t index) const {
+bool PcaAnalyzer::HasGramRow(std::size_t index) const {
   return index < gram.size() && gram[index].size() > index;
 }
 
@@ -134,7 +134,7 @@ class PcaAnalyzer::Projection {
  public:
   explicit Projection(PcaAnalyzer const& model)
       : analyzer(model),
-        partners(std::min(model.examples.size(), model.reach())),
+        partners(std::min(model.examples.size(), model.Reach())),
         products(partners.size()),
         coordinates(model.dimension) {
     for (std::size_t j = 0; j < partners.size(); ++j) {
@@ -145,7 +145,7 @@ class PcaAnalyzer::Projection {
   /// Valid until the next call.
   std::vector<float> const& Project(Representation const& document) {
     double const inverse = 1.0 / analyzer.exampleCount;
-    multiplyWithExamples(document, inverse);
+    MultiplyWithExamples(document, inverse);
     for (std::size_t i = 0; i < coordinates.size(); ++i) {
       // A product with a vector of zeros wouldn't do: what `dot` gave may be infinite.
       bool const vanished = !detail::IsPositive(analyzer.eigenValues[i]);
@@ -158,7 +158,7 @@ class PcaAnalyzer::Projection {
 
  private:
   // The row of the centred Gram matrix that the document would have; 0 for examples that aren't active.
-  void multiplyWithExamples(Representation const& document, double inverse) {
+  void MultiplyWithExamples(Representation const& document, double inverse) {
     DotAll(document, partners.data(), partners.size(), products.data());
     double total = 0.0;
     for (std::size_t j = 0; j < products.size(); ++j) {
@@ -177,36 +177,36 @@ class PcaAnalyzer::Projection {
 };
 
 void PcaAnalyzer::project(Node* node) {
-  if (exampleCount == 0 || !hasModel()) return;
-  checkReach();
+  if (exampleCount == 0 || !HasModel()) return;
+  CheckReach();
   auto projection = ReportOutOfMemory([this] { return Projection(*this); });
   detail::WalkDocuments(node, [&](DocumentNode& document) {
     Representation const* const representation = document.GetRepresentation(representationTag);
     if (representation && representation->IsValid()) {
-      replaceResult(document, projection.Project(*representation));
+      ReplaceResult(document, projection.Project(*representation));
     }
     return batch;
   });
 }
 
 // The vectors have to be those of the components, and to hold a place for every active example.
-void PcaAnalyzer::checkReach() const {
-  if (eigenVectors.size() < vectorCount())
-    throw OutOfBoundsException(ErrorId::IndexOutOfRange, toIndex(dimension), toIndex(eigenVectors.size()));
-  std::size_t const places = reach();
+void PcaAnalyzer::CheckReach() const {
+  if (eigenVectors.size() < VectorCount())
+    throw OutOfBoundsException(ErrorId::IndexOutOfRange, ToIndex(dimension), ToIndex(eigenVectors.size()));
+  std::size_t const places = Reach();
   for (std::size_t i = places; i < examples.size(); ++i) {
-    if (activity[i] > 0) throw OutOfBoundsException(ErrorId::IndexOutOfRange, toIndex(i), toIndex(places));
+    if (activity[i] > 0) throw OutOfBoundsException(ErrorId::IndexOutOfRange, ToIndex(i), ToIndex(places));
   }
 }
 
 // The number of examples that all parts of the model have a place for.
-std::size_t PcaAnalyzer::reach() const {
+std::size_t PcaAnalyzer::Reach() const {
   std::size_t places = gramRowSums.size();
   for (std::vector<double> const& vector : eigenVectors) places = std::min(places, vector.size());
   return places;
 }
 
-void PcaAnalyzer::replaceResult(DocumentNode& document, std::vector<float> const& coordinates) const {
+void PcaAnalyzer::ReplaceResult(DocumentNode& document, std::vector<float> const& coordinates) const {
   Ref<FullResult> result(FullResult::Create());
   result->SetResults(coordinates);
   result->SetTagId(resultTag.id);

@@ -65,7 +65,7 @@ class Node;
 /// before each run: one that stays at -1 is subtracted again by the next removal, so give it -2. A model for n = 0
 /// examples has eigenvalues of 0.
 ///
-/// Limits: at most `MostExamples` examples, and `MostEntries` entries of (`Dimension` + 1) vectors of `MaxExamples`.
+/// Limits: at most `mostExamples` examples, and `mostEntries` entries of (`Dimension` + 1) vectors of `MaxExamples`.
 /// Memory: a lower triangle of N·(N + 1)/2 doubles for N examples, and (Dimension + 1) · MaxExamples of the vectors;
 ///         during a learning twice as much for the vectors, and with acceleration up to six times as much.
 /// Exactness: the same calls give the same bits in the same build on machines of one kind; the code for sums is chosen
@@ -87,11 +87,11 @@ class Node;
 class ZAM_EXPORT PcaAnalyzer : public Algorithm {
  public:
   /// The greatest number of examples that a model can have room for: 2²⁰.
-  static constexpr unsigned int MostExamples = 1U << 20;
+  static constexpr unsigned int mostExamples = 1U << 20;
   /// The greatest number of passes of one iteration: 2²⁰.
-  static constexpr unsigned int MostPasses = 1U << 20;
+  static constexpr unsigned int mostPasses = 1U << 20;
   /// The greatest number of entries of all vectors of a model: 2²⁷, which are 1 GiB.
-  static constexpr std::size_t MostEntries = std::size_t{1} << 27;
+  static constexpr std::size_t mostEntries = std::size_t{1} << 27;
 
   PcaAnalyzer() = default;
   PcaAnalyzer(PcaAnalyzer const&) = default;
@@ -128,7 +128,7 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
   /// in the order that they had when the model was saved.
   ///
   /// False, and nothing is changed, if `stream` is null or not good, or if the header breaks the limits, wants more
-  /// than `MostPasses` passes, or has a threshold that is negative or no number. False if the stream ends early: within
+  /// than `mostPasses` passes, or has a threshold that is negative or no number. False if the stream ends early: within
   /// the header, the fields that were complete have changed, and the former model is still in place unless one of them
   /// belongs to it; behind the header, there is no model. No more memory is taken than a small multiple of what the
   /// stream really holds. Throws BaseException with id 5 when memory runs out; there is no model then.
@@ -142,51 +142,51 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
 
   void allocate();
   void deallocate();
-  void forgetModel();
+  void ForgetModel();
   void setExamples(PcaControl* control);
 
-  void learnAnew(PcaControl const& control);
+  void LearnAnew(PcaControl const& control);
   bool prepare();
-  void makeGram();
-  [[nodiscard]] std::vector<std::vector<double>> startVectors() const;
+  void MakeGram();
+  [[nodiscard]] std::vector<std::vector<double>> StartVectors() const;
   void learn(std::vector<std::vector<double>> const& start);
   template <class Iteration>
-  void run(Iteration& iteration);
-  void reportPass() const;
-  void scaleVector(std::size_t index);
+  void Run(Iteration& iteration);
+  void ReportPass() const;
+  void ScaleVector(std::size_t index);
 
-  void insert();
+  void Insert();
   bool prepareInsert();
-  void makeNewGram(std::size_t index);
-  void forgetGram(std::size_t index);
-  void forgetFormerSums();
-  void insertIntoSums(std::size_t index);
-  static void checkNumber(double number);
-  void checkSums() const;
-  void forgetEntries(std::size_t index);
-  void remove();
+  void MakeNewGram(std::size_t index);
+  void ForgetGram(std::size_t index);
+  void ForgetFormerSums();
+  void InsertIntoSums(std::size_t index);
+  static void CheckNumber(double number);
+  void CheckSums() const;
+  void ForgetEntries(std::size_t index);
+  void Remove();
   bool prepareRemove();
-  void removeFromSums(std::size_t index);
-  void checkChange(bool removing) const;
-  [[nodiscard]] Sums copySums() const;
-  void restoreSums(Sums& former);
+  void RemoveFromSums(std::size_t index);
+  void CheckChange(bool removing) const;
+  [[nodiscard]] Sums CopySums() const;
+  void RestoreSums(Sums& former);
 
   void project(Node* node);
-  void checkReach() const;
-  [[nodiscard]] std::size_t reach() const;
-  void replaceResult(DocumentNode& document, std::vector<float> const& coordinates) const;
+  void CheckReach() const;
+  [[nodiscard]] std::size_t Reach() const;
+  void ReplaceResult(DocumentNode& document, std::vector<float> const& coordinates) const;
 
-  void saveGramRow(std::basic_ostream<char>& stream, std::size_t index) const;
-  bool loadHeader(char const* bytes, std::size_t size);
-  bool loadBody(std::basic_istream<char>& stream);
+  void SaveGramRow(std::basic_ostream<char>& stream, std::size_t index) const;
+  bool LoadHeader(char const* bytes, std::size_t size);
+  bool LoadBody(std::basic_istream<char>& stream);
 
-  static std::size_t entryCount(unsigned int components, unsigned int capacity);
-  void checkCapacity(std::size_t capacity) const;
-  [[nodiscard]] bool hasModel() const;
-  [[nodiscard]] bool isComplete() const;
-  [[nodiscard]] bool hasGramRow(std::size_t index) const;
-  [[nodiscard]] bool isNew(std::size_t index) const { return examples[index] && activity[index] == 0; }
-  [[nodiscard]] std::size_t vectorCount() const { return std::size_t{dimension} + 1; }
+  static std::size_t EntryCount(unsigned int components, unsigned int capacity);
+  void CheckCapacity(std::size_t capacity) const;
+  [[nodiscard]] bool HasModel() const;
+  [[nodiscard]] bool IsComplete() const;
+  [[nodiscard]] bool HasGramRow(std::size_t index) const;
+  [[nodiscard]] bool IsNew(std::size_t index) const { return examples[index] && activity[index] == 0; }
+  [[nodiscard]] std::size_t VectorCount() const { return std::size_t{dimension} + 1; }
 
   bool batch = true;
   bool enableRelearn = false;

@@ -25,18 +25,18 @@ class StartNumbers {
 }  // namespace
 
 bool PcaAnalyzer::prepare() {
-  forgetModel();
+  ForgetModel();
   allocate();
   exampleCount = static_cast<unsigned int>(examples.size());
-  constexpr unsigned int FewestExamples = 4;
-  if (exampleCount < FewestExamples) return false;
-  makeGram();
-  eigenVectors = startVectors();
+  constexpr unsigned int fewestExamples = 4;
+  if (exampleCount < fewestExamples) return false;
+  MakeGram();
+  eigenVectors = StartVectors();
   return true;
 }
 
 // All examples take part, whatever their activity.
-void PcaAnalyzer::makeGram() {
+void PcaAnalyzer::MakeGram() {
   for (std::size_t i = 0; i < examples.size(); ++i) {
     ReportOutOfMemory([&] { gram[i].resize(i + 1); });
     if (examples[i]) DotAll(*examples[i], examples.data(), i + 1, gram[i].data());
@@ -53,24 +53,24 @@ void PcaAnalyzer::makeGram() {
 }
 
 // One vector of random numbers and cosines of rising frequency, all in the scale of the first.
-std::vector<std::vector<double>> PcaAnalyzer::startVectors() const {
-  constexpr double RandomScale = 32768.0;
-  constexpr double FullCircle = 6.283185307179586;
+std::vector<std::vector<double>> PcaAnalyzer::StartVectors() const {
+  constexpr double randomScale = 32768.0;
+  constexpr double fullCircle = 6.283185307179586;
   auto vectors = ReportOutOfMemory(
-      [this] { return std::vector<std::vector<double>>(vectorCount(), std::vector<double>(maxExamples)); });
+      [this] { return std::vector<std::vector<double>>(VectorCount(), std::vector<double>(maxExamples)); });
 
   StartNumbers numbers;
   std::size_t const count = examples.size();
   std::vector<double>& random = vectors.front();
   double squaredLength = 0.0;
   for (std::size_t j = 0; j < count; ++j) {
-    random[j] = numbers.Next() / RandomScale;
+    random[j] = numbers.Next() / randomScale;
     squaredLength += random[j] * random[j];
   }
   double const scale = 1.0 / std::sqrt(squaredLength);
   for (std::size_t j = 0; j < count; ++j) random[j] *= scale;
 
-  double const step = FullCircle / static_cast<double>(count);
+  double const step = fullCircle / static_cast<double>(count);
   for (std::size_t i = 1; i < vectors.size(); ++i) {
     double const frequency = static_cast<double>(i) * step;
     for (std::size_t j = 0; j < count; ++j) {
@@ -87,34 +87,34 @@ void PcaAnalyzer::learn(std::vector<std::vector<double>> const& start) {
                                    .total = gramTotal,
                                    .exampleCount = static_cast<double>(exampleCount)};
   if (enableAcceleration) {
-    auto iteration = ReportOutOfMemory([&] { return detail::KrylovIteration(matrix, activity, vectorCount()); });
-    run(iteration);
+    auto iteration = ReportOutOfMemory([&] { return detail::KrylovIteration(matrix, activity, VectorCount()); });
+    Run(iteration);
   } else {
-    auto iteration = ReportOutOfMemory([&] { return detail::EigenIteration(matrix, activity, vectorCount()); });
+    auto iteration = ReportOutOfMemory([&] { return detail::EigenIteration(matrix, activity, VectorCount()); });
     iteration.LoadVectors(start);
-    run(iteration);
+    Run(iteration);
   }
 }
 
 template <class Iteration>
-void PcaAnalyzer::run(Iteration& iteration) {
-  constexpr unsigned int DefaultPasses = 1000;  // where no limit was set, which might be never to converge
+void PcaAnalyzer::Run(Iteration& iteration) {
+  constexpr unsigned int defaultPasses = 1000;  // where no limit was set, which might be never to converge
   ReportOutOfMemory([this] {
     for (std::vector<double>& vector : eigenVectors) vector.resize(maxExamples);
   });
   unsigned int const done =
-      iteration.Run(epsilon, maxIterations == 0 ? DefaultPasses : maxIterations, [this] { reportPass(); });
+      iteration.Run(epsilon, maxIterations == 0 ? defaultPasses : maxIterations, [this] { ReportPass(); });
   passes = done;
   converged = iteration.Converged();
 
   iteration.StoreVectors(eigenVectors);
-  for (std::size_t i = 0; i < vectorCount(); ++i) {
+  for (std::size_t i = 0; i < VectorCount(); ++i) {
     eigenValues[i] = iteration.Eigenvalue(i);
-    scaleVector(i);
+    ScaleVector(i);
   }
 }
 
-void PcaAnalyzer::reportPass() const {
+void PcaAnalyzer::ReportPass() const {
   if (!callBack) return;
   bool canceled = false;
   callBack->Increment(1, &canceled);
@@ -122,7 +122,7 @@ void PcaAnalyzer::reportPass() const {
 }
 
 // The squared length of a vector becomes sqrt(n) / eigenvalue, so that a projection needs no factor of its own.
-void PcaAnalyzer::scaleVector(std::size_t index) {
+void PcaAnalyzer::ScaleVector(std::size_t index) {
   double const eigenvalue = eigenValues[index];
   bool const vanished = !detail::IsPositive(eigenvalue);
   double const factor = vanished ? 0.0 : std::sqrt(std::sqrt(static_cast<double>(exampleCount)) / eigenvalue);

@@ -12,7 +12,7 @@ namespace ZaM {
 
 namespace {
 
-constexpr std::int8_t ToRemove = -1;
+constexpr std::int8_t toRemove = -1;
 
 }  // namespace
 
@@ -24,65 +24,65 @@ struct PcaAnalyzer::Sums {
   unsigned int exampleCount;
 };
 
-PcaAnalyzer::Sums PcaAnalyzer::copySums() const {
+PcaAnalyzer::Sums PcaAnalyzer::CopySums() const {
   return ReportOutOfMemory([this] { return Sums{activity, gramRowSums, gramTotal, exampleCount}; });
 }
 
-void PcaAnalyzer::restoreSums(Sums& former) {
+void PcaAnalyzer::RestoreSums(Sums& former) {
   activity.swap(former.activity);
   gramRowSums.swap(former.gramRowSums);
   gramTotal = former.gramTotal;
   exampleCount = former.exampleCount;
 }
 
-void PcaAnalyzer::insert() {
-  checkChange(false);
-  bool const hadModel = hasModel();
+void PcaAnalyzer::Insert() {
+  CheckChange(false);
+  bool const hadModel = HasModel();
   bool const hadActive = std::any_of(activity.begin(), activity.end(), [](int value) { return value > 0; });
-  Sums former = copySums();
+  Sums former = CopySums();
   try {
     if (!prepareInsert()) return;
-    checkSums();
-    if (!hadModel) eigenVectors = startVectors();
+    CheckSums();
+    if (!hadModel) eigenVectors = StartVectors();
     if (hadActive) {
       learn(eigenVectors);
     } else {
-      learn(startVectors());  // the former vectors have nothing at new examples
+      learn(StartVectors());  // the former vectors have nothing at new examples
     }
   } catch (...) {
-    restoreSums(former);
+    RestoreSums(former);
     if (!hadModel) deallocate();
     for (std::size_t i = 0; i < gram.size() && i < examples.size(); ++i) {
-      if (isNew(i)) forgetGram(i);
+      if (IsNew(i)) ForgetGram(i);
     }
     throw;
   }
 }
 
-void PcaAnalyzer::remove() {
-  checkChange(true);
-  Sums former = copySums();
+void PcaAnalyzer::Remove() {
+  CheckChange(true);
+  Sums former = CopySums();
   try {
     allocate();
     if (prepareRemove()) learn(eigenVectors);
   } catch (...) {
-    restoreSums(former);
+    RestoreSums(former);
     throw;
   }
 }
 
 // Refuses a change for which the model has no room or lacks rows of its Gram matrix. A run without a marked example
 // has nothing to change.
-void PcaAnalyzer::checkChange(bool removing) const {
+void PcaAnalyzer::CheckChange(bool removing) const {
   bool marked = false;
   bool complete = true;
   for (std::size_t i = 0; i < examples.size(); ++i) {
-    bool const leaves = removing && activity[i] == ToRemove;
-    marked = marked || leaves || (!removing && isNew(i));
-    complete = complete && (hasGramRow(i) || !(activity[i] > 0 || leaves));
+    bool const leaves = removing && activity[i] == toRemove;
+    marked = marked || leaves || (!removing && IsNew(i));
+    complete = complete && (HasGramRow(i) || !(activity[i] > 0 || leaves));
   }
   if (!marked) return;
-  checkCapacity(maxExamples);
+  CheckCapacity(maxExamples);
   if (!complete)
     ReportOutOfMemory([] { throw BaseException(ErrorId::IncompleteSettings, u"Gram matrix of the examples"); });
 }
@@ -92,70 +92,70 @@ bool PcaAnalyzer::prepareInsert() {
   // From the last to the first: the row of a later one has to have its size before an earlier one writes into it.
   bool marked = false;
   for (std::size_t i = examples.size(); i-- > 0;) {
-    if (!isNew(i)) continue;
-    makeNewGram(i);
+    if (!IsNew(i)) continue;
+    MakeNewGram(i);
     marked = true;
   }
-  if (marked) forgetFormerSums();
+  if (marked) ForgetFormerSums();
 
   exampleCount = 0;
   for (std::size_t i = 0; i < examples.size(); ++i) {
     if (activity[i] >= 0) ++exampleCount;
-    if (!isNew(i)) continue;
-    insertIntoSums(i);
-    forgetEntries(i);
+    if (!IsNew(i)) continue;
+    InsertIntoSums(i);
+    ForgetEntries(i);
   }
   return marked;
 }
 
 // Pairs of two new examples are computed twice. An example that keeps its place free has no row. A pair with an example
 // that isn't in the model, or leaves in this run, counts as 0: there may be a number of an earlier user of the place.
-void PcaAnalyzer::makeNewGram(std::size_t index) {
+void PcaAnalyzer::MakeNewGram(std::size_t index) {
   auto [partners, products] = ReportOutOfMemory([&] {
-    if (!hasGramRow(index)) gram[index].resize(index + 1);
+    if (!HasGramRow(index)) gram[index].resize(index + 1);
     return std::pair(std::vector<Representation const*>(examples.size()), std::vector<double>(examples.size()));
   });
   for (std::size_t j = 0; j < examples.size(); ++j) {
-    if (activity[j] >= 0 && (j <= index || hasGramRow(j))) partners[j] = examples[j];
+    if (activity[j] >= 0 && (j <= index || HasGramRow(j))) partners[j] = examples[j];
   }
   DotAll(*examples[index], partners.data(), partners.size(), products.data());
   for (std::size_t j = 0; j < examples.size(); ++j) {
-    checkNumber(products[j]);
+    CheckNumber(products[j]);
     if (j <= index) gram[index][j] = products[j];
-    if (j > index && hasGramRow(j)) gram[j][index] = products[j];
+    if (j > index && HasGramRow(j)) gram[j][index] = products[j];
   }
 }
 
 // One number that is none would be in all sums for ever.
-void PcaAnalyzer::checkNumber(double number) {
+void PcaAnalyzer::CheckNumber(double number) {
   if (!std::isfinite(number))
     ReportOutOfMemory(
         [] { throw BaseException(ErrorId::InvalidArgument, u"dot of the examples is no finite number"); });
 }
 
-void PcaAnalyzer::checkSums() const {
-  checkNumber(gramTotal);
+void PcaAnalyzer::CheckSums() const {
+  CheckNumber(gramTotal);
   for (std::size_t i = 0; i < examples.size(); ++i) {
-    if (activity[i] > 0) checkNumber(gramRowSums[i]);
+    if (activity[i] > 0) CheckNumber(gramRowSums[i]);
   }
 }
 
 // The sums are those of examples that are all gone if none is in the model, nor about to leave it.
-void PcaAnalyzer::forgetFormerSums() {
-  if (std::any_of(activity.begin(), activity.end(), [](int value) { return value > 0 || value == ToRemove; })) return;
+void PcaAnalyzer::ForgetFormerSums() {
+  if (std::any_of(activity.begin(), activity.end(), [](int value) { return value > 0 || value == toRemove; })) return;
   std::fill(gramRowSums.begin(), gramRowSums.end(), 0.0);
   gramTotal = 0.0;
 }
 
 // A removal would take entries of an example that didn't come in for a part of the model.
-void PcaAnalyzer::forgetGram(std::size_t index) {
+void PcaAnalyzer::ForgetGram(std::size_t index) {
   std::fill(gram[index].begin(), gram[index].end(), 0.0);
   for (std::size_t j = index + 1; j < examples.size(); ++j) {
-    if (hasGramRow(j)) gram[j][index] = 0.0;
+    if (HasGramRow(j)) gram[j][index] = 0.0;
   }
 }
 
-void PcaAnalyzer::insertIntoSums(std::size_t index) {
+void PcaAnalyzer::InsertIntoSums(std::size_t index) {
   double sum = 0.0;
   for (std::size_t j = 0; j < index; ++j) {
     if (activity[j] <= 0) continue;
@@ -175,7 +175,7 @@ void PcaAnalyzer::insertIntoSums(std::size_t index) {
 
 // What an earlier user of the place left in the vectors has grown with every learning since, and might outweigh all
 // other entries by now.
-void PcaAnalyzer::forgetEntries(std::size_t index) {
+void PcaAnalyzer::ForgetEntries(std::size_t index) {
   for (std::vector<double>& vector : eigenVectors) {
     if (index < vector.size()) vector[index] = 0.0;
   }
@@ -186,8 +186,8 @@ bool PcaAnalyzer::prepareRemove() {
   exampleCount = 0;
   for (std::size_t i = 0; i < examples.size(); ++i) {
     if (activity[i] >= 0) ++exampleCount;
-    if (activity[i] != ToRemove) continue;
-    removeFromSums(i);
+    if (activity[i] != toRemove) continue;
+    RemoveFromSums(i);
     ++removed;
   }
   return removed != 0;
@@ -195,7 +195,7 @@ bool PcaAnalyzer::prepareRemove() {
 
 // A pair of two examples that leave together goes with the earlier one: the later one is still a partner of it, while
 // the earlier one isn't of the later any more. Other examples that aren't active have no pairs in the sums.
-void PcaAnalyzer::removeFromSums(std::size_t index) {
+void PcaAnalyzer::RemoveFromSums(std::size_t index) {
   double sum = 0.0;
   for (std::size_t j = 0; j < index; ++j) {
     if (activity[j] <= 0) continue;
@@ -203,7 +203,7 @@ void PcaAnalyzer::removeFromSums(std::size_t index) {
     sum += gram[index][j];
   }
   for (std::size_t j = index + 1; j < examples.size(); ++j) {
-    if (activity[j] <= 0 && activity[j] != ToRemove) continue;
+    if (activity[j] <= 0 && activity[j] != toRemove) continue;
     gramRowSums[j] -= gram[j][index];
     sum += gram[j][index];
   }

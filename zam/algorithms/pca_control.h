@@ -78,7 +78,7 @@ class ZAM_EXPORT PcaControl : public Control {
   void SetDimension(unsigned int count) { dimension = count; }
 
   /// The greatest number of passes of the eigen iteration; 0 stands for 1000, and more than
-  /// `PcaAnalyzer::MostPasses` stand for these. 1000 by default.
+  /// `PcaAnalyzer::mostPasses` stand for these. 1000 by default.
   unsigned int GetMaxIterations() const { return maxIterations; }
   void SetMaxIterations(unsigned int count) { maxIterations = count; }
 

@@ -1,6 +1,6 @@
 // Under a name of its own: where a program uses Eigen too and compiles it for another processor, the linker mustn't
 // take one copy of a template for both.
-#define Eigen ZamEigen
+#define Eigen ZamEigen  // NOLINT(readability-identifier-naming)
 #include "zam/algorithms/small_eigenproblem.h"
 
 #include <Eigen/Eigenvalues>

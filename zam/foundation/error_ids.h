@@ -7,6 +7,8 @@
 /// The numbers of the failures, each with the class that carries it: `BaseException(ErrorId::OutOfMemory)`.
 namespace ZaM::ErrorId {
 
+// NOLINTBEGIN(readability-identifier-naming): they are named and used like enumerators.
+
 /// BaseException: an argument can't be used, such as a null callback or a text that is no UUID.
 inline constexpr std::int32_t InvalidArgument = 1;
 /// BaseException, by programs: a path can't be used.
@@ -77,6 +79,8 @@ inline constexpr std::int32_t FileStillOpen = 3004;
 inline constexpr std::int32_t IllegalXmlCharacters = 3005;
 /// LimitExceededException: something is larger than the library takes.
 inline constexpr std::int32_t LimitExceeded = 4001;
+
+// NOLINTEND(readability-identifier-naming)
 
 }  // namespace ZaM::ErrorId
 

@@ -23,7 +23,7 @@ class OwnModule final : public Module {
   OwnModule() {
     try {
       wstring const folder = platform::FolderOfThisLibrary();
-      if (!folder.empty()) setPath(folder + u"/zam/zam.mod");
+      if (!folder.empty()) SetPath(folder + u"/zam/zam.mod");
     } catch (std::bad_alloc const&) {
       // Without a path there are no satellites, which is no failure.
     }
@@ -39,7 +39,7 @@ class OwnModule final : public Module {
 
  private:
   /// A path too long for a module's is left out.
-  void setPath(std::u16string_view whole) {
+  void SetPath(std::u16string_view whole) {
     if (whole.size() > path.size()) return;
     std::copy(whole.begin(), whole.end(), path.begin());
     pathLength = whole.size();
@@ -85,7 +85,7 @@ LibraryTexts::LibraryTexts() {
 
 LibraryTexts::~LibraryTexts() {
   inForce = nullptr;
-  Instance().freeSatellites();
+  Instance().FreeSatellites();
   Chosen().byName.clear();
 }
 
@@ -100,7 +100,7 @@ bool LibraryTexts::Choose(wstring const& language) {
   auto place = byName.find(language);
   if (place == byName.end()) {
     ResMgr texts;
-    if (!texts.initIn(LibraryModule(), language)) return false;
+    if (!texts.InitIn(LibraryModule(), language)) return false;
     place = byName.emplace(language, texts).first;
   }
   inForce.store(&place->second, std::memory_order_release);

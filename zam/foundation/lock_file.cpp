@@ -15,7 +15,7 @@ using platform::LockFile;
 
 namespace {
 
-void* invalidLock() {
+void* InvalidLock() {
   return reinterpret_cast<void*>(-1);
 }
 
@@ -39,14 +39,14 @@ std::unique_ptr<LockFile> Take(wstring const& path, std::chrono::milliseconds wa
 void* ZamLockfileCreate(wstring const& path, int waitTime, int retries) {
   try {
     std::unique_ptr<LockFile> lock = Take(path, std::chrono::milliseconds(std::max(waitTime, 0)), retries);
-    return lock ? lock.release() : invalidLock();
+    return lock ? lock.release() : InvalidLock();
   } catch (std::bad_alloc const&) {
-    return invalidLock();
+    return InvalidLock();
   }
 }
 
 void ZamLockfileRelease(void* handle) {
-  if (handle != invalidLock()) delete static_cast<LockFile*>(handle);
+  if (handle != InvalidLock()) delete static_cast<LockFile*>(handle);
 }
 
 }  // namespace ZaM

@@ -17,7 +17,7 @@ namespace {
 
 using Expression = boost::basic_regex<wchar, detail::RegexTraits>;
 
-Expression compile(wstring const& pattern, bool ignoreCase) {
+Expression Compile(wstring const& pattern, bool ignoreCase) {
   auto const flags = ignoreCase ? boost::regex_constants::icase : boost::regex_constants::normal;
   return Expression(pattern.data(), pattern.data() + pattern.size(), flags);
 }
@@ -88,7 +88,7 @@ struct Block {
 
 /// Destroys a list that a RecordList made; null is none. Records hold nothing but their place, so that they end with
 /// their blocks.
-void destroyList(_Match* head) {
+void DestroyList(_Match* head) {
   for (auto* block = reinterpret_cast<Block*>(head); block;) delete std::exchange(block, block->next);
 }
 
@@ -135,17 +135,17 @@ _Match::~_Match() {
 
 Regex::Regex(wstring expression, bool ignoringCase)
     : pattern(std::move(expression)), ignoreCase(ignoringCase), matches(nullptr) {
-  ReportOutOfMemory([&] { compile(pattern, false); });
+  ReportOutOfMemory([&] { Compile(pattern, false); });
 }
 
 Regex::~Regex() {
-  destroyList(matches);
+  DestroyList(matches);
 }
 
 _Match* Regex::Match(wstring text) {
-  destroyList(std::exchange(matches, nullptr));
+  DestroyList(std::exchange(matches, nullptr));
   ReportOutOfMemory([&] {
-    Expression const expression = compile(pattern, ignoreCase);
+    Expression const expression = Compile(pattern, ignoreCase);
     RecordList list(matches);
     Steps steps(text.size());
     CountingIterator const begin(text.data(), steps);

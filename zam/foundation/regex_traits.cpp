@@ -15,7 +15,7 @@ namespace {
 // What the engine knows about ASCII, whatever the type of its characters.
 namespace defaults = boost::BOOST_REGEX_DETAIL_NS;
 
-constexpr bool isAscii(wchar unit) {
+constexpr bool IsAscii(wchar unit) {
   return unit < 0x80;
 }
 
@@ -24,43 +24,43 @@ struct NamedClass {
   std::uint32_t classes;
 };
 
-constexpr std::uint32_t horizontalSpaceClass = platform::blankClass | platform::tabulatorClass;
-constexpr std::uint32_t spaceClass = horizontalSpaceClass | platform::verticalSpaceClass;
-constexpr std::uint32_t wordClass = platform::alphaClass | platform::digitClass | platform::underscoreClass;
+constexpr std::uint32_t horizontalSpaceClass = platform::BlankClass | platform::TabulatorClass;
+constexpr std::uint32_t spaceClass = horizontalSpaceClass | platform::VerticalSpaceClass;
+constexpr std::uint32_t wordClass = platform::AlphaClass | platform::DigitClass | platform::UnderscoreClass;
 
 constexpr NamedClass namedClasses[] = {
-    {u"alnum", platform::alphaClass | platform::digitClass},
-    {u"alpha", platform::alphaClass},
+    {u"alnum", platform::AlphaClass | platform::DigitClass},
+    {u"alpha", platform::AlphaClass},
     {u"blank", horizontalSpaceClass},
-    {u"cntrl", platform::cntrlClass},
-    {u"d", platform::digitClass},
-    {u"digit", platform::digitClass},
-    {u"graph", platform::graphClass},
+    {u"cntrl", platform::CntrlClass},
+    {u"d", platform::DigitClass},
+    {u"digit", platform::DigitClass},
+    {u"graph", platform::GraphClass},
     {u"h", horizontalSpaceClass},
-    {u"l", platform::lowerClass},
-    {u"lower", platform::lowerClass},
-    {u"print", platform::graphClass | platform::blankClass},
-    {u"punct", platform::punctClass},
+    {u"l", platform::LowerClass},
+    {u"lower", platform::LowerClass},
+    {u"print", platform::GraphClass | platform::BlankClass},
+    {u"punct", platform::PunctClass},
     {u"s", spaceClass},
     {u"space", spaceClass},
-    {u"u", platform::upperClass},
-    {u"unicode", platform::beyondLatin1Class},
-    {u"upper", platform::upperClass},
-    {u"v", platform::verticalSpaceClass},
+    {u"u", platform::UpperClass},
+    {u"unicode", platform::BeyondLatin1Class},
+    {u"upper", platform::UpperClass},
+    {u"v", platform::VerticalSpaceClass},
     {u"w", wordClass},
     {u"word", wordClass},
-    {u"xdigit", platform::hexDigitClass},
+    {u"xdigit", platform::HexDigitClass},
 };
 
 }  // namespace
 
 boost::regex_constants::syntax_type RegexTraits::syntax_type(wchar unit) {
-  return isAscii(unit) ? defaults::get_default_syntax_type(static_cast<char>(unit))
+  return IsAscii(unit) ? defaults::get_default_syntax_type(static_cast<char>(unit))
                        : boost::regex_constants::syntax_char;
 }
 
 boost::regex_constants::escape_syntax_type RegexTraits::escape_syntax_type(wchar unit) {
-  return isAscii(unit) ? defaults::get_default_escape_syntax_type(static_cast<char>(unit))
+  return IsAscii(unit) ? defaults::get_default_escape_syntax_type(static_cast<char>(unit))
                        : boost::regex_constants::escape_type_identity;
 }
 
@@ -87,7 +87,7 @@ RegexTraits::char_class_type RegexTraits::lookup_classname(wchar const* begin, w
 
 wstring RegexTraits::lookup_collatename(wchar const* begin, wchar const* end) {
   if (end - begin == 1) return {begin, end};
-  if (!std::all_of(begin, end, isAscii)) return {};
+  if (!std::all_of(begin, end, IsAscii)) return {};
   std::string name;
   std::transform(begin, end, std::back_inserter(name), [](wchar unit) { return static_cast<char>(unit); });
   std::string const characters = defaults::lookup_default_collate_name(name);
@@ -99,7 +99,7 @@ bool RegexTraits::isctype(wchar unit, char_class_type classes) {
 }
 
 int RegexTraits::value(wchar unit, int radix) {
-  wchar const small = isAscii(unit) ? tolower(unit) : u'\0';
+  wchar const small = IsAscii(unit) ? tolower(unit) : u'\0';
   int digit = -1;
   if (small >= u'0' && small <= u'9') digit = small - u'0';
   if (small >= u'a' && small <= u'f') digit = small - u'a' + 10;

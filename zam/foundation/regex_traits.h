@@ -12,8 +12,9 @@
 namespace ZaM::detail {
 
 /// The engine's traits over 16-bit units. Case and classes are the library's own: they go beyond ASCII, and no locale
-/// has a say in them. Names of functions and types are those that the engine asks for.
+/// has a say in them.
 class RegexTraits {
+  // NOLINTBEGIN(readability-identifier-naming): the engine asks for these names.
  public:
   using char_type = wchar;
   using size_type = std::size_t;
@@ -52,6 +53,7 @@ class RegexTraits {
   static locale_type imbue(locale_type) { return {}; }
   static locale_type getloc() { return {}; }
   static std::string error_string(boost::regex_constants::error_type error);
+  // NOLINTEND(readability-identifier-naming)
 };
 
 }  // namespace ZaM::detail

@@ -81,15 +81,15 @@ void ResMgr::Init(HINSTANCE module) {
 void ResMgr::Init(HINSTANCE module, bool asDataFile) {
   moduleHandle = module;
   satelliteHandle = nullptr;
-  setLanguage(fallbackLanguage);
+  SetLanguage(fallbackLanguage);
   try {
-    chooseLanguage(Languages(), asDataFile);
+    ChooseLanguage(Languages(), asDataFile);
   } catch (std::bad_alloc const&) {
     // A missing satellite is no failure, and the module's own texts need no memory.
   }
 }
 
-bool ResMgr::chooseLanguage(std::vector<wstring> const& candidates, bool asDataFile) {
+bool ResMgr::ChooseLanguage(std::vector<wstring> const& candidates, bool asDataFile) {
   std::u16string_view const path = moduleHandle == nullptr ? std::u16string_view() : moduleHandle->GetPath();
   if (path.empty() || path.size() >= capacity) return false;
   std::size_t const separator = path.find_last_of(u"/\\");
@@ -100,17 +100,17 @@ bool ResMgr::chooseLanguage(std::vector<wstring> const& candidates, bool asDataF
   for (wstring const& candidate : candidates) {
     if (!StaysInFolder(candidate)) continue;
     if (!LoadResources(folder + u"\\" + candidate + u"\\", fileName, asDataFile)) continue;
-    setLanguage(candidate);
+    SetLanguage(candidate);
     return true;
   }
   return false;
 }
 
-bool ResMgr::initIn(HINSTANCE module, wstring const& wanted) {
+bool ResMgr::InitIn(HINSTANCE module, wstring const& wanted) {
   moduleHandle = module;
-  setLanguage(fallbackLanguage);
+  SetLanguage(fallbackLanguage);
   auto const candidates = LanguagesOf(wanted);
-  return chooseLanguage(candidates, true) || (!candidates.empty() && candidates.back() == fallbackLanguage);
+  return ChooseLanguage(candidates, true) || (!candidates.empty() && candidates.back() == fallbackLanguage);
 }
 
 bool ResMgr::LoadResources(wstring folder, wstring fileName, bool /*asDataFile*/) {
@@ -124,14 +124,14 @@ bool ResMgr::LoadResources(wstring folder, wstring fileName, bool /*asDataFile*/
   return true;
 }
 
-void ResMgr::setLanguage(std::u16string_view code) {
+void ResMgr::SetLanguage(std::u16string_view code) {
   constexpr std::size_t most = std::size(decltype(language){}) - 1;
   std::size_t length = std::min(code.size(), most);
   if (length < code.size() && platform::IsHighSurrogate(code[length - 1])) --length;
   std::fill(std::copy_n(code.begin(), length, std::begin(language)), std::end(language), u'\0');
 }
 
-void ResMgr::freeSatellites() {
+void ResMgr::FreeSatellites() {
   satelliteHandle = nullptr;
   std::exchange(satellites, {});
 }
@@ -144,7 +144,7 @@ wchar* ResMgr::GetLanguage() {
   return language;
 }
 
-std::u16string_view ResMgr::findText(unsigned int id) const {
+std::u16string_view ResMgr::FindText(unsigned int id) const {
   std::u16string_view found;
   if (satelliteHandle != nullptr) found = satelliteHandle->FindText(id);
   if (found.empty() && moduleHandle != nullptr) found = moduleHandle->FindText(id);
@@ -152,7 +152,7 @@ std::u16string_view ResMgr::findText(unsigned int id) const {
 }
 
 bool ResMgr::GetString(unsigned int id, wstring& text) const {
-  std::u16string_view const found = findText(id);
+  std::u16string_view const found = FindText(id);
   text = found.empty() ? Missing(id) : ReportOutOfMemory([&] { return wstring(found); });
   return !found.empty();
 }
@@ -164,20 +164,20 @@ wstring ResMgr::GetString(unsigned int id) const {
 }
 
 wstring ResMgr::GetString(unsigned int id, wchar const* a, wchar const* b, wchar const* c) const {
-  std::u16string_view const text = findText(id);
+  std::u16string_view const text = FindText(id);
   if (text.empty()) return Missing(id);
   return Format(text, {a, b, c}, b == nullptr ? 1 : c == nullptr ? 2 : 3);
 }
 
 wstring ResMgr::GetStringL(unsigned int id, std::int32_t const* a, std::int32_t const* b, std::int32_t const* c) const {
-  std::u16string_view const text = findText(id);
+  std::u16string_view const text = FindText(id);
   if (text.empty()) return Missing(id);
   std::size_t const count = a == nullptr ? 0 : b == nullptr ? 1 : c == nullptr ? 2 : 3;
   return Format(text, {count > 0 ? *a : 0, count > 1 ? *b : 0, count > 2 ? *c : 0}, count);
 }
 
 wstring ResMgr::GetStringT(unsigned int id, unsigned int const* a) const {
-  std::u16string_view const text = findText(id);
+  std::u16string_view const text = FindText(id);
   if (text.empty()) return Missing(id);
   return a == nullptr ? Format(text, {}, 0) : Format(text, {*a}, 1);
 }

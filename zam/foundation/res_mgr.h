@@ -90,11 +90,11 @@ class ZAM_EXPORT ResMgr {
 
   bool LoadResources(wstring folder, wstring fileName, bool asDataFile);
   bool GetString(unsigned int id, wstring& text) const;
-  [[nodiscard]] std::u16string_view findText(unsigned int id) const;
-  bool chooseLanguage(std::vector<wstring> const& candidates, bool asDataFile);
-  bool initIn(HINSTANCE module, wstring const& wanted);
-  void setLanguage(std::u16string_view code);
-  void freeSatellites();
+  [[nodiscard]] std::u16string_view FindText(unsigned int id) const;
+  bool ChooseLanguage(std::vector<wstring> const& candidates, bool asDataFile);
+  bool InitIn(HINSTANCE module, wstring const& wanted);
+  void SetLanguage(std::u16string_view code);
+  void FreeSatellites();
 
   HINSTANCE moduleHandle = nullptr;
   HINSTANCE satelliteHandle = nullptr;

@@ -18,7 +18,7 @@ namespace ZaM {
 namespace {
 
 /// The part of a text that searches see.
-std::u16string_view terminated(std::u16string_view text) {
+std::u16string_view Terminated(std::u16string_view text) {
   return text.substr(0, text.find(u'\0'));
 }
 
@@ -30,7 +30,7 @@ class Finder {
  public:
   explicit Finder(std::u16string_view soughtText) : sought(soughtText), borders(sought.size() + 1) {
     for (std::size_t length = 1; length < sought.size(); ++length) {
-      borders[length + 1] = extended(borders[length], sought[length]);
+      borders[length + 1] = Extended(borders[length], sought[length]);
     }
   }
 
@@ -40,7 +40,7 @@ class Finder {
     for (std::size_t i = from; matched < sought.size(); ++i) {
       if (matched == 0) i = text.find(sought[0], i);
       if (i >= text.size()) return text.npos;
-      matched = extended(matched, text[i]);
+      matched = Extended(matched, text[i]);
       from = i + 1;
     }
     return from - sought.size();
@@ -48,7 +48,7 @@ class Finder {
 
  private:
   /// The length of the match after `unit`, where `matched` units stand before it and aren't all.
-  [[nodiscard]] std::size_t extended(std::size_t matched, wchar unit) const {
+  [[nodiscard]] std::size_t Extended(std::size_t matched, wchar unit) const {
     while (matched > 0 && sought[matched] != unit) matched = borders[matched];
     return sought[matched] == unit ? matched + 1 : 0;
   }
@@ -57,21 +57,21 @@ class Finder {
   std::vector<std::size_t> borders;  // by the length of a beginning: that of its longest end that is a beginning too
 };
 
-void mapCase(wchar* text, std::size_t length, wchar (*map)(wchar)) {
+void MapCase(wchar* text, std::size_t length, wchar (*map)(wchar)) {
   std::transform(text, text + length, text, map);
 }
 
-wstring withCase(wstring text, wchar (*map)(wchar)) {
-  mapCase(text.data(), terminated(text).size(), map);
+wstring WithCase(wstring text, wchar (*map)(wchar)) {
+  MapCase(text.data(), Terminated(text).size(), map);
   return text;
 }
 
-int mapCaseInBuffer(wchar* text, unsigned int size, wchar (*map)(wchar)) {
+int MapCaseInBuffer(wchar* text, unsigned int size, wchar (*map)(wchar)) {
   if (!text) return EINVAL;
   wchar* const end = text + size;
   wchar* const terminator = std::find(text, end, u'\0');
   if (terminator == end) return EINVAL;
-  mapCase(text, static_cast<std::size_t>(terminator - text), map);
+  MapCase(text, static_cast<std::size_t>(terminator - text), map);
   return 0;
 }
 
@@ -79,8 +79,8 @@ int mapCaseInBuffer(wchar* text, unsigned int size, wchar (*map)(wchar)) {
 
 wstring Replace(wstring const& text, wstring const& search, wstring const& replacement) {
   return ReportOutOfMemory([&] {
-    auto const searched = terminated(text);
-    auto const wanted = terminated(search);
+    auto const searched = Terminated(text);
+    auto const wanted = Terminated(search);
     if (wanted.empty()) return text;
     Finder const finder(wanted);
     wstring result;
@@ -95,7 +95,7 @@ wstring Replace(wstring const& text, wstring const& search, wstring const& repla
 wstring DeleteStr(wstring const& text, wstring const& characters) {
   return ReportOutOfMemory([&] {
     std::bitset<0x10000> deleted;
-    for (wchar const unit : terminated(characters)) deleted.set(unit);
+    for (wchar const unit : Terminated(characters)) deleted.set(unit);
     wstring result;
     std::ranges::remove_copy_if(text, std::back_inserter(result), [&](wchar unit) { return deleted[unit]; });
     return result;
@@ -103,9 +103,9 @@ wstring DeleteStr(wstring const& text, wstring const& characters) {
 }
 
 bool Split(wstring const& text, wstring const& separator, wstring& left, wstring& right) {
-  auto const sought = terminated(separator);
+  auto const sought = Terminated(separator);
   return ReportOutOfMemory([&] {
-    auto const found = Finder(sought).Find(terminated(text), 0);
+    auto const found = Finder(sought).Find(Terminated(text), 0);
     if (found == wstring::npos) return false;
     wstring before(text, 0, found);
     wstring behind(text, found + sought.size());
@@ -118,7 +118,7 @@ bool Split(wstring const& text, wstring const& separator, wstring& left, wstring
 void SplitLocatorName(wstring name, wstring& first, wstring& second) {
   ReportOutOfMemory([&] {
     wstring behind;
-    auto const dot = terminated(name).find(u'.');
+    auto const dot = Terminated(name).find(u'.');
     if (dot != wstring::npos && dot != 0) {
       behind.assign(name, dot + 1);
       name.resize(dot);
@@ -135,7 +135,7 @@ std::int32_t GetNumCount(wstring text) {
 
 bool IsSeparator(wchar character, wstring const& separators) {
   bool const isIdeograph = character >= 0x4E00 && character <= 0x9FA5;
-  return isIdeograph || terminated(separators).find(character) != wstring::npos;
+  return isIdeograph || Terminated(separators).find(character) != wstring::npos;
 }
 
 bool ConvertA2W(std::string const& text, wstring& result) {
@@ -162,19 +162,19 @@ bool ConvertW2A(wstring const& text, std::string& result) {
 }
 
 wstring ZamStrToLower(wstring const& text) {
-  return ReportOutOfMemory([&] { return withCase(text, ZamToLower); });
+  return ReportOutOfMemory([&] { return WithCase(text, ZamToLower); });
 }
 
 wstring ZamStrToUpper(wstring const& text) {
-  return ReportOutOfMemory([&] { return withCase(text, ZamToUpper); });
+  return ReportOutOfMemory([&] { return WithCase(text, ZamToUpper); });
 }
 
 int ZamChrToLower(wchar* text, unsigned int size) {
-  return mapCaseInBuffer(text, size, ZamToLower);
+  return MapCaseInBuffer(text, size, ZamToLower);
 }
 
 int ZamChrToUpper(wchar* text, unsigned int size) {
-  return mapCaseInBuffer(text, size, ZamToUpper);
+  return MapCaseInBuffer(text, size, ZamToUpper);
 }
 
 wchar ZamToLower(wchar character) {

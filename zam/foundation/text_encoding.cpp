@@ -26,7 +26,7 @@ constexpr Mark marks[] = {{"\xEF\xBB\xBF"sv, utf8},
                           {"\xFF\xFE"sv, "UTF-16LE"sv},
                           {"\xFE\xFF"sv, "UTF-16BE"sv}};
 
-std::optional<wstring> decode(std::string_view bytes, std::string_view encoding) {
+std::optional<wstring> Decode(std::string_view bytes, std::string_view encoding) {
   if (encoding != utf8) return platform::DecodeBytes(bytes, encoding.data());
   return IsUtf8(bytes) ? std::optional(platform::Utf16FromUtf8(bytes)) : std::nullopt;
 }
@@ -50,9 +50,9 @@ std::optional<wstring> DecodeText(std::string_view bytes, std::string const& enc
     if (encoding.find('\0') != encoding.npos || !platform::IsEncoding(encoding.c_str()))
       throw BaseException(ErrorId::InvalidArgument, FromUtf8(encoding));
     for (Mark const& mark : marks) {
-      if (bytes.starts_with(mark.bytes)) return decode(bytes.substr(mark.bytes.size()), mark.encoding);
+      if (bytes.starts_with(mark.bytes)) return Decode(bytes.substr(mark.bytes.size()), mark.encoding);
     }
-    return decode(bytes, encoding);
+    return Decode(bytes, encoding);
   });
 }
 

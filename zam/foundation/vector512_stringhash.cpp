@@ -59,7 +59,7 @@ struct Sums {
 };
 
 /// Whether there is just one block, whose characters' place in the text is that in the block.
-enum class Blocks { one, many };
+enum class Blocks { One, Many };
 
 /// Adds the characters of a page, at the places where `here` is set.
 template <Blocks blocks>
@@ -70,7 +70,7 @@ ZAM_VECTOR512_INLINE void AddPage(unsigned int page, Vector::Register characters
   for (unsigned int k = 0; k < bytesOfNumber; ++k) {
     auto const bytes = Vector::LookUp(Vector::LoadTable(byteTables.at[page][k]), characters);
     sums[k].weighted = Vector::AddProducts(sums[k].weighted, bytes, odd);
-    if constexpr (blocks == Blocks::many) sums[k].plain = Vector::AddProducts(sums[k].plain, bytes, ones);
+    if constexpr (blocks == Blocks::Many) sums[k].plain = Vector::AddProducts(sums[k].plain, bytes, ones);
   }
 }
 
@@ -104,12 +104,12 @@ ZAM_VECTOR512 std::uint32_t Hash(std::size_t length, Character const* text) {
   }
   Sums sums[bytesOfNumber];
   if (length <= blockSize) {
-    AddBlock<Blocks::one>(text, length, sums);
+    AddBlock<Blocks::One>(text, length, sums);
     return PutTogether(sums[0].weighted, sums[1].weighted, sums[2].weighted, sums[3].weighted);
   }
   std::uint32_t blocks = 0;
   for (std::size_t i = 0; i < length; i += blockSize, ++blocks) {
-    AddBlock<Blocks::many>(text + i, std::min<std::size_t>(length - i, blockSize), sums);
+    AddBlock<Blocks::Many>(text + i, std::min<std::size_t>(length - i, blockSize), sums);
     for (auto& sum : sums) sum.ofPlain += sum.plain;
   }
   for (auto& sum : sums) sum.weighted += 2 * blockSize * (sum.plain * blocks - sum.ofPlain);

@@ -18,7 +18,7 @@ class ZAM_EXPORT BulkDot {
 
   /// `products[i]` becomes what `dot(*others[i])` would give, for each i below `count`, and 0 where `others[i]` is
   /// null.
-  virtual void dotAll(Representation const* const* others, std::size_t count, double* products) const = 0;
+  virtual void DotAll(Representation const* const* others, std::size_t count, double* products) const = 0;
 
  protected:
   BulkDot() = default;

@@ -85,14 +85,14 @@ class ChildrenOf {
     using difference_type = std::ptrdiff_t;
 
     /// The first child of the type, from where `walked` stands.
-    explicit Place(Children::Place walked) : place(walked) { find(); }
+    explicit Place(Children::Place walked) : place(walked) { Find(); }
     /// The child, without a reference of its own.
     T& operator*() const { return *child; }
     T* operator->() const { return child; }
     /// Goes on to the next child of the type.
     Place& operator++() {
       ++place;
-      find();
+      Find();
       return *this;
     }
     /// Goes on to the next child of the type.
@@ -101,7 +101,7 @@ class ChildrenOf {
     friend bool operator==(Place const& other, std::default_sentinel_t /*end*/) { return !other.child; }
 
    private:
-    void find() {
+    void Find() {
       for (child = nullptr; place != std::default_sentinel; ++place) {
         child = dynamic_cast<T*>(*place);
         if (child) return;

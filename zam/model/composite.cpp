@@ -20,7 +20,7 @@ struct ReleaseIterator {
 };
 using IteratorHandle = std::unique_ptr<Iterator, ReleaseIterator>;
 
-enum class Operation { visit, save, load };
+enum class Operation { Visit, Save, Load };
 
 /// What a walk does at each node: the operation, and the visitor or stream that goes with it.
 struct Task {
@@ -74,7 +74,7 @@ class Walk {
         continue;
       }
       std::size_t const depth = open.size();
-      if (!askCurrent(walk, ask)) return false;
+      if (!AskCurrent(walk, ask)) return false;
       if (open.size() == depth) {
         walk.Next();
       } else {
@@ -86,7 +86,7 @@ class Walk {
 
  private:
   template <class Ask>
-  bool askCurrent(Iterator& walk, Ask const& ask) {
+  bool AskCurrent(Iterator& walk, Ask const& ask) {
     Node* const child = walk.Current();
     if (!child) return true;
     asked = child;
@@ -109,7 +109,7 @@ thread_local constinit Walk* Walk::innermost = nullptr;
 /// Calls `ask` on the children of `composite` until it answers false; returns whether it never did. `caller` is what
 /// Walk::CallerOf has answered for the composite.
 template <class Ask>
-bool walkChildren(Composite& composite, Walk* caller, Task const& task, Ask const& ask) {
+bool WalkChildren(Composite& composite, Walk* caller, Task const& task, Ask const& ask) {
   if (composite.ChildCount() == 0 && typeid(composite) == typeid(DocumentNode)) return true;  // needs no iterator
   IteratorHandle children(composite.CreateIterator());
   if (!children) return true;
@@ -130,23 +130,23 @@ Composite* Composite::GetComposite() {
 }
 
 void Composite::Visit(Visitor* visitor) {
-  Task const task{Operation::visit, visitor};
+  Task const task{Operation::Visit, visitor};
   Walk* const caller = Walk::CallerOf(*this, task);
   visitor->DoVisit(this);
-  walkChildren(*this, caller, task, [visitor](Node& child) {
+  WalkChildren(*this, caller, task, [visitor](Node& child) {
     child.Visit(visitor);
     return true;
   });
 }
 
 bool Composite::Save(std::basic_ostream<char>* stream) {
-  Task const task{Operation::save, stream};
-  return walkChildren(*this, Walk::CallerOf(*this, task), task, [stream](Node& child) { return child.Save(stream); });
+  Task const task{Operation::Save, stream};
+  return WalkChildren(*this, Walk::CallerOf(*this, task), task, [stream](Node& child) { return child.Save(stream); });
 }
 
 bool Composite::Load(std::basic_istream<char>* stream) {
-  Task const task{Operation::load, stream};
-  return walkChildren(*this, Walk::CallerOf(*this, task), task, [stream](Node& child) { return child.Load(stream); });
+  Task const task{Operation::Load, stream};
+  return WalkChildren(*this, Walk::CallerOf(*this, task), task, [stream](Node& child) { return child.Load(stream); });
 }
 
 void Composite::AddChild(Node* /*child*/) {}

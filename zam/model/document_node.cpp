@@ -11,7 +11,7 @@ namespace ZaM {
 
 namespace {
 
-Representation* asRepresentation(Node* node) {
+Representation* AsRepresentation(Node* node) {
   return dynamic_cast<Representation*>(node);
 }
 
@@ -72,7 +72,7 @@ Iterator* DocumentNode::CreateIterator() {
 }
 
 bool DocumentNode::AddRepresentation(Node* representation) {
-  if (!asRepresentation(representation)) return false;
+  if (!AsRepresentation(representation)) return false;
   for (Node* node = this; node; node = node->GetFeature()) {
     if (node == representation) return false;
   }
@@ -81,11 +81,11 @@ bool DocumentNode::AddRepresentation(Node* representation) {
 }
 
 Representation* DocumentNode::GetRepresentation(RepTag const& tag) {
-  return detail::FindRepresentation(*this, tag, asRepresentation).representation;
+  return detail::FindRepresentation(*this, tag, AsRepresentation).representation;
 }
 
 Node* DocumentNode::RemoveRepresentation(RepTag const& tag) {
-  detail::ChainEntry const entry = detail::FindRepresentation(*this, tag, asRepresentation);
+  detail::ChainEntry const entry = detail::FindRepresentation(*this, tag, AsRepresentation);
   if (entry.node) detail::Unhook(*this, entry);
   return entry.node;
 }

@@ -24,7 +24,7 @@ struct Endings {
 
 thread_local constinit Endings endings;
 
-bool putOff(Node* node) {
+bool PutOff(Node* node) {
   try {
     endings.waiting->push_back(node);
     return true;
@@ -69,7 +69,7 @@ std::int32_t Node::AddRefCount() {
 
 std::int32_t Node::Release() {
   std::int32_t const count = --refCount;
-  if (count <= 0) destroy();
+  if (count <= 0) Destroy();
   return count;
 }
 
@@ -92,10 +92,10 @@ void Node::ReleaseOwned(Node* owned) {
   endings.owned = nullptr;
 }
 
-void Node::destroy() noexcept {
+void Node::Destroy() noexcept {
   bool const isOwned = std::exchange(endings.owned, nullptr) == this;
   if (endings.waiting) {
-    if (isOwned && putOff(this)) return;
+    if (isOwned && PutOff(this)) return;
   } else if (endings.nesting < freeNesting || !platform::StackIsLow()) {
     ++endings.nesting;
     delete this;

@@ -89,7 +89,7 @@ class ZAM_EXPORT Node {
   static void ReleaseOwned(Node* owned);
 
  private:
-  void destroy() noexcept;
+  void Destroy() noexcept;
 
   Node* feature = nullptr;    // one reference is ours
   std::int32_t refCount = 0;  // a new node has none until Create takes it

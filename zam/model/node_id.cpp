@@ -20,7 +20,7 @@ class NumberPool {
       return number;
     }
     if (next == 0) throw LimitExceededException(u"nodes with an id", std::uint64_t{1} << 32U, ~std::uint32_t{0});
-    reserveForReturnOf(next);
+    ReserveForReturnOf(next);
     return next++;
   }
 
@@ -32,7 +32,7 @@ class NumberPool {
  private:
   // Room for every number that is out is made when it is drawn, because giving it back happens in a destructor, where
   // a failed allocation could not be reported.
-  void reserveForReturnOf(std::uint32_t number) {
+  void ReserveForReturnOf(std::uint32_t number) {
     if (returned.capacity() < number) ReportOutOfMemory([&] { returned.reserve(2 * std::size_t{number}); });
   }
 
@@ -42,19 +42,19 @@ class NumberPool {
 };
 
 // Never destroyed, since nodes may die while other static objects do.
-NumberPool& pool() {
+NumberPool& Pool() {
   static detail::NeverDestroyed<NumberPool> instance;
   return instance.Get();
 }
 
 }  // namespace
 
-std::uint32_t NodeId::draw() {
-  return pool().Draw();
+std::uint32_t NodeId::Draw() {
+  return Pool().Draw();
 }
 
-void NodeId::giveBack(std::uint32_t number) noexcept {
-  pool().GiveBack(number);
+void NodeId::GiveBack(std::uint32_t number) noexcept {
+  Pool().GiveBack(number);
 }
 
 }  // namespace ZaM

@@ -24,13 +24,13 @@ class ZAM_EXPORT NodeId {
   /// Keeps its own number.
   NodeId& operator=(NodeId const& /*other*/) noexcept { return *this; }
   ~NodeId() {
-    if (value != 0) giveBack(value);
+    if (value != 0) GiveBack(value);
   }
 
   /// The number, never 0. Draws it on the first call: throws BaseException with id 5 if there is no memory for the
   /// pool's book-keeping, and LimitExceededException if there is no number left.
   std::uint32_t Get() const {
-    if (value == 0) value = draw();
+    if (value == 0) value = Draw();
     return value;
   }
 
@@ -38,8 +38,8 @@ class ZAM_EXPORT NodeId {
   bool Is(std::uint32_t number) const noexcept { return value != 0 && value == number; }
 
  private:
-  static std::uint32_t draw();
-  static void giveBack(std::uint32_t number) noexcept;
+  static std::uint32_t Draw();
+  static void GiveBack(std::uint32_t number) noexcept;
 
   mutable std::uint32_t value = 0;  // 0 until Get is called
 };

@@ -6,7 +6,7 @@ namespace ZaM {
 
 namespace {
 
-std::vector<DocumentNode*> documentsIn(DocumentNode& parent) {
+std::vector<DocumentNode*> DocumentsIn(DocumentNode& parent) {
   std::vector<DocumentNode*> documents;
   if (!parent.GetComposite()) return documents;
   for (VectorIterator child = parent.GetVectorIterator(); !child.Done(); child.Next()) {
@@ -35,7 +35,7 @@ DocumentNode* PreOrderTraverser<DocumentNode>::Next() {
   if (waiting.empty()) return nullptr;
   DocumentNode* const document = waiting.back();
   ReportOutOfMemory([&] {
-    std::vector<DocumentNode*> const children = documentsIn(*document);
+    std::vector<DocumentNode*> const children = DocumentsIn(*document);
     // Turned around, so that the first child is on top; below the document, so that it is still there if this fails.
     waiting.insert(waiting.end() - 1, children.rbegin(), children.rend());
   });

@@ -14,7 +14,7 @@ namespace ZaM::detail {
 /// Whether `a` comes before `b`: the greater value first, of equal values the lower class id, and values that are not
 /// numbers last. A strict weak order whatever the values are, as the standard algorithms need it. An object instead of
 /// a function, so that they inline it.
-inline constexpr auto ComesBefore = [](IndexedResult const& a, IndexedResult const& b) {
+inline constexpr auto comesBefore = [](IndexedResult const& a, IndexedResult const& b) {
   if (a.GetValue() > b.GetValue()) return true;
   if (a.GetValue() < b.GetValue()) return false;
   bool const aIsNumber = !std::isnan(a.GetValue());
@@ -27,18 +27,18 @@ inline constexpr auto ComesBefore = [](IndexedResult const& a, IndexedResult con
 inline void OfferToBest(std::vector<IndexedResult>& best, std::size_t limit, IndexedResult const& candidate) {
   if (best.size() < limit) {
     best.push_back(candidate);
-  } else if (ComesBefore(candidate, best.front())) {
-    std::pop_heap(best.begin(), best.end(), ComesBefore);
+  } else if (comesBefore(candidate, best.front())) {
+    std::pop_heap(best.begin(), best.end(), comesBefore);
     best.back() = candidate;
   } else {
     return;
   }
-  std::push_heap(best.begin(), best.end(), ComesBefore);
+  std::push_heap(best.begin(), best.end(), comesBefore);
 }
 
 /// Puts what was offered into its order, best first. Where nothing was offered a default entry stands in.
 inline void SortBest(std::vector<IndexedResult>& best) {
-  std::sort_heap(best.begin(), best.end(), ComesBefore);
+  std::sort_heap(best.begin(), best.end(), comesBefore);
   if (best.empty()) best.emplace_back();
 }
 

@@ -12,7 +12,7 @@ namespace ZaM::detail {
 
 /// The class id and the group of an entry, as one number.
 constexpr std::uint64_t EntryKey(unsigned int classId, eResultType type) {
-  return std::uint64_t{classId} << 32U | static_cast<std::uint32_t>(type & ResultTypeGroupMask);
+  return std::uint64_t{classId} << 32U | static_cast<std::uint32_t>(type & resultTypeGroupMask);
 }
 
 /// Where the first entry of each key is, of a list that somebody else owns and passes to each call.
@@ -51,8 +51,8 @@ class EntryPlaces {
   }
 
  private:
-  std::size_t build(Entries const& entries, std::size_t capacity);
-  std::uint32_t& slotOf(Entries const& entries, std::uint64_t key);
+  std::size_t Build(Entries const& entries, std::size_t capacity);
+  std::uint32_t& SlotOf(Entries const& entries, std::uint64_t key);
 
   std::vector<std::uint32_t> slots;  // a hash table, at most half full: 0, or a place + 1. Empty before it is made
   std::size_t walked = 0;            // how many entries the walks have passed over

@@ -8,7 +8,7 @@ namespace ZaM {
 
 namespace {
 
-std::size_t checked(unsigned int id, std::vector<unsigned int> const& totals) {
+std::size_t Checked(unsigned int id, std::vector<unsigned int> const& totals) {
   if (id >= totals.size()) detail::ThrowOutOfBounds(id, totals.size());
   return id;
 }
@@ -18,7 +18,7 @@ std::size_t checked(unsigned int id, std::vector<unsigned int> const& totals) {
 constinit RepTag const ErrorMatrix::DefaultTag = {{'E', 'm', 't', 'x'}};
 
 ErrorMatrix* ErrorMatrix::Create(unsigned int classes) {
-  RequireAtMost(u"classes of a matrix", classes, MaxClasses);
+  RequireAtMost(u"classes of a matrix", classes, maxClasses);
   return CreateCounted([classes] { return new ErrorMatrix(classes); });
 }
 
@@ -32,8 +32,8 @@ ErrorMatrix::ErrorMatrix(unsigned int classes)
 ErrorMatrix::~ErrorMatrix() = default;
 
 void ErrorMatrix::Increase(unsigned int trueClass, unsigned int assignedClass) {
-  if (!holds(trueClass, assignedClass)) return;
-  countCell(trueClass, assignedClass);  // first, since it alone may fail
+  if (!Holds(trueClass, assignedClass)) return;
+  CountCell(trueClass, assignedClass);  // first, since it alone may fail
   if (trueClass == 0) return;
 
   ++classCount[trueClass];
@@ -50,49 +50,49 @@ void ErrorMatrix::Increase(unsigned int trueClass, unsigned int assignedClass) {
 }
 
 unsigned int ErrorMatrix::GetResult(unsigned int trueClass, unsigned int assignedClass) const {
-  if (!holds(trueClass, assignedClass)) return 0;
+  if (!Holds(trueClass, assignedClass)) return 0;
   if (trueClass == assignedClass) return diagonal[trueClass];
-  auto const cell = offDiagonal.find(key(trueClass, assignedClass));
+  auto const cell = offDiagonal.find(Key(trueClass, assignedClass));
   return cell != offDiagonal.end() ? cell->second : 0;
 }
 
 unsigned int ErrorMatrix::GetClassCount(unsigned int id) const {
-  return classCount[checked(id, classCount)];
+  return classCount[Checked(id, classCount)];
 }
 
 unsigned int ErrorMatrix::GetClassImported(unsigned int id) const {
-  return classImported[checked(id, classImported)];
+  return classImported[Checked(id, classImported)];
 }
 
 unsigned int ErrorMatrix::GetClassExported(unsigned int id) const {
-  return classExported[checked(id, classExported)];
+  return classExported[Checked(id, classExported)];
 }
 
 void ErrorMatrix::IncreaseClassCount(unsigned int id) {
-  ++classCount[checked(id, classCount)];
+  ++classCount[Checked(id, classCount)];
 }
 
 void ErrorMatrix::IncreaseClassImported(unsigned int id) {
-  ++classImported[checked(id, classImported)];
+  ++classImported[Checked(id, classImported)];
 }
 
 void ErrorMatrix::IncreaseClassExported(unsigned int id) {
-  ++classExported[checked(id, classExported)];
+  ++classExported[Checked(id, classExported)];
 }
 
-bool ErrorMatrix::holds(unsigned int trueClass, unsigned int assignedClass) const {
+bool ErrorMatrix::Holds(unsigned int trueClass, unsigned int assignedClass) const {
   return trueClass < diagonal.size() && assignedClass < diagonal.size();
 }
 
-std::uint64_t ErrorMatrix::key(unsigned int trueClass, unsigned int assignedClass) const {
+std::uint64_t ErrorMatrix::Key(unsigned int trueClass, unsigned int assignedClass) const {
   return std::uint64_t{diagonal.size()} * assignedClass + trueClass;
 }
 
-void ErrorMatrix::countCell(unsigned int trueClass, unsigned int assignedClass) {
+void ErrorMatrix::CountCell(unsigned int trueClass, unsigned int assignedClass) {
   if (trueClass == assignedClass) {
     ++diagonal[trueClass];
   } else {
-    ReportOutOfMemory([&] { ++offDiagonal[key(trueClass, assignedClass)]; });
+    ReportOutOfMemory([&] { ++offDiagonal[Key(trueClass, assignedClass)]; });
   }
 }
 

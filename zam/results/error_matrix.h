@@ -30,14 +30,14 @@ namespace ZaM {
 class ZAM_EXPORT ErrorMatrix : public Node, public Representation {
  public:
   /// The greatest number of classes: 2²⁶, which take 1 GiB.
-  static constexpr unsigned int MaxClasses = 1U << 26;
+  static constexpr unsigned int maxClasses = 1U << 26;
 
   /// The tag "Emtx".
   static RepTag const DefaultTag;
   static RepTag const& GetDefaultTag() { return DefaultTag; }
 
   /// An empty matrix for the class ids below `classes`, class 0 included. Throws LimitExceededException above
-  /// `MaxClasses`.
+  /// `maxClasses`.
   static ErrorMatrix* Create(unsigned int classes);
 
   ErrorMatrix(ErrorMatrix const&) = default;
@@ -83,9 +83,9 @@ class ZAM_EXPORT ErrorMatrix : public Node, public Representation {
  private:
   using Totals = detail::Reporting<std::vector<unsigned int>>;
 
-  bool holds(unsigned int trueClass, unsigned int assignedClass) const;
-  std::uint64_t key(unsigned int trueClass, unsigned int assignedClass) const;
-  void countCell(unsigned int trueClass, unsigned int assignedClass);
+  bool Holds(unsigned int trueClass, unsigned int assignedClass) const;
+  std::uint64_t Key(unsigned int trueClass, unsigned int assignedClass) const;
+  void CountCell(unsigned int trueClass, unsigned int assignedClass);
 
   unsigned int correct = 0;
   unsigned int incorrect = 0;

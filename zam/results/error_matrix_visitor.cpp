@@ -19,12 +19,12 @@ void ErrorMatrixVisitor::DoVisit(Node* node) {
 
 void ErrorMatrixVisitor::DoVisit(DocumentNode* document) {
   if (!document || !matrix) return;
-  unsigned int const assigned = assignedClass(*document);
+  unsigned int const assigned = AssignedClass(*document);
   if (!document->GetFeature()) return;
   matrix->Increase(document->GetClassId(), assigned);
 }
 
-unsigned int ErrorMatrixVisitor::assignedClass(DocumentNode& document) const {
+unsigned int ErrorMatrixVisitor::AssignedClass(DocumentNode& document) const {
   auto* const result = dynamic_cast<Result*>(document.GetRepresentation(resultTag));
   if (!result) return 0;
   if (useFinalFlag) return result->GetFinalClassCount() > 0 ? result->GetFinalClassId(0) : 0;

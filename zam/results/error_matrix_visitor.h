@@ -48,7 +48,7 @@ class ZAM_EXPORT ErrorMatrixVisitor : public Visitor {
   bool GetUseFinalFlag() const { return useFinalFlag; }
 
  private:
-  unsigned int assignedClass(DocumentNode& document) const;
+  unsigned int AssignedClass(DocumentNode& document) const;
 
   double bestThreshold;
   double distanceThreshold;

@@ -18,7 +18,7 @@ void ErrorPlot::add(Representation const& other) {
   auto const* const plot = dynamic_cast<ErrorPlot const*>(&other);
   if (!plot || !plot->IsValid()) return;
   count += plot->count;
-  for (unsigned int bin = 0; bin < BinCount; ++bin) {
+  for (unsigned int bin = 0; bin < binCount; ++bin) {
     good[bin] += plot->good[bin];
     bad[bin] += plot->bad[bin];
   }
@@ -29,34 +29,34 @@ bool ErrorPlot::IsValid() const {
 }
 
 void ErrorPlot::IncrGood(unsigned int bin) {
-  increase(good, bin);
+  Increase(good, bin);
 }
 
 void ErrorPlot::IncrBad(unsigned int bin) {
-  increase(bad, bin);
+  Increase(bad, bin);
 }
 
 std::vector<float> ErrorPlot::GetGoodHistogram() const {
-  return curve(good);
+  return Curve(good);
 }
 
 std::vector<float> ErrorPlot::GetBadHistogram() const {
-  return curve(bad);
+  return Curve(bad);
 }
 
-void ErrorPlot::increase(Bins& bins, unsigned int bin) {
-  if (bin >= BinCount) return;
+void ErrorPlot::Increase(Bins& bins, unsigned int bin) {
+  if (bin >= binCount) return;
   ++count;
   ++bins[bin];
 }
 
-std::vector<float> ErrorPlot::curve(Bins const& bins) const {
-  auto shares = ReportOutOfMemory([] { return std::vector<float>(BinCount); });
+std::vector<float> ErrorPlot::Curve(Bins const& bins) const {
+  auto shares = ReportOutOfMemory([] { return std::vector<float>(binCount); });
   if (!IsValid()) return shares;
-  for (unsigned int bin = 0; bin < BinCount; ++bin) {
+  for (unsigned int bin = 0; bin < binCount; ++bin) {
     shares[bin] = static_cast<float>(static_cast<double>(bins[bin]) / count);
   }
-  for (unsigned int bin = BinCount - 1; bin > 0; --bin) shares[bin - 1] += shares[bin];
+  for (unsigned int bin = binCount - 1; bin > 0; --bin) shares[bin - 1] += shares[bin];
   return shares;
 }
 

@@ -25,7 +25,7 @@ namespace ZaM {
 class ZAM_EXPORT ErrorPlot : public Node, public Representation {
  public:
   /// The number of bins.
-  static constexpr unsigned int BinCount = 101;
+  static constexpr unsigned int binCount = 101;
 
   /// The tag "Eplt".
   static RepTag const DefaultTag;
@@ -52,7 +52,7 @@ class ZAM_EXPORT ErrorPlot : public Node, public Representation {
   /// All documents counted, good and bad together.
   unsigned int GetCount() const { return count; }
 
-  /// Counts one document in a bin; one that isn't below `BinCount` isn't counted at all.
+  /// Counts one document in a bin; one that isn't below `binCount` isn't counted at all.
   void IncrGood(unsigned int bin);
   /// As `IncrGood`, for a document that was put into another class.
   void IncrBad(unsigned int bin);
@@ -70,10 +70,10 @@ class ZAM_EXPORT ErrorPlot : public Node, public Representation {
   ~ErrorPlot() override;
 
  private:
-  using Bins = std::array<unsigned int, BinCount>;
+  using Bins = std::array<unsigned int, binCount>;
 
-  void increase(Bins& bins, unsigned int bin);
-  std::vector<float> curve(Bins const& bins) const;
+  void Increase(Bins& bins, unsigned int bin);
+  std::vector<float> Curve(Bins const& bins) const;
 
   unsigned int classId;
   unsigned int count = 0;  // of all bins, good and bad

@@ -13,9 +13,9 @@ namespace ZaM {
 
 namespace {
 
-constexpr unsigned int lastBin = ErrorPlot::BinCount - 1;
+constexpr unsigned int lastBin = ErrorPlot::binCount - 1;
 
-unsigned int binOf(float confidence) {
+unsigned int BinOf(float confidence) {
   double const hundredths = confidence * 100.0;
   // Said in the positive, so that what isn't a number never comes to the conversion, which would be undefined.
   bool const fits = hundredths >= -0x1p63 && hundredths < 0x1p63;
@@ -37,14 +37,14 @@ void ErrorPlotVisitor::DoVisit(DocumentNode* document) {
   if (!document) return;
   auto* const result = dynamic_cast<Result*>(document->GetRepresentation(resultTag));
   if (!result) {
-    attachPlot(*document);
+    AttachPlot(*document);
     return;
   }
   if (!result->IsValid()) return;
   std::vector<IndexedResult> const& items = result->GetBestResults(1);
   auto const plot = plots.find(document->GetClassId());
   if (plot == plots.end() || items.empty()) return;
-  unsigned int const bin = binOf(items[0].GetValue());
+  unsigned int const bin = BinOf(items[0].GetValue());
   if (items[0].GetIndex() == document->GetClassId()) {
     plot->second->IncrGood(bin);
   } else {
@@ -52,7 +52,7 @@ void ErrorPlotVisitor::DoVisit(DocumentNode* document) {
   }
 }
 
-void ErrorPlotVisitor::attachPlot(DocumentNode& carrier) {
+void ErrorPlotVisitor::AttachPlot(DocumentNode& carrier) {
   unsigned int const id = carrier.GetClassId();
   if (plots.contains(id)) return;
   Ref plot(ErrorPlot::Create(id));

@@ -62,7 +62,7 @@ class ZAM_EXPORT ErrorPlotVisitor : public Visitor {
   RepTag const& GetResultTag() const { return resultTag; }
 
  private:
-  void attachPlot(DocumentNode& carrier);
+  void AttachPlot(DocumentNode& carrier);
 
   RepTag resultTag;
   detail::Reporting<std::map<unsigned int, ErrorPlot*>> plots;  // by class id; none of the references is ours

@@ -9,11 +9,11 @@ namespace ZaM {
 
 namespace {
 
-auto hasName(std::string const& name) {
+auto HasName(std::string const& name) {
   return [&name](ExternalRepFactory const& factory) { return factory.GetName() == name; };
 }
 
-auto hasTag(RepTag tag) {
+auto HasTag(RepTag tag) {
   return [tag](ExternalRepFactory const& factory) { return factory.GetRepTag() == tag; };
 }
 
@@ -23,19 +23,19 @@ ExternalRepFactoryPlatform& ExternalRepFactoryPlatform::GetFactoryPlatform() {
   // Never destroyed itself, only emptied: static objects that were made before it end after this, and may come by.
   static auto& platform = *ReportOutOfMemory([] { return new ExternalRepFactoryPlatform; });
   struct AtExit {
-    ~AtExit() { platform.releaseAll(); }
+    ~AtExit() { platform.ReleaseAll(); }
   };
   static AtExit const atExit;
   return platform;
 }
 
 ExternalRepFactoryPlatform::~ExternalRepFactoryPlatform() {
-  releaseAll();
+  ReleaseAll();
 }
 
 unsigned int ExternalRepFactoryPlatform::AddFactory(ExternalRepFactory* factory) {
   if (!factory) return GetFactoryCount();
-  if (find(hasTag(factory->GetRepTag()))) {
+  if (Find(HasTag(factory->GetRepTag()))) {
     factory->Release();
   } else {
     ReportOutOfMemory([&] { factories.push_back(factory); });
@@ -48,24 +48,24 @@ ExternalRepFactory const* ExternalRepFactoryPlatform::GetFactory(unsigned int in
 }
 
 ExternalRepFactory const* ExternalRepFactoryPlatform::GetFactory(std::string const& name) const {
-  return find(hasName(name));
+  return Find(HasName(name));
 }
 
 ExternalRepFactory const* ExternalRepFactoryPlatform::GetFactory(RepTag tag) const {
-  return find(hasTag(tag));
+  return Find(HasTag(tag));
 }
 
 void ExternalRepFactoryPlatform::RemoveFactory(std::string const& name) {
-  remove(hasName(name));
+  Remove(HasName(name));
 }
 
 void ExternalRepFactoryPlatform::RemoveFactory(RepTag tag) {
-  remove(hasTag(tag));
+  Remove(HasTag(tag));
 }
 
 // By index: a factory that is asked may change the list.
 template <class Matches>
-ExternalRepFactory* ExternalRepFactoryPlatform::find(Matches matches) const {
+ExternalRepFactory* ExternalRepFactoryPlatform::Find(Matches matches) const {
   for (std::size_t i = 0; i < factories.size(); ++i) {
     ExternalRepFactory* const factory = factories[i];
     if (matches(*factory)) return factory;
@@ -74,9 +74,9 @@ ExternalRepFactory* ExternalRepFactoryPlatform::find(Matches matches) const {
 }
 
 template <class Matches>
-void ExternalRepFactoryPlatform::remove(Matches matches) noexcept {
+void ExternalRepFactoryPlatform::Remove(Matches matches) noexcept {
   try {
-    ExternalRepFactory* const factory = find(matches);
+    ExternalRepFactory* const factory = Find(matches);
     if (!factory) return;
     factory->Release();
     // Looked for again, without touching it: meanwhile the list may have changed.
@@ -87,7 +87,7 @@ void ExternalRepFactoryPlatform::remove(Matches matches) noexcept {
 }
 
 // Taken off before they are released, so that none is released twice if it calls back.
-void ExternalRepFactoryPlatform::releaseAll() noexcept {
+void ExternalRepFactoryPlatform::ReleaseAll() noexcept {
   auto const released = std::exchange(factories, {});
   try {
     for (ExternalRepFactory* factory : released) factory->Release();

@@ -63,10 +63,10 @@ class ZAM_EXPORT ExternalRepFactoryPlatform {
   ExternalRepFactoryPlatform() = default;
 
   template <class Matches>
-  ExternalRepFactory* find(Matches matches) const;
+  ExternalRepFactory* Find(Matches matches) const;
   template <class Matches>
-  void remove(Matches matches) noexcept;
-  void releaseAll() noexcept;
+  void Remove(Matches matches) noexcept;
+  void ReleaseAll() noexcept;
 
   detail::Reporting<std::vector<ExternalRepFactory*>> factories;  // in the order of their adding; never null
 };

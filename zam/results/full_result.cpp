@@ -16,11 +16,11 @@ namespace ZaM {
 
 namespace {
 
-void checkSlotCount(std::uint64_t count) {
-  RequireAtMost(u"slots of a result", count, FullResult::MaxSlots);
+void CheckSlotCount(std::uint64_t count) {
+  RequireAtMost(u"slots of a result", count, FullResult::maxSlots);
 }
 
-bool isCandidate(FullResultItem const& slot) {
+bool IsCandidate(FullResultItem const& slot) {
   return slot.GetValue() > 0.0F || slot.GetResType() == ResultTypeFinal;
 }
 
@@ -36,20 +36,20 @@ FullResult::~FullResult() = default;
 
 void FullResult::Initialize(unsigned int classCount, FullResultItem* item) {
   std::uint64_t const count = std::uint64_t{classCount} + 1;
-  checkSlotCount(count);
-  replaceSlots(ReportOutOfMemory([&] { return std::vector<FullResultItem>(count, item ? *item : FullResultItem()); }));
+  CheckSlotCount(count);
+  ReplaceSlots(ReportOutOfMemory([&] { return std::vector<FullResultItem>(count, item ? *item : FullResultItem()); }));
 }
 
 void FullResult::SetResults(std::vector<float> const& values) {
-  checkSlotCount(values.size());
+  CheckSlotCount(values.size());
   auto items = ReportOutOfMemory([&] { return std::vector<FullResultItem>(values.size()); });
   for (std::size_t i = 0; i < values.size(); ++i) items[i].SetValue(values[i]);
-  replaceSlots(std::move(items));
+  ReplaceSlots(std::move(items));
 }
 
 void FullResult::SetResults(std::vector<FullResultItem> const& items) {
-  checkSlotCount(items.size());
-  replaceSlots(ReportOutOfMemory([&] { return std::vector(items); }));
+  CheckSlotCount(items.size());
+  ReplaceSlots(ReportOutOfMemory([&] { return std::vector(items); }));
 }
 
 std::vector<FullResultItem> FullResult::GetResults() {
@@ -72,7 +72,7 @@ std::vector<IndexedResult> const& FullResult::GetBestResults(unsigned int count)
   ReportOutOfMemory([&] {
     IndexedResult candidate;
     for (unsigned int i = 0; i < results.size(); ++i) {
-      if (!isCandidate(results[i])) continue;
+      if (!IsCandidate(results[i])) continue;
       candidate.Set(i, results[i].GetValue(), results[i].GetResType());
       detail::OfferToBest(best, wanted, candidate);
     }
@@ -87,7 +87,7 @@ eResultType FullResult::GetResultType(unsigned int classId) const {
 }
 
 void FullResult::SetResultItem(unsigned int classId, float value, eResultType type) {
-  if (classId >= MaxSlots) detail::ThrowOutOfBounds(classId, MaxSlots);
+  if (classId >= maxSlots) detail::ThrowOutOfBounds(classId, maxSlots);
   if (classId >= results.size()) ReportOutOfMemory([&] { results.resize(std::size_t{classId} + 1); });
 
   FullResultItem& slot = results[classId];
@@ -121,8 +121,8 @@ Result* FullResult::Clone() {
 void FullResult::InitializeProperties(XmlSaxParser* parser, unsigned char const** attributes) {
   unsigned int const count = detail::ReadCount(attributes);
   if (count == 0) return;
-  std::uint64_t const affordable = parser ? parser->GetAllowance() / sizeof(FullResultItem) : MostReserved;
-  Initialize(static_cast<unsigned int>(std::min<std::uint64_t>({count, MostReserved, affordable})), nullptr);
+  std::uint64_t const affordable = parser ? parser->GetAllowance() / sizeof(FullResultItem) : mostReserved;
+  Initialize(static_cast<unsigned int>(std::min<std::uint64_t>({count, mostReserved, affordable})), nullptr);
   if (parser) parser->TakeAllowance(results.size() * sizeof(FullResultItem));
 }
 
@@ -134,7 +134,7 @@ void FullResult::GetClsItemProperties(XmlSaxParser* /*parser*/, unsigned char co
 void FullResult::OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) {
   auto const entry = detail::ReadEntry(name, attributes);
   if (!entry) return;
-  if (entry->classId < MaxSlots) {
+  if (entry->classId < maxSlots) {
     std::uint64_t const before = results.size();
     std::uint64_t const affordable = before + parser->GetAllowance() / sizeof(FullResultItem);
     if (entry->classId >= affordable) detail::ThrowOutOfBounds(entry->classId, affordable);
@@ -146,7 +146,7 @@ void FullResult::OnStartElement(XmlSaxParser* parser, unsigned char const* name,
 
 void FullResult::OnEndElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/) {}
 
-void FullResult::replaceSlots(std::vector<FullResultItem> items) {
+void FullResult::ReplaceSlots(std::vector<FullResultItem> items) {
   results = std::move(items);
   bestResults.clear();
 }

@@ -14,23 +14,23 @@ namespace ZaM {
 /// A slot for each class id from 0 to the greatest in use, so that a class is found by its position. Slot 0 belongs to
 /// no class: it is never a final class, though it may be among the best.
 ///
-/// A class id or a count can ask for billions of slots, so there is a bound, `MaxSlots`. Stored results are read as by
+/// A class id or a count can ask for billions of slots, so there is a bound, `maxSlots`. Stored results are read as by
 /// SparseResult, and there the bound is tighter: all full results that one document is read into share the parser's
 /// allowance (`XmlSaxParser::GetAllowance`), which grows with the document and gives 2 million slots, and 16 more for
 /// each byte that was read. A document that is in honest proportion never comes near that.
 ///
 /// Owning, Threads: see Result.
-/// Errors:   BaseException with id 5 when memory runs out; LimitExceededException for more than `MaxSlots` slots, and
+/// Errors:   BaseException with id 5 when memory runs out; LimitExceededException for more than `maxSlots` slots, and
 ///           OutOfBoundsException(8, class id, bound) for the class id of an entry beyond that, or beyond what a stored
 ///           result may ask for. The object is then unchanged.
 class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
  public:
   /// The greatest number of slots: 2²⁷, which are 1 GiB. The greatest class id is one less.
-  static constexpr unsigned int MaxSlots = 1U << 27;
+  static constexpr unsigned int maxSlots = 1U << 27;
 
   /// The greatest `ClsCount` that a document gets slots for, which take 8 MiB, if the allowance suffices: it is a mere
   /// promise, and the entries make room for themselves.
-  static constexpr unsigned int MostReserved = 1U << 20;
+  static constexpr unsigned int mostReserved = 1U << 20;
 
   /// The tag "Fres".
   static RepTag const DefaultTag;
@@ -84,7 +84,7 @@ class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
   Result* Clone() override;
 
   /// Takes the attributes of a stored result's element. Unless `ClsCount` is missing or 0, the result starts anew, as
-  /// `Initialize` with this number leaves it; with a lower one above `MostReserved` and beyond the allowance. Both
+  /// `Initialize` with this number leaves it; with a lower one above `mostReserved` and beyond the allowance. Both
   /// `parser` and `attributes` may be null.
   void InitializeProperties(XmlSaxParser* parser, unsigned char const** attributes);
 
@@ -94,7 +94,7 @@ class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
                             unsigned int& classId);
 
   /// Sets the slot that an element `ClsItem` stores, with 0 for what its attributes don't say. An entry whose class id
-  /// isn't below `MaxSlots`, which no full result can hold, is passed over, and so is any other element with all that
+  /// isn't below `maxSlots`, which no full result can hold, is passed over, and so is any other element with all that
   /// it holds. Throws OutOfBoundsException for one whose slots the allowance doesn't suffice for.
   void OnStartElement(XmlSaxParser* parser, unsigned char const* name, unsigned char const** attributes) override;
   /// Does nothing.
@@ -105,9 +105,9 @@ class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
   ~FullResult() override;
 
  private:
-  void replaceSlots(std::vector<FullResultItem> items);
+  void ReplaceSlots(std::vector<FullResultItem> items);
 
-  detail::Reporting<std::vector<FullResultItem>> results;  // slot i belongs to class id i; at most MaxSlots
+  detail::Reporting<std::vector<FullResultItem>> results;  // slot i belongs to class id i; at most maxSlots
   detail::Reporting<std::vector<IndexedResult>>
       bestResults;  // the answer of GetBestResults; empty when there is none to keep
 };

@@ -20,7 +20,7 @@ enum eResultType : std::int32_t {
 
 /// The bits 12 to 14 of a type form a group: a class may have one entry per group in a `SparseResult`. The library
 /// makes no type that has them.
-inline constexpr std::int32_t ResultTypeGroupMask = 0x7000;
+inline constexpr std::int32_t resultTypeGroupMask = 0x7000;
 
 /// Whether the lowest bit marks an entry as a final class.
 constexpr bool IsFinalType(eResultType type) {

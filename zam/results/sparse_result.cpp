@@ -12,7 +12,7 @@ namespace ZaM {
 
 namespace {
 
-bool isFinal(IndexedResult const& entry) {
+bool IsFinal(IndexedResult const& entry) {
   return IsFinalType(entry.GetResType());
 }
 
@@ -36,7 +36,7 @@ std::vector<IndexedResult> SparseResult::GetResults() {
 }
 
 void SparseResult::SortResults() {
-  std::sort(results.begin(), results.end(), detail::ComesBefore);
+  std::sort(results.begin(), results.end(), detail::comesBefore);
   places.Forget();
 }
 
@@ -45,7 +45,7 @@ bool SparseResult::IsValid() const {
 }
 
 float SparseResult::GetResult(unsigned int classId) const {
-  IndexedResult const* const entry = find(classId);
+  IndexedResult const* const entry = Find(classId);
   return entry ? entry->GetValue() : 0.0F;
 }
 
@@ -54,7 +54,7 @@ std::vector<IndexedResult> const& SparseResult::GetBestResults(unsigned int /*co
 }
 
 eResultType SparseResult::GetResultType(unsigned int classId) const {
-  IndexedResult const* const entry = find(classId);
+  IndexedResult const* const entry = Find(classId);
   return entry ? entry->GetResType() : ResultTypeNone;
 }
 
@@ -72,12 +72,12 @@ void SparseResult::SetResultItem(unsigned int classId, float value, eResultType 
 }
 
 unsigned int SparseResult::GetFinalClassCount() {
-  return static_cast<unsigned int>(std::count_if(results.begin(), results.end(), isFinal));
+  return static_cast<unsigned int>(std::count_if(results.begin(), results.end(), IsFinal));
 }
 
 unsigned int SparseResult::GetFinalClassId(unsigned int n) {
   for (IndexedResult const& entry : results) {
-    if (isFinal(entry) && n-- == 0) return entry.GetIndex();
+    if (IsFinal(entry) && n-- == 0) return entry.GetIndex();
   }
   return 0;
 }
@@ -110,7 +110,7 @@ void SparseResult::OnStartElement(XmlSaxParser* parser, unsigned char const* nam
 
 void SparseResult::OnEndElement(XmlSaxParser* /*parser*/, unsigned char const* /*name*/) {}
 
-IndexedResult const* SparseResult::find(unsigned int classId) const {
+IndexedResult const* SparseResult::Find(unsigned int classId) const {
   auto const match = std::find_if(results.begin(), results.end(),
                                   [classId](IndexedResult const& entry) { return entry.GetIndex() == classId; });
   return match != results.end() ? &*match : nullptr;

@@ -16,7 +16,7 @@ namespace ZaM {
 /// number of classes; each lookup is a walk over it.
 ///
 /// Several entries may have one class id: `SetResultItem` keeps those apart whose types differ in the bits of
-/// `ResultTypeGroupMask`, and `SetResults` takes a list as it comes. Lookups find the first.
+/// `resultTypeGroupMask`, and `SetResults` takes a list as it comes. Lookups find the first.
 ///
 /// A stored result is read by handing its element over, from the callback that meets it:
 ///
@@ -91,7 +91,7 @@ class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
   ~SparseResult() override;
 
  private:
-  IndexedResult const* find(unsigned int classId) const;
+  IndexedResult const* Find(unsigned int classId) const;
 
   detail::Reporting<std::vector<IndexedResult>> results;
   detail::EntryPlaces places;  // of the first entry of each class id and group

@@ -81,11 +81,11 @@ constexpr Class classes[] = {
 // alphabet share its symbol.
 constexpr unsigned char cyrillicExtras[] = {31, 56, 30, 29, 31, 48, 34, 34, 55, 37, 39, 49, 36, 34, 45, 49};
 
-void fill(Alphabet const& range, unsigned char* table) {
+void Fill(Alphabet const& range, unsigned char* table) {
   std::iota(table + range.first, table + range.last + 1, range.symbol);
 }
 
-void fill(Class const& range, unsigned char* table) {
+void Fill(Class const& range, unsigned char* table) {
   std::fill(table + range.first, table + range.last + 1, range.symbol);
 }
 
@@ -93,13 +93,13 @@ void fill(Class const& range, unsigned char* table) {
 
 void FillSymbolTable(bool useDigits, unsigned char* table) {
   std::fill_n(table, 0x10000, Symbols::separator);
-  for (Alphabet const& range : alphabets) fill(range, table);
-  for (Class const& range : classes) fill(range, table);
+  for (Alphabet const& range : alphabets) Fill(range, table);
+  for (Class const& range : classes) Fill(range, table);
   for (char16_t const start : {u'\u0400', u'\u0450'}) {
     std::copy(std::begin(cyrillicExtras), std::end(cyrillicExtras), table + start);
   }
   if (!useDigits) return;
-  for (Alphabet const& range : digits) fill(range, table);
+  for (Alphabet const& range : digits) Fill(range, table);
 }
 
 void FillPageTable(unsigned char const* symbols, unsigned char* pages) {

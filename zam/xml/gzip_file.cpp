@@ -22,7 +22,7 @@ constexpr std::size_t blockSize = 2 * inputSize;
 /// What is written in one call, whose result is an int.
 constexpr std::size_t mostAtOnce = std::numeric_limits<int>::max();
 
-bool isOutOfMemory(gzFile_s* stream) {
+bool IsOutOfMemory(gzFile_s* stream) {
   int error = Z_OK;
   gzerror(stream, &error);
   return error == Z_MEM_ERROR;
@@ -36,12 +36,12 @@ void GzipFile::Closer::operator()(gzFile_s* opened) const {
 
 GzipFile::GzipFile(platform::File openFile, Mode mode) : file(std::move(openFile)) {
   platform::File second = file.Duplicate();
-  if (second.IsOpen()) stream.reset(gzdopen(second.Descriptor(), mode == Mode::read ? "rb" : "wb9"));
+  if (second.IsOpen()) stream.reset(gzdopen(second.Descriptor(), mode == Mode::Read ? "rb" : "wb9"));
   if (stream == nullptr) throw BaseException(ErrorId::OutOfMemory);
   second.Detach();
   gzbuffer(stream.get(), inputSize);
   // With nothing to compress yet this only takes the memory that all further writing needs.
-  if (mode == Mode::write && gzflush(stream.get(), Z_NO_FLUSH) == Z_MEM_ERROR)
+  if (mode == Mode::Write && gzflush(stream.get(), Z_NO_FLUSH) == Z_MEM_ERROR)
     throw BaseException(ErrorId::OutOfMemory);
 }
 
@@ -54,7 +54,7 @@ std::optional<std::size_t> GzipFile::Read(std::span<char> bytes) {
     int const count = gzread(stream.get(), bytes.data() + total, wanted);
     // A read that fails may have delivered what lies in front of the damage, without saying how much.
     total += static_cast<std::size_t>(count >= 0 ? count : gztell(stream.get()) - position);
-    if (count < 0 && isOutOfMemory(stream.get())) throw BaseException(ErrorId::OutOfMemory);
+    if (count < 0 && IsOutOfMemory(stream.get())) throw BaseException(ErrorId::OutOfMemory);
     if (count < 0 && total == 0) return std::nullopt;
     if (count <= 0) break;
   }

@@ -24,7 +24,7 @@ namespace ZaM::detail {
 ///          results.
 class GzipFile {
  public:
-  enum class Mode { read, write };
+  enum class Mode { Read, Write };
 
   /// Takes `openFile`, which is open, over; closes it where this throws.
   GzipFile(platform::File openFile, Mode mode);

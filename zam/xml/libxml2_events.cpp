@@ -248,7 +248,7 @@ xmlSAXHandler const Libxml2Events::Impl::handler = [] {
   made.elementDecl = [](void* self, xmlChar const* name, int type, xmlElementContent*) {
     if (type == XML_ELEMENT_TYPE_UNDEFINED) return;
     Run(self, [=](Impl& parser) {
-      XmlContent const content = type == XML_ELEMENT_TYPE_ELEMENT ? XmlContent::elementsOnly : XmlContent::any;
+      XmlContent const content = type == XML_ELEMENT_TYPE_ELEMENT ? XmlContent::ElementsOnly : XmlContent::Any;
       ReportOutOfMemory([&] { parser.declarations.AddContent(View(name), content); });
     });
   };

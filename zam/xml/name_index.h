@@ -32,9 +32,9 @@ class NameIndex {
 
   /// The number of the name, which is new if it is the greatest so far.
   std::uint32_t Insert(std::string_view name) {
-    if (2 * (names.size() + 1) > mask + 1) grow();
+    if (2 * (names.size() + 1) > mask + 1) Grow();
     auto const hashed = static_cast<std::uint32_t>(hash(name));
-    Slot& slot = slotOf(name, hashed);
+    Slot& slot = SlotOf(name, hashed);
     if (slot.round != round) {
       names.push_back(name);
       slot = {hashed, round, Count() - 1};
@@ -46,7 +46,7 @@ class NameIndex {
 
   [[nodiscard]] std::uint32_t Find(std::string_view name) {
     if (names.empty()) return none;
-    Slot const& slot = slotOf(name, static_cast<std::uint32_t>(hash(name)));
+    Slot const& slot = SlotOf(name, static_cast<std::uint32_t>(hash(name)));
     return slot.round == round ? slot.number : none;
   }
 
@@ -58,16 +58,16 @@ class NameIndex {
     std::uint32_t number = 0;
   };
 
-  void grow() {
+  void Grow() {
     std::vector<Slot> before(2 * (mask + 1));
     before.swap(slots);
     mask = slots.size() - 1;
     for (Slot const& slot : before) {
-      if (slot.round == round) slotOf(names[slot.number], slot.hash) = slot;
+      if (slot.round == round) SlotOf(names[slot.number], slot.hash) = slot;
     }
   }
 
-  Slot& slotOf(std::string_view name, std::uint32_t hashed) {
+  Slot& SlotOf(std::string_view name, std::uint32_t hashed) {
     std::size_t i = hashed & mask;
     auto const isOther = [&](Slot const& slot) { return slot.hash != hashed || names[slot.number] != name; };
     while (slots[i].round == round && isOther(slots[i])) i = (i + 1) & mask;

@@ -20,7 +20,7 @@ class XmlNode::Children {
         at = last->nextInRing;
       } else if (list != nullptr) {
         entry = list->begin();
-        lookAtEntry();
+        LookAtEntry();
       }
     }
 
@@ -30,14 +30,14 @@ class XmlNode::Children {
         at = at == last ? nullptr : at->nextInRing;
       } else {
         ++entry;
-        lookAtEntry();
+        LookAtEntry();
       }
       return *this;
     }
     bool operator==(std::default_sentinel_t) const { return at == nullptr; }
 
    private:
-    void lookAtEntry() { at = entry == list->end() ? nullptr : *entry; }
+    void LookAtEntry() { at = entry == list->end() ? nullptr : *entry; }
 
     XmlNode* last;  // of the ring, or null
     std::list<XmlNode*> const* list;
@@ -49,7 +49,7 @@ class XmlNode::Children {
 
   [[nodiscard]] Iterator begin() const { return Iterator(node); }
   [[nodiscard]] std::default_sentinel_t end() const { return {}; }
-  [[nodiscard]] bool empty() const { return begin() == end(); }
+  [[nodiscard]] bool Empty() const { return begin() == end(); }
 
  private:
   XmlNode const& node;

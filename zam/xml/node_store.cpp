@@ -27,7 +27,7 @@ constexpr std::uint32_t fillingCount = std::uint32_t{1} << 31;
 /// What one node may hold.
 constexpr std::size_t mostTextSize = std::numeric_limits<std::uint32_t>::max();
 
-constexpr std::size_t aligned(std::size_t size) {
+constexpr std::size_t Aligned(std::size_t size) {
   return (size + alignof(StoredNode) - 1) / alignof(StoredNode) * alignof(StoredNode);
 }
 
@@ -78,7 +78,7 @@ void StoredNode::operator delete(StoredNode* node, std::destroying_delete_t) {
 NodeStore::NodeStore(std::uint64_t most) : mostBytes(most), names(ReportOutOfMemory([] { return new NameTable; })) {}
 
 NodeStore::~NodeStore() {
-  closeChunk();
+  CloseChunk();
   names->Release();
 }
 
@@ -100,7 +100,7 @@ XmlNode* NodeStore::NewElement(wstring const* name, std::span<Attribute const> a
   for (Attribute const& attribute : attributes) size += attribute.value.size();
   RequireAtMost(u"bytes of attributes", size, mostTextSize);
 
-  auto const [memory, offset] = placeFor(sizeof(StoredNode) + (attributes.empty() ? 0 : size));
+  auto const [memory, offset] = PlaceFor(sizeof(StoredNode) + (attributes.empty() ? 0 : size));
   StoredAttributes* stored = nullptr;
   if (!attributes.empty()) {
     stored = new (memory + sizeof(StoredNode)) StoredAttributes{attributes.size()};
@@ -120,7 +120,7 @@ XmlNode* NodeStore::NewElement(wstring const* name, std::span<Attribute const> a
 
 XmlNode* NodeStore::NewContent(wstring const* name, std::string_view text) {
   RequireAtMost(u"bytes of text", text.size(), mostTextSize);
-  auto const [memory, offset] = placeFor(sizeof(StoredNode) + (text.empty() ? 0 : sizeof(StoredText) + text.size()));
+  auto const [memory, offset] = PlaceFor(sizeof(StoredNode) + (text.empty() ? 0 : sizeof(StoredText) + text.size()));
   StoredText* stored = nullptr;
   if (!text.empty()) {
     stored = new (memory + sizeof(StoredNode)) StoredText{static_cast<std::uint32_t>(text.size())};
@@ -132,32 +132,32 @@ XmlNode* NodeStore::NewContent(wstring const* name, std::string_view text) {
 }
 
 /// Room for one node, which is counted.
-NodeStore::Place NodeStore::placeFor(std::size_t size) {
-  size = aligned(size);
+NodeStore::Place NodeStore::PlaceFor(std::size_t size) {
+  size = Aligned(size);
   // What is large gets a chunk of its own, so that no more than a quarter of any is left over.
-  if (size > mostChunkSize / 4) return placeIn(*newChunk(sizeof(Chunk) + size, 1), sizeof(Chunk));
-  if (chunk == nullptr || size > chunkSize - used) openChunk(size);
+  if (size > mostChunkSize / 4) return PlaceIn(*NewChunk(sizeof(Chunk) + size, 1), sizeof(Chunk));
+  if (chunk == nullptr || size > chunkSize - used) OpenChunk(size);
   ++made;
   used += size;
-  return placeIn(*chunk, used - size);
+  return PlaceIn(*chunk, used - size);
 }
 
-NodeStore::Place NodeStore::placeIn(Chunk& home, std::size_t start) {
+NodeStore::Place NodeStore::PlaceIn(Chunk& home, std::size_t start) {
   return {reinterpret_cast<char*>(&home) + start, static_cast<std::uint16_t>(start / alignof(StoredNode))};
 }
 
-void NodeStore::openChunk(std::size_t least) {
+void NodeStore::OpenChunk(std::size_t least) {
   std::size_t size = chunk == nullptr ? firstChunkSize : chunkSize * 2;
   while (size < sizeof(Chunk) + least) size *= 2;
   size = std::min(size, mostChunkSize);
-  Chunk* const opened = newChunk(size, fillingCount);
-  closeChunk();
+  Chunk* const opened = NewChunk(size, fillingCount);
+  CloseChunk();
   chunk = opened;
   chunkSize = size;
   used = sizeof(Chunk);
 }
 
-Chunk* NodeStore::newChunk(std::size_t size, std::uint32_t live) {
+Chunk* NodeStore::NewChunk(std::size_t size, std::uint32_t live) {
   RequireAtMost(u"bytes of an XML tree", bytes + size, mostBytes);
   void* const memory = ReportOutOfMemory([=] { return ::operator new(size); });
   bytes += size;
@@ -166,7 +166,7 @@ Chunk* NodeStore::newChunk(std::size_t size, std::uint32_t live) {
 }
 
 /// From here on the chunk counts its nodes alone.
-void NodeStore::closeChunk() {
+void NodeStore::CloseChunk() {
   if (chunk) chunk->Release(fillingCount - made);
   chunk = nullptr;
   made = 0;

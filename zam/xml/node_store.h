@@ -57,11 +57,11 @@ class NodeStore {
     char* memory;
     std::uint16_t offset;  // from the front of its chunk, in units of the alignment
   };
-  Place placeFor(std::size_t size);
-  static Place placeIn(Chunk& home, std::size_t start);
-  Chunk* newChunk(std::size_t size, std::uint32_t live);
-  void openChunk(std::size_t least);
-  void closeChunk();
+  Place PlaceFor(std::size_t size);
+  static Place PlaceIn(Chunk& home, std::size_t start);
+  Chunk* NewChunk(std::size_t size, std::uint32_t live);
+  void OpenChunk(std::size_t least);
+  void CloseChunk();
 
   std::uint64_t const mostBytes;
   std::uint64_t bytes = 0;                // of all chunks so far

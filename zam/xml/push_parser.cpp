@@ -72,11 +72,11 @@ xmlEntity* NextReference(xmlDoc* document, xmlChar const*& content) {
 /// Whether an entity of the document refers to itself, through others or not.
 bool HasRecursiveEntity(xmlDoc* document) {
   if (document == nullptr || document->intSubset == nullptr) return false;
-  enum class State { isOpen, isDone };
+  enum class State { IsOpen, IsDone };
   std::unordered_map<xmlEntity const*, State> states;
   std::vector<std::pair<xmlEntity const*, xmlChar const*>> path;  // and what is left of the content of each
   auto const open = [&](xmlEntity const* entity) {
-    states.emplace(entity, State::isOpen);
+    states.emplace(entity, State::IsOpen);
     path.emplace_back(entity, entity->content);
   };
   for (xmlNode const* node = document->intSubset->children; node != nullptr; node = node->next) {
@@ -87,11 +87,11 @@ bool HasRecursiveEntity(xmlDoc* document) {
       xmlEntity const* const next = NextReference(document, path.back().second);
       auto const found = states.find(next);
       if (next == nullptr) {
-        states[path.back().first] = State::isDone;
+        states[path.back().first] = State::IsDone;
         path.pop_back();
       } else if (found == states.end()) {
         open(next);
-      } else if (found->second == State::isOpen) {
+      } else if (found->second == State::IsOpen) {
         return true;
       }
     }
@@ -385,8 +385,8 @@ void PushParser::Describe(XmlDocumentType& type) const {
     if (isParameter) continue;
     XmlEntity& entity = type.entities.emplace_back();
     entity.name = View(declared.name);
-    if (declared.etype == XML_EXTERNAL_GENERAL_PARSED_ENTITY) entity.kind = XmlEntity::Kind::external;
-    if (declared.etype == XML_EXTERNAL_GENERAL_UNPARSED_ENTITY) entity.kind = XmlEntity::Kind::unparsed;
+    if (declared.etype == XML_EXTERNAL_GENERAL_PARSED_ENTITY) entity.kind = XmlEntity::Kind::External;
+    if (declared.etype == XML_EXTERNAL_GENERAL_UNPARSED_ENTITY) entity.kind = XmlEntity::Kind::Unparsed;
     if (declared.etype == XML_INTERNAL_GENERAL_ENTITY && declared.content != nullptr) {
       entity.content = View(declared.content);
     }

@@ -18,14 +18,14 @@ namespace ZaM::detail {
 class StepBuffer {
  public:
   /// What a target takes at once. No larger area is kept than the longest step needs.
-  static constexpr std::size_t UsualSize = 48 * 1024;
+  static constexpr std::size_t usualSize = 48 * 1024;
 
   /// Whether `size` bytes can be appended.
   [[nodiscard]] bool HasRoom(std::size_t size) const { return capacity - end >= size; }
 
   /// Makes room for `size` bytes behind what is there. Throws BaseException with id 5.
   void MakeRoom(std::size_t size) {
-    std::size_t const needed = std::max(end + size, UsualSize);
+    std::size_t const needed = std::max(end + size, usualSize);
     auto larger = ReportOutOfMemory([needed] { return std::make_unique_for_overwrite<char[]>(needed); });
     std::copy_n(area.get(), end, larger.get());
     area = std::move(larger);

@@ -23,31 +23,31 @@ TreeBuilder::TreeBuilder(Ref<XmlNode>& builtRoot, TreeOptions const& treeOptions
       cdataName(store.Name("")) {}
 
 void TreeBuilder::OnStartElement(XmlElement const& element) {
-  options.isModel ? endText() : dropText();
-  takeAttributes(element);
-  Ref<XmlNode> made(store.NewElement(nameOf(options.isModel ? element.localName : element.name), attributes));
+  options.isModel ? EndText() : DropText();
+  TakeAttributes(element);
+  Ref<XmlNode> made(store.NewElement(NameOf(options.isModel ? element.localName : element.name), attributes));
   ReportOutOfMemory([&] { open.push_back(made.Get()); });
   if (open.size() == 1) {
     root = std::move(made);
   } else {
-    open[open.size() - 2]->link(*made.Detach());
+    open[open.size() - 2]->Link(*made.Detach());
   }
 }
 
-void TreeBuilder::takeAttributes(XmlElement const& element) {
+void TreeBuilder::TakeAttributes(XmlElement const& element) {
   ReportOutOfMemory([&] { attributes.resize(element.attributes.size()); });
   bool mayRepeat = false;
   auto* taken = attributes.data();
   for (XmlAttribute const& attribute : element.attributes) {
     std::string_view const name = options.isModel ? attribute.localName : attribute.name;
     mayRepeat = mayRepeat || name.size() < attribute.name.size() || name.size() > options.mostNameUnits;
-    *taken++ = {nameOf(name), FrontUnits(attribute.value, options.mostValueUnits)};
+    *taken++ = {NameOf(name), FrontUnits(attribute.value, options.mostValueUnits)};
   }
-  if (mayRepeat) dropRepeatedAttributes();
+  if (mayRepeat) DropRepeatedAttributes();
 }
 
 /// Of attributes that have become alike the first stays.
-void TreeBuilder::dropRepeatedAttributes() {
+void TreeBuilder::DropRepeatedAttributes() {
   if (attributes.size() <= fewAttributes) {
     for (auto next = attributes.begin(); next != attributes.end();) {
       bool const isRepeated =
@@ -62,61 +62,61 @@ void TreeBuilder::dropRepeatedAttributes() {
   });
 }
 
-wstring const* TreeBuilder::nameOf(std::string_view name) {
+wstring const* TreeBuilder::NameOf(std::string_view name) {
   return store.Name(FrontUnits(name, options.mostNameUnits));
 }
 
 void TreeBuilder::OnEndElement(std::string_view /*name*/) {
-  endText();
+  EndText();
   open.pop_back();
 }
 
 void TreeBuilder::OnCharacters(std::string_view more) {
-  collect(Pending::characters, more);
+  Collect(Pending::Characters, more);
 }
 
 void TreeBuilder::OnCData(std::string_view more) {
-  collect(options.isModel ? Pending::cdata : Pending::characters, more);
+  Collect(options.isModel ? Pending::Cdata : Pending::Characters, more);
 }
 
-void TreeBuilder::collect(Pending kind, std::string_view more) {
-  if (pending != kind) endText();
+void TreeBuilder::Collect(Pending kind, std::string_view more) {
+  if (pending != kind) EndText();
   pending = kind;
   ReportOutOfMemory([&] { text += more; });
 }
 
 /// What was collected becomes a child.
-void TreeBuilder::endText() {
-  if (pending == Pending::characters && !text.empty()) addChild(textName, text);
-  if (pending == Pending::cdata) addChild(cdataName, text);
-  dropText();
+void TreeBuilder::EndText() {
+  if (pending == Pending::Characters && !text.empty()) AddChild(textName, text);
+  if (pending == Pending::Cdata) AddChild(cdataName, text);
+  DropText();
 }
 
-void TreeBuilder::dropText() {
+void TreeBuilder::DropText() {
   text.clear();
-  pending = Pending::nothing;
+  pending = Pending::Nothing;
 }
 
 void TreeBuilder::OnComment(std::string_view comment) {
-  addOther("comment", comment);
+  AddOther("comment", comment);
 }
 
 void TreeBuilder::OnProcessingInstruction(std::string_view target, std::string_view data) {
-  addOther(target, data);
+  AddOther(target, data);
 }
 
 void TreeBuilder::OnEntityReference(std::string_view name, std::string_view content) {
-  addOther(name, content);
+  AddOther(name, content);
 }
 
-void TreeBuilder::addOther(std::string_view name, std::string_view content) {
+void TreeBuilder::AddOther(std::string_view name, std::string_view content) {
   if (!options.isModel) return;
-  endText();
-  addChild(nameOf(name), content);
+  EndText();
+  AddChild(NameOf(name), content);
 }
 
-void TreeBuilder::addChild(wstring const* name, std::string_view content) {
-  open.back()->link(*store.NewContent(name, content));
+void TreeBuilder::AddChild(wstring const* name, std::string_view content) {
+  open.back()->Link(*store.NewContent(name, content));
 }
 
 }  // namespace ZaM::detail

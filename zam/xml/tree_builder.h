@@ -43,16 +43,16 @@ class TreeBuilder final : public XmlEventReceiver {
   void OnEntityReference(std::string_view name, std::string_view content) override;
 
  private:
-  enum class Pending { nothing, characters, cdata };
+  enum class Pending { Nothing, Characters, Cdata };
 
-  void collect(Pending kind, std::string_view more);
-  void endText();
-  void dropText();
-  void addChild(wstring const* name, std::string_view content);
-  void addOther(std::string_view name, std::string_view content);
-  void takeAttributes(XmlElement const& element);
-  void dropRepeatedAttributes();
-  [[nodiscard]] wstring const* nameOf(std::string_view name);
+  void Collect(Pending kind, std::string_view more);
+  void EndText();
+  void DropText();
+  void AddChild(wstring const* name, std::string_view content);
+  void AddOther(std::string_view name, std::string_view content);
+  void TakeAttributes(XmlElement const& element);
+  void DropRepeatedAttributes();
+  [[nodiscard]] wstring const* NameOf(std::string_view name);
 
   Ref<XmlNode>& root;
   TreeOptions const options;
@@ -61,7 +61,7 @@ class TreeBuilder final : public XmlEventReceiver {
   wstring const* const cdataName;                // none
   std::vector<XmlNode*> open;                    // elements, the root first
   std::vector<NodeStore::Attribute> attributes;  // of the present one
-  Pending pending = Pending::nothing;
+  Pending pending = Pending::Nothing;
   std::string text;  // of what is pending
 };
 

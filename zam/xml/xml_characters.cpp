@@ -101,14 +101,14 @@ Character Decode(char const* bytes) {
 char const* NameEnd(char const* start) {
   char const* place = start;
   for (;;) {
-    while (Is(*place, isInName)) ++place;
+    while (Is(*place, IsInName)) ++place;
     if (static_cast<unsigned char>(*place) < 0x80) break;
     auto const [code, size] = Decode(place);
     bool const isFirst = place == start;
     if (size == 0 || !(Lies(code, nameStarts) || (!isFirst && Lies(code, nameRest)))) break;
     place += size;
   }
-  return Is(*start, beginsName) || static_cast<unsigned char>(*start) >= 0x80 ? place : start;
+  return Is(*start, BeginsName) || static_cast<unsigned char>(*start) >= 0x80 ? place : start;
 }
 
 bool IsCutCharacter(char const* place, char const* end) {
@@ -121,7 +121,7 @@ bool IsText(std::string_view text) {
   char const* place = text.data();
   char const* const end = place + text.size();
   while (place < end) {
-    if (Is(*place, isBlank) || (*place >= 0x20 && static_cast<unsigned char>(*place) < 0x80)) {
+    if (Is(*place, IsBlank) || (*place >= 0x20 && static_cast<unsigned char>(*place) < 0x80)) {
       ++place;
       continue;
     }

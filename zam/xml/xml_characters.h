@@ -16,20 +16,20 @@ namespace ZaM::detail {
 inline constexpr std::size_t scanPadding = 16;
 
 enum : std::uint8_t {
-  isBlank = 1,
-  beginsName = 2,
-  isInName = 4,
+  IsBlank = 1,
+  BeginsName = 2,
+  IsInName = 4,
 };
 
 /// Of ASCII characters.
 inline constexpr std::array<std::uint8_t, 256> characterClasses = [] {
   std::array<std::uint8_t, 256> made = {};
-  for (char const c : {'\t', '\n', '\r', ' '}) made[static_cast<std::size_t>(c)] |= isBlank;
-  for (char c = 'a'; c <= 'z'; ++c) made[static_cast<std::size_t>(c)] |= beginsName | isInName;
-  for (char c = 'A'; c <= 'Z'; ++c) made[static_cast<std::size_t>(c)] |= beginsName | isInName;
-  for (char const c : {':', '_'}) made[static_cast<std::size_t>(c)] |= beginsName | isInName;
-  for (char c = '0'; c <= '9'; ++c) made[static_cast<std::size_t>(c)] |= isInName;
-  for (char const c : {'-', '.'}) made[static_cast<std::size_t>(c)] |= isInName;
+  for (char const c : {'\t', '\n', '\r', ' '}) made[static_cast<std::size_t>(c)] |= IsBlank;
+  for (char c = 'a'; c <= 'z'; ++c) made[static_cast<std::size_t>(c)] |= BeginsName | IsInName;
+  for (char c = 'A'; c <= 'Z'; ++c) made[static_cast<std::size_t>(c)] |= BeginsName | IsInName;
+  for (char const c : {':', '_'}) made[static_cast<std::size_t>(c)] |= BeginsName | IsInName;
+  for (char c = '0'; c <= '9'; ++c) made[static_cast<std::size_t>(c)] |= IsInName;
+  for (char const c : {'-', '.'}) made[static_cast<std::size_t>(c)] |= IsInName;
   return made;
 }();
 
@@ -58,7 +58,7 @@ struct Character {
 
 template <class Char>
 Char* SkipBlanks(Char* place) {
-  while (Is(*place, isBlank)) ++place;
+  while (Is(*place, IsBlank)) ++place;
   return place;
 }
 

@@ -17,7 +17,7 @@ namespace {
 /// Copies the ASCII characters at the front of `in`, as far as there is room, and returns their number. Nearly all of
 /// what documents hold goes this way.
 template <class In, class Out>
-std::size_t copyAscii(std::basic_string_view<In> in, std::span<Out> out) {
+std::size_t CopyAscii(std::basic_string_view<In> in, std::span<Out> out) {
   std::size_t const most = std::min(in.size(), out.size());
   std::size_t count = 0;
   for (; count < most && static_cast<std::make_unsigned_t<In>>(in[count]) < 0x80; ++count) {
@@ -26,7 +26,7 @@ std::size_t copyAscii(std::basic_string_view<In> in, std::span<Out> out) {
   return count;
 }
 
-bool isContinuation(char byte) {
+bool IsContinuation(char byte) {
   return (byte & 0xC0) == 0x80;
 }
 
@@ -35,19 +35,19 @@ struct Converted {
   bool isWhole;
 };
 
-Converted toUtf8(std::u16string_view units, std::span<char> area) {
-  std::size_t const ascii = copyAscii(units, area);
+Converted ToUtf8(std::u16string_view units, std::span<char> area) {
+  std::size_t const ascii = CopyAscii(units, area);
   std::size_t const room = area.size() - ascii;
   // Every unit gives a byte or more; the one beyond the room tells whether a pair is whole.
   std::string const rest = platform::Utf8FromUtf16(units.substr(ascii, room + 1));
   std::size_t count = std::min(rest.size(), room);
-  while (count < rest.size() && count > 0 && isContinuation(rest[count])) --count;
+  while (count < rest.size() && count > 0 && IsContinuation(rest[count])) --count;
   std::copy_n(rest.begin(), count, area.begin() + static_cast<std::ptrdiff_t>(ascii));
   return {{area.data(), ascii + count}, count == rest.size()};
 }
 
 /// UTF-8 that is well-formed already.
-void replaceForbidden(std::span<char> bytes) {
+void ReplaceForbidden(std::span<char> bytes) {
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     auto const byte = static_cast<unsigned char>(bytes[i]);
     if (byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') bytes[i] = ' ';
@@ -79,28 +79,28 @@ constexpr std::array<Range, 14> nameStarts = {{{'A', 'Z'},
 constexpr std::array<Range, 5> nameRest = {{{'-', '.'}, {'0', '9'}, {0xB7, 0xB7}, {0x300, 0x36F}, {0x203F, 0x2040}}};
 
 template <std::size_t size>
-bool lies(wchar unit, std::array<Range, size> const& ranges) {
+bool Lies(wchar unit, std::array<Range, size> const& ranges) {
   return std::any_of(ranges.begin(), ranges.end(),
                      [unit](Range const& range) { return unit >= range.first && unit <= range.last; });
 }
 
 /// Of the characters beyond U+FFFF, those up to U+EFFFF may stand anywhere in a name.
-bool isNameStart(std::u16string_view units) {
-  return lies(units[0], nameStarts) || (platform::BeginsWithPair(units) && units[0] < 0xDB80);
+bool IsNameStart(std::u16string_view units) {
+  return Lies(units[0], nameStarts) || (platform::BeginsWithPair(units) && units[0] < 0xDB80);
 }
 
 /// A colon stands between two names here, as in `x:a`: with others libxml2 finds no end of the name.
-bool isNameCharacter(std::u16string_view units, bool isFirst) {
-  if (units[0] == u':') return !isFirst && units.size() > 1 && isNameStart(units.substr(1));
-  return isNameStart(units) || (!isFirst && lies(units[0], nameRest));
+bool IsNameCharacter(std::u16string_view units, bool isFirst) {
+  if (units[0] == u':') return !isFirst && units.size() > 1 && IsNameStart(units.substr(1));
+  return IsNameStart(units) || (!isFirst && Lies(units[0], nameRest));
 }
 
-wstring makeName(std::u16string_view units) {
+wstring MakeName(std::u16string_view units) {
   if (units.empty()) return u"_";
   wstring name;
   while (!units.empty()) {
     std::size_t const length = platform::BeginsWithPair(units) ? 2 : 1;
-    name += isNameCharacter(units, name.empty()) ? units.substr(0, length) : std::u16string_view(u"_");
+    name += IsNameCharacter(units, name.empty()) ? units.substr(0, length) : std::u16string_view(u"_");
     units.remove_prefix(length);
   }
   return name;
@@ -113,7 +113,7 @@ std::string_view FrontUnits(std::string_view bytes, std::size_t most) {
   std::size_t units = 0;
   for (std::size_t at = 0; at < bytes.size(); ++at) {
     auto const byte = static_cast<unsigned char>(bytes[at]);
-    if (isContinuation(bytes[at])) continue;
+    if (IsContinuation(bytes[at])) continue;
     units += byte < 0xF0 ? 1 : 2;
     if (units > most) return bytes.substr(0, at);
   }
@@ -136,14 +136,14 @@ wstring ToWide(std::string_view bytes) {
 }
 
 std::string_view ToXmlText(std::u16string_view units, std::span<char> area) {
-  std::string_view const bytes = toUtf8(units, area).bytes;
-  replaceForbidden(area.first(bytes.size()));
+  std::string_view const bytes = ToUtf8(units, area).bytes;
+  ReplaceForbidden(area.first(bytes.size()));
   return bytes;
 }
 
 XmlName ToXmlName(std::u16string_view units, std::span<char> area) {
-  wstring const name = makeName(units.substr(0, area.size() + 1));
-  Converted const converted = toUtf8(name, area);
+  wstring const name = MakeName(units.substr(0, area.size() + 1));
+  Converted const converted = ToUtf8(name, area);
   return {converted.bytes, converted.isWhole && units == name};
 }
 

@@ -15,7 +15,7 @@
 namespace ZaM::detail {
 
 /// What a document declares of an element's content.
-enum class XmlContent { undeclared, elementsOnly, any };
+enum class XmlContent { Undeclared, ElementsOnly, Any };
 
 /// Makes what stands behind `from` tokens with a blank between each two, as values of attributes that aren't CDATA are.
 inline void MakeTokens(std::string& text, std::size_t from) {
@@ -38,7 +38,7 @@ class XmlDeclarations {
     bool hasTokens = false;                                           // whether any is
     std::deque<Default> named;             // all of them; those without a default have no value
     std::vector<Default const*> prefixes;  // those whose default declares one
-    XmlContent content = XmlContent::undeclared;
+    XmlContent content = XmlContent::Undeclared;
   };
 
   /// The first declaration of an attribute counts.
@@ -54,7 +54,7 @@ class XmlDeclarations {
   /// Likewise.
   void AddContent(std::string_view element, XmlContent declared) {
     XmlContent& content = elements[std::string(element)].content;
-    if (content == XmlContent::undeclared) content = declared;
+    if (content == XmlContent::Undeclared) content = declared;
   }
 
   [[nodiscard]] Element const* Find(std::string_view element) const {

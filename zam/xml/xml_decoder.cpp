@@ -62,14 +62,14 @@ std::string_view XmlDecoder::Decode(std::string_view bytes) {
     XmlScope const scope;
     if (isBroken) return text;
     xmlBufferAdd(source.get(), reinterpret_cast<xmlChar const*>(bytes.data()), static_cast<int>(bytes.size()));
-    convert();
+    Convert();
     if (scope.HasRunOutOfMemory()) throw BaseException(ErrorId::OutOfMemory);
     return text;
   });
 }
 
 /// As much of `source` as is whole characters.
-void XmlDecoder::convert() {
+void XmlDecoder::Convert() {
   int written;
   do {
     xmlBufferEmpty(target.get());

@@ -34,7 +34,7 @@ class XmlDecoder {
     void operator()(_xmlBuffer* freed) const;
   };
 
-  void convert();
+  void Convert();
 
   std::optional<Utf32Decoder> utf32;
   std::unique_ptr<_xmlCharEncodingHandler, Free> converter;  // where that isn't there

@@ -17,17 +17,17 @@ namespace {
 
 /// Passes on what libxml2 has made; null is how it says that memory ran out.
 template <class T>
-T* made(T* object) {
+T* Made(T* object) {
   if (!object) throw BaseException(ErrorId::OutOfMemory);
   return object;
 }
 
-xmlChar const* bytesOf(std::string_view text) {
+xmlChar const* BytesOf(std::string_view text) {
   return reinterpret_cast<xmlChar const*>(text.data());
 }
 
 /// libxml2 has its own way of adding children, which merges a text with the one before it and frees one of them.
-void append(xmlNode& parent, xmlNode& child) {
+void Append(xmlNode& parent, xmlNode& child) {
   child.parent = &parent;
   child.prev = parent.last;
   (parent.last ? parent.last->next : parent.children) = &child;
@@ -35,9 +35,9 @@ void append(xmlNode& parent, xmlNode& child) {
 }
 
 /// A text node that belongs to nobody yet.
-xmlNode* newText(xmlDoc& document, std::string_view text) {
-  xmlNode* const node = made(xmlNewDocText(&document, nullptr));
-  node->content = xmlStrndup(bytesOf(text), static_cast<int>(text.size()));
+xmlNode* NewText(xmlDoc& document, std::string_view text) {
+  xmlNode* const node = Made(xmlNewDocText(&document, nullptr));
+  node->content = xmlStrndup(BytesOf(text), static_cast<int>(text.size()));
   if (!node->content) {
     xmlFreeNode(node);
     throw BaseException(ErrorId::OutOfMemory);
@@ -67,7 +67,7 @@ class LayoutSettings {
   int const hostAvoidsEmptyTags = xmlSaveNoEmptyTags;
 };
 
-int appendToString(void* text, char const* bytes, int length) {
+int AppendToString(void* text, char const* bytes, int length) {
   try {
     static_cast<std::string*>(text)->append(bytes, static_cast<std::size_t>(length));
     return length;
@@ -79,17 +79,17 @@ int appendToString(void* text, char const* bytes, int length) {
 }  // namespace
 
 XmlDocument NewDocument() {
-  XmlDocument document(made(xmlNewDoc(nullptr)));
-  made(document->version);
-  document->dict = made(xmlDictCreate());
+  XmlDocument document(Made(xmlNewDoc(nullptr)));
+  Made(document->version);
+  document->dict = Made(xmlDictCreate());
   return document;
 }
 
 xmlNode* AddElement(xmlDoc& document, xmlNode* parent, std::string_view name) {
-  xmlChar const* const shared = made(xmlDictLookup(document.dict, bytesOf(name), static_cast<int>(name.size())));
-  xmlNode* const element = made(xmlNewDocNodeEatName(&document, nullptr, const_cast<xmlChar*>(shared), nullptr));
+  xmlChar const* const shared = Made(xmlDictLookup(document.dict, BytesOf(name), static_cast<int>(name.size())));
+  xmlNode* const element = Made(xmlNewDocNodeEatName(&document, nullptr, const_cast<xmlChar*>(shared), nullptr));
   if (parent) {
-    append(*parent, *element);
+    Append(*parent, *element);
   } else {
     xmlDocSetRootElement(&document, element);
   }
@@ -97,29 +97,29 @@ xmlNode* AddElement(xmlDoc& document, xmlNode* parent, std::string_view name) {
 }
 
 void AddText(xmlNode& parent, std::string_view text) {
-  append(parent, *newText(*parent.doc, text));
+  Append(parent, *NewText(*parent.doc, text));
 }
 
 xmlAttr* AddAttribute(xmlNode& element, xmlAttr* last, std::string_view name, std::string_view value) {
   xmlDoc& document = *element.doc;
-  xmlChar const* const shared = made(xmlDictLookup(document.dict, bytesOf(name), static_cast<int>(name.size())));
-  xmlAttr* const attribute = made(xmlNewDocProp(&document, shared, nullptr));
+  xmlChar const* const shared = Made(xmlDictLookup(document.dict, BytesOf(name), static_cast<int>(name.size())));
+  xmlAttr* const attribute = Made(xmlNewDocProp(&document, shared, nullptr));
   attribute->parent = &element;
   attribute->prev = last;
   (last ? last->next : element.properties) = attribute;
-  made(attribute->name);
-  attribute->children = attribute->last = newText(document, value);
+  Made(attribute->name);
+  attribute->children = attribute->last = NewText(document, value);
   attribute->children->parent = reinterpret_cast<xmlNode*>(attribute);
   return attribute;
 }
 
 bool ReplaceAttribute(xmlNode& element, std::string_view name, std::string_view value) {
   // All names come from the document's dictionary, where equal ones are the same.
-  xmlChar const* const shared = made(xmlDictLookup(element.doc->dict, bytesOf(name), static_cast<int>(name.size())));
+  xmlChar const* const shared = Made(xmlDictLookup(element.doc->dict, BytesOf(name), static_cast<int>(name.size())));
   xmlAttr* attribute = element.properties;
   while (attribute && attribute->name != shared) attribute = attribute->next;
   if (!attribute) return false;
-  xmlNode* const text = newText(*element.doc, value);
+  xmlNode* const text = NewText(*element.doc, value);
   text->parent = reinterpret_cast<xmlNode*>(attribute);
   xmlFreeNode(std::exchange(attribute->children, text));
   attribute->last = text;
@@ -130,7 +130,7 @@ std::string TextOf(xmlDoc& document, bool isFormatted) {
   XmlScope const scope;
   LayoutSettings const layout;
   std::string text;
-  xmlOutputBuffer* const output = made(xmlOutputBufferCreateIO(&appendToString, nullptr, &text, nullptr));
+  xmlOutputBuffer* const output = Made(xmlOutputBufferCreateIO(&AppendToString, nullptr, &text, nullptr));
   int const result = xmlSaveFormatFileTo(output, &document, nullptr, isFormatted ? 1 : 0);
   if (result < 0 || scope.HasRunOutOfMemory()) throw BaseException(ErrorId::OutOfMemory);
   return text;

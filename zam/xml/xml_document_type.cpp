@@ -21,10 +21,10 @@ std::unique_ptr<XmlDocumentType> XmlDocumentType::Read(std::string_view declarat
 }
 
 /// Where it is used, `depth` entities lie in each other down to it.
-std::size_t XmlDocumentType::heightInValues(XmlEntity& entity, std::size_t depth) {
+std::size_t XmlDocumentType::HeightInValues(XmlEntity& entity, std::size_t depth) {
   if (entity.heightInValues != 0) return entity.heightInValues;
   entity.heightInValues = XmlEntity::unusable;  // also for those inside of it
-  bool const mayStandThere = entity.kind == XmlEntity::Kind::internal && depth <= mostHeight;
+  bool const mayStandThere = entity.kind == XmlEntity::Kind::Internal && depth <= mostHeight;
   if (!mayStandThere || entity.content.find('<') != std::string::npos) return XmlEntity::unusable;
   std::size_t height = 1;
   char const* const end = entity.content.data() + entity.content.size();
@@ -37,7 +37,7 @@ std::size_t XmlDocumentType::heightInValues(XmlEntity& entity, std::size_t depth
     if (inner == nullptr && !mayLackDeclarations) return XmlEntity::unusable;
     entity.hasUnknown = entity.hasUnknown || inner == nullptr;
     if (inner == nullptr) continue;
-    std::size_t const innerHeight = heightInValues(*inner, depth + 1);
+    std::size_t const innerHeight = HeightInValues(*inner, depth + 1);
     if (innerHeight == XmlEntity::unusable) return XmlEntity::unusable;
     entity.hasUnknown = entity.hasUnknown || inner->hasUnknown;
     height = std::max(height, innerHeight + 1);

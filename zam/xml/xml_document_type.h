@@ -17,12 +17,12 @@ namespace ZaM::detail {
 
 /// A general entity that isn't predefined.
 struct XmlEntity {
-  enum class Kind { internal, external, unparsed };
+  enum class Kind { Internal, External, Unparsed };
 
   static bool IsPlainText(std::string_view content) { return content.find_first_of("<&\r]") == content.npos; }
 
   std::string name;
-  Kind kind = Kind::internal;
+  Kind kind = Kind::Internal;
   std::string content;   // with its references
   std::size_t cost = 0;  // see XmlExpansion
   bool isPlain = false;  // the content is a text as it stands
@@ -57,14 +57,14 @@ struct XmlDocumentType {
   }
 
   /// Whether values of attributes may refer to the entity.
-  [[nodiscard]] bool IsUsableInValues(XmlEntity& entity) { return heightInValues(entity, 1) != XmlEntity::unusable; }
+  [[nodiscard]] bool IsUsableInValues(XmlEntity& entity) { return HeightInValues(entity, 1) != XmlEntity::unusable; }
 
   std::deque<XmlEntity> entities;
   XmlDeclarations declarations;
   bool mayLackDeclarations = false;  // others may stand outside of the document, so that unknown entities are no fault
 
  private:
-  std::size_t heightInValues(XmlEntity& entity, std::size_t depth);
+  std::size_t HeightInValues(XmlEntity& entity, std::size_t depth);
 
   NameIndex index;  // of the entities
 };

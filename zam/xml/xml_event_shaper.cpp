@@ -42,13 +42,13 @@ void XmlEventShaper::StartElement(std::string_view name, std::vector<XmlAttribut
 }
 
 void XmlEventShaper::OpenElement(std::vector<XmlAttribute> const& attributes) {
-  Space space = open.empty() || open.back().space == Space::isKept ? Space::unknown : open.back().space;
+  Space space = open.empty() || open.back().space == Space::IsKept ? Space::Unknown : open.back().space;
   for (XmlAttribute const& attribute : attributes) {
     if (attribute.name != "xml:space") continue;
-    if (attribute.value == "preserve") space = Space::isPreserved;
-    if (attribute.value == "default") space = Space::isDefault;
+    if (attribute.value == "preserve") space = Space::IsPreserved;
+    if (attribute.value == "default") space = Space::IsDefault;
   }
-  open.push_back({XmlContent::undeclared, space});
+  open.push_back({XmlContent::Undeclared, space});
 }
 
 void XmlEventShaper::EndElement(std::string_view name) {
@@ -110,15 +110,15 @@ void XmlEventShaper::EndText(bool isInFrontOfEnd) {
   std::string const run = std::exchange(blanks, {});
   Open const& element = open.back();
   bool isLeftOut = !element.beginsWithText && !element.endsWithText && (element.hasChild || !isInFrontOfEnd);
-  if (element.content != XmlContent::undeclared) isLeftOut = element.content == XmlContent::elementsOnly;
-  if (isLeftOut && element.space != Space::isPreserved && element.space != Space::isKept) return;
+  if (element.content != XmlContent::Undeclared) isLeftOut = element.content == XmlContent::ElementsOnly;
+  if (isLeftOut && element.space != Space::IsPreserved && element.space != Space::IsKept) return;
   KeepBlanks();
   CountChild(true);
   receiver.OnCharacters(run);
 }
 
 void XmlEventShaper::KeepBlanks() {
-  if (!open.empty() && open.back().space == Space::unknown) open.back().space = Space::isKept;
+  if (!open.empty() && open.back().space == Space::Unknown) open.back().space = Space::IsKept;
 }
 
 /// Notes what the open element has got.

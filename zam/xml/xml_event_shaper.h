@@ -54,12 +54,12 @@ class XmlEventShaper {
  private:
   /// What `xml:space` says, or a text that an element has: libxml2 takes what begins with a blank, and stays, for a
   /// sign that all of the element's blanks mean something.
-  enum class Space { unknown, isDefault, isPreserved, isKept };
+  enum class Space { Unknown, IsDefault, IsPreserved, IsKept };
 
   /// An element that is open.
   struct Open {
-    XmlContent content = XmlContent::undeclared;
-    Space space = Space::unknown;
+    XmlContent content = XmlContent::Undeclared;
+    Space space = Space::Unknown;
     bool hasChild = false;
     bool beginsWithText = false;  // a CDATA section isn't one
     bool endsWithText = false;

@@ -24,13 +24,13 @@ namespace ZaM {
 
 namespace {
 
-wstring const& emptyText() {
+wstring const& EmptyText() {
   static detail::NeverDestroyed<wstring> empty;
   return empty.Get();
 }
 
 /// The name of what `OnEndElement` makes.
-wstring const& textName() {
+wstring const& TextName() {
   static detail::NeverDestroyed<wstring> name(u"text");
   return name.Get();
 }
@@ -42,18 +42,18 @@ constexpr std::size_t doubleCapacity = 32;
 /// xml_tree_benchmark: with a map in every node a document takes a sixth more.)
 constexpr std::size_t mostUnmapped = 8;
 
-wstring textOf(bool value) {
+wstring TextOf(bool value) {
   return value ? u"1" : u"0";
 }
 
-bool boolOf(wstring const& text, bool defaultValue) {
+bool BoolOf(wstring const& text, bool defaultValue) {
   if (text.starts_with(u'1')) return true;
   if (text.starts_with(u'0')) return false;
   return defaultValue;
 }
 
 /// The UTF-8 text of an event, as a wide string; null is empty.
-void convert(XmlSaxParser& parser, unsigned char const* text, wstring& result) {
+void Convert(XmlSaxParser& parser, unsigned char const* text, wstring& result) {
   int const length = text ? static_cast<int>(std::strlen(reinterpret_cast<char const*>(text))) : 0;
   parser.ConvertString(text, length, result);
 }
@@ -95,7 +95,7 @@ struct XmlNode::Properties {
   /// The name is new here.
   XmlProperty* Add(std::unique_ptr<XmlProperty> property) {
     std::list<XmlProperty*> entry{property.get()};
-    if (!byName && list.size() >= mostUnmapped) map();
+    if (!byName && list.size() >= mostUnmapped) Map();
     if (byName) byName->emplace(property->GetName(), property.get());
     list.splice(list.end(), entry);
     return property.release();
@@ -119,7 +119,7 @@ struct XmlNode::Properties {
   std::list<XmlProperty*> list;  // ours, under unique names
 
  private:
-  void map() {
+  void Map() {
     auto all = std::make_unique<std::map<wstring, XmlProperty*>>();
     for (XmlProperty* property : list) all->emplace(property->GetName(), property);
     byName = std::move(all);
@@ -129,14 +129,14 @@ struct XmlNode::Properties {
 };
 
 XmlNode::XmlNode(wstring const& elementName)
-    : name(elementName.empty() ? &emptyText() : new wstring(elementName)),
+    : name(elementName.empty() ? &EmptyText() : new wstring(elementName)),
       initialized(!elementName.empty()),
       isContent(false),
       ownsName(!elementName.empty()),
       isInRing(false) {}
 
 XmlNode::XmlNode(wstring const& /*ignoredName*/, wstring const& text)
-    : name(&emptyText()), content(text), initialized(true), isContent(true), ownsName(false), isInRing(false) {}
+    : name(&EmptyText()), content(text), initialized(true), isContent(true), ownsName(false), isInRing(false) {}
 
 XmlNode::XmlNode(wstring const& sharedName, detail::StoredAttributes const* stored, detail::StoredText const* text)
     : name(&sharedName),
@@ -149,7 +149,7 @@ XmlNode::XmlNode(wstring const& sharedName, detail::StoredAttributes const* stor
 
 // Once the delegate is done, the destructor frees what a failure in the body leaves behind.
 XmlNode::XmlNode(XmlNode const* source) : XmlNode(*source->name) {
-  copyOwnData(*source);
+  CopyOwnData(*source);
 
   // No recursion, since a tree may be deeper than the stack.
   std::vector<std::pair<XmlNode const*, XmlNode*>> unfinished{{source, this}};
@@ -158,23 +158,23 @@ XmlNode::XmlNode(XmlNode const* source) : XmlNode(*source->name) {
     unfinished.pop_back();
     for (XmlNode const& child : Children(*original)) {
       XmlNode* const added = copy->AddChild(*child.name);
-      added->copyOwnData(child);
-      if (!Children(child).empty()) unfinished.emplace_back(&child, added);
+      added->CopyOwnData(child);
+      if (!Children(child).Empty()) unfinished.emplace_back(&child, added);
     }
   }
 }
 
-void XmlNode::copyOwnData(XmlNode const& source) {
+void XmlNode::CopyOwnData(XmlNode const& source) {
   if (!source.content.IsEmpty()) SetContent(source.content.Copy());
   initialized = source.initialized;
-  source.forEachAttribute([this](wstring const& propertyName, wstring const& value) {
-    ReportOutOfMemory([&] { makeProperties().Add(std::make_unique<XmlProperty>(propertyName, value)); });
+  source.ForEachAttribute([this](wstring const& propertyName, wstring const& value) {
+    ReportOutOfMemory([&] { MakeProperties().Add(std::make_unique<XmlProperty>(propertyName, value)); });
   });
 }
 
 XmlNode::~XmlNode() {
   bool const isRing = lastChild != nullptr;
-  while (XmlNode* const first = unlinkFirst()) ReleaseOwned(first);
+  while (XmlNode* const first = UnlinkFirst()) ReleaseOwned(first);
   if (std::list<XmlNode*>* const list = childList.load(std::memory_order_relaxed)) {
     // Walked once, since the entries of a large one have left the cache at its end.
     for (; !isRing && !list->empty(); list->pop_front()) ReleaseOwned(list->front());
@@ -185,7 +185,7 @@ XmlNode::~XmlNode() {
 }
 
 /// Calls `use` with the name and the value of each, without making properties of them.
-void XmlNode::forEachAttribute(std::function<void(wstring const&, wstring const&)> const& use) const {
+void XmlNode::ForEachAttribute(std::function<void(wstring const&, wstring const&)> const& use) const {
   std::uintptr_t const held = attributeWord.load(std::memory_order_acquire);
   if (Properties const* const made = Properties::In(held)) {
     for (XmlProperty const* property : made->list) use(property->GetName(), property->GetValue());
@@ -200,16 +200,16 @@ XmlProperty* XmlNode::GetProperty(wstring const& propertyName) {
 
 XmlProperty const* XmlNode::GetProperty(wstring const& propertyName) const {
   bool const hasAny = attributeWord.load(std::memory_order_relaxed) != 0;
-  return hasAny ? makeProperties().Find(propertyName) : nullptr;
+  return hasAny ? MakeProperties().Find(propertyName) : nullptr;
 }
 
 std::list<XmlProperty*> const& XmlNode::GetProperties() const {
-  return makeProperties().list;
+  return MakeProperties().list;
 }
 
 /// The properties, made of what was read unless they are there already. Of several threads that come here at once, one
 /// gets its own in, and the others take those.
-XmlNode::Properties& XmlNode::makeProperties() const {
+XmlNode::Properties& XmlNode::MakeProperties() const {
   std::uintptr_t held = attributeWord.load(std::memory_order_acquire);
   if (Properties* const before = Properties::In(held)) return *before;
   auto made = ReportOutOfMemory([=] {
@@ -229,11 +229,11 @@ XmlNode::Properties& XmlNode::makeProperties() const {
 }
 
 std::list<XmlNode*> const& XmlNode::GetChildren() const {
-  return makeChildList();
+  return MakeChildList();
 }
 
 /// The list of children, made of the ring unless it is there already; for several threads as above.
-std::list<XmlNode*>& XmlNode::makeChildList() const {
+std::list<XmlNode*>& XmlNode::MakeChildList() const {
   std::list<XmlNode*>* list = childList.load(std::memory_order_acquire);
   if (list) return *list;
   auto made = ReportOutOfMemory([this] {
@@ -246,15 +246,15 @@ std::list<XmlNode*>& XmlNode::makeChildList() const {
 }
 
 /// The list, in which alone the children are from now on.
-std::list<XmlNode*>& XmlNode::takeChildList() {
-  std::list<XmlNode*>& list = makeChildList();
-  while (unlinkFirst()) {
+std::list<XmlNode*>& XmlNode::TakeChildList() {
+  std::list<XmlNode*>& list = MakeChildList();
+  while (UnlinkFirst()) {
   }
   return list;
 }
 
 /// Puts `child`, which is in no ring, behind the others in this one's.
-void XmlNode::link(XmlNode& child) {
+void XmlNode::Link(XmlNode& child) {
   XmlNode* const first = lastChild ? lastChild->nextInRing : &child;
   if (lastChild) lastChild->nextInRing = &child;
   child.nextInRing = first;
@@ -264,7 +264,7 @@ void XmlNode::link(XmlNode& child) {
 }
 
 /// Takes the first child out of the ring; null if there is none.
-XmlNode* XmlNode::unlinkFirst() {
+XmlNode* XmlNode::UnlinkFirst() {
   if (!lastChild) return nullptr;
   XmlNode* const first = lastChild->nextInRing;
   if (first == lastChild) {
@@ -292,23 +292,23 @@ XmlNode* XmlNode::AddChild(XmlNode* child) {
   if (!child) return nullptr;
   bool const staysRing = !child->isInRing && !childList.load(std::memory_order_relaxed);
   if (staysRing) {
-    link(*child);
+    Link(*child);
   } else {
-    ReportOutOfMemory([&] { takeChildList().push_back(child); });
+    ReportOutOfMemory([&] { TakeChildList().push_back(child); });
   }
   return child;
 }
 
 XmlNode* XmlNode::AddChild(wstring const& childName) {
-  return adopt(Ref<XmlNode>(ReportOutOfMemory([&] { return new XmlNode(childName); })));
+  return Adopt(Ref<XmlNode>(ReportOutOfMemory([&] { return new XmlNode(childName); })));
 }
 
 XmlNode* XmlNode::AddContent(wstring const& text) {
-  return adopt(Ref<XmlNode>(ReportOutOfMemory([&] { return new XmlNode(wstring(), text); })));
+  return Adopt(Ref<XmlNode>(ReportOutOfMemory([&] { return new XmlNode(wstring(), text); })));
 }
 
 /// Adds a child that ends here if there is no room for it.
-XmlNode* XmlNode::adopt(Ref<XmlNode> child) {
+XmlNode* XmlNode::Adopt(Ref<XmlNode> child) {
   AddChild(child.Get());
   return child.Detach();
 }
@@ -316,10 +316,10 @@ XmlNode* XmlNode::adopt(Ref<XmlNode> child) {
 void XmlNode::RemoveChild(XmlNode* child) {
   bool const hasList = childList.load(std::memory_order_relaxed) != nullptr;
   if (!child || !(hasList || child->isInRing)) return;
-  if (hasList) return static_cast<void>(takeChildList().remove(child));
+  if (hasList) return static_cast<void>(TakeChildList().remove(child));
   for (std::uint32_t rest = ringSize; rest > 0; --rest) {
-    XmlNode* const first = unlinkFirst();
-    if (first != child) link(*first);
+    XmlNode* const first = UnlinkFirst();
+    if (first != child) Link(*first);
   }
 }
 
@@ -329,21 +329,21 @@ unsigned int XmlNode::ChildCount() const {
 }
 
 Iterator* XmlNode::CreateIterator() {
-  Iterator* const walk = ListIterator::Create(makeChildList());
+  Iterator* const walk = ListIterator::Create(MakeChildList());
   if (!walk) throw BaseException(ErrorId::OutOfMemory);
   return walk;
 }
 
 XmlProperty* XmlNode::AddProperty(wstring const& propertyName, wstring const& value) {
   return ReportOutOfMemory([&] {
-    Properties& properties = makeProperties();
+    Properties& properties = MakeProperties();
     if (properties.Find(propertyName)) return static_cast<XmlProperty*>(nullptr);
     return properties.Add(std::make_unique<XmlProperty>(propertyName, value));
   });
 }
 
 void XmlNode::RemoveProperty(wstring const& propertyName) {
-  if (GetProperty(propertyName)) makeProperties().Remove(propertyName);
+  if (GetProperty(propertyName)) MakeProperties().Remove(propertyName);
 }
 
 void XmlNode::FilterChildren(std::list<XmlNode*>& result, wstring const& childName) const {
@@ -361,8 +361,8 @@ void XmlNode::InitializeProperties(XmlSaxParser* parser, unsigned char const** a
   wstring propertyName;
   wstring value;
   for (; *attributes; attributes += 2) {
-    convert(*parser, attributes[0], propertyName);
-    convert(*parser, attributes[1], value);
+    Convert(*parser, attributes[0], propertyName);
+    Convert(*parser, attributes[1], value);
     AddProperty(propertyName, value);
   }
 }
@@ -380,7 +380,7 @@ void XmlNode::AddPropertyTimet(wstring const& propertyName, std::int64_t value) 
 }
 
 void XmlNode::AddPropertyBool(wstring const& propertyName, bool value) {
-  AddProperty(propertyName, textOf(value));
+  AddProperty(propertyName, TextOf(value));
 }
 
 void XmlNode::AddPropertyDouble(wstring const& propertyName, double value) {
@@ -401,7 +401,7 @@ std::int64_t XmlNode::GetPropertyTimet(wstring const& propertyName, std::int64_t
 }
 
 bool XmlNode::GetPropertyBool(wstring const& propertyName, bool defaultValue) const {
-  return boolOf(GetPropertyText(propertyName), defaultValue);
+  return BoolOf(GetPropertyText(propertyName), defaultValue);
 }
 
 double XmlNode::GetPropertyDouble(wstring const& propertyName, double defaultValue) const {
@@ -410,13 +410,13 @@ double XmlNode::GetPropertyDouble(wstring const& propertyName, double defaultVal
 
 wstring const& XmlNode::GetPropertyText(wstring const& propertyName) const {
   XmlProperty const* const property = GetProperty(propertyName);
-  return property ? property->GetValue() : emptyText();
+  return property ? property->GetValue() : EmptyText();
 }
 
 void XmlNode::AddSubNodeText(wstring const& childName, wstring const& text) {
   Ref<XmlNode> child(Create(childName));
-  child->adopt(Ref<XmlNode>(Create(wstring(), text)));
-  adopt(std::move(child));
+  child->Adopt(Ref<XmlNode>(Create(wstring(), text)));
+  Adopt(std::move(child));
 }
 
 void XmlNode::AddSubNodeDouble(wstring const& childName, double value) {
@@ -424,7 +424,7 @@ void XmlNode::AddSubNodeDouble(wstring const& childName, double value) {
 }
 
 void XmlNode::AddSubNodeBool(wstring const& childName, bool value) {
-  AddSubNodeText(childName, textOf(value));
+  AddSubNodeText(childName, TextOf(value));
 }
 
 void XmlNode::AddSubNodeSizet(wstring const& childName, unsigned int value) {
@@ -436,7 +436,7 @@ void XmlNode::AddSubNodeLong(wstring const& childName, std::int32_t value) {
 }
 
 /// The only child that `FilterChildren` would select, or null.
-XmlNode const* XmlNode::findOnlyChild(wstring const& childName) const {
+XmlNode const* XmlNode::FindOnlyChild(wstring const& childName) const {
   XmlNode const* found = nullptr;
   for (XmlNode const& child : Children(*this)) {
     if (!childName.empty() && *child.name != childName) continue;
@@ -447,39 +447,39 @@ XmlNode const* XmlNode::findOnlyChild(wstring const& childName) const {
 }
 
 wstring const& XmlNode::GetSubNodeText(wstring const& childName, wstring const& defaultValue, bool required) const {
-  XmlNode const* const child = findOnlyChild(childName);
+  XmlNode const* const child = FindOnlyChild(childName);
   if (!child && required)
     throw ReportOutOfMemory([&] { return XMLFormatException(ErrorId::InvalidNodeFormat, childName); });
   if (!child) return defaultValue;
-  return child->ChildCount() == 1 ? (*Children(*child).begin()).GetContent() : emptyText();
+  return child->ChildCount() == 1 ? (*Children(*child).begin()).GetContent() : EmptyText();
 }
 
 wstring const& XmlNode::GetSubNodeText(wstring const& childName) const {
-  return GetSubNodeText(childName, emptyText(), true);
+  return GetSubNodeText(childName, EmptyText(), true);
 }
 
 double XmlNode::GetSubNodeDouble(wstring const& childName, double defaultValue) const {
-  return detail::ScanDouble(GetSubNodeText(childName, emptyText(), false)).value_or(defaultValue);
+  return detail::ScanDouble(GetSubNodeText(childName, EmptyText(), false)).value_or(defaultValue);
 }
 
 bool XmlNode::GetSubNodeBool(wstring const& childName, bool defaultValue) const {
-  return boolOf(GetSubNodeText(childName, emptyText(), false), defaultValue);
+  return BoolOf(GetSubNodeText(childName, EmptyText(), false), defaultValue);
 }
 
 unsigned int XmlNode::GetSubNodeSizet(wstring const& childName, unsigned int defaultValue) const {
-  return detail::ScanUInt32(GetSubNodeText(childName, emptyText(), false)).value_or(defaultValue);
+  return detail::ScanUInt32(GetSubNodeText(childName, EmptyText(), false)).value_or(defaultValue);
 }
 
 std::int32_t XmlNode::GetSubNodeLong(wstring const& childName, std::int32_t defaultValue) const {
-  return detail::ScanInt32(GetSubNodeText(childName, emptyText(), false)).value_or(defaultValue);
+  return detail::ScanInt32(GetSubNodeText(childName, EmptyText(), false)).value_or(defaultValue);
 }
 
 void XmlNode::OnStartElement(XmlSaxParser* parser, unsigned char const* childName, unsigned char const** attributes) {
   wstring converted;
-  convert(*parser, childName, converted);
+  Convert(*parser, childName, converted);
   Ref<XmlNode> child(Create(converted));
   child->InitializeProperties(parser, attributes);
-  parser->PushCallback(adopt(std::move(child)));
+  parser->PushCallback(Adopt(std::move(child)));
 }
 
 void XmlNode::OnEndElement(XmlSaxParser* parser, unsigned char const* /*elementName*/) {
@@ -488,9 +488,9 @@ void XmlNode::OnEndElement(XmlSaxParser* parser, unsigned char const* /*elementN
   RequireAtMost(u"bytes of text", size, std::numeric_limits<int>::max());  // what is converted at once
   wstring converted;
   parser->ConvertString(parser->GetCharacterBuffer(), static_cast<int>(size), converted);
-  Ref<XmlNode> text(CreateCounted([] { return new XmlNode(textName(), nullptr, nullptr); }));
+  Ref<XmlNode> text(CreateCounted([] { return new XmlNode(TextName(), nullptr, nullptr); }));
   text->SetContent(converted);
-  adopt(std::move(text));
+  Adopt(std::move(text));
 }
 
 }  // namespace ZaM

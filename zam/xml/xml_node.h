@@ -213,15 +213,15 @@ class ZAM_EXPORT XmlNode : public Composite, public XmlSaxCallback {
 
   XmlNode(wstring const& sharedName, detail::StoredAttributes const* stored, detail::StoredText const* text);
 
-  void copyOwnData(XmlNode const& source);
-  Properties& makeProperties() const;
-  void forEachAttribute(std::function<void(wstring const&, wstring const&)> const& use) const;
-  std::list<XmlNode*>& makeChildList() const;
-  std::list<XmlNode*>& takeChildList();
-  void link(XmlNode& child);
-  XmlNode* unlinkFirst();
-  XmlNode* adopt(Ref<XmlNode> child);
-  XmlNode const* findOnlyChild(wstring const& childName) const;
+  void CopyOwnData(XmlNode const& source);
+  Properties& MakeProperties() const;
+  void ForEachAttribute(std::function<void(wstring const&, wstring const&)> const& use) const;
+  std::list<XmlNode*>& MakeChildList() const;
+  std::list<XmlNode*>& TakeChildList();
+  void Link(XmlNode& child);
+  XmlNode* UnlinkFirst();
+  XmlNode* Adopt(Ref<XmlNode> child);
+  XmlNode const* FindOnlyChild(wstring const& childName) const;
 
   wstring const* name;  // never null; ours if `ownsName`
   detail::XmlText content;

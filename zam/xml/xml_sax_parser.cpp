@@ -41,7 +41,7 @@ Number ScanValue(unsigned char const* value, Number defaultValue, Scan scan) {
   return number ? static_cast<Number>(*number) : defaultValue;
 }
 
-unsigned char const* bytesOf(std::string_view text) {
+unsigned char const* BytesOf(std::string_view text) {
   return reinterpret_cast<unsigned char const*>(text.data());
 }
 
@@ -99,20 +99,20 @@ class XmlSaxParser::Parse : public detail::XmlEventReceiver {
   void OnEndDocument() override { parser.OnEndDocument(); }
 
   void OnStartElement(detail::XmlElement const& element) override {
-    if (element.attributes.empty()) return parser.OnStartElement(bytesOf(element.name), nullptr);
+    if (element.attributes.empty()) return parser.OnStartElement(BytesOf(element.name), nullptr);
     ReportOutOfMemory([&] {
       pairs.clear();
       for (detail::XmlAttribute const& attribute : element.attributes) {
-        pairs.push_back(bytesOf(attribute.name));
-        pairs.push_back(bytesOf(attribute.value));
+        pairs.push_back(BytesOf(attribute.name));
+        pairs.push_back(BytesOf(attribute.value));
       }
       pairs.push_back(nullptr);
     });
-    parser.OnStartElement(bytesOf(element.name), pairs.data());
+    parser.OnStartElement(BytesOf(element.name), pairs.data());
   }
 
-  void OnEndElement(std::string_view name) override { parser.OnEndElement(bytesOf(name)); }
-  void OnCharacters(std::string_view text) override { parser.OnCharacters(bytesOf(text), text.size()); }
+  void OnEndElement(std::string_view name) override { parser.OnEndElement(BytesOf(name)); }
+  void OnCharacters(std::string_view text) override { parser.OnCharacters(BytesOf(text), text.size()); }
 
   XmlSaxParser& parser;
   std::vector<XmlSaxCallback*> stack;  // the outer parse's while this one is under way
@@ -140,7 +140,7 @@ void XmlSaxParser::ParseFile(wstring const& filename, XmlSaxCallback* callback) 
   Parse document(*this, callback);
   platform::File file = ReportOutOfMemory([&] { return platform::File::OpenForReading(filename); });
   if (!file.IsOpen()) throw Failure(ErrorId::FileOpen, filename);
-  detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::read);
+  detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::Read);
 
   for (;;) {
     std::span<char> const room = document.Room(chunkSize);

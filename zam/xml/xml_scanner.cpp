@@ -52,7 +52,7 @@ bool XmlScanner::Feed(std::string_view bytes) {
 }
 
 bool XmlScanner::Finish() {
-  if (place != Place::epilog || cursor != end) return false;
+  if (place != Place::Epilog || cursor != end) return false;
   shaper.EndDocument();
   return true;
 }
@@ -60,14 +60,14 @@ bool XmlScanner::Finish() {
 std::string XmlScanner::Opening() const {
   // A comment keeps what follows from being taken for the beginning of a document, which is there no more.
   std::string opening = declaration + (hasBeginning || !typeText.empty() ? typeText : "<!---->");
-  if (place == Place::epilog) return opening + "<a/>";
+  if (place == Place::Epilog) return opening + "<a/>";
   for (std::size_t const start : openStarts) opening.append("<").append(&openNames[start]).append(">");
-  if (place == Place::cdata) opening += "<![CDATA[";
+  if (place == Place::Cdata) opening += "<![CDATA[";
   return opening;
 }
 
 XmlEventsBefore XmlScanner::Before() const {
-  if (place == Place::epilog) return {hasBegun, 1, 1};
+  if (place == Place::Epilog) return {hasBegun, 1, 1};
   return {hasBegun, openStarts.size(), 0};
 }
 
@@ -95,26 +95,26 @@ void XmlScanner::DropRest() {
 bool XmlScanner::Run() {
   for (;;) {
     Place const before = place;
-    Step step = Step::incomplete;
+    Step step = Step::Incomplete;
     switch (before) {
-      case Place::start:
+      case Place::Start:
         step = ScanStart();
         break;
-      case Place::content:
+      case Place::Content:
         step = ScanContent();
         break;
-      case Place::cdata:
+      case Place::Cdata:
         step = ScanCData();
         break;
       default:
         step = ScanMisc();
     }
-    if (step == Step::incomplete && !suspended.empty()) {
+    if (step == Step::Incomplete && !suspended.empty()) {
       CloseEntity();
       continue;
     }
-    if (step != Step::done) return step == Step::incomplete;
-    if (before != Place::start) hasBeginning = false;
+    if (step != Step::Done) return step == Step::Incomplete;
+    if (before != Place::Start) hasBeginning = false;
     looked = 0;
     quote = 0;
   }
@@ -126,60 +126,60 @@ XmlScanner::Step XmlScanner::ScanStart() {
   constexpr std::string_view mark = "\xEF\xBB\xBF";
   constexpr std::string_view start = "<?xml";
   std::string_view text = Rest();
-  if (mark.starts_with(text)) return Step::incomplete;
+  if (mark.starts_with(text)) return Step::Incomplete;
   if (text.starts_with(mark)) text.remove_prefix(mark.size());
-  if (start.starts_with(text)) return Step::incomplete;
+  if (start.starts_with(text)) return Step::Incomplete;
   if (text[0] != '<' || text[1] == 0) {
     bool const isUnclear =
         !isDecoded && Rest().size() <= mostDeclaration && !ReportOutOfMemory([this] { return IsHeadComplete(Rest()); });
-    return isUnclear ? Step::incomplete : Step::refused;
+    return isUnclear ? Step::Incomplete : Step::Refused;
   }
-  if (text.starts_with(start) && Is(text[start.size()], isBlank)) {
+  if (text.starts_with(start) && Is(text[start.size()], IsBlank)) {
     Step const step = ScanDeclaration(text.data());
-    if (step != Step::done) return step;
+    if (step != Step::Done) return step;
   } else {
     ReportOutOfMemory([&] { declaration.assign(cursor, end - text.size()); });
     cursor = end - text.size();
   }
-  place = Place::prolog;
-  return Step::done;
+  place = Place::Prolog;
+  return Step::Done;
 }
 
 XmlScanner::Step XmlScanner::ScanDeclaration(char const* start) {
   std::string_view const text = View(start, end);
   char const* const mark = FindEnd(static_cast<std::size_t>(start - cursor), "?>");
-  if (mark == nullptr) return Step::incomplete;
+  if (mark == nullptr) return Step::Incomplete;
   auto const size = static_cast<std::size_t>(mark - start);
   char const* next = start + 5;
   std::string_view const version = TakePseudoAttribute(next, "version");
-  if (!version.starts_with("1.") || version.find_first_not_of("0123456789", 2) != version.npos) return Step::refused;
+  if (!version.starts_with("1.") || version.find_first_not_of("0123456789", 2) != version.npos) return Step::Refused;
   std::string_view const encoding = TakePseudoAttribute(next, "encoding");
-  bool const isName = std::all_of(encoding.begin(), encoding.end(), [](char c) { return Is(c, isInName); });
+  bool const isName = std::all_of(encoding.begin(), encoding.end(), [](char c) { return Is(c, IsInName); });
   bool const isUtf8 =
       encoding.empty() || (isDecoded && isName) || EqualsLetters(encoding, "utf-8") || EqualsLetters(encoding, "utf8");
-  if (!isUtf8) return Step::refused;
+  if (!isUtf8) return Step::Refused;
   std::string_view const standalone = TakePseudoAttribute(next, "standalone");
-  if (!standalone.empty() && standalone != "yes" && standalone != "no") return Step::refused;
-  if (SkipBlanks(next) != start + size) return Step::refused;
+  if (!standalone.empty() && standalone != "yes" && standalone != "no") return Step::Refused;
+  if (SkipBlanks(next) != start + size) return Step::Refused;
   ReportOutOfMemory([&] { declaration.assign(cursor, end - text.size() + size + 2); });
   cursor += declaration.size();
-  return Step::done;
+  return Step::Done;
 }
 
 /// In front of the root and behind it.
 XmlScanner::Step XmlScanner::ScanMisc() {
   cursor = SkipBlanks(cursor);
   if (*cursor != '<') return AtByte(cursor);
-  if (cursor + 1 == end) return Step::incomplete;
+  if (cursor + 1 == end) return Step::Incomplete;
   bool const isRoot = cursor[1] != '!' && cursor[1] != '?';
-  if (place == Place::epilog && isRoot) return Step::refused;
+  if (place == Place::Epilog && isRoot) return Step::Refused;
   return ScanMarkup();
 }
 
 XmlScanner::Step XmlScanner::ScanMarkup() {
   switch (cursor[1]) {
     case '/':
-      return place == Place::content ? ScanEndTag() : Step::refused;
+      return place == Place::Content ? ScanEndTag() : Step::Refused;
     case '?':
       return ScanProcessingInstruction();
     case '!':
@@ -193,31 +193,31 @@ XmlScanner::Step XmlScanner::ScanMarkup() {
   constexpr std::string_view cdata = "<![CDATA[";
   std::string_view const text = Rest();
   if (text.starts_with(comment)) return ScanComment();
-  if (place == Place::content && text.starts_with(cdata)) {
+  if (place == Place::Content && text.starts_with(cdata)) {
     cursor += cdata.size();
-    place = Place::cdata;
-    return Step::done;
+    place = Place::Cdata;
+    return Step::Done;
   }
   constexpr std::string_view documentType = "<!DOCTYPE";
-  bool const mayBeType = place == Place::prolog && type == nullptr;
+  bool const mayBeType = place == Place::Prolog && type == nullptr;
   if (mayBeType && text.starts_with(documentType)) return ScanDocumentType();
-  bool const mayGoOn = comment.starts_with(text) || (place == Place::content && cdata.starts_with(text)) ||
+  bool const mayGoOn = comment.starts_with(text) || (place == Place::Content && cdata.starts_with(text)) ||
                        (mayBeType && documentType.starts_with(text));
-  return mayGoOn ? Step::incomplete : Step::refused;
+  return mayGoOn ? Step::Incomplete : Step::Refused;
 }
 
 XmlScanner::Step XmlScanner::ScanDocumentType() {
   std::string_view const text = Rest();
   std::size_t const size = typeEnd.Find(text);
-  if (size == text.npos) return text.size() > mostSubset ? Step::refused : Step::incomplete;
-  if (size == text.size()) return Step::incomplete;
-  if (text[size] == '[') return Step::refused;  // which libxml2 takes for declarations
+  if (size == text.npos) return text.size() > mostSubset ? Step::Refused : Step::Incomplete;
+  if (size == text.size()) return Step::Incomplete;
+  if (text[size] == '[') return Step::Refused;  // which libxml2 takes for declarations
   ownType = XmlDocumentType::Read(declaration, text.substr(0, size), shaper.options);
-  if (ownType == nullptr) return Step::refused;
+  if (ownType == nullptr) return Step::Refused;
   type = ownType.get();
   ReportOutOfMemory([&] { (typeText = text.substr(0, size)) += ' '; });
   cursor += size;
-  return Step::done;
+  return Step::Done;
 }
 
 void XmlScanner::SendText(char const* textEnd) {
@@ -242,20 +242,20 @@ XmlScanner::Step XmlScanner::ScanContent() {
     }
     if (next == end) {
       SendText(next);
-      return Step::incomplete;
+      return Step::Incomplete;
     }
     if (*next == ']') {
-      if (next[1] == ']' && next[2] == '>') return Step::refused;
+      if (next[1] == ']' && next[2] == '>') return Step::Refused;
       bool const mayGoOn = next + 1 == end || (next[1] == ']' && next + 2 == end);
       if (mayGoOn) {
         SendText(next);
-        return Step::incomplete;
+        return Step::Incomplete;
       }
       ++next;
     } else if (*next == '\r') {
       if (next + 1 == end) {
         SendText(next);
-        return Step::incomplete;
+        return Step::Incomplete;
       }
       if (next[1] == '\n') {
         SendText(next);
@@ -267,9 +267,9 @@ XmlScanner::Step XmlScanner::ScanContent() {
     } else {
       std::size_t const size = SpecialSize(next);
       if (size == 0) {
-        if (*next == 0 || !IsCutCharacter(next, end)) return Step::refused;
+        if (*next == 0 || !IsCutCharacter(next, end)) return Step::Refused;
         SendText(next);
-        return Step::incomplete;
+        return Step::Incomplete;
       }
       next += size;
     }
@@ -293,14 +293,14 @@ XmlScanner::Step XmlScanner::ScanCData() {
       }
     }
   }
-  if (!IsText(text.substr(0, size))) return Step::refused;
+  if (!IsText(text.substr(0, size))) return Step::Refused;
   cursor += size;
   if (size > 0) shaper.CData(NormalLineEnds(text.substr(0, size)));
-  if (mark == text.npos) return Step::incomplete;
+  if (mark == text.npos) return Step::Incomplete;
   if (size == 0) shaper.CData({});
   cursor += 3;
-  place = Place::content;
-  return Step::done;
+  place = Place::Content;
+  return Step::Done;
 }
 
 /// `text`, or a copy that lasts until the next.
@@ -329,27 +329,27 @@ char* XmlScanner::FindEnd(std::size_t startSize, std::string_view mark) {
 
 XmlScanner::Step XmlScanner::ScanComment() {
   char* const mark = FindEnd(4, "--");
-  if (mark == nullptr || mark + 2 == end) return Step::incomplete;
-  if (mark[2] != '>') return Step::refused;
+  if (mark == nullptr || mark + 2 == end) return Step::Incomplete;
+  if (mark[2] != '>') return Step::Refused;
   std::string_view const text = View(cursor + 4, mark);
-  if (!IsText(text)) return Step::refused;
+  if (!IsText(text)) return Step::Refused;
   cursor = mark + 3;
-  if (place == Place::content) shaper.Comment(NormalLineEnds(text));
-  return Step::done;
+  if (place == Place::Content) shaper.Comment(NormalLineEnds(text));
+  return Step::Done;
 }
 
 XmlScanner::Step XmlScanner::ScanProcessingInstruction() {
   char* const mark = FindEnd(2, "?>");
-  if (mark == nullptr) return Step::incomplete;
+  if (mark == nullptr) return Step::Incomplete;
   std::string_view const target = View(cursor + 2, NameEnd(cursor + 2));
-  if (target.empty() || EqualsLetters(target, "xml")) return Step::refused;
+  if (target.empty() || EqualsLetters(target, "xml")) return Step::Refused;
   char const* const data = SkipBlanks(target.data() + target.size());
   bool const isSeparate = data != target.data() + target.size() || data == mark;
   std::string_view const text = View(std::min<char const*>(data, mark), mark);
-  if (!isSeparate || !IsText(text)) return Step::refused;
+  if (!isSeparate || !IsText(text)) return Step::Refused;
   cursor = mark + 2;
-  if (place == Place::content) shaper.ProcessingInstruction(target, NormalLineEnds(text));
-  return Step::done;
+  if (place == Place::Content) shaper.ProcessingInstruction(target, NormalLineEnds(text));
+  return Step::Done;
 }
 
 }  // namespace ZaM::detail

@@ -56,11 +56,11 @@ class XmlScanner {
   [[nodiscard]] XmlEventsBefore Before() const;
   void DropRest();
   /// Whether the rest is all of it.
-  [[nodiscard]] bool IsAtStart() const { return place == Place::start; }
+  [[nodiscard]] bool IsAtStart() const { return place == Place::Start; }
 
  private:
-  enum class Place { start, prolog, content, cdata, epilog };
-  enum class Step { done, incomplete, refused };
+  enum class Place { Start, Prolog, Content, Cdata, Epilog };
+  enum class Step { Done, Incomplete, Refused };
 
   /// Where the parts of an attribute lie.
   struct Found {
@@ -73,7 +73,7 @@ class XmlScanner {
   };
 
   /// What `xml:space` says, or a text; see IsLeftOut.
-  enum class Blanks : char { unknown, areKept, areDefault, arePreserved };
+  enum class Blanks : char { Unknown, AreKept, AreDefault, ArePreserved };
 
   /// What is scanned, the document or an entity in it. Zero bytes follow it, which end every scan.
   struct Input {
@@ -122,7 +122,7 @@ class XmlScanner {
   [[nodiscard]] std::string_view NormalLineEnds(std::string_view text);
 
   /// What the end of the buffer is to a scan that comes to a byte which may not stand there.
-  [[nodiscard]] Step AtByte(char const* next) const { return next == end ? Step::incomplete : Step::refused; }
+  [[nodiscard]] Step AtByte(char const* next) const { return next == end ? Step::Incomplete : Step::Refused; }
 
   /// The end of markup that ends by `mark`, which is looked for behind what has been looked at; null where there is
   /// none.
@@ -130,7 +130,7 @@ class XmlScanner {
   [[nodiscard]] bool HasTagEnd();
 
   XmlEventShaper& shaper;
-  Place place = Place::start;
+  Place place = Place::Start;
   bool hasBegun = false;     // the document has been told of
   bool hasBeginning = true;  // nothing has been taken but what is next
   bool isDecoded = false;

@@ -10,29 +10,29 @@ namespace ZaM::detail {
 
 XmlScanner::Step XmlScanner::ScanReference() {
   if (looked > 0) {
-    char const* const next = std::find_if(cursor + looked, end, [](char c) { return c > 0 && !Is(c, isInName); });
-    if (next == end) return looked = Rest().size(), Step::incomplete;
+    char const* const next = std::find_if(cursor + looked, end, [](char c) { return c > 0 && !Is(c, IsInName); });
+    if (next == end) return looked = Rest().size(), Step::Incomplete;
   }
   Reference const reference = ReferenceAt(cursor, end);
   if (reference.isCut) looked = Rest().size();
-  if (reference.size == 0) return reference.isCut ? Step::incomplete : Step::refused;
+  if (reference.size == 0) return reference.isCut ? Step::Incomplete : Step::Refused;
   if (reference.nameSize > 0) return Refer(reference);
   cursor += reference.size;
   shaper.Text({reference.bytes, reference.byteCount}, false);
-  return Step::done;
+  return Step::Done;
 }
 
 /// To an entity that isn't predefined, in the content of an element.
 XmlScanner::Step XmlScanner::Refer(Reference const& reference) {
   std::string_view const name = reference.NameAt(cursor);
   XmlEntity* const entity = type == nullptr ? nullptr : type->Find(name);
-  if (entity == nullptr ? !MayBeUnknown() : !IsUsableInContent(*entity)) return Step::refused;
+  if (entity == nullptr ? !MayBeUnknown() : !IsUsableInContent(*entity)) return Step::Refused;
   cursor += reference.size;
-  if (entity == nullptr) return Step::done;
+  if (entity == nullptr) return Step::Done;
   CountExpansion(entity->cost);
   if (!shaper.options.substitutesEntities) {
     shaper.Reference(name, entity->content);
-    return Step::done;
+    return Step::Done;
   }
   if (suspended.empty()) shaper.KeepPendingBlanks();
   if (!entity->isPlain) {
@@ -40,7 +40,7 @@ XmlScanner::Step XmlScanner::Refer(Reference const& reference) {
   } else if (!entity->content.empty()) {
     shaper.Text(entity->content, false);
   }
-  return Step::done;
+  return Step::Done;
 }
 
 /// libxml2 takes an entity that isn't declared for a fault where another one refers to it.
@@ -51,7 +51,7 @@ bool XmlScanner::MayBeUnknown() const {
 bool XmlScanner::IsUsableInContent(XmlEntity& entity) {
   if (entity.heightInContent == 0) {
     entity.heightInContent = XmlEntity::unusable;  // also for those inside of it
-    if (entity.isPlain && entity.kind != XmlEntity::Kind::unparsed) entity.heightInContent = 1;
+    if (entity.isPlain && entity.kind != XmlEntity::Kind::Unparsed) entity.heightInContent = 1;
     if (!entity.isPlain && depth < XmlDocumentType::mostHeight) entity.heightInContent = HeightOf(entity);
   }
   if (entity.heightInContent == XmlEntity::unusable) return false;
@@ -79,7 +79,7 @@ void XmlScanner::OpenEntity(XmlEntity const& entity) {
       input = {std::make_unique_for_overwrite<char[]>(size + scanPadding), size + scanPadding};
     }
     suspended.push_back({cursor, end});
-    blanks.push_back(Blanks::unknown);
+    blanks.push_back(Blanks::Unknown);
     cursor = input.area.get();
   });
   end = cursor + size;
@@ -99,11 +99,11 @@ void XmlScanner::CloseEntity() {
 
 /// Within an entity.
 void XmlScanner::OpenBlanks() {
-  Blanks state = blanks.back() == Blanks::areKept ? Blanks::unknown : blanks.back();
+  Blanks state = blanks.back() == Blanks::AreKept ? Blanks::Unknown : blanks.back();
   for (XmlAttribute const& attribute : attributes) {
     if (attribute.name != "xml:space") continue;
-    if (attribute.value == "preserve") state = Blanks::arePreserved;
-    if (attribute.value == "default") state = Blanks::areDefault;
+    if (attribute.value == "preserve") state = Blanks::ArePreserved;
+    if (attribute.value == "default") state = Blanks::AreDefault;
   }
   blanks.push_back(state);
 }
@@ -112,12 +112,12 @@ void XmlScanner::OpenBlanks() {
 /// text of the same element begins with a blank that stays, or holds a character beyond ASCII.
 bool XmlScanner::IsLeftOut(std::string_view text) {
   Blanks& state = blanks.back();
-  bool const mayBe = state == Blanks::unknown || state == Blanks::areDefault;
+  bool const mayBe = state == Blanks::Unknown || state == Blanks::AreDefault;
   bool const isInFront = *cursor == '\r' || (*cursor == '<' && cursor[1] != '/');
-  bool const areAllBlank = std::all_of(text.begin(), text.end(), [](char c) { return Is(c, isBlank); });
+  bool const areAllBlank = std::all_of(text.begin(), text.end(), [](char c) { return Is(c, IsBlank); });
   if (mayBe && isInFront && areAllBlank) return true;
-  bool const isSign = Is(text[0], isBlank) || std::any_of(text.begin(), text.end(), [](char c) { return c < 0; });
-  if (state == Blanks::unknown && isSign) state = Blanks::areKept;
+  bool const isSign = Is(text[0], IsBlank) || std::any_of(text.begin(), text.end(), [](char c) { return c < 0; });
+  if (state == Blanks::Unknown && isSign) state = Blanks::AreKept;
   return false;
 }
 

@@ -34,15 +34,15 @@ bool XmlScanner::HasTagEnd() {
 }
 
 XmlScanner::Step XmlScanner::ScanStartTag() {
-  if (looked > 0 && !HasTagEnd()) return Step::incomplete;
+  if (looked > 0 && !HasTagEnd()) return Step::Incomplete;
   Found name = {cursor + 1, NameEnd(cursor + 1), nullptr, nullptr, true};
   char* next = name.nameEnd;
-  Step step = next == name.name && next != end && !IsCutCharacter(next, end) ? Step::refused : ScanAttributes(next);
-  if (step == Step::incomplete) return HasTagEnd() ? Step::refused : Step::incomplete;
-  if (step == Step::refused || HasDuplicates()) return Step::refused;
+  Step step = next == name.name && next != end && !IsCutCharacter(next, end) ? Step::Refused : ScanAttributes(next);
+  if (step == Step::Incomplete) return HasTagEnd() ? Step::Refused : Step::Incomplete;
+  if (step == Step::Refused || HasDuplicates()) return Step::Refused;
   bool const isEmpty = *next == '/';
   OpenElement(name, next + (isEmpty ? 2 : 1), isEmpty);
-  return Step::done;
+  return Step::Done;
 }
 
 /// Up to the `>` or `/>` of a tag.
@@ -51,21 +51,21 @@ XmlScanner::Step XmlScanner::ScanAttributes(char*& next) {
   for (;;) {
     char* const behind = next;
     next = SkipBlanks(next);
-    if (*next == '>') return Step::done;
-    if (*next == '/') return next[1] == '>' ? Step::done : AtByte(next + 1);
+    if (*next == '>') return Step::Done;
+    if (*next == '/') return next[1] == '>' ? Step::Done : AtByte(next + 1);
     // In place: copying it right after it is written stalls the processor.
     Found& attribute = ReportOutOfMemory([&]() -> Found& { return found.emplace_back(); });
     attribute.name = next;
     attribute.nameEnd = NameEnd(next);
-    if (attribute.nameEnd == next) return next == end || IsCutCharacter(next, end) ? Step::incomplete : Step::refused;
-    if (next == behind) return Step::refused;
+    if (attribute.nameEnd == next) return next == end || IsCutCharacter(next, end) ? Step::Incomplete : Step::Refused;
+    if (next == behind) return Step::Refused;
     next = SkipBlanks(attribute.nameEnd);
-    if (*next != '=') return next == end || IsCutCharacter(next, end) ? Step::incomplete : Step::refused;
+    if (*next != '=') return next == end || IsCutCharacter(next, end) ? Step::Incomplete : Step::Refused;
     next = SkipBlanks(next + 1);
     if (*next != '"' && *next != '\'') return AtByte(next);
     attribute.value = next + 1;
     Step const step = ScanValue(next, attribute.isPlain);
-    if (step != Step::done) return step;
+    if (step != Step::Done) return step;
     attribute.valueEnd = next++;
   }
 }
@@ -75,19 +75,19 @@ XmlScanner::Step XmlScanner::ScanValue(char*& next, bool& isPlain) {
   char const limit = *next++;
   for (;;) {
     next = SkipPlain(next, limit, '<', '&');
-    if (*next == limit) return Step::done;
-    if (Is(*next, isBlank)) {
+    if (*next == limit) return Step::Done;
+    if (Is(*next, IsBlank)) {
       isPlain = false;
       ++next;
     } else if (*next == '&') {
       isPlain = false;
       Reference const reference = ReferenceAt(next, end);
-      if (reference.size == 0) return reference.isCut ? Step::incomplete : Step::refused;
-      if (reference.nameSize > 0 && !IsUsableInValue(reference.NameAt(next))) return Step::refused;
+      if (reference.size == 0) return reference.isCut ? Step::Incomplete : Step::Refused;
+      if (reference.nameSize > 0 && !IsUsableInValue(reference.NameAt(next))) return Step::Refused;
       next += reference.size;
     } else {
       std::size_t const size = SpecialSize(next);
-      if (size == 0) return next == end || (*next != 0 && IsCutCharacter(next, end)) ? Step::incomplete : Step::refused;
+      if (size == 0) return next == end || (*next != 0 && IsCutCharacter(next, end)) ? Step::Incomplete : Step::Refused;
       next += size;
     }
   }
@@ -122,7 +122,7 @@ void XmlScanner::OpenElement(Found const& name, char* tagEnd, bool isEmpty) {
   CountPrefixes(View(name.name, name.nameEnd));
   *name.nameEnd = 0;
   cursor = tagEnd;
-  place = Place::content;
+  place = Place::Content;
   shaper.StartElement(View(name.name, name.nameEnd), attributes, type == nullptr ? nullptr : &type->declarations);
   if (isEmpty) CloseElement();
 }
@@ -192,7 +192,7 @@ std::string_view XmlScanner::Value(Found const& attribute) {
       }
     } else {
       bool const isPair = *next == '\r' && next[1] == '\n';
-      values += Is(*next, isBlank) ? ' ' : *next;
+      values += Is(*next, IsBlank) ? ' ' : *next;
       next += isPair ? 2 : 1;
     }
   }
@@ -206,19 +206,19 @@ std::string_view XmlScanner::Value(Found const& attribute) {
 XmlScanner::Step XmlScanner::ScanEndTag() {
   std::string_view const name(&openNames[openStarts.back()], openNames.size() - openStarts.back() - 1);
   std::string_view const text = Rest().substr(2);
-  if (!text.starts_with(name)) return name.starts_with(text) ? Step::incomplete : Step::refused;
+  if (!text.starts_with(name)) return name.starts_with(text) ? Step::Incomplete : Step::Refused;
   char* const last = SkipBlanks(cursor + std::max(looked, 2 + name.size()));
   if (last == end) looked = Rest().size();
   if (*last != '>') return AtByte(last);
   cursor = last + 1;
   CloseElement();
-  return Step::done;
+  return Step::Done;
 }
 
 void XmlScanner::CloseElement() {
   std::size_t const start = openStarts.back();
   std::string_view const name(&openNames[start], openNames.size() - start - 1);
-  if (openStarts.size() == 1) place = Place::epilog;
+  if (openStarts.size() == 1) place = Place::Epilog;
   if (!suspended.empty()) blanks.pop_back();
   shaper.EndElement(name);
   openStarts.pop_back();

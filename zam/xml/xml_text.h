@@ -33,12 +33,12 @@ class ZAM_EXPORT XmlText {
   XmlText(XmlText const&) = delete;
   XmlText& operator=(XmlText const&) = delete;
   ~XmlText() {
-    if (std::uintptr_t const held = word.load(std::memory_order_relaxed); isWide(held)) delete wideIn(held);
+    if (std::uintptr_t const held = word.load(std::memory_order_relaxed); IsWide(held)) delete WideIn(held);
   }
 
   [[nodiscard]] wstring const& Get() const {
     std::uintptr_t const held = word.load(std::memory_order_acquire);
-    return isWide(held) ? *wideIn(held) : widen(held);
+    return IsWide(held) ? *WideIn(held) : Widen(held);
   }
 
   /// A string of the caller's own, without making one here.
@@ -48,10 +48,10 @@ class ZAM_EXPORT XmlText {
   wstring const& Set(wstring const& text);
 
  private:
-  static bool isWide(std::uintptr_t held) { return (held & 1) != 0; }
-  static wstring* wideIn(std::uintptr_t held) { return reinterpret_cast<wstring*>(held - 1); }
-  static StoredText const* storedIn(std::uintptr_t held) { return reinterpret_cast<StoredText const*>(held); }
-  wstring& widen(std::uintptr_t held) const;
+  static bool IsWide(std::uintptr_t held) { return (held & 1) != 0; }
+  static wstring* WideIn(std::uintptr_t held) { return reinterpret_cast<wstring*>(held - 1); }
+  static StoredText const* StoredIn(std::uintptr_t held) { return reinterpret_cast<StoredText const*>(held); }
+  wstring& Widen(std::uintptr_t held) const;
 
   mutable std::atomic<std::uintptr_t> word = 0;  // a StoredText, or a wide string of ours with the lowest bit set
 };

@@ -32,7 +32,7 @@ namespace {
 constexpr std::size_t pieceSize = 65536;
 
 template <class Unit, std::size_t size>
-std::span<char> bytesOf(std::array<Unit, size>& area) {
+std::span<char> BytesOf(std::array<Unit, size>& area) {
   return {reinterpret_cast<char*>(area.data()), sizeof area};
 }
 
@@ -99,7 +99,7 @@ bool XmlTree::Read() {
   detail::SetSubstituteEntities(true);
   if (typeid(*this) == typeid(XmlTree)) {
     detail::TreeBuilder builder(root, {.mostBytes = maxBytes});
-    parseFile(builder, {});
+    ParseFile(builder, {});
   } else {
     // The events are told to a derived class, which may take them itself.
     XmlSaxParser parser;
@@ -110,10 +110,10 @@ bool XmlTree::Read() {
 }
 
 /// Returns whether the file is well-formed. It is read to its end in any case, so that damage in it is always reported.
-bool XmlTree::parseFile(detail::TreeBuilder& builder, detail::XmlEventOptions const& options) const {
+bool XmlTree::ParseFile(detail::TreeBuilder& builder, detail::XmlEventOptions const& options) const {
   platform::File file = ReportOutOfMemory([this] { return platform::File::OpenForReading(filename); });
   if (!file.IsOpen()) throw ReportOutOfMemory([this] { return FileIOException(ErrorId::FileOpen, filename); });
-  detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::read);
+  detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::Read);
   detail::XmlEventParser parser(builder, options);
   auto const buffer = ReportOutOfMemory([] { return std::make_unique_for_overwrite<char[]>(pieceSize); });
   for (std::uint64_t size = 0;;) {
@@ -145,12 +145,12 @@ void XmlTree::OnEndElement(XmlSaxParser* /*parser*/, unsigned char const* /*name
 
 bool XmlTree::Read2() {
   detail::SetKeepBlanks(false);
-  return readModel([this](auto& builder, auto const& options) { return parseFile(builder, options); });
+  return ReadModel([this](auto& builder, auto const& options) { return ParseFile(builder, options); });
 }
 
 bool XmlTree::ReadBuffer(std::string const& text) {
   filename.clear();
-  return readModel([&](auto& builder, auto const& options) {
+  return ReadModel([&](auto& builder, auto const& options) {
     RequireAtMost(documentSize, text.size(), maxBytes);
     detail::XmlEventParser parser(builder, options);
     parser.Feed(text);
@@ -161,7 +161,7 @@ bool XmlTree::ReadBuffer(std::string const& text) {
 
 /// Replaces the tree by what `parse` reads; drops it where that isn't well-formed or can't be read.
 template <class Parse>
-bool XmlTree::readModel(Parse parse) {
+bool XmlTree::ReadModel(Parse parse) {
   detail::XmlScope const scope;  // as above
   root = nullptr;
   Ref<XmlNode> read;
@@ -180,7 +180,7 @@ bool XmlTree::readModel(Parse parse) {
 }
 
 bool XmlTree::Write() const {
-  std::string const text = makeText(true);
+  std::string const text = MakeText(true);
   return ReportOutOfMemory([&] {
     platform::File file = platform::File::CreateForWriting(filename);
     if (!file.IsOpen()) throw FileIOException(ErrorId::FileCreate, filename);
@@ -188,7 +188,7 @@ bool XmlTree::Write() const {
     if (compression == 0) {
       isWritten = file.Write(text) && file.Close();
     } else {
-      detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::write);
+      detail::GzipFile stream(std::move(file), detail::GzipFile::Mode::Write);
       isWritten = stream.Write(text) && stream.Close();
     }
     if (!isWritten) throw FileIOException(ErrorId::FileWrite, filename);
@@ -203,10 +203,10 @@ bool XmlTree::Write(wstring const& path) {
 
 std::string const& XmlTree::WriteBuffer() const {
   static thread_local std::string text;
-  return text = makeText(false);
+  return text = MakeText(false);
 }
 
-std::string XmlTree::makeText(bool isFormatted) const {
+std::string XmlTree::MakeText(bool isFormatted) const {
   if (!root) throw BaseException(ErrorId::InvalidXmlNode);
   detail::XmlScope const scope;
   detail::SetKeepBlanks(false);
@@ -220,7 +220,7 @@ std::string XmlTree::makeText(bool isFormatted) const {
 void XmlTree::WriteNode(xmlDoc* document, XmlNode* node, xmlNode* parent, int isRoot) const {
   std::vector<std::pair<XmlNode const*, xmlNode*>> unfinished;
   auto const write = [&](XmlNode const& original, xmlNode* above, bool isTop) {
-    if (xmlNode* const element = writeAlone(*document, original, above, isTop)) {
+    if (xmlNode* const element = WriteAlone(*document, original, above, isTop)) {
       unfinished.emplace_back(&original, element);
     }
   };
@@ -233,24 +233,24 @@ void XmlTree::WriteNode(xmlDoc* document, XmlNode* node, xmlNode* parent, int is
 }
 
 /// Writes a node without its children. Returns the element for them, or null for a text, which has none.
-xmlNode* XmlTree::writeAlone(xmlDoc& document, XmlNode const& node, xmlNode* parent, bool isRoot) const {
+xmlNode* XmlTree::WriteAlone(xmlDoc& document, XmlNode const& node, xmlNode* parent, bool isRoot) const {
   if (node.IsContent() && !isRoot) {
-    writeContent(*parent, node.content.Copy());
+    WriteContent(*parent, node.content.Copy());
     return nullptr;
   }
-  Area area(node.GetName().size(), bytesOf(nameBuffer), doCutValues);
+  Area area(node.GetName().size(), BytesOf(nameBuffer), doCutValues);
   xmlNode* const element = detail::AddElement(document, parent, detail::ToXmlName(node.GetName(), area.bytes).bytes);
-  if (!node.content.IsEmpty()) writeContent(*element, node.content.Copy());
-  writeProperties(*element, node);
+  if (!node.content.IsEmpty()) WriteContent(*element, node.content.Copy());
+  WriteProperties(*element, node);
   return element;
 }
 
-void XmlTree::writeProperties(xmlNode& element, XmlNode const& node) const {
+void XmlTree::WriteProperties(xmlNode& element, XmlNode const& node) const {
   xmlAttr* last = nullptr;
   bool mayRepeat = false;
-  node.forEachAttribute([&](wstring const& propertyName, wstring const& propertyValue) {
-    Area nameArea(propertyName.size(), bytesOf(nameBuffer), doCutValues);
-    Area valueArea(propertyValue.size(), bytesOf(valueBuffer), doCutValues);
+  node.ForEachAttribute([&](wstring const& propertyName, wstring const& propertyValue) {
+    Area nameArea(propertyName.size(), BytesOf(nameBuffer), doCutValues);
+    Area valueArea(propertyValue.size(), BytesOf(valueBuffer), doCutValues);
     auto const [name, isFaithful] = detail::ToXmlName(propertyName, nameArea.bytes);
     std::string_view const value = detail::ToXmlText(propertyValue, valueArea.bytes);
     mayRepeat = mayRepeat || !isFaithful;
@@ -260,8 +260,8 @@ void XmlTree::writeProperties(xmlNode& element, XmlNode const& node) const {
   });
 }
 
-void XmlTree::writeContent(xmlNode& element, wstring const& content) const {
-  Area area(content.size(), bytesOf(valueBuffer), false);
+void XmlTree::WriteContent(xmlNode& element, wstring const& content) const {
+  Area area(content.size(), BytesOf(valueBuffer), false);
   detail::AddText(element, detail::ToXmlText(content, area.bytes));
 }
 

@@ -156,16 +156,16 @@ class ZAM_EXPORT XmlTree : public XmlSaxCallback {
   void OnEndElement(XmlSaxParser* parser, unsigned char const* name) override;
 
  private:
-  bool parseFile(detail::TreeBuilder& builder, detail::XmlEventOptions const& options) const;
+  bool ParseFile(detail::TreeBuilder& builder, detail::XmlEventOptions const& options) const;
   template <class Parse>
-  bool readModel(Parse parse);
+  bool ReadModel(Parse parse);
 
-  std::string makeText(bool isFormatted) const;
+  std::string MakeText(bool isFormatted) const;
 
   void WriteNode(_xmlDoc* document, XmlNode* node, _xmlNode* parent, int isRoot) const;
-  _xmlNode* writeAlone(_xmlDoc& document, XmlNode const& node, _xmlNode* parent, bool isRoot) const;
-  void writeProperties(_xmlNode& element, XmlNode const& node) const;
-  void writeContent(_xmlNode& element, wstring const& content) const;
+  _xmlNode* WriteAlone(_xmlDoc& document, XmlNode const& node, _xmlNode* parent, bool isRoot) const;
+  void WriteProperties(_xmlNode& element, XmlNode const& node) const;
+  void WriteContent(_xmlNode& element, wstring const& content) const;
 
   bool isInitialized = true;
   wstring filename;

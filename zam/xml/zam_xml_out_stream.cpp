@@ -63,7 +63,7 @@ ZamXmlOutStream::ZamXmlOutStream()
 
 ZamXmlOutStream::ZamXmlOutStream(StorageType type) : ZamXmlOutStream() {
   storageType = type;
-  beginDocument();
+  BeginDocument();
 }
 
 ZamXmlOutStream::ZamXmlOutStream(StorageType type, wstring const& filename) : ZamXmlOutStream(type) {
@@ -71,28 +71,28 @@ ZamXmlOutStream::ZamXmlOutStream(StorageType type, wstring const& filename) : Za
 }
 
 ZamXmlOutStream::~ZamXmlOutStream() {
-  if (storageType != StorageMemory) handOver();
-  closeFiles();
+  if (storageType != StorageMemory) HandOver();
+  CloseFiles();
 }
 
 void ZamXmlOutStream::Open(wstring const& filename) {
   bool const isOpen = compressedFile || (fileStream && fileStream->is_open());
   if (isOpen) throw XmlException(ErrorId::FileAlreadyOpen);
-  handOver();  // what was written without a file mustn't get into this one
+  HandOver();  // what was written without a file mustn't get into this one
   if (storageType == StorageFile || storageType == StorageCompressed) {
     OpenFile(filename, storageType == StorageCompressed);
   }
-  beginDocument();
+  BeginDocument();
 }
 
 void ZamXmlOutStream::Close() {
   WriteBuffer();
-  handOver();
-  closeFiles();
+  HandOver();
+  CloseFiles();
 }
 
 std::string const& ZamXmlOutStream::getXmlString() {
-  if (storageType == StorageMemory) handOver();
+  if (storageType == StorageMemory) HandOver();
   return xmlString;
 }
 
@@ -120,7 +120,7 @@ void ZamXmlOutStream::utf8towstr(wstring& result, std::string const& text) {
 }
 
 void ZamXmlOutStream::CreateNode(std::string const& name) {
-  char* out = makeRoom(name.size() + 2);
+  char* out = MakeRoom(name.size() + 2);
   ReportOutOfMemory([&] { nodeStack.push(name); });
   WriteBuffer();
   if (tagOpen) out = Put(out, '>');
@@ -132,7 +132,7 @@ void ZamXmlOutStream::CreateNode(std::string const& name) {
 
 void ZamXmlOutStream::CloseNode(std::string const& name) {
   if (nodeStack.empty() || nodeStack.top() != name) throw XmlException(ErrorId::XmlNodeNotClosable);
-  char* out = makeRoom(name.size() + 4);
+  char* out = MakeRoom(name.size() + 4);
   if (tagOpen) out = Put(out, '>');
   out = Put(out, "</");
   out = Put(out, name);
@@ -144,40 +144,40 @@ void ZamXmlOutStream::CloseNode(std::string const& name) {
 }
 
 void ZamXmlOutStream::AddProperty(std::string const& name, wstring const& value) {
-  addValue(name, value);
+  AddValue(name, value);
 }
 
 void ZamXmlOutStream::AddProperty(std::string const& name, bool const& value) {
-  addValue(name, value ? u"1" : u"0");
+  AddValue(name, value ? u"1" : u"0");
 }
 
 void ZamXmlOutStream::AddProperty(std::string const& name, std::int32_t const& value) {
-  addValue(name, detail::FormatNumber(value));
+  AddValue(name, detail::FormatNumber(value));
 }
 
 void ZamXmlOutStream::AddProperty(std::string const& name, std::int64_t const& value) {
-  addValue(name, detail::FormatNumber(value));
+  AddValue(name, detail::FormatNumber(value));
 }
 
 void ZamXmlOutStream::AddProperty(std::string const& name, unsigned int const& value) {
-  addValue(name, detail::FormatNumber(value));
+  AddValue(name, detail::FormatNumber(value));
 }
 
 void ZamXmlOutStream::AddProperty(std::string const& name, double const& value) {
-  addValue(name, detail::FormatDouble(value, numberCapacity));
+  AddValue(name, detail::FormatDouble(value, numberCapacity));
 }
 
 void ZamXmlOutStream::AddProperty(std::string const& name, wchar const* value) {
-  addValue(name, value ? value : u"");
+  AddValue(name, value ? value : u"");
 }
 
 void ZamXmlOutStream::AddProperty(std::string const& name, char const* value) {
-  addValue(name, ReportOutOfMemory([&] { return platform::Utf16FromUtf8(value ? value : ""); }));
+  AddValue(name, ReportOutOfMemory([&] { return platform::Utf16FromUtf8(value ? value : ""); }));
 }
 
 void ZamXmlOutStream::AddText(wstring const& text) {
-  requireOpenTag();
-  char* out = makeRoomForValue(1, text);
+  RequireOpenTag();
+  char* out = MakeRoomForValue(1, text);
   out = Put(out, '>');
   out = detail::WriteEscaped(text, out);
   buffer->SetEnd(out);
@@ -186,7 +186,7 @@ void ZamXmlOutStream::AddText(wstring const& text) {
 }
 
 void ZamXmlOutStream::AddSubNodeText(std::string const& name, wstring const& text) {
-  char* out = makeRoomForValue(2 * name.size() + 6, text);
+  char* out = MakeRoomForValue(2 * name.size() + 6, text);
   if (tagOpen) out = Put(out, '>');
   out = Put(out, '<');
   out = Put(out, name);
@@ -205,7 +205,7 @@ void ZamXmlOutStream::OpenFile(wstring const& filename, bool compressed) {
     if (compressed) {
       platform::File file = platform::File::CreateForWriting(filename);
       if (!file.IsOpen()) throw FileIOException(ErrorId::FileCreate, filename);
-      compressedFile = std::make_unique<detail::GzipFile>(std::move(file), detail::GzipFile::Mode::write);
+      compressedFile = std::make_unique<detail::GzipFile>(std::move(file), detail::GzipFile::Mode::Write);
       return;
     }
     auto plain = std::make_unique<std::ofstream>();
@@ -220,7 +220,7 @@ void ZamXmlOutStream::OpenFile(wstring const& filename, bool compressed) {
   });
 }
 
-void ZamXmlOutStream::closeFiles() {
+void ZamXmlOutStream::CloseFiles() {
   if (compressedFile && !compressedFile->Close()) written = false;
   compressedFile.reset();
   if (fileStream) {
@@ -231,13 +231,13 @@ void ZamXmlOutStream::closeFiles() {
   fileLock.reset();
 }
 
-void ZamXmlOutStream::requireOpenTag() const {
+void ZamXmlOutStream::RequireOpenTag() const {
   if (nodeStack.empty() || !tagOpen) throw XmlException(ErrorId::NoOpenXmlNode);
 }
 
-void ZamXmlOutStream::addValue(std::string const& name, std::u16string_view value) {
-  requireOpenTag();
-  char* out = makeRoomForValue(name.size() + 4, value);
+void ZamXmlOutStream::AddValue(std::string const& name, std::u16string_view value) {
+  RequireOpenTag();
+  char* out = MakeRoomForValue(name.size() + 4, value);
   out = Put(out, ' ');
   out = Put(out, name);
   out = Put(out, "=\"");
@@ -247,33 +247,33 @@ void ZamXmlOutStream::addValue(std::string const& name, std::u16string_view valu
   WriteBuffer();
 }
 
-void ZamXmlOutStream::addUnsigned(std::string const& name, std::uint64_t value) {
-  addValue(name, detail::FormatNumber(value));
+void ZamXmlOutStream::AddUnsigned(std::string const& name, std::uint64_t value) {
+  AddValue(name, detail::FormatNumber(value));
 }
 
-void ZamXmlOutStream::beginDocument() {
+void ZamXmlOutStream::BeginDocument() {
   ClearBuffer();
-  buffer->SetEnd(Put(makeRoom(declaration.size()), declaration));
+  buffer->SetEnd(Put(MakeRoom(declaration.size()), declaration));
   tagOpen = false;
   written = true;
 }
 
-char* ZamXmlOutStream::makeRoom(std::size_t size) {
-  if (!buffer->HasRoom(size)) handOver();
+char* ZamXmlOutStream::MakeRoom(std::size_t size) {
+  if (!buffer->HasRoom(size)) HandOver();
   if (!buffer->HasRoom(size)) buffer->MakeRoom(size);
   return buffer->End();
 }
 
-char* ZamXmlOutStream::makeRoomForValue(std::size_t others, std::u16string_view value) {
+char* ZamXmlOutStream::MakeRoomForValue(std::size_t others, std::u16string_view value) {
   if (!encodingHandler) throw BaseException(ErrorId::GeneralFailure);
-  return makeRoom(others + detail::EscapedCapacity(value.size()));
+  return MakeRoom(others + detail::EscapedCapacity(value.size()));
 }
 
 void ZamXmlOutStream::WriteBuffer() {
   buffer->Settle();
 }
 
-void ZamXmlOutStream::handOver() {
+void ZamXmlOutStream::HandOver() {
   std::string_view const text = buffer->Settled();
   if (text.empty()) return;
   if (storageType == StorageMemory) {

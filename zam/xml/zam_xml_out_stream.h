@@ -151,15 +151,15 @@ class ZAM_EXPORT ZamXmlOutStream {
 
  private:
   void OpenFile(wstring const& filename, bool compressed);
-  void closeFiles();
-  void beginDocument();
-  void requireOpenTag() const;
-  void addValue(std::string const& name, std::u16string_view value);
-  void addUnsigned(std::string const& name, std::uint64_t value);
-  char* makeRoom(std::size_t size);
-  char* makeRoomForValue(std::size_t others, std::u16string_view value);
+  void CloseFiles();
+  void BeginDocument();
+  void RequireOpenTag() const;
+  void AddValue(std::string const& name, std::u16string_view value);
+  void AddUnsigned(std::string const& name, std::uint64_t value);
+  char* MakeRoom(std::size_t size);
+  char* MakeRoomForValue(std::size_t others, std::u16string_view value);
   void WriteBuffer();
-  void handOver();
+  void HandOver();
 
   StorageType storageType = StorageMemory;
   // Null, or a plain file, which may have failed to open.
@@ -194,7 +194,7 @@ void ZamXmlOutStream::AddProperty(std::string const& name, Value const& value) {
   } else if constexpr (std::is_signed_v<Value>) {
     AddProperty(name, static_cast<std::int64_t>(value));
   } else {
-    addUnsigned(name, value);
+    AddUnsigned(name, value);
   }
 }
 
