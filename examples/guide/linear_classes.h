@@ -55,14 +55,14 @@ inline ZaM::RepTag const classTag = ZaM::SetRepTag("Clss");
 inline ZaM::RepTag const vectorTag = ZaM::SetRepTag("Vect");
 inline ZaM::RepTag const resultTag = ZaM::SetRepTag("Rslt");
 
-inline ZaM::Ref<ZaM::DocumentNode> makeClasses() {
+inline ZaM::Ref<ZaM::DocumentNode> MakeClasses() {
   ZaM::Ref classes(ZaM::DocumentNode::Create());
   classes->AddChild(LinearClass::Create(1, classTag, {1.0, 0.0}));
   classes->AddChild(LinearClass::Create(2, classTag, {0.0, 1.0}));
   return classes;
 }
 
-inline ZaM::Ref<ZaM::DocumentNode> makeDocuments(std::vector<std::vector<double>> const& vectors) {
+inline ZaM::Ref<ZaM::DocumentNode> MakeDocuments(std::vector<std::vector<double>> const& vectors) {
   ZaM::Ref documents(ZaM::DocumentNode::Create());
   for (auto const& numbers : vectors) {
     ZaM::Ref document(ZaM::DocumentNode::Create(numbers[0] > numbers[1] ? 1 : 2, nullptr));
@@ -72,7 +72,7 @@ inline ZaM::Ref<ZaM::DocumentNode> makeDocuments(std::vector<std::vector<double>
   return documents;
 }
 
-inline ZaM::BayesControl makeControl(ZaM::Node* classes, ZaM::Node* documents) {
+inline ZaM::BayesControl MakeControl(ZaM::Node* classes, ZaM::Node* documents) {
   ZaM::BayesControl control;
   control.SetDoLearn(true);
   control.SetDoClassify(true);

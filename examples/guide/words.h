@@ -14,7 +14,7 @@ inline ZaM::wstring TextOf(std::string const& bytes) {
   return ZaM::DecodeText(bytes, "windows-1252").value_or(ZaM::FromUtf8(bytes));
 }
 
-inline std::vector<std::string> wordsOf(ZaM::wstring const& text) {
+inline std::vector<std::string> WordsOf(ZaM::wstring const& text) {
   ZaM::Ref filter(ZaM::AsciiTextFilter::Create(2, false));  // words of two letters and more, digits separate
   std::vector<char> symbols(4 * text.size() + 6);           // a unit gives at most four bytes
   auto const length = static_cast<unsigned int>(text.size());

@@ -20,9 +20,9 @@ namespace {
 using namespace std::string_literals;
 
 TEST(GuideTest, ClassifiesAndEvaluates) {
-  ZaM::Ref const classes = makeClasses();
-  ZaM::Ref const documents = makeDocuments({{0.9, 0.1}, {0.2, 0.8}, {0.5, 0.4}});
-  ZaM::BayesControl control = makeControl(classes.Get(), documents.Get());
+  ZaM::Ref const classes = MakeClasses();
+  ZaM::Ref const documents = MakeDocuments({{0.9, 0.1}, {0.2, 0.8}, {0.5, 0.4}});
+  ZaM::BayesControl control = MakeControl(classes.Get(), documents.Get());
   ZaM::BayesClassifier classifier;
   classifier.DoAlgorithm(&control);
 
@@ -49,9 +49,9 @@ TEST(GuideTest, ClassifiesAndEvaluates) {
 }
 
 TEST(GuideTest, CancelsARun) {
-  ZaM::Ref const classes = makeClasses();
-  ZaM::Ref const documents = makeDocuments({{0.9, 0.1}, {0.2, 0.8}, {0.5, 0.4}});
-  ZaM::BayesControl control = makeControl(classes.Get(), documents.Get());
+  ZaM::Ref const classes = MakeClasses();
+  ZaM::Ref const documents = MakeDocuments({{0.9, 0.1}, {0.2, 0.8}, {0.5, 0.4}});
+  ZaM::BayesControl control = MakeControl(classes.Get(), documents.Get());
   Limit limit(2);
   ZaM::BayesClassifier classifier;
   classifier.SetCallBack(&limit);
@@ -60,7 +60,7 @@ TEST(GuideTest, CancelsARun) {
 }
 
 TEST(GuideTest, RunsAnAlgorithmOfOnesOwn) {
-  ZaM::Ref const documents = makeDocuments({{0.5, 0.25}});
+  ZaM::Ref const documents = MakeDocuments({{0.5, 0.25}});
   Scale scale;
   std::unique_ptr<ZaM::Control> const control(scale.CreateController());
   auto& block = dynamic_cast<ScaleControl&>(*control);
@@ -81,7 +81,7 @@ TEST(GuideTest, RunsAnAlgorithmOfOnesOwn) {
 
 TEST(GuideTest, FiltersWords) {
   for (std::string const& bytes : {"\xFF\xFE\xE4\0"s, "ä"s, "\xE4"s}) EXPECT_TRUE(TextOf(bytes) == u"ä");
-  auto const words = wordsOf(u"Stra\u00DFe, STRASSE \u2014 3 x \u0441\u043B\u043E\u0432\u043E");
+  auto const words = WordsOf(u"Stra\u00DFe, STRASSE \u2014 3 x \u0441\u043B\u043E\u0432\u043E");
   ASSERT_EQ(words.size(), 3u);
   EXPECT_EQ(words[1], std::string("\x2C\x2D\x2B\x1A\x2C\x2C\x1E"));  // S T R A S S E
   EXPECT_NE(ZaM::stringhash().GetStringHash(words[0]), ZaM::stringhash().GetStringHash(words[1]));
