@@ -126,8 +126,8 @@ class LockFileTest : public testing::Test {
 };
 
 TEST_F(LockFileTest, IsAFileForAsLongAsOneHoldsIt) {
-  EXPECT_TRUE(CanBeTaken());
   folder.Write("lock", "left by somebody");
+  EXPECT_TRUE(CanBeTaken());
   fs::path const before = fs::current_path();
   fs::current_path(folder.Path());
   void* const lock = ZamLockfileCreate(u"lock", 0, 0);

@@ -189,7 +189,7 @@ TEST(SatelliteFile, HasTheDocumentedBytes) {
   // The example of docs/formats.md.
   std::string const bytes = std::string("ZaMTexts\1\0\0\0\1\0\0\0\2\0\0\0\x18\0\0\0\0\0\2\0J\0a\0\0\0\1\0\xC4\0", 38) +
                             std::string(24, '\0') + "\x83\x1B\xD6\xF8\x2F\xF9\xE4\x7C";
-  EXPECT_EQ(EncodeSatellite({{17, u"Ja"}, {18, u""}, {19, u"\u00C4"}}), bytes);
+  EXPECT_EQ(EncodeSatellite({{17, u"Ja"}, {40, u""}, {19, u"\u00C4"}}), bytes);
   EXPECT_EQ(DecodeSatellite(bytes), (TextMap{{17, u"Ja"}, {19, u"\u00C4"}}));
 }
 

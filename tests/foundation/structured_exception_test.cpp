@@ -123,6 +123,7 @@ TEST(StructuredExceptions, GiveEachFaultItsCode) {
       DIVIDE("", "idivb %%dil", 0x8000, 0),
       DIVIDE("movq %%rdi, %%rbx\n movb $1, %%bh", "idivb %%bl", 0x8000, 0),
       DIVIDE("movq %%rdi, %%rbx\n shlq $8, %%rbx", "idivb %%bh", 0x8000, 0),
+      DIVIDE("", "idivl (%%rsi)", 0x80000000, -1),
       DIVIDE("leaq -400(%%rsi), %%r13", "idivw 400(%%r13)", 0x8000, -1),
       DIVIDE("movq $1, %%r12\n movq %%rsi, %%r13", "idivb -4(%%r13,%%r12,4)", 0x8000, 0),
       DIVIDE("movq %%rsi, %%r15\n shrq $3, %%r15", "idivl 0(,%%r15,8)", 0x80000000, -1),
