@@ -129,8 +129,8 @@ void KrylovIteration::MakeNextBlock() {
   }
 }
 
-double KrylovIteration::Norm(double const* x) const {
-  return std::sqrt(InnerProduct(x, x, length));
+double KrylovIteration::Norm(double const* vector) const {
+  return std::sqrt(InnerProduct(vector, vector, length));
 }
 
 void KrylovIteration::FillRandomly(std::size_t index) {

@@ -39,7 +39,7 @@ class KrylovIteration {
   [[nodiscard]] bool Converged() const { return converged; }
 
   /// The magnitude of the eigenvalue that belongs to a vector, after a run. 0 if it vanished.
-  [[nodiscard]] double Eigenvalue(std::size_t vector) const;
+  [[nodiscard]] double Eigenvalue(std::size_t index) const;
 
   /// Puts the vectors, of unit length or zero, to the active examples' places in `rows`, which must reach them.
   void StoreVectors(std::vector<std::vector<double>>& rows) const;

@@ -40,12 +40,11 @@ ZAM_ALWAYS_INLINE void Store(Register<width> const& numbers, double* to) {
   __builtin_memcpy(to, &numbers, sizeof numbers);
 }
 
-constexpr std::size_t entriesPerCacheLine = 8;
-
 /// The loops for `width` vectors, which are one register, and `blockRows` rows at a time.
 template <int width, int blockRows>
 class Loops {
   static_assert(blockRows <= rowsAhead);
+  static constexpr std::size_t entriesPerCacheLine = 8;
 
  public:
   static constexpr GroupLoops Table() { return {width, Interleave, Separate, AddTile}; }
@@ -170,11 +169,12 @@ class Loops {
 /// The sum of products in one fixed order, with four registers of sums to hide how long an addition takes.
 template <int width>
 double InnerProductLoop(double const* x, double const* y, std::size_t count) {
+  constexpr std::size_t step = width;
   Register<width> sums[4] = {};
   std::size_t k = 0;
-  for (; k + 4 * width <= count; k += 4 * width)
+  for (; k + 4 * step <= count; k += 4 * step)
     for (std::size_t i = 0; i < 4; ++i)
-      sums[i] = sums[i] + Load<width>(x + k + i * width) * Load<width>(y + k + i * width);
+      sums[i] = sums[i] + Load<width>(x + k + i * step) * Load<width>(y + k + i * step);
   auto const together = (sums[0] + sums[1]) + (sums[2] + sums[3]);
   double sum = 0.0;
   for (std::size_t i = 0; i < width; ++i) sum += together[i];

@@ -14,7 +14,7 @@ namespace ZaM {
 class ZAM_EXPORT _Match {
  public:
   /// If `previous` isn't null, the new record becomes its successor, in place of none.
-  _Match(_Match* previous, std::int32_t position, std::int32_t length, bool matched);
+  _Match(_Match* previous, std::int32_t start, std::int32_t units, bool isMatch);
   _Match(_Match const&) = delete;
   _Match& operator=(_Match const&) = delete;
   /// Destroys all that follow as well, with the same little stack for a list of any length.
@@ -56,8 +56,8 @@ class ZAM_EXPORT _Match {
 ///          BaseException with id 5 when memory runs out.
 class ZAM_EXPORT Regex {
  public:
-  /// `ignoreCase` is heeded by Match alone.
-  Regex(wstring pattern, bool ignoreCase);
+  /// `ignoringCase` is heeded by Match alone.
+  Regex(wstring expression, bool ignoringCase);
   Regex(Regex const&) = delete;
   Regex& operator=(Regex const&) = delete;
   virtual ~Regex();

@@ -66,6 +66,7 @@ wstring Missing(unsigned int id) {
 }  // namespace
 
 // The satellites first, since their copy alone may fail: a handle is never without its owner.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): a copy of its own is as good as any.
 ResMgr& ResMgr::operator=(ResMgr const& other) {
   satellites = ReportOutOfMemory([&] { return std::vector(other.satellites); });
   moduleHandle = other.moduleHandle;
@@ -99,7 +100,9 @@ bool ResMgr::ChooseLanguage(std::vector<wstring> const& candidates, bool asDataF
 
   for (wstring const& candidate : candidates) {
     if (!StaysInFolder(candidate)) continue;
-    if (!LoadResources(folder + u"\\" + candidate + u"\\", fileName, asDataFile)) continue;
+    wstring place = folder;
+    place.append(u"\\").append(candidate).append(u"\\");
+    if (!LoadResources(std::move(place), fileName, asDataFile)) continue;
     SetLanguage(candidate);
     return true;
   }

@@ -62,7 +62,7 @@ bool Parse(std::u16string_view text, Bytes& bytes) {
     }
     std::size_t const value = ValueOf(text[i]);
     if (value == digits.size()) return false;
-    bytes[count / 2] = static_cast<std::uint8_t>(bytes[count / 2] * 16u + value);
+    bytes[count / 2] = static_cast<std::uint8_t>(std::size_t{bytes[count / 2]} * 16 + value);
     ++count;
   }
   return true;

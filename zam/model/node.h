@@ -36,11 +36,11 @@ class ZAM_EXPORT Node {
   /// With an empty slot and a count of 0.
   Node(Node const& /*other*/) noexcept {}
   /// Changes nothing.
-  Node& operator=(Node const& /*other*/) noexcept { return *this; }
+  Node& operator=(Node const& /*other*/) noexcept { return *this; }  // NOLINT(bugprone-unhandled-self-assignment)
 
-  /// Puts `feature`, with all that hangs on it, at the end of the chain. The caller's reference passes to this node.
+  /// Puts `added`, with all that hangs on it, at the end of the chain. The caller's reference passes to this node.
   /// It must hang in no slot yet: on the same chain twice, it would make a ring without an end.
-  virtual void AddFeature(Node* feature);
+  virtual void AddFeature(Node* added);
 
   /// Takes the first feature off and returns it, or null. The rest of the chain stays attached to what is returned,
   /// and this node's slot is empty afterwards. The reference passes to the caller.

@@ -15,11 +15,11 @@ namespace ZaM::platform {
 namespace {
 
 // The unwinder with all that it calls takes a few thousand bytes, the registers that a signal saves up to 11,000.
-constexpr std::size_t alternativeSize = 64 * 1024;
+constexpr std::size_t alternativeSize = std::size_t{64} * 1024;
 // Of a stack of the usual 8 MiB, 256 KiB.
 constexpr std::uintptr_t stackPerReserve = 32;
-constexpr std::uintptr_t leastReserve = 16 * 1024;
-constexpr std::uintptr_t mostReserve = 256 * 1024;
+constexpr std::uintptr_t leastReserve = std::uintptr_t{16} * 1024;
+constexpr std::uintptr_t mostReserve = std::uintptr_t{256} * 1024;
 // A main thread's stack of this size or more isn't held to be one that ends.
 constexpr std::uintptr_t mostStack = std::uintptr_t{1} << 30;
 
@@ -100,7 +100,7 @@ bool IsStackOverflow(FaultStack const& stack, std::uintptr_t address, std::uintp
   if (stack.low == 0) return false;
   // A large frame reaches beyond the end before it is touched; farther down there may be other stacks.
   constexpr std::uintptr_t mostFrame = std::uintptr_t{64} << 20;
-  constexpr std::uintptr_t mostBelow = 64 * 1024;  // that is touched before it is taken
+  constexpr std::uintptr_t mostBelow = std::uintptr_t{64} * 1024;  // that is touched before it is taken
   bool const isOnStack = stackPointer + mostFrame >= stack.low;
   return isOnStack && address < stack.lockedEnd + PageSize() && address + mostBelow >= stackPointer;
 }

@@ -130,7 +130,7 @@ bool Translate(siginfo_t const& signal, ucontext_t& context) {
 
   // As where there is no room for the frame of another signal.
   bool const hasNoAddress = signal.si_signo == SIGSEGV && signal.si_code == SI_KERNEL;
-  constexpr std::uintptr_t mostSignalFrame = 16 * 1024;
+  constexpr std::uintptr_t mostSignalFrame = std::uintptr_t{16} * 1024;
   auto* const instruction = reinterpret_cast<void*>(InstructionPointer(context));
   auto const address = reinterpret_cast<std::uintptr_t>(signal.si_addr);
   if (hasNoAddress && IsStackOverflow(stack, stackPointer - mostSignalFrame, stackPointer) && OpenReserve(stack)) {

@@ -58,7 +58,7 @@ std::unique_ptr<Thread> Thread::Create(std::size_t stackSize, Start start, void*
     if (error == EINVAL) error = pthread_create(&handle->thread, nullptr, &Run, call.get());
     if (error != 0) return nullptr;
     handle->isJoinable = true;
-    call.release();
+    static_cast<void>(call.release());  // is the thread's from now on
     return handle;
   } catch (std::bad_alloc const&) {
     return nullptr;

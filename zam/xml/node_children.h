@@ -35,6 +35,8 @@ class XmlNode::Children {
       return *this;
     }
     bool operator==(std::default_sentinel_t) const { return at == nullptr; }
+    // Clang's analyzer doesn't see through one that the compiler makes of `==`.
+    bool operator!=(std::default_sentinel_t) const { return at != nullptr; }
 
    private:
     void LookAtEntry() { at = entry == list->end() ? nullptr : *entry; }

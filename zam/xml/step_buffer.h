@@ -18,7 +18,7 @@ namespace ZaM::detail {
 class StepBuffer {
  public:
   /// What a target takes at once. No larger area is kept than the longest step needs.
-  static constexpr std::size_t usualSize = 48 * 1024;
+  static constexpr std::size_t usualSize = std::size_t{48} * 1024;
 
   /// Whether `size` bytes can be appended.
   [[nodiscard]] bool HasRoom(std::size_t size) const { return capacity - end >= size; }
