@@ -84,6 +84,12 @@ class Reader : public ZaM::XmlSaxCallback {
     Reader other;
     parser.ParseMemory("<d>1<e/>2</d>", 13, &other);
     Require(other.log == "^<d1<e>2>$");
+    Reader thrower(1);
+    try {
+      parser.ParseMemory("<d>1<e/>2</d>", 13, &thrower);
+    } catch (int) {
+    }
+    Require(thrower.log == "^");
   }
 
   std::size_t left;
@@ -94,27 +100,39 @@ void Parse(ZaM::XmlSaxParser& parser, std::string_view text, Reader& reader) {
   parser.ParseMemory(text.data(), static_cast<unsigned int>(text.size()), &reader);
 }
 
+/// False where the file can't be read to its end.
+bool ParseFile(ZaM::XmlSaxParser& parser, ScratchFile const& file, Reader& reader) {
+  try {
+    parser.ParseFile(file.Path(), &reader);
+    return true;
+  } catch (ZaM::FileIOException const& failure) {
+    Require(failure.GetErrorId() == 2004);
+    return false;
+  }
+}
+
+template <class Run>
+void Interrupt(std::size_t last, std::string const& whole, Run run) {
+  Reader interrupted(last);
+  try {
+    run(interrupted);
+  } catch (int) {
+  }
+  Require(whole.starts_with(interrupted.log));
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
   std::string_view const text(reinterpret_cast<char const*>(data), size);
+  ScratchFile const file(text);
   ZaM::XmlSaxParser parser;
-  Reader fromMemory;
+  Reader fromMemory, fromFile;
   Parse(parser, text, fromMemory);
-
-  Reader interrupted(size % 16);
-  try {
-    Parse(parser, text, interrupted);
-  } catch (int) {
-  }
-  Require(fromMemory.log.starts_with(interrupted.log));
-
-  Reader fromFile;
-  try {
-    parser.ParseFile(ScratchFile(text).Path(), &fromFile);
-    Require(text.starts_with("\x1f\x8b") || fromFile.log == fromMemory.log);
-  } catch (ZaM::FileIOException const& failure) {
-    Require(failure.GetErrorId() == 2004);
-  }
+  Interrupt(size % 16, fromMemory.log, [&](Reader& reader) { Parse(parser, text, reader); });
+  bool const isRead = ParseFile(parser, file, fromFile);
+  Interrupt(size % 16, fromFile.log, [&](Reader& reader) { ParseFile(parser, file, reader); });
+  bool const isPacked = text.starts_with("\x1f\x8b");
+  Require(isPacked || (isRead && fromFile.log == fromMemory.log));
   return 0;
 }

@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
-#include <functional>
-#include <limits>
 #include <list>
 #include <memory>
 #include <random>
@@ -14,7 +11,6 @@
 #include <vector>
 
 #include "tests/support/failing_allocation.h"
-#include "tests/support/probe_nodes.h"
 #include "tests/support/xml_text.h"
 #include "zam/zam.h"
 
@@ -24,101 +20,117 @@ namespace {
 using test::Describe;
 using test::FailureId;
 
-constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
-constexpr std::int32_t greatest = std::numeric_limits<std::int32_t>::max();
-
 using XmlNodeRef = Ref<XmlNode>;
 
 TEST(XmlNode, TellsElementsFromContent) {
+  auto const kind = [](XmlNode const& node) {
+    return std::string(node.IsInitialized() ? "" : "un") + "initialized " + (node.IsContent() ? "content" : "element") +
+           " '" + test::Ascii(node.GetName()) + "' '" + test::Ascii(node.GetContent()) + "'";
+  };
   XmlNodeRef const nameless(XmlNode::Create(u"")), emptyContent(XmlNode::Create(u"", u""));
   XmlNodeRef const filled(XmlNode::Create(u"a")), emptied(XmlNode::Create(u"a", u"x"));
+  EXPECT_EQ(kind(*filled), "initialized element 'a' ''");
+  EXPECT_EQ(kind(*emptied), "initialized content '' 'x'");
   EXPECT_TRUE(filled->SetContent(u"x") == u"x");
   emptied->SetContent(u"");
-  struct {
-    XmlNodeRef node;
-    bool isInitialized;
-    bool isContent;
-    wstring name;
-    wstring content;
-  } const cases[] = {
-      {XmlNodeRef(XmlNode::Create(u"a")), true, false, u"a", u""},
-      {XmlNodeRef(XmlNode::Create(u"a", u"x")), true, true, u"", u"x"},
-      {nameless, false, false, u"", u""},
-      {XmlNodeRef(XmlNode::Create(nameless.Get())), false, false, u"", u""},
-      {emptyContent, true, true, u"", u""},
-      {XmlNodeRef(XmlNode::Create(emptyContent.Get())), true, false, u"", u""},
-      {filled, true, true, u"a", u"x"},
-      {emptied, true, false, u"", u""},
-  };
-  for (auto const& c : cases) {
-    SCOPED_TRACE(&c - cases);
-    EXPECT_EQ(c.node->IsInitialized(), c.isInitialized);
-    EXPECT_EQ(c.node->IsContent(), c.isContent);
-    EXPECT_TRUE(c.node->GetName() == c.name && c.node->GetContent() == c.content);
-  }
-}
-
-TEST(XmlNode, CountsReferencesDownToMinusOneForNodesThatItMakesItself) {
-  XmlNodeRef root(XmlNode::Create(u"root"));
-  XmlNodeRef copy(XmlNode::Create(root.Get()));
-  for (XmlNode* made : {root->AddChild(u"a"), root->AddContent(u"b"), copy->AddChild(u"c")}) {
-    EXPECT_EQ(made->AddRefCount(), 1);
-    EXPECT_EQ(made->AddRefCount(), 2);
-    made->Release();
-  }
+  EXPECT_EQ(kind(*filled), "initialized content 'a' 'x'");
+  EXPECT_EQ(kind(*emptied), "initialized element '' ''");
+  EXPECT_EQ(kind(*nameless), "uninitialized element '' ''");
+  EXPECT_EQ(kind(*XmlNodeRef(XmlNode::Create(nameless.Get()))), "uninitialized element '' ''");
+  EXPECT_EQ(kind(*emptyContent), "initialized content '' ''");
+  EXPECT_EQ(kind(*XmlNodeRef(XmlNode::Create(emptyContent.Get()))), "initialized element '' ''");
 }
 
 TEST(XmlNode, TakesChildrenOfItsOwnTypeOnly) {
   XmlNodeRef const root(XmlNode::Create(u"root"));
-  Composite& composite = *root;
-  Ref<DocumentNode> const document(DocumentNode::Create());
-  composite.AddChild(document.Get());
-  composite.AddChild(nullptr);
-  EXPECT_EQ(root->AddChild(static_cast<XmlNode*>(nullptr)), nullptr);
   XmlNodeRef const child(XmlNode::Create(u"child"));
+  Ref<DocumentNode> const document(DocumentNode::Create());
+  Composite& composite = *root;
   root->AddContent(u"text");
-  for (int i = 0; i < 2; ++i) composite.AddChild(child.Get());
-  EXPECT_EQ(Describe(root.Get()), "<root>[text]<child/><child/></root>");
+  for (Node* added : std::initializer_list<Node*>{document.Get(), nullptr, child.Get()}) composite.AddChild(added);
+  EXPECT_EQ(root->AddChild(static_cast<XmlNode*>(nullptr)), nullptr);
   EXPECT_EQ(root->RemoveChild(child->GetId()), nullptr);
   root->RemoveChild(nullptr);
-  EXPECT_EQ(root->ChildCount(), 3u);
-  root->RemoveChild(child.Get());
-  EXPECT_EQ(Describe(root.Get()), "<root>[text]</root>");
-  EXPECT_EQ(child->AddRefCount(), 2);  // its references are the caller's again
-  child->Release();
+  EXPECT_EQ(Describe(root.Get()), "<root>[text]<child/></root>");
+  root->RemoveChild(child.Get());  // its reference is the caller's again
 }
 
-/// Whether they are looked at in between decides how a node holds its children.
-TEST(XmlNode, KeepsChildrenInOrderWhateverIsAddedRemovedAndLookedAt) {
+/// Whether it was read, and whether somebody has looked, decides how a node holds what it has.
+TEST(XmlNode, KeepsChildrenAndPropertiesInOrderHoweverTheyAreHeld) {
   std::mt19937 random(1);
-  for (int round = 0; round < 200; ++round) {
-    XmlTree tree;  // two parents that were read, or made
+  wstring const other = u"default";
+  for (int round = 0; round < 100; ++round) {
+    XmlTree tree;
     tree.ReadBuffer("<root><p>text</p><p/></root>");
     XmlNodeRef const made[] = {XmlNodeRef(XmlNode::Create(u"p")), XmlNodeRef(XmlNode::Create(u"p"))};
     std::vector<XmlNode*> parents(tree.GetRoot()->GetChildren().begin(), tree.GetRoot()->GetChildren().end());
     if (round % 2 == 0) parents = {made[0].Get(), made[1].Get()};
-    std::list<XmlNode*> expected[2];
-    if (round % 2 != 0) expected[0] = parents[0]->GetChildren();
-    XmlNodeRef children[3];
-    for (auto& child : children) child = XmlNodeRef(XmlNode::Create(u"c"));
-    for (int step = 0; step < 30; ++step) {
+    struct {
+      std::list<XmlNode*> children;
+      std::vector<std::pair<wstring, wstring>> properties;
+    } expected[2];
+    parents[0]->FilterChildren(expected[0].children, u"");
+    XmlNodeRef shared[3];
+    for (auto& child : shared) child = XmlNodeRef(XmlNode::Create(u"a"));
+    for (int step = 0; step < 100; ++step) {
       unsigned int const which = random() % 2;
-      XmlNode* const child = children[random() % 3].Get();
-      if (random() % 3 == 0) {
-        parents[which]->RemoveChild(child);
-        for (auto n = std::erase(expected[which], child); n > 0; --n) child->Release();
-      } else {
-        child->AddRefCount();
-        EXPECT_EQ(parents[which]->AddChild(child), child);
-        expected[which].push_back(child);
+      XmlNode& parent = *parents[which];
+      auto& [children, properties] = expected[which];
+      XmlNode* const child = shared[random() % 3].Get();
+      wstring const name(1, static_cast<wchar>(u'a' + random() % 15));
+      wstring const value(1, static_cast<wchar>(u'0' + random() % 10));
+      auto const found =
+          std::find_if(properties.begin(), properties.end(), [&](auto& one) { return one.first == name; });
+      bool const isThere = found != properties.end();
+      EXPECT_TRUE(parent.GetPropertyText(name) == (isThere ? found->second : u""));
+      switch (random() % 10) {
+        case 0:
+          parent.RemoveChild(child);
+          for (auto n = std::erase(children, child); n > 0; --n) child->Release();
+          break;
+        case 1:
+        case 2:
+          child->AddRefCount();
+          EXPECT_EQ(parent.AddChild(child), child);
+          children.push_back(child);
+          break;
+        case 3:
+          children.push_back(parent.AddChild(name));
+          EXPECT_EQ(children.back()->AddRefCount(), 1);  // none is the caller's
+          break;
+        case 4:
+          parent.AddSubNodeText(name, value);
+          children.push_back(parent.GetChildren().back());
+          break;
+        case 5: {
+          std::unique_ptr<XmlProperty> const removed(parent.GetProperty(name));
+          parent.RemoveProperty(name);
+          if (isThere) properties.erase(found);
+          break;
+        }
+        default:
+          EXPECT_EQ(parent.AddProperty(name, value) == nullptr, isThere);
+          if (!isThere) properties.emplace_back(name, value);
       }
-      EXPECT_EQ(parents[which]->ChildCount(), expected[which].size());
-      std::list<XmlNode*> found;
-      parents[which]->FilterChildren(found, u"");
-      EXPECT_EQ(found, expected[which]);
-      bool const isLookedAt = random() % 8 == 0;
-      EXPECT_TRUE(!isLookedAt || parents[which]->GetChildren() == expected[which]);
+      EXPECT_EQ(parent.ChildCount(), children.size());
+      std::list<XmlNode*> all, named;
+      parent.FilterChildren(all, u"");
+      EXPECT_EQ(all, children);
+      parent.FilterChildren(named, name);
+      std::erase_if(all, [&](XmlNode* one) { return one->GetName() != name; });
+      EXPECT_EQ(all, named);
+      wstring const& text = parent.GetSubNodeText(name, other, false);
+      bool const hasText = named.size() == 1 && named.front()->ChildCount() == 1;
+      EXPECT_TRUE(named.size() != 1 ? &text == &other
+                                    : text == (hasText ? named.front()->GetChildren().front()->GetContent() : u""));
+      if (random() % 8 != 0) continue;  // nobody looks
+      EXPECT_EQ(parent.GetChildren(), children);
+      std::vector<std::pair<wstring, wstring>> read;
+      for (auto* property : parent.GetProperties()) read.emplace_back(property->GetName(), property->GetValue());
+      EXPECT_TRUE(read == properties);
     }
+    XmlNodeRef const copy(XmlNode::Create(parents[0]));
+    EXPECT_EQ(Describe(copy.Get()), Describe(parents[0]));
   }
 }
 
@@ -150,183 +162,36 @@ TEST(XmlNode, IteratesFromWhereACopiedIteratorStands) {
   walk->Next();
   Copy copy(dynamic_cast<ListIterator&>(*walk));
   EXPECT_EQ(copy.Current(), root->GetChildren().back());
-  copy.Next();
-  copy.Next();
-  EXPECT_TRUE(copy.Done());
-  EXPECT_EQ(copy.Current(), nullptr);
+  for (int i = 0; i < 2; ++i) copy.Next();
+  EXPECT_TRUE(copy.Done() && copy.Current() == nullptr);
   copy.Start();
   EXPECT_EQ(copy.Current(), root->GetChildren().front());
   EXPECT_EQ(walk->Current(), root->GetChildren().back());
 }
 
-TEST(XmlNode, KeepsTheFirstPropertyOfANameAndTheOrder) {
-  std::mt19937 random(1);
+TEST(XmlNode, FindsTheTextOfTheOnlyChildOfTheOnlySubNodeOfAName) {
   XmlNodeRef const node(XmlNode::Create(u"node"));
-  std::vector<std::pair<wstring, wstring>> expected;
-  for (int step = 0; step < 2000; ++step) {
-    wstring const name(1, static_cast<wchar>(u'a' + random() % 20));
-    wstring const value(1, static_cast<wchar>(u'0' + random() % 10));
-    auto const found =
-        std::find_if(expected.begin(), expected.end(), [&](auto const& one) { return one.first == name; });
-    bool const isThere = found != expected.end();
-    EXPECT_TRUE(node->GetPropertyText(name) == (isThere ? found->second : u""));
-    if (random() % 5 < 2) {
-      std::unique_ptr<XmlProperty> const removed(node->GetProperty(name));
-      node->RemoveProperty(name);
-      if (isThere) expected.erase(found);
-    } else {
-      EXPECT_EQ(node->AddProperty(name, value) == nullptr, isThere);
-      if (!isThere) expected.emplace_back(name, value);
-    }
-    auto const isSame = [](XmlProperty const* property, auto const& one) {
-      return property->GetName() == one.first && property->GetValue() == one.second;
-    };
-    auto const& properties = node->GetProperties();
-    ASSERT_TRUE(std::equal(properties.begin(), properties.end(), expected.begin(), expected.end(), isSame)) << step;
-  }
-}
-
-TEST(XmlNode, WritesNumbersInOneFormAndReadsThemBack) {
-  XmlNodeRef const node(XmlNode::Create(u"node"));
-  node->AddPropertyDouble(u"huge", 1e40);
-  node->AddPropertyDouble(u"tiny", -5e-324);
-  node->AddPropertyTimet(u"never", -1);
-  node->AddPropertySizet(u"size", 4294967295u);
-  node->AddPropertyLong(u"long", least);
-  node->AddPropertyBool(u"true", true);
-  node->AddSubNodeDouble(u"double", -12);
-  node->AddSubNodeBool(u"false", false);
-  node->AddSubNodeSizet(u"size", 0);
-  node->AddSubNodeLong(u"long", greatest);
-  EXPECT_EQ(Describe(node.Get()),
-            "<node huge='1000000000000000030378602842700' tiny='-0.000000' never='18446744073709551615' "
-            "size='4294967295' long='-2147483648' true='1'><double>[-12.000000]</double><false>[0]</false>"
-            "<size>[0]</size><long>[2147483647]</long></node>");
-  EXPECT_EQ(node->GetPropertyDouble(u"huge", 9), 1000000000000000030378602842700.0);
-  EXPECT_TRUE(std::signbit(node->GetPropertyDouble(u"tiny", 9)));
-  EXPECT_EQ(node->GetPropertyTimet(u"never", 9), -1);
-  EXPECT_EQ(node->GetPropertyLong(u"long", 9), least);
-  EXPECT_EQ(node->GetSubNodeLong(u"long", 9), greatest);
-}
-
-TEST(XmlNode, ReadsNumbersOfEveryTypeOrTheDefault) {
-  XmlNodeRef const node(XmlNode::Create(u"node"));
-  node->AddProperty(u"name", u" -1.5x");
-  node->AddSubNodeText(u"name", u" -1.5x");
-  for (wstring const name : {u"name", u"other"}) {
-    bool const isThere = name == u"name";
-    std::int32_t const number = isThere ? -1 : 7;
-    EXPECT_EQ(node->GetPropertyLong(name, 7), number);
-    EXPECT_EQ(node->GetSubNodeLong(name, 7), number);
-    EXPECT_EQ(node->GetPropertySizet(name, 7), static_cast<unsigned int>(number));
-    EXPECT_EQ(node->GetSubNodeSizet(name, 7), static_cast<unsigned int>(number));
-    EXPECT_EQ(node->GetPropertyTimet(name, 7), number);
-    EXPECT_EQ(node->GetPropertyDouble(name, 7), isThere ? -1.5 : 7);
-    EXPECT_EQ(node->GetSubNodeDouble(name, 7), isThere ? -1.5 : 7);
-  }
-}
-
-TEST(XmlNode, LooksAtTheFirstUnitOfABoolOnly) {
-  XmlNodeRef const node(XmlNode::Create(u"node"));
-  for (wstring const text : {u"10", u"01", u"", u"true", u" 1"}) {
-    node->AddProperty(text, text);
-    node->AddSubNodeText(u"b" + text, text);
-    for (bool const byDefault : {false, true}) {
-      bool const expected = text.starts_with(u'1') || (byDefault && !text.starts_with(u'0'));
-      EXPECT_EQ(node->GetPropertyBool(text, byDefault), expected);
-      EXPECT_EQ(node->GetSubNodeBool(u"b" + text, byDefault), expected);
-    }
-  }
-}
-
-TEST(XmlNode, FindsTheTextOfTheOnlySubNodeOfAName) {
-  XmlNodeRef const node(XmlNode::Create(u"node"));
-  node->AddSubNodeText(u"once", u"text");
-  node->AddSubNodeText(u"twice", u"1");
-  node->AddSubNodeText(u"twice", u"2");
-  node->AddChild(u"childless");
-  XmlNode* const crowded = node->AddChild(u"crowded");
-  crowded->AddContent(u"1");
-  crowded->AddContent(u"2");
+  for (wstring const name : {u"once", u"twice", u"twice", u"crowded"}) node->AddSubNodeText(name, u"text");
+  node->GetChildren().back()->AddContent(u"more");
   node->AddChild(u"nested")->AddChild(u"element")->AddContent(u"deeper");
-
-  wstring const other = u"default";
   EXPECT_TRUE(node->GetSubNodeText(u"once") == u"text");
-  for (wstring const name : {u"childless", u"crowded", u"nested"}) {
-    EXPECT_TRUE(node->GetSubNodeText(name, other, false).empty());
-  }
-  for (wstring const name : {u"twice", u"missing"}) {
-    EXPECT_EQ(&node->GetSubNodeText(name, other, false), &other);
-    EXPECT_EQ(FailureId([&] { node->GetSubNodeText(name); }), 9);
-  }
-
-  std::list<XmlNode*> found{nullptr};
-  node->FilterChildren(found, u"twice");
-  EXPECT_EQ(found.size(), 2u);
-  node->FilterChildren(found, u"");
-  EXPECT_EQ(found, node->GetChildren());
+  for (wstring const name : {u"crowded", u"nested"}) EXPECT_TRUE(node->GetSubNodeText(name).empty());
+  for (wstring const name : {u"twice", u"missing"}) EXPECT_EQ(FailureId([&] { node->GetSubNodeText(name); }), 9);
 }
 
-TEST(XmlNode, CopiesTreesOfAnyShapeDeeply) {
+TEST(XmlNode, CopiesNothingThatItShares) {
   XmlNodeRef const root(XmlNode::Create(u"root"));
-  root->AddProperty(u"b", u"1");
-  root->AddProperty(u"a", u"2");
+  root->AddProperty(u"a", u"1");
   root->AddContent(u"text");
   root->AddChild(u"x")->AddChild(u"y")->AddProperty(u"p", u"q");
-  root->AddSubNodeText(u"z", u"end");
   root->AddFeature(DocumentNode::Create());
   XmlNodeRef const copy(XmlNode::Create(root.Get()));
-  std::string const before = Describe(root.Get());
-  EXPECT_EQ(Describe(copy.Get()), before);
   EXPECT_EQ(copy->GetFeature(), nullptr);
   copy->GetChildren().front()->SetContent(u"changed");
   copy->GetProperty(u"a")->SetValue(u"changed");
-  EXPECT_EQ(Describe(root.Get()), before);
-  EXPECT_THROW(XmlNode::Create(static_cast<XmlNode const*>(nullptr)), BaseException);
-}
-
-TEST(XmlNode, IsUnchangedWhereMemoryRunsOut) {
-  XmlNodeRef const node(XmlNode::Create(u"a name that needs memory"));
-  node->AddProperty(u"a property that needs memory", u"1");
-  node->AddSubNodeText(u"a child that needs memory", u"2");
-  wstring const text = u"some text that needs memory";
-  wstring const longText = text + text;
-  wstring const number = u"-1234567890123456.5";
-  node->AddProperty(number, number);
-  node->AddSubNodeText(number, number);
-  std::list<XmlNode*> found;
-  std::function<void()> const operations[] = {
-      [&] { XmlNodeRef(XmlNode::Create(node.Get())); },
-      [&] { XmlNodeRef(XmlNode::Create(text, text)); },
-      [&] { node->FilterChildren(found, u""); },
-      [&] { node->AddChild(text); },
-      [&] { node->AddContent(text); },
-      [&] { node->AddSubNodeText(text, text); },
-      [&] { node->AddProperty(text, text); },
-      [&] { node->GetProperty(text)->SetValue(longText); },
-      [&] { *node->GetProperty(text) = XmlProperty(text, number); },
-      [&] { node->AddPropertyLong(u"l", -1234567890); },
-      [&] { node->AddPropertySizet(u"s", 1234567890); },
-      [&] { node->AddPropertyTimet(u"t", -1); },
-      [&] { node->AddPropertyDouble(u"d", 0.5); },
-      [&] { node->AddPropertyBool(u"b", true); },
-      [&] { node->AddProperty(u"6", u""); },
-      [&] { node->AddProperty(longText, u""); },  // the ninth makes a map, which may stay
-      [&] { node->AddSubNodeDouble(u"d", 0.5); },
-      [&] { EXPECT_LT(node->GetPropertyDouble(number, 0), 0); },
-      [&] { EXPECT_LT(node->GetSubNodeDouble(number, 0), 0); },
-      [&] {
-        std::int32_t const id = test::FailureId([&] { static_cast<void>(node->GetSubNodeText(longText)); });
-        if (id != 9) throw BaseException(id);
-      },
-      [&] { node->SetContent(number); },
-  };
-  for (auto const& operation : operations) {
-    SCOPED_TRACE(&operation - operations);
-    std::string const before = Describe(node.Get());
-    auto const isUnchanged = [&] { EXPECT_EQ(Describe(node.Get()), before); };
-    EXPECT_GT(test::FailEachAllocation(operation, isUnchanged, {.mayKeepMemory = true}), 0u);
-  }
+  EXPECT_EQ(Describe(copy.Get()), "<root a='changed'>[changed]<x><y p='q'/></x></root>");
+  EXPECT_EQ(Describe(root.Get()), "<root a='1'>[text]<x><y p='q'/></x></root>");
+  EXPECT_EQ(FailureId([] { XmlNode::Create(static_cast<XmlNode const*>(nullptr)); }), 1);
 }
 
 }  // namespace
