@@ -1,5 +1,5 @@
 // Any text, settings and buffer: every way to filter gives the stream and the positions of the plainly told rules, and
-// touches nothing behind them.
+// touches nothing after them.
 //
 // The first six bytes are the settings: the minimum length, flags (bit 0 digits, bit 1 16-bit text, bit 2 all the room
 // there may be need of), and the buffer's size, the lowest byte first, where it isn't all. The rest is the text.

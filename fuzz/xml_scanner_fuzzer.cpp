@@ -22,7 +22,7 @@ namespace {
 using namespace ZaM::detail;
 
 /// Writes down what it is told. Texts that nothing follows are kept apart: how much of the last one is told of in front
-/// of a fault is left open, and so is whether the end of the document is told of behind one.
+/// of a fault is left open, and so is whether the end of the document is told of after one.
 class Recorder : public XmlEventReceiver {
  public:
   void OnStartDocument() override { Note("^"); }

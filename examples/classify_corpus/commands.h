@@ -22,7 +22,7 @@ int Learn(Options const& options, Notes& notes, Communicator& ranks);
 /// appear as soon as they are made.
 int Apply(Options const& options, Communicator& ranks);
 
-/// Makes a bar if the user is to see one.
+/// Whether the user is to see a progress bar.
 bool ShowsBar(Options const& options);
 
 }  // namespace classify

@@ -82,7 +82,7 @@ Findings LearnAndTest(Options const& options, Progress& progress, StageClocks& c
   return findings;
 }
 
-// Gives the corpus the ids of classes that were learned; others of its classes come behind them.
+// Gives the corpus the ids of classes that were learned; others of its classes come after them.
 void TakeOverIds(Corpus& corpus, std::vector<std::string> const& learned, Notes& notes) {
   std::vector<std::string> names = learned;
   std::vector<unsigned int> ids;

@@ -16,7 +16,7 @@ using report::Percent;
 /// The text with blanks in front of it, up to this many characters.
 std::string Right(std::string const& text, std::size_t width);
 
-/// The text with blanks behind it.
+/// The text with blanks after it.
 std::string Left(std::string const& text, std::size_t width);
 
 }  // namespace classify

@@ -41,7 +41,7 @@ struct DocumentMap {
 /// So that large classes don't decide alone, it is learned from the same number of documents of each class, as far as
 /// these have so many, `mostExamples` in all. They are spread evenly over those of the class.
 ///
-/// A model file holds the plane's numbers, and behind them the hash of what it was learned from: documents and their
+/// A model file holds the plane's numbers, and after them the hash of what it was learned from: documents and their
 /// vectors. It fits no other documents.
 class Plane {
  public:

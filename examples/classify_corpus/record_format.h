@@ -15,7 +15,7 @@ class RecordFormat {
  public:
   RecordFormat(Options const& given, LearnedClasses const& learned) : options(given), classes(learned) {}
 
-  /// What stands before the first record, and behind the last one.
+  /// What stands before the first record, and after the last one.
   std::string Opening() const;
   std::string Closing() const;
 

@@ -12,7 +12,7 @@ namespace classify {
 /// stretches are the corpus in its order. Class names are the same on all ranks.
 Corpus ShareOut(Corpus whole, Communicator& ranks);
 
-/// Brings the notes of all ranks to the first one, behind its own. Others have none then.
+/// Brings the notes of all ranks to the first one, after its own. Others have none then.
 void GatherNotes(Notes& notes, Communicator& ranks);
 
 }  // namespace classify

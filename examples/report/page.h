@@ -63,7 +63,7 @@ using Facts = std::vector<std::pair<std::string, std::string>>;
 using Content = std::variant<std::string, Facts, Table, Matrix, LineChart, Scatter, std::vector<LineChart>>;
 
 struct Section {
-  std::string id;    // what links to it say behind the '#'
+  std::string id;    // what links to it say after the '#'
   std::string name;  // in the list of sections
   std::string heading;
   std::string note;

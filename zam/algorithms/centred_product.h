@@ -1,4 +1,9 @@
 // The product of a centred Gram matrix with some vectors; internal.
+//
+// A Gram matrix holds the products of all pairs of examples. Centring makes it what it would be if the mean of the
+// examples were taken off each of them, without touching the examples: its row sums are enough. For the two examples 0
+// and 2 it holds 0, 0 and 4, with the row sums 0 and 4 and the total 4; the centred matrix, divided by 2, holds 1/2,
+// -1/2 and 1/2, as the examples -1 and 1 would give.
 #ifndef ZAM_ALGORITHMS_CENTRED_PRODUCT_H
 #define ZAM_ALGORITHMS_CENTRED_PRODUCT_H
 

@@ -1,4 +1,9 @@
 // Orthogonal iteration on a centred Gram matrix; internal.
+//
+// Multiplying a vector by a matrix again and again turns it towards the eigenvector with the greatest eigenvalue.
+// Several vectors that are kept orthogonal turn towards several eigenvectors. For the matrix with the rows (2 1) and (1
+// 2), the first of two vectors goes by (1 0), (2 1), (5 4), (14 13) towards (1 1), whose eigenvalue is 3; the second
+// one, held at a right angle to it, towards (1 -1), whose eigenvalue is 1.
 #ifndef ZAM_ALGORITHMS_EIGEN_ITERATION_H
 #define ZAM_ALGORITHMS_EIGEN_ITERATION_H
 
@@ -30,7 +35,7 @@ class EigenIteration {
   EigenIteration(CentredGram const& matrix, std::vector<std::int8_t> const& activity, std::size_t vectorCount);
 
   /// Takes the start vectors, the entries of `rows` at the active examples, and normalises them. A row that ends early
-  /// counts as zero behind its end, and one without length, or with one that isn't finite, stays zero.
+  /// counts as zero after its end, and one without length, or with one that isn't finite, stays zero.
   void LoadVectors(std::vector<std::vector<double>> const& rows);
 
   /// Iterates until the inner products of the images sum up to less than `epsilon` times their squared lengths, or

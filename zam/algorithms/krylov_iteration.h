@@ -70,9 +70,9 @@ class KrylovIteration {
 
   std::size_t capacity = 0;        // of the basis
   std::size_t size = 0;            // of the basis
-  std::size_t next = 0;            // how many vectors behind the basis are the next block
+  std::size_t next = 0;            // how many vectors after the basis are the next block
   std::size_t last = 0;            // how many vectors of the basis came in last
-  std::vector<double> basis;       // row by row, orthonormal, with the next block behind it
+  std::vector<double> basis;       // row by row, orthonormal, with the next block after it
   std::vector<double> images;      // of the last block, which become the next one
   std::vector<double> projection;  // of the matrix onto the basis: columns of `capacity`, the lower triangle
   std::vector<double> parts;       // of the images along the basis, image by image

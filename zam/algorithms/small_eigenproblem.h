@@ -7,9 +7,10 @@
 
 namespace ZaM::detail {
 
+/// Eigenvalues, and the eigenvector that belongs to each.
 struct EigenPairs {
   std::vector<double> values;   // by falling magnitude
-  std::vector<double> vectors;  // of unit length, one behind the other
+  std::vector<double> vectors;  // of unit length, one after the other
 };
 
 /// Reads the lower triangle of a matrix of `size` columns, entry (i, j) at `matrix[j * stride + i]`. Gives nothing

@@ -31,7 +31,7 @@ struct GroupPart {
 struct GroupLoops {
   std::size_t width;
 
-  /// Moves elements of up to `width` vectors, given one behind the other at a distance of `stride`, side by side. Those
+  /// Moves elements of up to `width` vectors, given one after the other at a distance of `stride`, side by side. Those
   /// that are missing count as 0.
   void (*interleave)(double const* vectors, std::size_t vectorCount, std::size_t stride, std::size_t count,
                      double* group);
@@ -45,7 +45,7 @@ struct GroupLoops {
   void (*addTile)(SymmetricTile const& tile, GroupPart rows, GroupPart columns);
 };
 
-/// Rows of numbers, one behind the other at a distance of `stride`.
+/// Rows of numbers, one after the other at a distance of `stride`.
 struct RowBlock {
   double const* first;
   std::size_t stride;

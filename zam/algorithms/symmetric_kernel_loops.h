@@ -134,7 +134,7 @@ class Loops {
     ((*At(part.products, row) = sums[row]), ...);
   }
 
-  /// The square on the diagonal that belongs to a block of rows, whose entries begin `offset` behind `rows`.
+  /// The square on the diagonal that belongs to a block of rows, whose entries begin `offset` after `rows`.
   static void AddSquare(double const* const* rows, std::size_t rowCount, std::size_t offset, GroupPart part) {
     for (std::size_t r = 0; r < rowCount; ++r) {
       double const* const entries = rows[r] + offset;

@@ -23,7 +23,7 @@ struct IndexRange {
 /// disjoint and rising; `stride` is at least their number.
 ///
 /// G is held as its lower triangle: row i of a member has at least i + 1 entries. Only entries of members with members
-/// are read. `products` doesn't overlap `vectors`; nothing behind the last member is written.
+/// are read. `products` doesn't overlap `vectors`; nothing after the last member is written.
 /// Throws std::bad_alloc before anything is written.
 void MultiplySymmetric(std::vector<std::vector<double>> const& lowerTriangle, std::vector<IndexRange> const& members,
                        double const* vectors, double* products, std::size_t vectorCount, std::size_t stride,

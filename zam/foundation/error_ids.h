@@ -21,7 +21,7 @@ inline constexpr std::int32_t IndexOutOfRange = 8;
 inline constexpr std::int32_t InvalidNodeFormat = 9;
 /// XMLFormatException, by programs: a newer version saved the file; the detail is that version.
 inline constexpr std::int32_t NewerXmlFile = 10;
-/// BaseException: XML isn't well-formed or can't be converted, or the system gives no UUID.
+/// BaseException: XML isn't well-formed or can't be converted.
 inline constexpr std::int32_t GeneralFailure = 17;
 /// StructuredException: a fault of the processor strikes a thread that asked for it.
 inline constexpr std::int32_t SystemFault = 17;

@@ -1,16 +1,16 @@
-// Files and folders: what there is, and making, copying, moving and deleting it.
-//
-// Paths are UTF-16, with `\` or `/` between their parts. Symbolic links are followed unless a function says otherwise.
-//
-// A file is read-only if its owner has no write permission; who asks makes no difference. It is hidden if its name
-// begins with a dot. A file that the library is writing can't be copied, moved or deleted through it, in any process.
-// The same holds for a file that is held as a lock.
+// Operations on files and folders: asking whether they exist, creating, copying, moving and deleting them.
 //
 //     ZamCopyFile(u"/etc/hosts", u"/tmp/hosts", true);   // true
 //     ZamCopyFile(u"/etc/hosts", u"/tmp/hosts", true);   // false: it exists
 //
-// Threads: any. No function holds state. Two that change the same files at once interfere as the system lets them.
-// Errors:  no function throws or says why it failed. Lack of memory is a failure like others.
+// Paths are UTF-16, with `\` or `/` between their parts. Symbolic links are followed unless a function says otherwise.
+//
+// A file is read-only if its owner has no write permission, whoever asks. A file is hidden if its name begins with a
+// dot. A file that is being written by the library, or held as a lock, can't be copied, moved or deleted by these
+// functions, not even in another process.
+//
+// Threads: any. No function holds state. Calls that change the same files at once interfere as the system lets them.
+// Errors:  no function throws or says why it failed. Lack of memory is a failure like any other.
 #ifndef ZAM_FOUNDATION_FILES_H
 #define ZAM_FOUNDATION_FILES_H
 
@@ -21,7 +21,7 @@
 
 namespace ZaM {
 
-/// Whether there is such an entry, and it is no folder, or is one.
+/// Whether there is a file at `path`, which is anything but a folder; whether there is a folder.
 ZAM_EXPORT bool ZamFileExists(wstring const& path) noexcept;
 ZAM_EXPORT bool ZamFolderExists(wstring const& path) noexcept;
 
@@ -31,14 +31,14 @@ ZAM_EXPORT std::int32_t ZamGetFileTime(wstring const& path) noexcept;
 /// Whether `a` was modified in a later second than `b`. True if `b` can't be read, else false if `a` can't.
 ZAM_EXPORT bool FileIsNewerByDate(wstring const& a, wstring const& b) noexcept;
 
-/// Makes a folder with all folders that are missing above it. True also if it exists already or `path` is empty; a
-/// separator at the end makes no difference. Folders that were made before a failure stay.
+/// Makes a folder, and all folders that are missing above it. True also if it exists already, and for an empty `path`.
+/// A separator at the end makes no difference. Folders that were made before a failure stay.
 ZAM_EXPORT bool CreateFolder(wstring path) noexcept;
 
 /// Copies a regular file, with its time of modification and its holes; the copy is writable. A target that exists is
 /// overwritten, also a read-only one, unless `failIfExists` says otherwise. Copying a file onto itself fails and leaves
-/// its content. A link that leads nowhere exists as well: it is left alone, or the copy is made where it leads. Where a
-/// copy breaks off, a new target goes, and one that was there is left with what it got.
+/// its content. A link that leads nowhere exists as well: it is left alone, or the copy is made where it leads. If
+/// copying fails halfway, a new target is deleted, and one that existed is left incomplete.
 ZAM_EXPORT bool ZamCopyFile(wstring const& source, wstring const& target, bool failIfExists) noexcept;
 
 /// Deletes a file, also a read-only one, or a symbolic link itself; false for a folder.
@@ -51,8 +51,8 @@ ZAM_EXPORT bool ZamMoveFile(wstring const& source, wstring const& target) noexce
 /// Removes an empty folder. 0 on success, -1 on failure: no `bool`.
 ZAM_EXPORT int ZamRmDir(wstring const& path) noexcept;
 
-/// Copies what `pattern` (see ZamFindFirst) matches in folder `source`, with subfolders that it matches too; hidden
-/// files and folders stay behind. A missing `target` is made if `createTarget` says so, else nothing is copied.
+/// Copies what `pattern` (see ZamFindFirst) matches in folder `source`, with subfolders that it matches too, but no
+/// hidden files and folders. A missing `target` is made if `createTarget` says so, else nothing is copied.
 ///
 /// Files that exist are overwritten if `overwrite` says so, except read-only ones. Copies are writable. True if nothing
 /// failed, also if nothing matched; one failure doesn't keep the others from being copied. Folders that a link makes

@@ -13,7 +13,7 @@ namespace ZaM {
 ZAM_EXPORT wstring GetFolder(wstring const& path) noexcept;
 ZAM_EXPORT wstring ZamGetDirectoryFromFilename(wstring path) noexcept;
 
-/// What stands behind the last `\`, extension included; all of `path` if there is none.
+/// What stands after the last `\`, extension included; all of `path` if there is none.
 ZAM_EXPORT wstring GetPureFileName(wstring const& path) noexcept;
 
 /// Whether GetFolder(path) is `folder`, without regard to case and for any length. A `\` at the end of `folder` makes a

@@ -42,7 +42,7 @@ class Scanner {
   std::u16string_view rest;
 };
 
-/// Whether a flag was there; sets it.
+/// Takes a flag off the front, if there is one, and sets it; returns whether there was one.
 bool TakeFlag(Scanner& scanner, Placeholder& placeholder) {
   switch (scanner.TakeOneOf(u"-0+ #")) {
     case u'-':

@@ -23,7 +23,7 @@ class ZAM_EXPORT _Match {
   /// The following record; null in the last one.
   _Match* next = nullptr;
   /// Where the match starts and how long it is, in 16-bit units from the start of the text; -1 in the last record. A
-  /// `\K` in a lookahead moves the start behind the end, and the length is negative then.
+  /// `\K` in a lookahead moves the start past the end, and the length is negative then.
   std::int32_t position;
   std::int32_t length;
   /// True for a match, false in the last record.
@@ -41,7 +41,7 @@ class ZAM_EXPORT _Match {
 /// and `[[:alpha:]]` know the letters of all scripts, and case is that of ZamToLower; no locale has a say in either.
 ///
 /// Each search begins at the end of the match before, as if the text began there: `^` matches there too, and `\b` and
-/// lookbehind see nothing in front. A search finds an empty match only behind its beginning. `^` and `$` also match at
+/// lookbehind see nothing in front. A search finds an empty match only after its beginning. `^` and `$` also match at
 /// the lines of the text.
 ///
 /// A pattern can take far more steps than its text is long: `(a+)+$` tries all ways to part a row of `a`. Match gives
@@ -69,7 +69,7 @@ class ZAM_EXPORT Regex {
  private:
   wstring pattern;
   bool ignoreCase;
-  _Match* matches;  // null before the first Match; without its last record behind a Match that threw
+  _Match* matches;  // null before the first Match; without its last record after a Match that threw
 };
 
 }  // namespace ZaM

@@ -47,7 +47,7 @@ class RegexTraits {
 
   /// The value of a digit; -1 for what is none to this `radix`.
   static int value(wchar unit, int radix);
-  /// Reads a number off the front of the text and moves `begin` behind it. -1 where there is none, or a huge one.
+  /// Reads a number off the front of the text and moves `begin` past it. -1 where there is none, or a huge one.
   static std::intmax_t toi(wchar const*& begin, wchar const* end, int radix);
 
   static locale_type imbue(locale_type) { return {}; }

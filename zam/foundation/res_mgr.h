@@ -69,7 +69,7 @@ class ZAM_EXPORT ResMgr {
   /// The text as it is stored: a `%` stays, and `%%` stays double.
   [[nodiscard]] wstring GetString(unsigned int id) const;
 
-  /// The text with up to three strings in place of its placeholders. The first null behind `a` ends the arguments; a
+  /// The text with up to three strings in place of its placeholders. The first null after `a` ends the arguments; a
   /// null `a` reads "(null)". Cut to 1023 units. A placeholder without an argument, or for a number, stays as it is.
   [[nodiscard]] wstring GetString(unsigned int id, wchar const* a, wchar const* b = nullptr,
                                   wchar const* c = nullptr) const;

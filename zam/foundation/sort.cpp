@@ -27,7 +27,7 @@ struct Parts {
   Range right;
 };
 
-/// How many elements ahead of a scan the processor is told what the scan will come to. Comparisons look behind the
+/// How many elements ahead of a scan the processor is told what the scan will come to. Comparisons follow the
 /// pointers as a rule, in no order that the processor could guess (sort_benchmark).
 constexpr Index lead = 12;
 

@@ -36,7 +36,7 @@ ZAM_EXPORT void insort(void const** array, std::int32_t count, void const* conte
 ZAM_EXPORT void q3sort(void const** array, std::int32_t count, void const* context, Comparison compare);
 
 /// Sorts `count` elements; nothing for 0 and below. O(n log n) as a rule, sorted and reversed arrays included; O(n²)
-/// for arrays that rise up to their middle and fall behind it, and for others made to be hard. Not stable above 16
+/// for arrays that rise up to their middle and fall after it, and for others made to be hard. Not stable above 16
 /// elements.
 ZAM_EXPORT void q3sortb(void const** array, std::int32_t count, void const* context, Comparison compare);
 

@@ -22,7 +22,7 @@
 ///     string         a long n, then n bytes: the 16-bit units and a zero unit. "ab" is 06 00 00 00 61 00 62 00 00 00.
 ///
 /// Streams have to be open in binary mode and must not be null. They are neither cleared nor repositioned, also not
-/// behind a failure.
+/// after a failure.
 ///
 /// Errors: FileIOException with id 2001 if the stream has failed after writing, and with id 2004 if it has failed after
 ///         reading, as it does when it ends too early; the path is empty. A value that ends with the stream is fine.
@@ -35,7 +35,7 @@ class ZAM_EXPORT StreamHelper {
   static void WriteLong(std::ostream* s, std::int32_t value);
   static void WriteDouble(std::ostream* s, double value);
 
-  /// Writes all units, also zeros, behind which `ReadString` will lose some. The string isn't changed. The count is in
+  /// Writes all units, also zeros, after which `ReadString` will lose some. The string isn't changed. The count is in
   /// bytes and has to fit its 31 bits: a string of 2³⁰ - 1 units or more is id 2001 before anything is written. Another
   /// failure may leave the count and a part of the text in the stream.
   static void WriteString(std::ostream* s, ZaM::wstring& value);
@@ -48,7 +48,7 @@ class ZAM_EXPORT StreamHelper {
   static void ReadDouble(std::istream* s, double& value);
 
   /// Replaces the target. The text is taken in chunks of 1,024 bytes, each up to its first zero unit; so a zero unit
-  /// inside a string loses what follows it in its chunk. The terminator may be missing, and behind an odd count the
+  /// inside a string loses what follows it in its chunk. The terminator may be missing, and after an odd count the
   /// last byte is a unit of its own. A negative count is id 2004.
   ///
   /// The target keeps its content if the count can't be read; a later failure leaves the chunks read before it. Memory

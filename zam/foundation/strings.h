@@ -6,7 +6,7 @@
 // Their time follows the length of their texts, whatever is searched for in them.
 //
 // A search ends at the first zero unit of the text that it goes through, and texts and sets that are searched for end
-// at their own one: a zero unit is never found. What stands behind it still belongs to the text and isn't lost.
+// at their own one: a zero unit is never found. What stands after it still belongs to the text and isn't lost.
 //
 // Case never depends on the process's locale. One unit becomes one unit, by the simple mappings of Unicode, which are
 // those of English: the capital of i is I, and that of U+00DF is itself. Surrogates stay as they are.
@@ -53,7 +53,7 @@ ZAM_EXPORT void SplitLocatorName(wstring name, wstring& first, wstring& second);
 ZAM_EXPORT bool ConvertA2W(std::string const& text, wstring& result);
 ZAM_EXPORT bool ConvertA2W(char const* text, wstring& result);
 
-/// Turns all of `text` into UTF-8 with a zero byte behind it, in `size` bytes at `result`. A surrogate without its
+/// Turns all of `text` into UTF-8 with a zero byte after it, in `size` bytes at `result`. A surrogate without its
 /// other half becomes U+FFFD. False if there isn't room for all of that, or `result` is null; nothing is written then.
 ZAM_EXPORT bool ConvertW2A(wstring const& text, char* result, std::int32_t size);
 

@@ -69,26 +69,33 @@ struct _EXCEPTION_POINTERS {
 ///     0xC0000096  privileged instruction
 ///     0xC00000FD  stack overflow
 ///
-/// What doesn't: signals that come from other processes or from `raise`, and faults inside of the heap's own functions,
-/// while another fault is on its way to its handler, or in a handler of the program's that runs on the alternative
-/// stack. These go where they would have gone without Enable. A fault in a function that mustn't throw, such as a
+/// What doesn't become one:
+///
+/// - a signal that another process or `raise` sends,
+/// - a fault inside of the heap's own functions,
+/// - a fault while another one is on its way to its handler,
+/// - a fault in a signal handler of the program's that runs on the alternative stack.
+///
+/// These take the course that they would have taken without Enable. A fault in a function that mustn't throw, such as a
 /// destructor, ends in std::terminate, as any exception there does.
 ///
-/// A function of the C library that an exception leaves keeps its locks. A fault inside of `localtime_r`, `initstate`
-/// or `setlocale`, as from a bad address, is caught, but the next call of these or of their relatives (`mktime`,
-/// `strftime`, `random`) may wait for ever, on any thread. Check what is handed to them. The heap's functions alone are
-/// never left.
+/// A function of the C library keeps its locks when an exception leaves it. A fault inside of `localtime_r`,
+/// `initstate` or `setlocale`, as from a bad address, is caught, but the next call of these or of their relatives
+/// (`mktime`, `strftime`, `random`) may wait for ever, on any thread. So check what is handed to them. No exception
+/// leaves the heap's functions.
 ///
-/// A stack overflow may strike anywhere, such as inside of the C library, which may hold locks, or in the middle of
-/// what can't throw. The thread then goes on, on stack that is kept for this, until it comes to an instruction that may
-/// throw. An exception that is being thrown there is lost, with its memory. It isn't caught, and ends the process:
+/// A stack overflow may strike anywhere: inside of the C library, which may hold locks, or in the middle of code that
+/// can't throw. The thread then runs on, on stack that is kept for this, until it comes to an instruction that may
+/// throw. Another exception that is being thrown there is lost, with its memory.
 ///
-/// - where handlers swallow the exception time and again and the recursion goes on, as in `<<` and `>>` of a stream,
-///   which catch all that their buffers or locales throw, until the stack that is kept is used up as well;
+/// In three cases a stack overflow isn't caught, and ends the process:
+///
+/// - where handlers swallow the exception and the recursion goes on until the stack that is kept is used up as well.
+///   `<<` and `>>` of a stream are such handlers: they catch all that their buffers or locales throw;
 /// - in a recursion of destructors or of other functions that mustn't throw, such as the release of a chain of owners
 ///   that is too long: there is no place to throw from;
-/// - on processors other than x86-64, where it strikes in what can't throw, such as the C library: the thread can't be
-///   led out of there. In a function that may throw it is caught.
+/// - on processors other than x86-64, where it strikes in code that can't throw, such as the C library: the thread can
+///   not be led out of there. In a function that may throw it is caught.
 ///
 /// On a stack other than the thread's own, such as that of a coroutine library, an overflow may have the code
 /// 0xC0000005.
@@ -103,14 +110,18 @@ class ZAM_EXPORT StructuredException : public BaseException {
   ~StructuredException() override;
 
   /// From now on the calling thread's faults are thrown as StructuredException; other threads are left as they were.
-  /// There is no way back. Calling it again makes ready for the next stack overflow while the exception of the last one
-  /// is still kept, as in a std::future; the end of an exception does so otherwise.
+  /// There is no way back.
   ///
-  /// The first call in a process installs handlers for SIGSEGV, SIGBUS, SIGILL, SIGFPE and SIGTRAP, which pass on what
-  /// isn't meant for them to the handlers that were there before, and keeps the library loaded. A program that installs
-  /// its own for one of these later takes the signal away from the library. Each thread gets an alternative stack of 64
-  /// KiB for signals, if it has none of that size, and of its own stack up to 256 KiB (a 32nd part; none of less than
-  /// 512 KiB) are kept for the destructors that run when the rest is used up.
+  /// The end of an exception makes the thread ready for the next stack overflow. Another call of Enable does so too,
+  /// while an exception is still kept, as in a std::future.
+  ///
+  /// The first call in a process keeps the library loaded, and installs handlers for SIGSEGV, SIGBUS, SIGILL, SIGFPE
+  /// and SIGTRAP. Signals that aren't meant for them go to the handlers that were there before. A program that installs
+  /// its own handler for one of these later takes the signal away from the library.
+  ///
+  /// Each thread gets an alternative stack of 64 KiB for signals, if it has none of that size. A 32nd part of its own
+  /// stack, at most 256 KiB, is kept for the destructors that run when the rest is used up; nothing is kept of a stack
+  /// of less than 512 KiB.
   ///
   /// Throws BaseException with id 5, and changes nothing, if there is no memory for this.
   static void Enable();

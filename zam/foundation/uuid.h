@@ -27,7 +27,7 @@ struct _ZAMGUID {
 ZAM_EXPORT void ZaMUuidCreate(_ZAMGUID* uuid);
 
 /// Reads the text form: 36 characters, hexadecimal digits of either case in groups of 8, 4, 4, 4 and 12 with `-`
-/// between them, nothing before or behind. `uuid` must not be null.
+/// between them, nothing before or after. `uuid` must not be null.
 ///
 ///     f81d4fae-7dec-11d0-a765-00a0c91e6bf6
 ///

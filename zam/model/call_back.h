@@ -12,7 +12,8 @@ namespace ZaM {
 ///
 /// The algorithm sets a `bool` to false and passes its address as `stop` with each report; an override that wants the
 /// run to stop sets it to true, and the algorithm then throws UserCanceledException. The base never touches it, so it
-/// may be null there. The field behind `GetCancel` is a derived class's own; no algorithm of the library asks for it.
+/// may be null there. The flag that `GetCancel` returns is a derived class's own; no algorithm of the library asks for
+/// it.
 ///
 /// The current value never exceeds the maximum: a value beyond it moves the maximum up, and a lower maximum pulls the
 /// value down.

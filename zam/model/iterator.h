@@ -23,7 +23,7 @@ class ZAM_EXPORT Iterator {
   /// Goes one element on.
   virtual void Next();
 
-  /// Whether the walk is behind the last element.
+  /// Whether the walk is past the last element.
   virtual bool Done();
 
   /// The element, without a reference of its own. Meant to be called while `Done` is false.

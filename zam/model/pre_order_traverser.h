@@ -14,20 +14,20 @@ namespace ZaM {
 template <class TreeNode>
 class PreOrderTraverser;
 
-/// Gives the documents of a tree one by one: a parent before its children, and children in their order, as
-/// `Composite::Visit` comes to them.
+/// Gives the documents of a tree one by one, in the order of `Composite::Visit`: a parent before its children, and the
+/// children in their order.
 ///
 ///     auto* const documents = PreOrderTraverser<DocumentNode>::Create(root);
 ///     while (!documents->Done()) handle(documents->Next());
 ///     documents->Release();
 ///
-/// `Next` lists the children of the document that it returns. Children that are added or removed there later make no
-/// difference to the walk. A child that isn't a DocumentNode is skipped with everything below it.
+/// The children of a document are listed when `Next` returns it: adding or removing children there later doesn't change
+/// the walk. A child that isn't a DocumentNode is skipped with everything below it.
 ///
 /// Owning:   one owner and no count; `Release` destroys the traverser. It holds plain pointers to the documents that it
-///           has listed: these must live until `Next` has given them, or until the traverser is released.
-/// Threads:  that of the tree.
-/// Memory:   a pointer for each document listed; trees may be of any depth.
+///           has listed. They must live until `Next` has returned them, or until the traverser is released.
+/// Threads:  one thread at a time, together with the tree.
+/// Memory:   a pointer for each document that is listed and not yet returned. Trees may be of any depth.
 /// Errors:   BaseException with id 5 when memory runs out; the walk can go on from where it was.
 template <>
 class ZAM_EXPORT PreOrderTraverser<DocumentNode> {
@@ -52,7 +52,7 @@ class ZAM_EXPORT PreOrderTraverser<DocumentNode> {
   ~PreOrderTraverser() = default;
 
  private:
-  detail::Reporting<std::vector<DocumentNode*>> waiting;  // documents still to be given, the next one last
+  detail::Reporting<std::vector<DocumentNode*>> waiting;  // documents still to be returned, the next one last
 };
 
 }  // namespace ZaM

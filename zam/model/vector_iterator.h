@@ -24,7 +24,7 @@ class ZAM_EXPORT VectorIterator : public Iterator {
   void Next() override { ++position; }
   bool Done() override { return position >= nodes->size(); }
 
-  /// The element, or null behind the last one.
+  /// The element, or null after the last one.
   Node* Current() override { return position < nodes->size() ? (*nodes)[position] : nullptr; }
 
   ~VectorIterator() override = default;

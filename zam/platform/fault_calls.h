@@ -1,4 +1,8 @@
-// The calls that a fault struck in: whether and where an exception may leave them.
+// The functions that were running when a fault struck, and whether an exception may pass through them.
+//
+// An exception can't always start where a fault strikes. The function may be one that never throws, or one of the C
+// library that holds a lock. Then the thread is let go on until the function returns: AwaitReturn makes its return a
+// fault of its own, and TakeAwaitedReturn recognises that fault.
 #ifndef ZAM_PLATFORM_FAULT_CALLS_H
 #define ZAM_PLATFORM_FAULT_CALLS_H
 
@@ -8,34 +12,34 @@
 
 namespace ZaM::platform {
 
+/// What is known of these functions.
 struct FaultedCalls {
-  /// The heap's own functions are at work. What they have locked and half changed would stay so.
+  /// One of them belongs to the heap. An exception would leave the heap locked and half changed.
   bool isInHeapFunction = false;
-  /// An exception has been thrown and not come to its handler yet.
+  /// An exception has been thrown and hasn't reached its handler.
   bool isInThrow = false;
-  /// No function on the way forbids an exception: none is at a place where, as far as its compiler knows, nothing can
-  /// throw, none is of the heap, and what faulted isn't the C library or the loader, which may hold locks.
+  /// An exception may start at the fault. It may not if a function is at a place where its compiler knows of nothing
+  /// that throws, if one belongs to the heap, or if the C library or the loader faulted, which may hold locks.
   bool mayThrow = true;
-  /// Otherwise, of the call behind whose return the outermost of those functions may allow it again: where it will find
-  /// the place to return to. Null where there is no such call.
+  /// If `mayThrow` is false: where the return address lies of the outermost call that has to end before an exception
+  /// may start. Null if there is none.
   std::uintptr_t* returnAddress = nullptr;
 };
 
-/// To be called before CallsAt, and not in a signal handler.
+/// Remembers where the C library and the loader lie in memory. CallsAt needs that; a signal handler may not call it.
 void FindCLibrary() noexcept;
 
-/// Makes an exception that another one takes the place of, before it has come to its handler, count no more in
-/// std::uncaught_exceptions.
+/// Takes one off std::uncaught_exceptions, for an exception that another one replaces before it reaches its handler.
 void ForgetThrow() noexcept;
 
-/// Looks at the functions around the fault, not at all up to the handler.
+/// Looks at the innermost functions only, not at all of them up to the handler.
 [[nodiscard]] FaultedCalls CallsAt(ucontext_t const& context) noexcept;
 
-/// Makes the return of a call a fault, which TakeAwaitedReturn recognises. One at a time on each thread.
+/// Makes the return of a call a fault. A thread awaits one return at a time.
 void AwaitReturn(std::uintptr_t* returnAddress) noexcept;
 
-/// Whether this fault is the return that is waited for. If so, makes it go where it would have gone; its caller notices
-/// nothing. If not, another fault came first, and the return isn't waited for any more.
+/// Whether this fault is the awaited return. If so, the thread goes on where the call would have returned to. If not,
+/// another fault came first, and the return is no longer awaited.
 [[nodiscard]] bool TakeAwaitedReturn(ucontext_t& context) noexcept;
 
 }  // namespace ZaM::platform

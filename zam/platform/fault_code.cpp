@@ -33,7 +33,7 @@ FaultCode RefinedFloatCode(FaultCode code, ucontext_t const& context) {
 // hlt, cli, sti; ins and outs; in and out, with a port in the instruction and in dx.
 constexpr unsigned char privileged[] = {0xF4, 0xFA, 0xFB, 0x6C, 0x6D, 0x6E, 0x6F, 0xE4,
                                         0xE5, 0xE6, 0xE7, 0xEC, 0xED, 0xEE, 0xEF};
-// Behind 0x0F: clts, invd, wbinvd; moves of control and debug registers; wrmsr, rdmsr, rdpmc.
+// After 0x0F: clts, invd, wbinvd; moves of control and debug registers; wrmsr, rdmsr, rdpmc.
 constexpr unsigned char privilegedOfTwoBytes[] = {0x06, 0x08, 0x09, 0x20, 0x21, 0x22, 0x23, 0x30, 0x32, 0x33};
 
 constexpr int registersByNumber[] = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RSP, REG_RBP, REG_RSI, REG_RDI,
@@ -46,7 +46,7 @@ Number Load(std::uintptr_t address) {
   return number;
 }
 
-/// An instruction with an operand in a register or in memory, behind its first byte.
+/// What follows the first byte of an instruction whose operand is in a register or in memory.
 struct Operand {
   ucontext_t const& context;
   unsigned prefix;    // 0x4W, where W & 2 and W & 1 extend the numbers of the registers; 0 without one
@@ -60,7 +60,7 @@ struct Operand {
     return static_cast<std::uintptr_t>(context.uc_mcontext.gregs[registersByNumber[extended]]);
   }
 
-  /// Where in memory it is. Counts on no further bytes behind it.
+  /// Where in memory it is. Right only if no further bytes of the instruction follow.
   [[nodiscard]] std::uintptr_t Address() const {
     unsigned const mode = Form() >> 6;
     unsigned base = Form() & 7;

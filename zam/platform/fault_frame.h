@@ -14,15 +14,15 @@ namespace ZaM::platform {
 void SetInstructionPointer(ucontext_t& context, std::uintptr_t address) noexcept;
 [[nodiscard]] std::uintptr_t StackPointer(ucontext_t const& context) noexcept;
 
-/// Has the thread stop behind each instruction with a trace trap, or not.
+/// Makes the thread stop after each instruction with a trace trap, or ends that.
 void SetSingleStep(ucontext_t& context, bool isOn) noexcept;
 
-/// To be called first in a signal handler: lets its own code access memory at any address.
+/// Lets the code of a signal handler access memory at any address. Has to be its first call.
 void AllowMisalignment() noexcept;
 
-/// Calls `visit(frame, isExact)` for the function that faulted and those that called it, from the inside outwards,
-/// until it returns false; to be called in the signal handler. `isExact` says that the frame's place is that of an
-/// instruction, not the one behind a call.
+/// Calls `visit(frame, isExact)` in a signal handler: for the function that faulted, then for its caller, and so on
+/// until `visit` returns false. `isExact` says that the frame's place is the instruction itself, not the one after a
+/// call.
 template <class Visit>
 void VisitFrames(ucontext_t const& context, Visit visit) {
   struct Walk {
@@ -40,14 +40,15 @@ void VisitFrames(ucontext_t const& context, Visit visit) {
   _Unwind_Backtrace(step, &walk);
 }
 
-/// Makes an exception that is thrown from the signal handler find its way, and the code behind it the same modes of
-/// floating point:
+/// Changes `context` so that the unwinder finds the way of an exception that the signal handler throws:
 ///
-/// - a call to an address without code becomes a fault of the calling function;
-/// - a breakpoint, which is told with the instruction behind it, becomes a fault of its own instruction;
-/// - where a function faults before the first place that its table of handlers knows of, as it does when the stack ends
-///   while it is being entered, the fault becomes one of its caller. Nothing that has to be cleaned up is there yet,
-///   but an exception in a place that the table doesn't know would end the process.
+/// - A call to an address without code becomes a fault of the calling function.
+/// - A breakpoint, which the system reports with the instruction after it, becomes a fault of its own instruction.
+/// - A function may fault before the first place in its table of handlers, as when the stack ends while it is being
+///   entered. Then the fault becomes one of its caller: the function has nothing to clean up yet, and an exception at a
+///   place that the table doesn't list would end the process.
+///
+/// Also gives the thread the floating-point modes back that it had at the fault.
 void PrepareToThrow(ucontext_t& context, bool isBadAddress, bool isBreakpoint) noexcept;
 
 }  // namespace ZaM::platform

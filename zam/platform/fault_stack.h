@@ -1,4 +1,4 @@
-// The stack on which faults are dealt with, and the room that cleaning up behind a stack overflow needs.
+// The stack on which faults are handled, and the reserve that cleaning up after a stack overflow needs.
 #ifndef ZAM_PLATFORM_FAULT_STACK_H
 #define ZAM_PLATFORM_FAULT_STACK_H
 
@@ -10,16 +10,16 @@ namespace ZaM::platform {
 /// What a thread needs to survive the end of its stack. Plain data, since a signal handler reads it.
 ///
 /// An overflow must not strike at the true end: the destructors that run while the exception passes need stack as well.
-/// So the last part of the stack, its reserve, is locked at first. An overflow meets the lock, which is opened for what
-/// follows, and closed again when the exception is gone. Where it goes while the thread still stands on the reserve, as
-/// in a function that swallows all exceptions, what lies a page below is closed: what comes next may overflow too.
+/// So the last part of the stack, its reserve, is locked at first. An overflow strikes at the lock, which then opens,
+/// and closes again when the exception is gone. If the thread still stands on the reserve by then, as in a function
+/// that swallows all exceptions, only what lies more than a page below it is locked: the next call may overflow too.
 ///
 ///     low         reserveEnd                      top
 ///     | reserve   | free for all         | in use |
 ///
 /// Sequence: ProvideFaultStack WithdrawFaultStack, on the same thread.
 struct FaultStack {
-  std::uintptr_t low = 0;         // of the thread's stack, behind its guard pages; 0 where that isn't known
+  std::uintptr_t low = 0;         // of the thread's stack, above its guard pages; 0 where that isn't known
   std::uintptr_t reserveEnd = 0;  // equal to `low` where the stack is too small for a reserve
   std::uintptr_t lockedEnd = 0;   // of the locked part of the reserve, which begins at `low`
   void* mapping = nullptr;        // of our own alternative stack; null if the thread had one that is large enough

@@ -60,8 +60,8 @@ class File {
 /// systems that have no locks.
 [[nodiscard]] bool TryLock(int descriptor, int kind);
 
-/// While it lives, nobody takes a file that is to lose its name: whoever writes to it or holds it as a lock counts as
-/// one who doesn't share it.
+/// Protects a file that is to lose its name: nobody begins to write to it, or takes it as a lock, while this object
+/// lives. Not allowed for a file that somebody writes to or holds as a lock.
 class NameRemoval {
  public:
   /// A file that can't be opened, and what is no regular file, may always be removed.

@@ -25,7 +25,7 @@ struct FolderEntry {
 /// The entries that the pattern matches, as they are now: `.` and `..` first, then the others in the system's order.
 /// None if the folder can't be read.
 ///
-/// What stands before the pattern's last `\` or `/` is the folder. Behind it, `*` stands for any number of units and
+/// What stands before the pattern's last `\` or `/` is the folder. After it, `*` stands for any number of units and
 /// `?` for exactly one, the rest for itself, without regard to case; `*.*` is everything.
 [[nodiscard]] std::vector<FolderEntry> SearchFolder(std::u16string_view pattern);
 

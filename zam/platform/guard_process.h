@@ -19,7 +19,8 @@ class GuardProcess {
   /// False where the system gives no process. `program` is an absolute path. Throws std::bad_alloc.
   [[nodiscard]] bool Start(LockedFile const& lock, std::string const& program);
 
-  /// After the holder has let the file vanish and has closed `hold`: leaves no child behind. Waits for nobody's will.
+  /// Ends a guard that is a child, by force if need be, and leaves no child behind. The holder has let the file vanish
+  /// and has closed `hold` before.
   void End();
 
  private:

@@ -15,7 +15,7 @@ class HandlerTable {
   HandlerTable(std::uintptr_t function, void const* start)
       : code(reinterpret_cast<unsigned char const*>(function)), table(static_cast<unsigned char const*>(start)) {}
 
-  /// Whether an exception may come from `offset` bytes behind the function's start. Also true where the table isn't in
+  /// Whether an exception may come from `offset` bytes after the function's start. Also true where the table isn't in
   /// the form that is read here.
   [[nodiscard]] bool LetsThrow(std::uintptr_t offset) const noexcept;
 

@@ -13,7 +13,7 @@
 #define ZAM_TAIL_CALLING
 #define ZAM_TAIL_CALL [[clang::musttail]] return
 #else
-// The instrumentation of these two would leave something to be done behind the call.
+// The instrumentation of these two would leave something to be done after the call.
 #define ZAM_TAIL_CALLING __attribute__((optimize("O2"), no_sanitize_thread, no_profile_instrument_function))
 #define ZAM_TAIL_CALL return
 #endif

@@ -14,7 +14,7 @@ namespace {
 constexpr char32_t replacement = 0xFFFD;
 
 /// What a first byte promises. The bounds of the second byte shut out overlong forms, surrogates and what lies beyond
-/// U+10FFFF; a malformed first byte promises a replacement and nothing behind it.
+/// U+10FFFF; a malformed first byte promises a replacement and nothing after it.
 struct Lead {
   int continuations;
   char32_t bits;

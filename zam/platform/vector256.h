@@ -43,7 +43,7 @@ inline constexpr signed char places16AndNone[] = {0,  1,  2,  3,  4,  5,  6,  7,
 struct Vector256 {
   using Register = __m256i;
   static constexpr unsigned int width = 32;  ///< bytes in a register
-  static constexpr unsigned int spill = 8;   ///< bytes that StoreKept may touch behind those that it stores
+  static constexpr unsigned int spill = 8;   ///< bytes that StoreKept may touch after those that it stores
 
   /// Eight numbers, with arithmetic that wraps around.
   using Numbers __attribute__((vector_size(32))) = std::uint32_t;
@@ -79,7 +79,7 @@ struct Vector256 {
     _mm256_storeu_si256(static_cast<Register*>(to), bytes);
   }
 
-  /// Loads the first `count` bytes, 0 to 32, and touches nothing else; zeros behind them.
+  /// Loads the first `count` bytes, 0 to 32, and touches nothing else; zeros after them.
   ZAM_VECTOR256_INLINE static Register LoadFirst(void const* from, std::size_t count) {
     auto const* const bytes = static_cast<unsigned char const*>(from);
     if (count < 16) return _mm256_zextsi128_si256(LoadFirst16(bytes, count));
@@ -110,7 +110,7 @@ struct Vector256 {
 
   /// The same with fewer steps, and without memory.
   ZAM_VECTOR256_INLINE static Register LookUp(LatinTable const& table, Register bytes) {
-    // From row to row 16 less, so that a byte is negative in the rows behind its own. There a shuffle gives 0; before,
+    // From row to row 16 less, so that a byte is negative in the rows after its own. There a shuffle gives 0; before,
     // the changes add up to its entry.
     auto const rowSize = _mm256_set1_epi8(16);
     auto const place3 = _mm256_subs_epi8(bytes, _mm256_set1_epi8(3 * 16));
@@ -148,7 +148,7 @@ struct Vector256 {
     return _mm256_blendv_epi8(others, chosen, BytesOf(mask));
   }
 
-  /// Stores the bytes where `keep` is set, moved together, and touches up to eight bytes behind them.
+  /// Stores the bytes where `keep` is set, moved together, and touches up to eight bytes after them.
   ZAM_VECTOR256_INLINE static void StoreKept(std::uint64_t keep, Register bytes, void* to) {
     auto* const target = static_cast<unsigned char*>(to);
     StoreKept16(keep, _mm256_castsi256_si128(bytes), target);
@@ -156,7 +156,7 @@ struct Vector256 {
   }
 
   /// Stores the places of the bytes where `keep` is set, divided by 2 to the power of `shift`, plus `first`. Bits of
-  /// `keep` are set among the first `count` alone; touches up to eight numbers behind those that it stores.
+  /// `keep` are set among the first `count` alone; touches up to eight numbers after those that it stores.
   template <unsigned int shift>
   ZAM_VECTOR256_INLINE static void StorePlaces(std::uint64_t keep, unsigned int count, std::uint32_t first,
                                                std::int32_t* to) {
@@ -215,7 +215,7 @@ struct Vector256 {
     return number;
   }
 
-  /// The `count` bytes before `end`, at most 16, of at least 16 that there are; zeros behind them.
+  /// The `count` bytes before `end`, at most 16, of at least 16 that there are; zeros after them.
   ZAM_VECTOR256_INLINE static __m128i LoadLast16(unsigned char const* end, std::size_t count) {
     // A window slides over the numbers from 0 to 15 and, for zeros, on to negative ones.
     auto const bytes = _mm_loadu_si128(reinterpret_cast<__m128i const*>(end - 16));

@@ -37,7 +37,7 @@ inline constexpr CountTo64 countTo64{shift};
 struct Vector512 {
   using Register = __m512i;
   static constexpr unsigned int width = 64;  ///< bytes in a register
-  static constexpr unsigned int spill = 0;   ///< bytes that StoreKept touches behind those that it stores
+  static constexpr unsigned int spill = 0;   ///< bytes that StoreKept touches after those that it stores
 
   /// 16 numbers, with arithmetic that wraps around.
   using Numbers __attribute__((vector_size(64))) = std::uint32_t;
@@ -67,7 +67,7 @@ struct Vector512 {
 
   ZAM_VECTOR512_INLINE static void Store(Register bytes, void* to) { _mm512_storeu_si512(to, bytes); }
 
-  /// Loads the first `count` bytes, 0 to 64, and touches nothing else; zeros behind them.
+  /// Loads the first `count` bytes, 0 to 64, and touches nothing else; zeros after them.
   ZAM_VECTOR512_INLINE static Register LoadFirst(void const* from, std::size_t count) {
     return _mm512_maskz_loadu_epi8(FirstBits(count), from);
   }

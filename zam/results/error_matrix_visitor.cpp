@@ -34,7 +34,7 @@ unsigned int ErrorMatrixVisitor::AssignedClass(DocumentNode& document) const {
   if (items.empty()) return 0;
   double const best = items[0].GetValue();
   double const second = items.size() > 1 ? items[1].GetValue() : 0.0;
-  // Said in the positive, so that what isn't a number rejects.
+  // A number that is NaN fails both comparisons, and so rejects.
   bool const accepted = best >= bestThreshold && best - second >= distanceThreshold;
   return accepted ? items[0].GetIndex() : 0;
 }

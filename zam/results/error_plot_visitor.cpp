@@ -17,7 +17,7 @@ constexpr unsigned int lastBin = ErrorPlot::binCount - 1;
 
 unsigned int BinOf(float confidence) {
   double const hundredths = confidence * 100.0;
-  // Said in the positive, so that what isn't a number never comes to the conversion, which would be undefined.
+  // NaN fails both comparisons, and so never comes to the conversion, which would be undefined.
   bool const fits = hundredths >= -0x1p63 && hundredths < 0x1p63;
   if (!fits) return lastBin;
   return std::min(static_cast<std::uint32_t>(static_cast<std::int64_t>(hundredths)), lastBin);

@@ -46,14 +46,14 @@ class ZAM_EXPORT ExternalRepFactoryPlatform {
   /// The number of factories.
   unsigned int GetFactoryCount() const { return static_cast<unsigned int>(factories.size()); }
 
-  /// The factory at this place, counted from 0; null behind the last one.
+  /// The factory at this place, counted from 0; null after the last one.
   ExternalRepFactory const* GetFactory(unsigned int index) const;
   /// The first factory of this name, which is compared byte by byte; null if there is none.
   ExternalRepFactory const* GetFactory(std::string const& name) const;
   /// The factory of this tag; null if there is none.
   ExternalRepFactory const* GetFactory(RepTag tag) const;
 
-  /// Releases the first factory of this name, then takes it off the list; those behind it move down by one. Nothing is
+  /// Releases the first factory of this name, then takes it off the list; those after it move down by one. Nothing is
   /// thrown: if a factory throws on the way, the call ends, and a factory that throws from `Release` stays listed.
   void RemoveFactory(std::string const& name);
   /// The same with the factory of this tag.

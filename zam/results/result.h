@@ -62,7 +62,7 @@ class ZAM_EXPORT Result : public Node, public Representation {
 
   /// Writes an element called `name` at the stream's present place, ready to be read by SparseResult and FullResult:
   /// the number of entries that `GetBestResults(0)` gives, and a child for each of them whose value is above 1e-07.
-  /// Values keep six digits behind the point; an infinite one is lost, since it reads as 0. docs/formats.md describes
+  /// Values keep six digits after the point; an infinite one is lost, since it reads as 0. docs/formats.md describes
   /// the element. What the stream throws passes through; neither `stream` nor what it writes to belongs to the result.
   void Save(std::string const& name, ZamXmlOutStream* stream);
   using Node::Save;

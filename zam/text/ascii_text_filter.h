@@ -33,7 +33,7 @@ struct TextFilterAccess;
 /// before it go into that word, however few they are. A high surrogate leaves the word open, so that a surrogate pair
 /// is one word of six symbols.
 ///
-/// Buffers:   `out` has `outSize` bytes; nothing is written behind the returned count. With an `outSize` of 0 nothing
+/// Buffers:   `out` has `outSize` bytes; nothing is written past the returned count. With an `outSize` of 0 nothing
 ///            is written, and the result is 0. A null `text` goes with a length of 0, a null `out` with a size of 0.
 ///            - Single bytes: `length` + 2 bytes take everything. A smaller buffer gets the words that fit, up to the
 ///              first that doesn't.
@@ -41,7 +41,7 @@ struct TextFilterAccess;
 ///              last of them possibly cut; an ideograph has to start below `outSize` - 5, and below a size of 4
 ///              there are no words.
 /// Positions: the vector is emptied and gets one entry for each byte written. A symbol carries the index of its
-///            character, the 0 behind a word that of the character that ended the word, the 0 that the end of the text
+///            character, the 0 after a word that of the character that ended the word, the 0 that the end of the text
 ///            adds the last entry plus 1. The first entry is that of the character before the second entry's, or 0
 ///            where that stands at the start or there are fewer than three entries. Indices of 2³¹ and above turn
 ///            negative.

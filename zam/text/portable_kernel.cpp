@@ -16,7 +16,7 @@ namespace {
 
 constexpr unsigned int chunk = 32;  // bytes copied at once: most runs need no second chunk
 
-/// What a block gives. Each unit gives at most four bytes; copying in chunks touches some behind them.
+/// What a block gives. Each unit gives at most four bytes; copying in chunks touches some after them.
 struct Bytes {
   unsigned char at[4 * blockUnits + chunk];
 };

@@ -43,7 +43,7 @@ inline constexpr unsigned char mixedPage = 255;
 void FillPageTable(unsigned char const* symbols, unsigned char* pages);
 
 /// Writes a printable byte for each of 256 symbols to `table`: "0" to "9", "A" to "Z", then the bytes 0xDA to 0xDF for
-/// the six letters behind Z; an underscore for all others.
+/// the six letters after Z; an underscore for all others.
 void FillDisplayTable(unsigned char* table);
 
 }  // namespace ZaM::detail

@@ -26,7 +26,7 @@ struct Translation {
   typename Vector::Register symbols[parts];
   BlockMasks masks;
 
-  /// Whether a part is worth looking at, if the block has `units` units of text and a 0 behind them.
+  /// Whether a part is worth looking at, if the block has `units` units of text and a 0 after them.
   ZAM_VECTOR_FILTER static bool Counts(unsigned int part, unsigned int units) { return part * Vector::width <= units; }
 };
 
@@ -109,7 +109,7 @@ ZAM_VECTOR_FILTER typename Vector::Register EncodeIdeographs(char16_t const* tex
                          ((number - 40 * tens + Symbols::firstLetter) << 16));
 }
 
-/// Where the bytes go: to their place at once, or through a buffer where storing them touches some behind.
+/// Where the bytes go: to their place at once, or through a buffer where storing them touches some bytes after them.
 template <class Vector>
 class Output {
  public:
