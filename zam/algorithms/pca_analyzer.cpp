@@ -134,7 +134,7 @@ class PcaAnalyzer::Projection {
  public:
   explicit Projection(PcaAnalyzer const& model)
       : analyzer(model),
-        partners(std::min(model.examples.size(), model.Reach())),
+        partners(std::min(model.examples.size(), model.ExamplePlaces())),
         products(partners.size()),
         coordinates(model.dimension) {
     for (std::size_t j = 0; j < partners.size(); ++j) {
@@ -178,7 +178,7 @@ class PcaAnalyzer::Projection {
 
 void PcaAnalyzer::project(Node* node) {
   if (exampleCount == 0 || !HasModel()) return;
-  CheckReach();
+  CheckExamplePlaces();
   auto projection = ReportOutOfMemory([this] { return Projection(*this); });
   detail::WalkDocuments(node, [&](DocumentNode& document) {
     Representation const* const representation = document.GetRepresentation(representationTag);
@@ -190,17 +190,17 @@ void PcaAnalyzer::project(Node* node) {
 }
 
 // The vectors have to be those of the components, and to hold a place for every active example.
-void PcaAnalyzer::CheckReach() const {
+void PcaAnalyzer::CheckExamplePlaces() const {
   if (eigenVectors.size() < VectorCount())
     throw OutOfBoundsException(ErrorId::IndexOutOfRange, ToIndex(dimension), ToIndex(eigenVectors.size()));
-  std::size_t const places = Reach();
+  std::size_t const places = ExamplePlaces();
   for (std::size_t i = places; i < examples.size(); ++i) {
     if (activity[i] > 0) throw OutOfBoundsException(ErrorId::IndexOutOfRange, ToIndex(i), ToIndex(places));
   }
 }
 
 // The number of examples that all parts of the model have a place for.
-std::size_t PcaAnalyzer::Reach() const {
+std::size_t PcaAnalyzer::ExamplePlaces() const {
   std::size_t places = gramRowSums.size();
   for (std::vector<double> const& vector : eigenVectors) places = std::min(places, vector.size());
   return places;

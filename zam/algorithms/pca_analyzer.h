@@ -172,8 +172,8 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
   void RestoreSums(Sums& former);
 
   void project(Node* node);
-  void CheckReach() const;
-  [[nodiscard]] std::size_t Reach() const;
+  void CheckExamplePlaces() const;
+  [[nodiscard]] std::size_t ExamplePlaces() const;
   void ReplaceResult(DocumentNode& document, std::vector<float> const& coordinates) const;
 
   void SaveGramRow(std::basic_ostream<char>& stream, std::size_t index) const;

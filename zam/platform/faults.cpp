@@ -95,7 +95,7 @@ void Throw(FaultCode code, void* instruction, void* address, ucontext_t& context
 /// Brings a thread that has overflown its stack, and now goes on in the reserve, nearer to a place that an exception
 /// may come from, and throws when it is there. What is in the way are calls, which are waited for, and instructions of
 /// a function between such places, which are run one by one. Returns false if it gives up.
-bool GoOn(ucontext_t& context) {
+bool StepTowardsThrow(ucontext_t& context) {
   constexpr int mostSteps = 100'000;
   DelayedOverflow& delayed = thisThread->delayed;
   FaultedCalls const calls = CallsAt(context);
@@ -107,7 +107,8 @@ bool GoOn(ucontext_t& context) {
   return delayed.isThere;
 }
 
-/// Whether this is what GoOn has waited for. If it isn't, another fault came first, and the overflow is forgotten.
+/// Whether this is what StepTowardsThrow has waited for. If it isn't, another fault came first, and the overflow is
+/// forgotten.
 bool IsNextStep(FaultCode code, ucontext_t& context) {
   bool const hasReturned = TakeAwaitedReturn(context);
   bool const wasThere = std::exchange(thisThread->delayed.isThere, false);
@@ -124,7 +125,7 @@ bool Translate(siginfo_t const& signal, ucontext_t& context) {
   std::uintptr_t const stackPointer = StackPointer(context);
   if (IsOnAlternativeStack(stack, stackPointer)) return false;  // a fault while another one is being dealt with
   if (IsNextStep(*code, context)) {
-    GoOn(context);
+    StepTowardsThrow(context);
     return true;
   }
 
@@ -142,7 +143,7 @@ bool Translate(siginfo_t const& signal, ucontext_t& context) {
   if (signal.si_signo == SIGSEGV && IsStackOverflow(stack, address, stackPointer)) {
     code = FaultCode::StackOverflow;
     thisThread->delayed = {true, instruction, signal.si_addr, 0};
-    if (OpenReserve(stack) && GoOn(context)) return true;
+    if (OpenReserve(stack) && StepTowardsThrow(context)) return true;
   }
   bool const isBadCall = instruction == signal.si_addr;
   FaultedCalls const calls = isBadCall ? FaultedCalls() : CallsAt(context);

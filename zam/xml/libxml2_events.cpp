@@ -124,10 +124,10 @@ void Libxml2Events::Impl::StartElement(xmlChar const* elementName, xmlChar const
     --before.starts;
     return;
   }
-  if (!push.AdmitsElement(pairs)) return;
+  if (!push.CheckElement(pairs)) return;
   std::string_view const name = View(elementName);
   XmlDeclarations::Element const* const declared = declarations.Find(name);
-  if (declared != nullptr && shaper.options.isModel && !push.AdmitsPrefixes(declared->prefixes.size())) return;
+  if (declared != nullptr && shaper.options.isModel && !push.CountPrefixes(declared->prefixes.size())) return;
   ReportOutOfMemory([&] {
     attributes.clear();
     values.clear();
@@ -237,7 +237,7 @@ xmlSAXHandler const Libxml2Events::Impl::handler = [] {
   made.attributeDecl = [](void* self, xmlChar const* element, xmlChar const* name, int type, int, xmlChar const* value,
                           xmlEnumeration* allowed) {
     xmlFreeEnumeration(allowed);
-    if (!Of(self).push.AdmitsAttributeDeclaration()) return;
+    if (!Of(self).push.CountAttributeDeclaration()) return;
     Run(self, [=](Impl& parser) {
       ReportOutOfMemory([&] {
         parser.declarations.AddAttribute(View(element), View(name), type != XML_ATTRIBUTE_CDATA,

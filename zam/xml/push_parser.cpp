@@ -165,7 +165,7 @@ void PushParser::Feed(std::string_view bytes) {
 void PushParser::AddToHead(std::string_view piece) {
   bool const isComplete = ReportOutOfMemory([&] { return IsHeadComplete(head += piece); });
   if (isComplete) return ParseHead();
-  Admits(u"bytes of an XML declaration", head.size(), mostDeclaration);
+  CheckLimit(u"bytes of an XML declaration", head.size(), mostDeclaration);
   CheckFailures();
 }
 
@@ -179,7 +179,7 @@ void PushParser::ParseHead() {
 void PushParser::CheckPending() {
   CheckPendingSubset();
   CheckPendingTag();
-  AdmitsNames();
+  CheckNames();
   CheckFailures();
 }
 
@@ -214,8 +214,8 @@ std::string_view PushParser::ContentOf(std::string const& entity) const {
   return found == nullptr || found->content == nullptr ? std::string_view() : View(found->content);
 }
 
-/// Stops the parse where a document has more of something than it may.
-bool PushParser::Admits(wchar const* what, std::uint64_t count, std::uint64_t most) {
+/// Stops the parse where a document has more of something than it may. Returns whether the parse goes on.
+bool PushParser::CheckLimit(wchar const* what, std::uint64_t count, std::uint64_t most) {
   if (count > most && !isStopped) {
     limit = {what, count, most};
     Stop();
@@ -258,7 +258,7 @@ void PushParser::CheckPendingSubset() {
   std::string_view const pending = Pending();
   // libxml2 waits for all of it, at first for the end of the first declaration in it.
   if (context->instate != XML_PARSER_DTD && !(IsInProlog() && pending.starts_with("<!D"))) return;
-  if (!Admits(u"bytes of declarations in an XML document", pending.size(), mostSubset))
+  if (!CheckLimit(u"bytes of declarations in an XML document", pending.size(), mostSubset))
     return;  // and nothing is pending
   std::uint64_t const end = PendingStart() + pending.size();
   std::uint64_t const added = std::min<std::uint64_t>(end - std::min(subsetEnd, end), pending.size());
@@ -268,7 +268,7 @@ void PushParser::CheckPendingSubset() {
 
 void PushParser::CountListMarks(std::string_view declarations) {
   listMarks += static_cast<std::size_t>(std::count(declarations.begin(), declarations.end(), '|'));
-  Admits(u"listed values in the declarations of an XML document", listMarks, mostListMarks);
+  CheckLimit(u"listed values in the declarations of an XML document", listMarks, mostListMarks);
 }
 
 void PushParser::CheckPendingTag() {
@@ -279,27 +279,27 @@ void PushParser::CheckPendingTag() {
   if (tagStart != start) tag = {};
   tagStart = start;
   tag.Add(pending.substr(std::min(tag.Scanned(), pending.size())));
-  AdmitsAttributes(tag.Attributes());
+  CheckAttributeCount(tag.Attributes());
 }
 
-bool PushParser::CountsAttributes(xmlChar const* const* attributes) {
+bool PushParser::CheckAttributes(xmlChar const* const* attributes) {
   std::size_t pointers = 0;
   while (attributes[pointers] != nullptr) ++pointers;
-  return AdmitsAttributes(pointers / 2);
+  return CheckAttributeCount(pointers / 2);
 }
 
-bool PushParser::AdmitsAttributes(std::size_t count) {
-  return Admits(u"attributes of an XML element", count, mostAttributes);
+bool PushParser::CheckAttributeCount(std::size_t count) {
+  return CheckLimit(u"attributes of an XML element", count, mostAttributes);
 }
 
-bool PushParser::AdmitsContent(xmlChar const* entityContent) {
+bool PushParser::CheckEntityContent(xmlChar const* entityContent) {
   if (entityContent == nullptr) return true;
   std::string_view content = View(entityContent);
   while (content.size() >= leastSuspiciousTag) {
     content.remove_prefix(std::min(content.find('<'), content.size()));
     TagScan scan;
     if (IsStartTag(content)) scan.Add(content);
-    if (!AdmitsAttributes(scan.Attributes())) return false;
+    if (!CheckAttributeCount(scan.Attributes())) return false;
     content.remove_prefix(std::min(std::max<std::size_t>(scan.Scanned(), 1), content.size()));
   }
   return true;
@@ -312,7 +312,7 @@ void PushParser::DeclareSubset(xmlChar const* name, xmlChar const* publicId, xml
 
 void PushParser::DeclareEntity(xmlChar const* name, int type, xmlChar const* publicId, xmlChar const* systemId,
                                xmlChar* content) {
-  if (!AdmitsNames() || !AdmitsContent(content)) return;
+  if (!CheckNames() || !CheckEntityContent(content)) return;
   // With it libxml2 lets entities nest deeper than a stack.
   context->options &= ~XML_PARSE_HUGE;
   if (type == XML_EXTERNAL_PARAMETER_ENTITY) {
@@ -336,41 +336,41 @@ void PushParser::DeclareUnparsedEntity(xmlChar const* name, xmlChar const* publi
 }
 
 xmlEntity* PushParser::FindEntity(xmlChar const* name) {
-  return Expand(xmlSAX2GetEntity(context, name));
+  return CountReference(xmlSAX2GetEntity(context, name));
 }
 
 xmlEntity* PushParser::FindParameterEntity(xmlChar const* name) {
-  Admits(u"references in front of a parameter entity", context->nbentities, mostBeforeParameterEntity);
+  CheckLimit(u"references in front of a parameter entity", context->nbentities, mostBeforeParameterEntity);
   xmlEntity* const entity = xmlSAX2GetParameterEntity(context, name);
   if (entity != nullptr && entity->content != nullptr) CountListMarks(View(entity->content));
-  return Expand(entity);
+  return CountReference(entity);
 }
 
 /// Counts what a reference to `entity` stands for. Null where the parse may not go on.
-xmlEntity* PushParser::Expand(xmlEntity* entity) {
+xmlEntity* PushParser::CountReference(xmlEntity* entity) {
   // Also where references are kept: whoever reads the document takes the entity's content from each of them.
   if (entity != nullptr && entity->etype != XML_INTERNAL_PREDEFINED_ENTITY) {
-    Count(XmlExpansion::Cost(entity->content ? View(entity->content) : std::string_view()));
+    CountExpansion(XmlExpansion::Cost(entity->content ? View(entity->content) : std::string_view()));
   }
   return isStopped ? nullptr : entity;
 }
 
-bool PushParser::AdmitsAttributeDeclaration() {
-  return Admits(u"declared attributes in an XML document", ++declaredAttributes, mostAttributeDeclarations) &&
-         AdmitsNames();
+bool PushParser::CountAttributeDeclaration() {
+  return CheckLimit(u"declared attributes in an XML document", ++declaredAttributes, mostAttributeDeclarations) &&
+         CheckNames();
 }
 
-bool PushParser::AdmitsNames() {
-  return Admits(u"names in an XML document", static_cast<std::uint64_t>(xmlDictSize(context->dict)), mostNames);
+bool PushParser::CheckNames() {
+  return CheckLimit(u"names in an XML document", static_cast<std::uint64_t>(xmlDictSize(context->dict)), mostNames);
 }
 
-bool PushParser::AdmitsPrefixes(std::size_t count) {
-  return Count(XmlExpansion::CostOfPrefixes(count));
+bool PushParser::CountPrefixes(std::size_t count) {
+  return CountExpansion(XmlExpansion::CostOfPrefixes(count));
 }
 
-bool PushParser::Count(std::size_t expandedBytes) {
+bool PushParser::CountExpansion(std::size_t expandedBytes) {
   expansion.Add(expandedBytes);
-  return Admits(XmlExpansion::name, expansion.Total(), expansion.Most());
+  return CheckLimit(XmlExpansion::name, expansion.Total(), expansion.Most());
 }
 
 void PushParser::Describe(XmlDocumentType& type) const {

@@ -99,18 +99,19 @@ class PushParser {
   [[nodiscard]] bool IsBehindReturn(char const* text) const;
   /// What the declaration of a general entity has, or nothing.
   [[nodiscard]] std::string_view ContentOf(std::string const& entity) const;
-  /// Whether one more attribute may be declared. Stops the parse where it may not.
-  [[nodiscard]] bool AdmitsAttributeDeclaration();
+  // Each of these stops the parse where the document has more than it may, and returns whether it goes on.
 
-  /// Of an element, whose type declares so many prefixes by default.
-  [[nodiscard]] bool AdmitsPrefixes(std::size_t count);
+  /// Of one more attribute that is declared.
+  [[nodiscard]] bool CountAttributeDeclaration();
 
-  /// Whether an element with these attributes, a run of names and values that ends by null, may be reported. Stops the
-  /// parse where it may not.
-  [[nodiscard]] bool AdmitsElement(xmlChar const* const* attributes) {
+  /// Of an element whose type declares so many prefixes by default.
+  [[nodiscard]] bool CountPrefixes(std::size_t count);
+
+  /// Of an element with these attributes, a run of names and values that ends by null.
+  [[nodiscard]] bool CheckElement(xmlChar const* const* attributes) {
     // Two pointers an attribute: for nearly all elements the room that libxml2 has made for them says enough.
     bool const areFew = attributes == nullptr || static_cast<std::size_t>(context->maxatts) <= 2 * mostAttributes;
-    return areFew || CountsAttributes(attributes);
+    return areFew || CheckAttributes(attributes);
   }
 
   // What libxml2 asks a handler about entities.
@@ -126,7 +127,7 @@ class PushParser {
   void AddToHead(std::string_view piece);
   void ParseHead();
   void CheckPending();
-  bool Admits(wchar const* what, std::uint64_t count, std::uint64_t most);
+  bool CheckLimit(wchar const* what, std::uint64_t count, std::uint64_t most);
   void CheckFailures() const;
   [[nodiscard]] std::string_view Pending() const;
   [[nodiscard]] std::uint64_t PendingStart() const;
@@ -134,12 +135,12 @@ class PushParser {
   void CheckPendingSubset();
   void CountListMarks(std::string_view declarations);
   void CheckPendingTag();
-  bool AdmitsContent(xmlChar const* entityContent);
-  bool AdmitsNames();
-  bool CountsAttributes(xmlChar const* const* attributes);
-  bool AdmitsAttributes(std::size_t count);
-  xmlEntity* Expand(xmlEntity* entity);
-  bool Count(std::size_t expandedBytes);
+  bool CheckEntityContent(xmlChar const* entityContent);
+  bool CheckNames();
+  bool CheckAttributes(xmlChar const* const* attributes);
+  bool CheckAttributeCount(std::size_t count);
+  xmlEntity* CountReference(xmlEntity* entity);
+  bool CountExpansion(std::size_t expandedBytes);
 
   XmlScope scope;
   xmlSAXHandler const* handler;

@@ -18,7 +18,7 @@ constexpr Range nameStarts[] = {{0xC0, 0xD6},     {0xD8, 0xF6},     {0xF8, 0x2FF
 constexpr Range nameRest[] = {{0xB7, 0xB7}, {0x300, 0x36F}, {0x203F, 0x2040}};
 
 template <std::size_t count>
-bool Lies(std::uint32_t code, Range const (&ranges)[count]) {
+bool IsInAny(std::uint32_t code, Range const (&ranges)[count]) {
   return std::any_of(ranges, ranges + count, [=](Range range) { return code >= range.first && code <= range.last; });
 }
 
@@ -98,6 +98,11 @@ Character Decode(char const* bytes) {
   return {first, 0};
 }
 
+bool IsNameCharacter(std::uint32_t code, bool isFirst) {
+  if (code < 0x80) return Is(static_cast<char>(code), isFirst ? BeginsName : IsInName);
+  return IsInAny(code, nameStarts) || (!isFirst && IsInAny(code, nameRest));
+}
+
 char const* NameEnd(char const* start) {
   char const* place = start;
   for (;;) {
@@ -105,7 +110,7 @@ char const* NameEnd(char const* start) {
     if (static_cast<unsigned char>(*place) < 0x80) break;
     auto const [code, size] = Decode(place);
     bool const isFirst = place == start;
-    if (size == 0 || !(Lies(code, nameStarts) || (!isFirst && Lies(code, nameRest)))) break;
+    if (size == 0 || !IsNameCharacter(code, isFirst)) break;
     place += size;
   }
   return Is(*start, BeginsName) || static_cast<unsigned char>(*start) >= 0x80 ? place : start;

@@ -50,6 +50,9 @@ struct Character {
   return static_cast<unsigned char>(*bytes) < 0x80 ? 0 : Decode(bytes).size;
 }
 
+/// Whether a name may have this character, as its first or behind that.
+[[nodiscard]] bool IsNameCharacter(std::uint32_t code, bool isFirst);
+
 /// The end of the name that begins here, which is where it begins where none does.
 [[nodiscard]] char const* NameEnd(char const* start);
 [[nodiscard]] inline char* NameEnd(char* start) {

@@ -1,7 +1,6 @@
 #include "zam/xml/xml_conversion.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -9,6 +8,7 @@
 
 #include "zam/platform/surrogates.h"
 #include "zam/platform/unicode.h"
+#include "zam/xml/xml_characters.h"
 
 namespace ZaM::detail {
 
@@ -56,43 +56,10 @@ void ReplaceForbidden(std::span<char> bytes) {
   }
 }
 
-struct Range {
-  wchar first;
-  wchar last;
-};
-
-/// What may begin a name, from XML 1.0, fifth edition, and what may only go on with it; but for the colon.
-constexpr std::array<Range, 14> nameStarts = {{{'A', 'Z'},
-                                               {'_', '_'},
-                                               {'a', 'z'},
-                                               {0xC0, 0xD6},
-                                               {0xD8, 0xF6},
-                                               {0xF8, 0x2FF},
-                                               {0x370, 0x37D},
-                                               {0x37F, 0x1FFF},
-                                               {0x200C, 0x200D},
-                                               {0x2070, 0x218F},
-                                               {0x2C00, 0x2FEF},
-                                               {0x3001, 0xD7FF},
-                                               {0xF900, 0xFDCF},
-                                               {0xFDF0, 0xFFFD}}};
-constexpr std::array<Range, 5> nameRest = {{{'-', '.'}, {'0', '9'}, {0xB7, 0xB7}, {0x300, 0x36F}, {0x203F, 0x2040}}};
-
-template <std::size_t size>
-bool Lies(wchar unit, std::array<Range, size> const& ranges) {
-  return std::any_of(ranges.begin(), ranges.end(),
-                     [unit](Range const& range) { return unit >= range.first && unit <= range.last; });
-}
-
-/// Of the characters beyond U+FFFF, those up to U+EFFFF may stand anywhere in a name.
-bool IsNameStart(std::u16string_view units) {
-  return Lies(units[0], nameStarts) || (platform::BeginsWithPair(units) && units[0] < 0xDB80);
-}
-
 /// A colon stands between two names here, as in `x:a`: with others libxml2 finds no end of the name.
-bool IsNameCharacter(std::u16string_view units, bool isFirst) {
-  if (units[0] == u':') return !isFirst && units.size() > 1 && IsNameStart(units.substr(1));
-  return IsNameStart(units) || (!isFirst && Lies(units[0], nameRest));
+bool IsKeptInName(std::u16string_view units, bool isFirst) {
+  if (units[0] == u':') return !isFirst && units.size() > 1 && IsKeptInName(units.substr(1), true);
+  return IsNameCharacter(platform::BeginsWithPair(units) ? platform::CodePoint(units[0], units[1]) : units[0], isFirst);
 }
 
 wstring MakeName(std::u16string_view units) {
@@ -100,7 +67,7 @@ wstring MakeName(std::u16string_view units) {
   wstring name;
   while (!units.empty()) {
     std::size_t const length = platform::BeginsWithPair(units) ? 2 : 1;
-    name += IsNameCharacter(units, name.empty()) ? units.substr(0, length) : std::u16string_view(u"_");
+    name += IsKeptInName(units, name.empty()) ? units.substr(0, length) : std::u16string_view(u"_");
     units.remove_prefix(length);
   }
   return name;
