@@ -1,23 +1,19 @@
 // Any bytes as text, as UUID and as numbers, and any units as bytes.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "fuzz/require.h"
 #include "fuzz/units.h"
 #include "zam/zam.h"
 
 namespace {
 
 using namespace ZaM;
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 bool IsWellFormed(wstring const& text) {
   for (std::size_t i = 0; i < text.size(); ++i) {

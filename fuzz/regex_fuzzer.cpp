@@ -5,19 +5,15 @@
 #include <boost/regex.hpp>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <utility>
 
+#include "fuzz/require.h"
 #include "fuzz/units.h"
 #include "zam/foundation/regex.h"
 
 namespace {
 
 using namespace ZaM;
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 void Find(wstring const& pattern, bool ignoresCase, wstring const& text) {
   try {

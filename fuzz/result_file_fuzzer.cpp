@@ -2,11 +2,11 @@
 // as slots, what was read survives being written, and the example's reader takes a file or says why not.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "fuzz/require.h"
 #include "result_reader.h"
 #include "run_error.h"
 
@@ -16,10 +16,6 @@ using ZaM::FullResult;
 using ZaM::Ref;
 using ZaM::SparseResult;
 using ZaM::XmlSaxParser;
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 template <class ResultClass>
 std::string Written(ResultClass& result) {

@@ -2,9 +2,9 @@
 // were written, as far as XML can carry them.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/require.h"
 #include "fuzz/units.h"
 #include "tests/support/xml_text.h"
 #include "zam/zam.h"
@@ -16,10 +16,6 @@ using ZaM::wstring;
 using ZaM::XmlNode;
 using ZaM::XmlProperty;
 using ZaM::XmlTree;
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 /// Up to fifteen units.
 wstring TakeText(Bytes& bytes) {

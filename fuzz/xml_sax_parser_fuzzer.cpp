@@ -2,19 +2,15 @@
 // others, parse other documents in between, and throw.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "fuzz/require.h"
 #include "fuzz/scratch_file.h"
 #include "zam/zam.h"
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 std::string_view View(unsigned char const* text) {
   return reinterpret_cast<char const*>(text);

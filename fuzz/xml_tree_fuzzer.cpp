@@ -2,18 +2,14 @@
 // derived tree, which is read by callbacks, is what any other is.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/require.h"
 #include "fuzz/scratch_file.h"
 #include "tests/support/xml_text.h"
 #include "zam/zam.h"
 
 namespace {
-
-void Require(bool holds) {
-  if (!holds) std::abort();
-}
 
 void WriteAndRead(ZaM::XmlTree const& tree) {
   ZaM::XmlTree again;
