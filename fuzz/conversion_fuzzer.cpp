@@ -29,7 +29,7 @@ void ConvertBytes(std::string const& bytes) {
   Require(ConvertA2W(bytes, wide) && IsWellFormed(wide));
   std::string again;
   Require(ConvertW2A(wide, again));
-  if (wide.find(u'\uFFFD') == wstring::npos) Require(again == bytes.c_str());
+  if (wide.find(u'\uFFFD') == wstring::npos) Require(again == bytes.substr(0, bytes.find('\0')));
   wstring byParser;
   XmlSaxParser().ConvertString(reinterpret_cast<unsigned char const*>(bytes.data()),
                                static_cast<int>(std::strlen(bytes.c_str())), byParser);

@@ -32,6 +32,7 @@ using Step = void (PcaControl::*)(bool);
 void Run(PcaAnalyzer& analyzer, Step step, std::uint32_t marks) {
   static std::vector<Ref<Scalar>> const examples = [] {
     std::vector<Ref<Scalar>> made;
+    made.reserve(8);
     for (int i = 0; i < 8; ++i) made.emplace_back(Scalar::Create(i * i - 5.5));
     return made;
   }();

@@ -105,7 +105,7 @@ class Corpus {
   }
 
  private:
-  enum Kind : unsigned int { noFeature, noResult, emptyResult, invalidResult };  // else a valid one
+  enum Kind : unsigned int { NoFeature, NoResult, EmptyResult, InvalidResult };  // else a valid one
 
   void AddDocument(ByteSource& bytes) {
     path.resize(1 + bytes.Below(static_cast<unsigned int>(std::min<std::size_t>(path.size(), 256))));
@@ -115,16 +115,16 @@ class Corpus {
     DocumentNode* const document = DocumentNode::Create(id, nullptr);
     path.back()->AddChild(document);
     path.push_back(document);
-    if (kind == noResult) document->AddFeature(TaggedNode::Create("Sres"));
-    if (kind > noResult) {
-      Items const items = kind == emptyResult ? Items{} : Items{Item(assigned, value), Item(5, 9)};
-      document->AddFeature(ProbeResult::Create(items, kind != invalidResult));
+    if (kind == NoResult) document->AddFeature(TaggedNode::Create("Sres"));
+    if (kind > NoResult) {
+      Items const items = kind == EmptyResult ? Items{} : Items{Item(assigned, value), Item(5, 9)};
+      document->AddFeature(ProbeResult::Create(items, kind != InvalidResult));
     }
-    bool const carries = kind <= noResult && !plots.contains(id);
+    bool const carries = kind <= NoResult && !plots.contains(id);
     if (carries) plots[id].carrier = document;
     if (!carries) others.push_back(document);
-    if (kind != noFeature) decisions.emplace_back(id, kind > invalidResult && value >= -1e38F ? assigned : 0);
-    if (kind > invalidResult && plots.contains(id)) ++(assigned == id ? plots[id].good : plots[id].bad)[bin];
+    if (kind != NoFeature) decisions.emplace_back(id, kind > InvalidResult && value >= -1e38F ? assigned : 0);
+    if (kind > InvalidResult && plots.contains(id)) ++(assigned == id ? plots[id].good : plots[id].bad)[bin];
   }
 
   Ref<DocumentNode> root;

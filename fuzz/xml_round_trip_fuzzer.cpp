@@ -14,7 +14,6 @@ namespace {
 using ZaM::wchar;
 using ZaM::wstring;
 using ZaM::XmlNode;
-using ZaM::XmlProperty;
 using ZaM::XmlTree;
 
 /// Up to fifteen units.

@@ -22,6 +22,7 @@ Ref<DocumentNode> CreatePlotTree(std::size_t classes) {
 
 std::vector<double> Scaled(std::vector<float> const& curve, double factor) {
   std::vector<double> scaled;
+  scaled.reserve(curve.size());
   for (float const share : curve) scaled.push_back(static_cast<double>(share) * factor);
   return scaled;
 }

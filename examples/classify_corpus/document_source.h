@@ -25,8 +25,8 @@ class DocumentSource {
   /// Called for a folder that can't be listed, with the reason.
   using Complain = std::function<void(std::filesystem::path const& folder, std::string const& reason)>;
 
-  /// Without a path they come from standard input, with `separator` after each.
-  DocumentSource(std::vector<std::filesystem::path> paths, char separator, Complain complain);
+  /// Without a path they come from standard input, with `end` after each.
+  DocumentSource(std::vector<std::filesystem::path> paths, char end, Complain complaint);
 
   /// The next one; nothing at the end. Without `mayWait` also nothing where standard input hasn't brought one yet.
   std::optional<std::string> Next(bool mayWait);

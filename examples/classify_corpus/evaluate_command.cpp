@@ -117,6 +117,7 @@ Findings Test(Options const& options, Progress& progress, StageClocks& clocks, N
     return ReadCorpus(corpus, settings, options.jobs, progress, notes, ranks);
   });
   std::vector<Document const*> pointers;
+  pointers.reserve(tests.size());
   for (Document const& document : tests) pointers.push_back(&document);
   Findings findings = FindingsOn(corpus, documents, settings);
   findings.folds[options.fold] = {classes.documents, ofFold};

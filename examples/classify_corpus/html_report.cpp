@@ -108,7 +108,7 @@ report::Content ConfusionMatrix(Findings const& findings, ZaM::ErrorMatrix const
     return "It is left out: there are more than " + std::to_string(mostMatrixClasses) + " classes.";
   std::vector<std::string> const names(findings.ClassNames().begin() + 1, findings.ClassNames().end());
   report::Matrix table{"Documents by class, and by what they were taken for", names, names, {}};
-  table.columns.push_back("rejected");
+  table.columns.emplace_back("rejected");
   for (unsigned int row = 1; row <= classes; ++row) {
     table.counts.emplace_back();
     for (unsigned int column = 1; column <= classes; ++column)

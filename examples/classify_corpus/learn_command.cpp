@@ -73,6 +73,7 @@ int Learn(Options const& options, Notes& notes, Communicator& ranks) {
     std::vector<Document> const documents = ReadCorpus(corpus, options.settings, options.jobs, progress, notes, ranks);
     CountDocuments(corpus, documents, ranks);
     std::vector<Document const*> training;
+    training.reserve(documents.size());
     for (Document const& document : documents) training.push_back(&document);
     LearnedClasses const classes =
         LearnClasses(training, corpus.classNames, options.settings, options.jobs, progress, ranks, Receivers::First);

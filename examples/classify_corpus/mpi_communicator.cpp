@@ -23,12 +23,12 @@ int PieceOf(std::size_t rest) {
 }
 
 // MPI's own waiting keeps a processor busy, which another rank may need, and doesn't end at Ctrl-C.
-template <std::size_t Count>
-void Await(std::array<MPI_Request, Count> requests) {
+template <std::size_t count>
+void Await(std::array<MPI_Request, count> requests) {
   constexpr std::chrono::microseconds longestPause{1000};
   for (std::chrono::microseconds pause{1};; pause = std::min(2 * pause, longestPause)) {
     int isDone = 0;
-    MPI_Testall(Count, requests.data(), &isDone, MPI_STATUSES_IGNORE);
+    MPI_Testall(count, requests.data(), &isDone, MPI_STATUSES_IGNORE);
     if (isDone) return;
     StopIfInterrupted(CancelId::Classifying);
     std::this_thread::sleep_for(pause);

@@ -21,7 +21,7 @@ namespace classify {
 /// Errors: RunError, which names the target, of every operation; nothing is left of the part then.
 class PendingFile {
  public:
-  explicit PendingFile(std::filesystem::path const& target);
+  explicit PendingFile(std::filesystem::path const& given);
   PendingFile(PendingFile&& other) noexcept;
   PendingFile& operator=(PendingFile&&) = delete;
   /// Takes away what wasn't committed.

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 
 #include "interrupt.h"
@@ -80,7 +81,7 @@ void Progress::Draw() {
 std::string Progress::TimeLeft() {
   double const passed = std::chrono::duration<double>(Clock::now() - begun).count();
   if (passed < 1 || GetCurrent() == 0 || GetCurrent() >= GetMaximum()) return "";
-  auto const seconds = static_cast<std::uint64_t>(passed * (GetMaximum() - GetCurrent()) / GetCurrent() + 0.5);
+  auto const seconds = static_cast<std::uint64_t>(std::llround(passed * (GetMaximum() - GetCurrent()) / GetCurrent()));
   std::string const rest = std::to_string(seconds % 60);
   return ", " + Grouped(seconds / 60) + (rest.size() < 2 ? ":0" : ":") + rest + " left";
 }

@@ -36,6 +36,7 @@ std::vector<std::string> Questions(std::array<std::vector<TermCount>, termKindCo
     }
   }
   std::vector<std::string> questions;
+  questions.reserve(messages.size());
   for (MessageWriter& message : messages) questions.push_back(message.Take());
   return questions;
 }

@@ -27,7 +27,7 @@ struct TermKey {
   TermKind kind;
   std::uint32_t hash;
 
-  friend auto operator<=>(TermKey const&, TermKey const&) = default;
+  friend auto operator<=>(TermKey const&, TermKey const&) = default;  // NOLINT(modernize-use-nullptr): there is none
 };
 
 /// A term and how often it occurs; what occurs more often than a count can tell counts as the greatest.

@@ -19,7 +19,7 @@ namespace classify {
 /// The same documents in the same order give the same model.
 class Trainer {
  public:
-  explicit Trainer(TrainingSet documents);
+  explicit Trainer(TrainingSet given);
 
   /// The model of one class, with a count of 1 for the caller. Any number of threads may learn classes at once.
   /// Throws UserCanceledException(21) if the user wants to stop.

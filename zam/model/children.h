@@ -87,7 +87,7 @@ class ChildrenOf {
     /// The first child of the type, from where `walked` stands.
     explicit Place(Children::Place walked) : place(walked) { Find(); }
     /// The child, without a reference of its own.
-    T& operator*() const { return *child; }
+    T& operator*() const { return *child; }  // NOLINT(clang-analyzer-core.uninitialized.UndefReturn): not at the end
     T* operator->() const { return child; }
     /// Goes on to the next child of the type.
     Place& operator++() {

@@ -192,7 +192,7 @@ struct Vector256 {
     return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<__m128i const*>(entries)));
   }
 
-  ZAM_VECTOR256_INLINE static Register Changes(unsigned char const* table, unsigned int row) {
+  ZAM_VECTOR256_INLINE static Register Changes(unsigned char const* table, std::size_t row) {
     return _mm256_xor_si256(LoadRow(table + 16 * row), LoadRow(table + 16 * row - 16));
   }
 
@@ -204,7 +204,7 @@ struct Vector256 {
       // Moves the bit that chooses between the halves to the top of each byte.
       auto const half = _mm256_slli_epi16(bytes, 4 - std::countr_zero(rows));
       return _mm256_blendv_epi8(LookUpRows<rows / 2>(entries, places, bytes),
-                                LookUpRows<rows / 2>(entries + 8 * rows, places, bytes), half);
+                                LookUpRows<rows / 2>(entries + std::size_t{8} * rows, places, bytes), half);
     }
   }
 

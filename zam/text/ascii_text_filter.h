@@ -86,7 +86,7 @@ class ZAM_EXPORT AsciiTextFilter : public TextFilter {
   void SetMinWordLen(unsigned char length) { minWordLen = length; }
 
  protected:
-  AsciiTextFilter(unsigned char minWordLen, bool useDigits);
+  AsciiTextFilter(unsigned char shortest, bool withDigits);
   ~AsciiTextFilter() override;
 
  private:

@@ -8,6 +8,7 @@
 #define ZAM_TEXT_VECTOR_FILTER_H
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #include "zam/text/block_kernel.h"
@@ -86,7 +87,7 @@ class WideTranslator {
     for (auto mixed = Vector::Equal(symbols, mixedPage) & others; mixed != 0;) {
       unsigned int const page = text[std::countr_zero(mixed)] >> 8;
       auto const here = Vector::Equal(units.high, static_cast<unsigned char>(page));
-      auto const found = Vector::LookUp(Vector::LoadTable(table + 256 * page), units.low);
+      auto const found = Vector::LookUp(Vector::LoadTable(table + std::size_t{256} * page), units.low);
       symbols = Vector::Choose(here, found, symbols);
       mixed &= ~here;
     }

@@ -17,7 +17,7 @@ constexpr unsigned int inputSize = 32768;
 
 /// What is read in one call: what zlib inflates at once, and then it does so without a copy. What it has inflated in
 /// the same step as damaged data is lost.
-constexpr std::size_t blockSize = 2 * inputSize;
+constexpr std::size_t blockSize = std::size_t{2} * inputSize;
 
 /// What is written in one call, whose result is an int.
 constexpr std::size_t mostAtOnce = std::numeric_limits<int>::max();

@@ -43,7 +43,7 @@ class GzipFile {
 
  private:
   struct Closer {
-    void operator()(gzFile_s* stream) const;
+    void operator()(gzFile_s* opened) const;
   };
 
   platform::File file;                       // outlives the stream, and lets the lock go

@@ -61,11 +61,11 @@ class TagScan {
 /// External entities are passed over without being opened; internal ones are substituted where that is switched on.
 class PushParser {
  public:
-  /// Reports events to `handler`, which stays the caller's, with `userData`. The handler forwards what it is asked
-  /// about entities to the five operations below, or a document's entities are unknown. The content of an entity is
-  /// reported for each reference in the content of an element, also where entities aren't substituted. What is decoded
-  /// is in UTF-8, whatever encoding it declares.
-  PushParser(xmlSAXHandler const& handler, void* userData, bool doSubstituteEntities, bool isDecoded);
+  /// Reports events to `eventHandler`, which stays the caller's, with `handlerData`. The handler forwards what it is
+  /// asked about entities to the five operations below, or a document's entities are unknown. The content of an entity
+  /// is reported for each reference in the content of an element, also where entities aren't substituted. What is
+  /// decoded is in UTF-8, whatever encoding it declares.
+  PushParser(xmlSAXHandler const& eventHandler, void* handlerData, bool doSubstituteEntities, bool isInUtf8);
 
   PushParser(PushParser const&) = delete;
   PushParser& operator=(PushParser const&) = delete;

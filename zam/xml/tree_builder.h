@@ -36,9 +36,9 @@ class TreeBuilder final : public XmlEventReceiver {
 
   void OnStartElement(XmlElement const& element) override;
   void OnEndElement(std::string_view name) override;
-  void OnCharacters(std::string_view text) override;
-  void OnCData(std::string_view text) override;
-  void OnComment(std::string_view text) override;
+  void OnCharacters(std::string_view more) override;
+  void OnCData(std::string_view more) override;
+  void OnComment(std::string_view comment) override;
   void OnProcessingInstruction(std::string_view target, std::string_view data) override;
   void OnEntityReference(std::string_view name, std::string_view content) override;
 

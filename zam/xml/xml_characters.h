@@ -24,12 +24,12 @@ enum : std::uint8_t {
 /// Of ASCII characters.
 inline constexpr std::array<std::uint8_t, 256> characterClasses = [] {
   std::array<std::uint8_t, 256> made = {};
-  for (char const c : {'\t', '\n', '\r', ' '}) made[static_cast<std::size_t>(c)] |= IsBlank;
-  for (char c = 'a'; c <= 'z'; ++c) made[static_cast<std::size_t>(c)] |= BeginsName | IsInName;
-  for (char c = 'A'; c <= 'Z'; ++c) made[static_cast<std::size_t>(c)] |= BeginsName | IsInName;
-  for (char const c : {':', '_'}) made[static_cast<std::size_t>(c)] |= BeginsName | IsInName;
-  for (char c = '0'; c <= '9'; ++c) made[static_cast<std::size_t>(c)] |= IsInName;
-  for (char const c : {'-', '.'}) made[static_cast<std::size_t>(c)] |= IsInName;
+  for (char const c : {'\t', '\n', '\r', ' '}) made[static_cast<unsigned char>(c)] |= IsBlank;
+  for (char c = 'a'; c <= 'z'; ++c) made[static_cast<unsigned char>(c)] |= BeginsName | IsInName;
+  for (char c = 'A'; c <= 'Z'; ++c) made[static_cast<unsigned char>(c)] |= BeginsName | IsInName;
+  for (char const c : {':', '_'}) made[static_cast<unsigned char>(c)] |= BeginsName | IsInName;
+  for (char c = '0'; c <= '9'; ++c) made[static_cast<unsigned char>(c)] |= IsInName;
+  for (char const c : {'-', '.'}) made[static_cast<unsigned char>(c)] |= IsInName;
   return made;
 }();
 

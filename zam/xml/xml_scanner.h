@@ -87,7 +87,7 @@ class XmlScanner {
 
   bool Run();
   Step ScanStart();
-  Step ScanDeclaration(char const* declaration);
+  Step ScanDeclaration(char const* start);
   Step ScanMisc();
   Step ScanDocumentType();
   Step ScanContent();
