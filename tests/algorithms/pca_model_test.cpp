@@ -134,7 +134,7 @@ TEST_F(PcaModelTest, TakesWhatEndsAndNoMemoryForWhatIsOnlyPromised) {
     std::uint32_t accepted, refused;
   } const cases[] = {{0, 1, 2},          {0, 1, 0xFFFFFFFF},  {4, 0x100000, 0x100001},  // passes that end in time
                      {4, 0, 0xFFFFFFFF}, {8, 5, 6},           {8, 5, 0xFFFFFFFF},      {8, 4, 0},
-                     {12, 4, 6},         {12, 0, 0x7FFFFFFF}, {32, 0, 0x80000000}};
+                     {12, 4, 6},         {12, 0, 0x7FFFFFFF}, {32, 0, 0x80000000},     {32, 0x7FE00000, 0x7FF80000}};
   for (auto const& [place, accepted, refused] : cases) {
     for (std::uint32_t const number : {accepted, refused}) {
       std::string changed = bytes;

@@ -51,18 +51,20 @@ Control* PcaAnalyzer::CreateController() {
 }
 
 void PcaAnalyzer::setExamples(PcaControl* control) {
-  if (!control->GetExampleVector().empty() &&
-      control->GetExampleVector().size() == control->GetActivityVector().size()) {
-    ReportOutOfMemory([&] {
-      std::vector<Representation*> newExamples = control->GetExampleVector();
-      activity = control->GetActivityVector();
-      examples = std::move(newExamples);
-    });
-    control->SetExampleVector({});
-    control->SetActivityVector({});
-  }
+  std::size_t const count = control->GetExampleVector().size();
+  if (count != 0 && count == control->GetActivityVector().size()) TakeExamples(*control);
   targetActivity = static_cast<std::int8_t>(control->GetTargetActivity());
   exampleCount = static_cast<unsigned int>(std::count(activity.begin(), activity.end(), targetActivity));
+}
+
+void PcaAnalyzer::TakeExamples(PcaControl& control) {
+  ReportOutOfMemory([&] {
+    std::vector<Representation*> newExamples = control.GetExampleVector();
+    activity = control.GetActivityVector();
+    examples = std::move(newExamples);
+  });
+  control.SetExampleVector({});
+  control.SetActivityVector({});
 }
 
 void PcaAnalyzer::LearnAnew(PcaControl const& control) {

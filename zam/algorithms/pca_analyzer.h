@@ -136,7 +136,7 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
 
  private:
   template <class Entry>
-  using List = detail::Reporting<std::vector<Entry>>;
+  using List = detail::ReportingCopies<std::vector<Entry>>;
   struct Sums;
   class Projection;
 
@@ -144,6 +144,7 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
   void deallocate();
   void ForgetModel();
   void setExamples(PcaControl* control);
+  void TakeExamples(PcaControl& control);
 
   void LearnAnew(PcaControl const& control);
   bool prepare();

@@ -135,8 +135,8 @@ class ZAM_EXPORT PcaControl : public Control {
   double epsilon = 1e-6;
   RepTag representationTag = Representation::GetDefaultTag();
   RepTag resultTag = Representation::GetDefaultTag();
-  detail::Reporting<std::vector<Representation*>> exampleVector;  // not owned
-  detail::Reporting<std::vector<std::int8_t>> activityVector;
+  detail::ReportingCopies<std::vector<Representation*>> exampleVector;  // not owned
+  detail::ReportingCopies<std::vector<std::int8_t>> activityVector;
   Node* sourceNode = nullptr;  // not owned
   bool enableAcceleration = false;
 };

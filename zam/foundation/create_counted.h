@@ -42,19 +42,19 @@ namespace detail {
 /// A container as a field of a class that can be copied. A copy for which there is no memory ends in BaseException with
 /// id 5, so that the class needs no copy constructor of its own for that; a failed assignment changes nothing.
 template <class Container>
-class Reporting : public Container {
+class ReportingCopies : public Container {
  public:
   using Container::Container;
-  Reporting() = default;
+  ReportingCopies() = default;
   /// Copies.
-  Reporting(Container const& other) : Container(ReportOutOfMemory([&] { return Container(other); })) {}
+  ReportingCopies(Container const& other) : Container(ReportOutOfMemory([&] { return Container(other); })) {}
   /// Takes over.
-  Reporting(Container&& other) noexcept : Container(std::move(other)) {}
-  Reporting(Reporting const& other) : Reporting(static_cast<Container const&>(other)) {}
-  Reporting(Reporting&&) noexcept = default;
-  Reporting& operator=(Reporting const& other) { return *this = Reporting(other); }
-  Reporting& operator=(Reporting&&) noexcept = default;
-  ~Reporting() = default;
+  ReportingCopies(Container&& other) noexcept : Container(std::move(other)) {}
+  ReportingCopies(ReportingCopies const& other) : ReportingCopies(static_cast<Container const&>(other)) {}
+  ReportingCopies(ReportingCopies&&) noexcept = default;
+  ReportingCopies& operator=(ReportingCopies const& other) { return *this = ReportingCopies(other); }
+  ReportingCopies& operator=(ReportingCopies&&) noexcept = default;
+  ~ReportingCopies() = default;
 };
 
 }  // namespace detail

@@ -57,7 +57,7 @@ class ZAM_EXPORT CallBack {
  private:
   unsigned int current = 0;  // never above maximum
   unsigned int maximum = 0;
-  detail::Reporting<wstring> status;
+  detail::ReportingCopies<wstring> status;
 };
 
 }  // namespace ZaM

@@ -94,9 +94,9 @@ class ZAM_EXPORT DocumentNode : public Composite {
   ~DocumentNode() override;
 
  private:
-  unsigned int classId = 0;                        // 0: no class
-  DocumentNode* parentDocument = nullptr;          // not owned
-  detail::Reporting<std::vector<Node*>> children;  // one reference to each is ours
+  unsigned int classId = 0;                              // 0: no class
+  DocumentNode* parentDocument = nullptr;                // not owned
+  detail::ReportingCopies<std::vector<Node*>> children;  // one reference to each is ours
 };
 
 }  // namespace ZaM

@@ -52,7 +52,7 @@ class ZAM_EXPORT PreOrderTraverser<DocumentNode> {
   ~PreOrderTraverser() = default;
 
  private:
-  detail::Reporting<std::vector<DocumentNode*>> waiting;  // documents still to be returned, the next one last
+  detail::ReportingCopies<std::vector<DocumentNode*>> waiting;  // documents still to be returned, the next one last
 };
 
 }  // namespace ZaM

@@ -81,7 +81,7 @@ class ZAM_EXPORT ErrorMatrix : public Node, public Representation {
   ~ErrorMatrix() override;
 
  private:
-  using Totals = detail::Reporting<std::vector<unsigned int>>;
+  using Totals = detail::ReportingCopies<std::vector<unsigned int>>;
 
   bool Holds(unsigned int trueClass, unsigned int assignedClass) const;
   std::uint64_t Key(unsigned int trueClass, unsigned int assignedClass) const;
@@ -96,7 +96,7 @@ class ZAM_EXPORT ErrorMatrix : public Node, public Representation {
   Totals classExported;  // per true class
   Totals diagonal;
   // The other cells by their key. With 32 bits, as the ids have, cells would share keys above 65,536 classes.
-  detail::Reporting<std::map<std::uint64_t, unsigned int>> offDiagonal;
+  detail::ReportingCopies<std::map<std::uint64_t, unsigned int>> offDiagonal;
 };
 
 }  // namespace ZaM

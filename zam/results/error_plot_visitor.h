@@ -65,7 +65,7 @@ class ZAM_EXPORT ErrorPlotVisitor : public Visitor {
   void AttachPlot(DocumentNode& carrier);
 
   RepTag resultTag;
-  detail::Reporting<std::map<unsigned int, ErrorPlot*>> plots;  // by class id; none of the references is ours
+  detail::ReportingCopies<std::map<unsigned int, ErrorPlot*>> plots;  // by class id; none of the references is ours
 };
 
 }  // namespace ZaM

@@ -68,7 +68,7 @@ class ZAM_EXPORT ExternalRepFactoryPlatform {
   void Remove(Matches matches) noexcept;
   void ReleaseAll() noexcept;
 
-  detail::Reporting<std::vector<ExternalRepFactory*>> factories;  // in the order of their adding; never null
+  detail::ReportingCopies<std::vector<ExternalRepFactory*>> factories;  // in the order of their adding; never null
 };
 
 }  // namespace ZaM

@@ -107,8 +107,8 @@ class ZAM_EXPORT FullResult : public Result, public XmlSaxCallback {
  private:
   void ReplaceSlots(std::vector<FullResultItem> items);
 
-  detail::Reporting<std::vector<FullResultItem>> results;  // slot i belongs to class id i; at most maxSlots
-  detail::Reporting<std::vector<IndexedResult>>
+  detail::ReportingCopies<std::vector<FullResultItem>> results;  // slot i belongs to class id i; at most maxSlots
+  detail::ReportingCopies<std::vector<IndexedResult>>
       bestResults;  // the answer of GetBestResults; empty when there is none to keep
 };
 

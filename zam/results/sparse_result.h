@@ -93,7 +93,7 @@ class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
  private:
   IndexedResult const* Find(unsigned int classId) const;
 
-  detail::Reporting<std::vector<IndexedResult>> results;
+  detail::ReportingCopies<std::vector<IndexedResult>> results;
   detail::EntryPlaces places;  // of the first entry of each class id and group
 };
 

@@ -40,8 +40,8 @@ class ZAM_EXPORT XmlProperty {
   XmlProperty(wstring const& propertyName, wstring&& propertyValue)
       : name(propertyName), value(std::move(propertyValue)) {}
 
-  detail::Reporting<wstring> name;
-  detail::Reporting<wstring> value;
+  detail::ReportingCopies<wstring> name;
+  detail::ReportingCopies<wstring> value;
 };
 
 }  // namespace ZaM
