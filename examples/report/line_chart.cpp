@@ -64,12 +64,14 @@ class Drawing {
 
   void DrawGrid() {
     double const xDistance = TickDistance(chart.xEnd);
-    for (double value = 0; value <= chart.xEnd * 1.001; value += xDistance) {
+    for (int tick = 0; tick * xDistance <= chart.xEnd * 1.001; ++tick) {
+      double const value = tick * xDistance;
       svg.Line("grid", X(value), Y(0), X(value), top);
       svg.Text("tick middle", X(value), height - bottom + 16, Fixed(value, DigitsOf(xDistance)));
     }
     double const yDistance = TickDistance(yEnd);
-    for (double value = 0; value <= yEnd * 1.001; value += yDistance) {
+    for (int tick = 0; tick * yDistance <= yEnd * 1.001; ++tick) {
+      double const value = tick * yDistance;
       svg.Line("grid", left, Y(value), width - right, Y(value));
       svg.Text("tick end", left - 5, Y(value) + 4, Fixed(value, DigitsOf(yDistance)));
     }

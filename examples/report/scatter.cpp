@@ -30,6 +30,7 @@ double Quantile(std::vector<double>& values, std::size_t part, std::size_t parts
 
 std::vector<double> Values(std::vector<Dot const*> const& dots, double Dot::*axis) {
   std::vector<double> values;
+  values.reserve(dots.size());
   for (Dot const* dot : dots) values.push_back(dot->*axis);
   return values;
 }
@@ -72,8 +73,10 @@ class Labels {
       });
     };
     double moved = y;
-    for (int step = 1; step < 60 && covers(moved); ++step)
-      moved = y + (step % 2 == 0 ? 1 : -1) * (step + 1) / 2 * lineHeight / 2;
+    for (int step = 1; step < 60 && covers(moved); ++step) {
+      int const halves = (step + 1) / 2;  // of a line
+      moved = y + (step % 2 == 0 ? halves : -halves) * lineHeight / 2;
+    }
     boxes.push_back({x, moved, width});
     return moved;
   }
