@@ -16,8 +16,7 @@ wchar const* SentenceOf(std::uint32_t code) {
     case 0x80000002:
       return u"The thread tried to read or write data that is misaligned on hardware that does not provide alignment. "
              u"For example, 16-bit values must be aligned on 2-byte boundaries; 32-bit values on 4-byte boundaries, "
-             u"and "
-             u"so on.";
+             u"and so on.";
     case 0x80000003:
       return u"A breakpoint was encountered.";
     case 0x80000004:
@@ -41,8 +40,7 @@ wchar const* SentenceOf(std::uint32_t code) {
              u"bounds checking.";
     case 0xC000008D:
       return u"One of the operands in a floating-point operation is denormal. A denormal value is one that is too "
-             u"small "
-             u"to represent as a standard floating-point value.";
+             u"small to represent as a standard floating-point value.";
     case 0xC000008E:
       return u"The thread tried to divide a floating-point value by a floating-point divisor of zero.";
     case 0xC000008F:

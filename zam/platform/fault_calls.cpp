@@ -63,10 +63,10 @@ bool IsThrow(std::uintptr_t function) {
          function == AddressOf(&_Unwind_Resume);
 }
 
-// What AwaitReturn has changed, and what is to come of it.
+// The return address that AwaitReturn has replaced.
 struct AwaitedReturn {
-  std::uintptr_t* place = nullptr;  // null if none is waited for
-  std::uintptr_t address = 0;       // that was there
+  std::uintptr_t* place = nullptr;  // null if no return is awaited
+  std::uintptr_t address = 0;       // what stood there
 };
 [[gnu::tls_model("initial-exec")]] thread_local constinit AwaitedReturn awaited;
 
@@ -136,6 +136,28 @@ bool IsInSystem(ucontext_t const& context) noexcept {
   return isInside && !callsBack;
 }
 
+enum class Role { Program, Loader, CLibrary, Heap };
+
+/// `isInSystem` says that this function and all those inside of it belong to the C library or the loader.
+Role RoleOf(std::uintptr_t function, bool isInSystem) {
+  if (IsOfHeap(function)) return Role::Heap;
+  if (!isInSystem) return Role::Program;
+  return cLibrary.Contains(function) ? Role::CLibrary : Role::Loader;
+}
+
+bool MayHoldLock(Role role) {
+  return role == Role::CLibrary || role == Role::Heap;
+}
+
+/// Whether an exception may pass the function at this place. One that is still being entered lets it pass.
+bool LetsThrow(_Unwind_Context* frame, bool isExact) {
+  std::uintptr_t const function = _Unwind_GetRegionStart(frame);
+  std::uintptr_t const offset = _Unwind_GetIP(frame) - function;
+  HandlerTable const table(function, _Unwind_GetLanguageSpecificData(frame));
+  if (isExact && table.IsBeforeAll(offset)) return true;
+  return table.LetsThrow(isExact ? offset : offset - 1);
+}
+
 }  // namespace
 
 void FindCLibrary() noexcept {
@@ -156,27 +178,21 @@ FaultedCalls CallsAt(ucontext_t const& context) noexcept {
   constexpr int mostDepth = 64;  // more than what libraries put between a program's function and the fault
   FaultedCalls calls;
   int depth = 0;
-  bool isInSystem = IsInSystem(context);  // with this function as well
-  // Of the function before this one. The loader's outermost one holds no lock, and where it has bound a call it doesn't
-  // return before that does, which may throw.
-  bool isInsideOfBusy = false;
-  bool isInsideOfLoader = false;
+  bool isInSystem = IsInSystem(context);
+  Role callee = Role::Program;
   VisitFrames(context, [&](_Unwind_Context* frame, bool isExact) {
     std::uintptr_t const function = _Unwind_GetRegionStart(frame);
-    std::uintptr_t const offset = _Unwind_GetIP(frame) - function;
-    HandlerTable const table(function, _Unwind_GetLanguageSpecificData(frame));
-    bool const isBeingEntered = isExact && table.IsBeforeAll(offset);
-    bool const isForbidden = !isBeingEntered && !table.LetsThrow(isExact ? offset : offset - 1);
-    bool const isOfHeap = IsOfHeap(function);
     isInSystem = isInSystem && IsOfSystem(function);
-    bool const isBusy = isOfHeap || (isInSystem && cLibrary.Contains(function));
-    bool const isAwaited = isInsideOfBusy || (isInsideOfLoader && isInSystem);
-    if (isAwaited || isForbidden) calls.returnAddress = isExact ? nullptr : ReturnAddressOf(frame);
-    if (isAwaited || isForbidden || isBusy) calls.mayThrow = false;
-    if (isOfHeap) calls.isInHeapFunction = true;
+    Role const role = RoleOf(function, isInSystem);
+    // The loader's outermost function holds no lock. Where it has bound a call, it returns after that call, which may
+    // throw.
+    bool const awaitsCallee = MayHoldLock(callee) || (callee == Role::Loader && isInSystem);
+    bool const forbids = awaitsCallee || !LetsThrow(frame, isExact);
+    if (forbids) calls.returnAddress = isExact ? nullptr : ReturnAddressOf(frame);
+    if (forbids || MayHoldLock(role)) calls.mayThrow = false;
+    if (role == Role::Heap) calls.isInHeapFunction = true;
     if (IsThrow(function)) calls.isInThrow = true;
-    isInsideOfBusy = isBusy;
-    isInsideOfLoader = isInSystem && !isBusy;
+    callee = role;
     return ++depth < mostDepth;
   });
   return calls;

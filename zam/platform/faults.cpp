@@ -23,12 +23,12 @@ namespace ZaM::platform {
 
 namespace {
 
-/// A stack overflow that has been met at a place that no exception may come from.
+/// A stack overflow at a place where no exception may start, so that it has to wait.
 struct DelayedOverflow {
-  bool isThere = false;
+  bool isPending = false;
   void* instruction = nullptr;
   void* address = nullptr;
-  int steps = 0;  // single instructions that have been run since then
+  int steps = 0;  // instructions that were run one by one since then
 };
 
 struct ThreadFaults {
@@ -43,8 +43,8 @@ struct ThreadFaults {
 
 constexpr std::array faultSignals = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGTRAP};
 
-// What stood in our handlers' place before, and whether it was to serve once and has done so. Not behind a function's
-// guard, since a signal may come while that is being passed.
+// The handlers that ours replaced, and whether one that was to serve once has done so. No static variables of a
+// function: a signal may come while their guard is being passed.
 constinit std::array<struct sigaction, faultSignals.size()> actionsBefore = {};
 constinit std::array<std::atomic<bool>, faultSignals.size()> isUsedUp = {};
 
@@ -92,44 +92,44 @@ void Throw(FaultCode code, void* instruction, void* address, ucontext_t& context
   thisThread->translate(static_cast<std::uint32_t>(code), instruction, address, &context);
 }
 
-/// Brings a thread that has overflown its stack, and now goes on in the reserve, nearer to a place that an exception
-/// may come from, and throws when it is there. What is in the way are calls, which are waited for, and instructions of
-/// a function between such places, which are run one by one. Returns false if it gives up.
+/// Brings a thread that has overflowed its stack, and now runs on the reserve, one step nearer to a place where an
+/// exception may start, and throws when it is there. A step is the return of a call, or a single instruction between
+/// two such places. Returns false if it gives up.
 bool StepTowardsThrow(ucontext_t& context) {
   constexpr int mostSteps = 100'000;
   DelayedOverflow& delayed = thisThread->delayed;
   FaultedCalls const calls = CallsAt(context);
   bool const isWaiting = calls.returnAddress != nullptr;
-  delayed.isThere = !calls.mayThrow && (isWaiting || ++delayed.steps < mostSteps);
-  SetSingleStep(context, delayed.isThere && !isWaiting);
+  delayed.isPending = !calls.mayThrow && (isWaiting || ++delayed.steps < mostSteps);
+  SetSingleStep(context, delayed.isPending && !isWaiting);
   if (calls.mayThrow) Throw(FaultCode::StackOverflow, delayed.instruction, delayed.address, context, calls);
-  if (delayed.isThere && isWaiting) AwaitReturn(calls.returnAddress);
-  return delayed.isThere;
+  if (delayed.isPending && isWaiting) AwaitReturn(calls.returnAddress);
+  return delayed.isPending;
 }
 
-/// Whether this is what StepTowardsThrow has waited for. If it isn't, another fault came first, and the overflow is
-/// forgotten.
-bool IsNextStep(FaultCode code, ucontext_t& context) {
+/// Ends the wait of StepTowardsThrow; returns whether this fault is the one that it waited for. If it isn't, another
+/// fault came first, and the overflow is forgotten.
+bool TakeNextStep(FaultCode code, ucontext_t& context) {
   bool const hasReturned = TakeAwaitedReturn(context);
-  bool const wasThere = std::exchange(thisThread->delayed.isThere, false);
-  if (wasThere) SetSingleStep(context, false);
-  return hasReturned || (wasThere && code == FaultCode::SingleStep);
+  bool const wasPending = std::exchange(thisThread->delayed.isPending, false);
+  if (wasPending) SetSingleStep(context, false);
+  return hasReturned || (wasPending && code == FaultCode::SingleStep);
 }
 
-/// Throws what this fault is to become. Returns if it isn't to become anything: true if the thread can simply go on,
-/// false if the signal has to be passed on.
+/// Throws the exception for this fault. Returns if there is none: true if the thread can simply go on, false if the
+/// signal has to be passed on.
 bool Translate(siginfo_t const& signal, ucontext_t& context) {
   std::optional<FaultCode> code = FaultCodeOf(signal, context);
   if (!code || thisThread == nullptr) return false;
   FaultStack& stack = thisThread->stack;
   std::uintptr_t const stackPointer = StackPointer(context);
   if (IsOnAlternativeStack(stack, stackPointer)) return false;  // a fault while another one is being dealt with
-  if (IsNextStep(*code, context)) {
+  if (TakeNextStep(*code, context)) {
     StepTowardsThrow(context);
     return true;
   }
 
-  // As where there is no room for the frame of another signal.
+  // The system gives no address where the frame of another signal found no room.
   bool const hasNoAddress = signal.si_signo == SIGSEGV && signal.si_code == SI_KERNEL;
   constexpr std::uintptr_t mostSignalFrame = std::uintptr_t{16} * 1024;
   auto* const instruction = reinterpret_cast<void*>(InstructionPointer(context));
@@ -186,7 +186,8 @@ struct ProcessFaults {
     }
   }
 
-  /// Handlers that are installed later may pass on to ours. Where a program holds this code itself, nothing is found.
+  /// Handlers that are installed later may pass signals on to ours, so this code must not go. A program that holds it
+  /// itself finds no library to keep.
   static void StayLoaded() {
     Dl_info own = {};
     if (dladdr(&actionsBefore, &own) != 0) dlopen(own.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
