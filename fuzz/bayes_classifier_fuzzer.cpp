@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <limits>
 #include <map>
-#include <utility>
 #include <vector>
 
 #include "fuzz/byte_source.h"

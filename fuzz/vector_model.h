@@ -7,15 +7,14 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <valarray>
 
 namespace ZaM::test {
 
-template <unsigned int bytes, unsigned int bytesBehind, unsigned int numbersBehind>
+template <unsigned int bytes, unsigned int bytesAfter, unsigned int numbersAfter>
 struct VectorModel {
   static constexpr unsigned int width = bytes;
-  static constexpr unsigned int spill = bytesBehind;
+  static constexpr unsigned int spill = bytesAfter;
   using Register = std::array<unsigned char, width>;
   using Numbers = std::valarray<std::uint32_t>;
   using Table = unsigned char const*;
@@ -67,7 +66,7 @@ struct VectorModel {
   }
   template <unsigned int shift>
   static void StorePlaces(std::uint64_t keep, unsigned int count, std::uint32_t first, std::int32_t* to) {
-    auto* const end = to + numbersBehind;
+    auto* const end = to + numbersAfter;
     for (unsigned int i = 0; i < std::min(count, width); ++i) {
       if (keep >> i & 1) *to++ = static_cast<std::int32_t>(first + (i >> shift));
     }

@@ -21,10 +21,10 @@ double MacroF1(ZaM::ErrorMatrix const& matrix, std::size_t classes) {
 
 std::vector<Confusion> WorstOf(ZaM::ErrorMatrix const& matrix, std::size_t classes, std::size_t limit) {
   std::vector<Confusion> confusions;
-  for (unsigned int t = 1; t <= classes; ++t) {
-    for (unsigned int a = 1; a <= classes; ++a) {
-      unsigned int const count = t == a ? 0 : matrix.GetResult(t, a);
-      if (count > 0) confusions.push_back({count, t, a});
+  for (unsigned int actual = 1; actual <= classes; ++actual) {
+    for (unsigned int assigned = 1; assigned <= classes; ++assigned) {
+      unsigned int const count = actual == assigned ? 0 : matrix.GetResult(actual, assigned);
+      if (count > 0) confusions.push_back({count, actual, assigned});
     }
   }
   std::stable_sort(confusions.begin(), confusions.end(),

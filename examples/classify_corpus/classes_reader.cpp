@@ -4,7 +4,6 @@
 
 #include <bit>
 #include <cerrno>
-#include <cstring>
 #include <set>
 #include <string>
 #include <string_view>

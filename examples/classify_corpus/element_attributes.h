@@ -3,7 +3,6 @@
 #define CLASSIFY_CORPUS_ELEMENT_ATTRIBUTES_H
 
 #include <charconv>
-#include <cstdint>
 #include <optional>
 #include <string_view>
 

@@ -8,7 +8,6 @@
 #include <map>
 #include <sstream>
 #include <system_error>
-#include <utility>
 
 #include "run_error.h"
 #include "tags.h"

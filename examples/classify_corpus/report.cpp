@@ -1,7 +1,6 @@
 #include "report.h"
 
 #include <algorithm>
-#include <string_view>
 
 #include "class_figures.h"
 #include "number_text.h"

@@ -34,7 +34,7 @@ void ResultReader::OnEndElement(ZaM::XmlSaxParser* /*parser*/, unsigned char con
     EndDocument();
     place = Place::Fold;
   } else {
-    place = place == Place::Fold ? Place::Root : Place::Behind;
+    place = place == Place::Fold ? Place::Root : Place::AtEnd;
   }
 }
 
@@ -91,7 +91,7 @@ void ResultReader::EndDocument() {
 
 Findings ResultReader::Take() {
   if (place == Place::Outside) throw RunError{fileName + " is no result file: it holds no XML"};
-  if (place != Place::Behind) {
+  if (place != Place::AtEnd) {
     std::string const last = findings.Tested().empty() ? "" : " behind " + findings.Tested().back().name;
     Fail("it breaks off or is damaged" + last);
   }

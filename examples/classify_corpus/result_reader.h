@@ -32,7 +32,7 @@ class ResultReader : public ZaM::XmlSaxCallback {
   Findings Take();
 
  private:
-  enum class Place { Outside, Root, Fold, Document, Behind };
+  enum class Place { Outside, Root, Fold, Document, AtEnd };
 
   void StartRoot(std::string_view name, ElementAttributes attributes);
   void AddClass(ElementAttributes attributes);

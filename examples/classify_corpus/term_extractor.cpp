@@ -31,22 +31,22 @@ Terms TermExtractor::Extract(std::u16string_view text) {
   auto& words = occurrences[static_cast<std::size_t>(TermKind::Word)];
   auto& pairs = occurrences[static_cast<std::size_t>(TermKind::Pair)];
   // The stream is 0, word, 0, word, 0: a pair of words and the edges of a word are just longer stretches of it.
-  Stretch previous;  // word, with all zeros behind it; empty before the first one
+  Stretch previous;  // word, with all zeros after it; empty before the first one
   char const* const stream = symbols.data();
   for (std::size_t begin = 1, end = 0; begin < length; begin = end + 1) {
     auto const* const zero = static_cast<char const*>(std::memchr(stream + begin, 0, length - begin));
     if (zero == nullptr) break;
     end = static_cast<std::size_t>(zero - stream);
-    Stretch const behind = Measure(end, end + 1);
+    Stretch const separator = Measure(end, end + 1);
     if (end == begin) {  // a word of nothing but dropped marks
-      if (previous.length > 0) previous = Joined(previous, behind);
+      if (previous.length > 0) previous = Joined(previous, separator);
       continue;
     }
     Stretch const word = Measure(begin, end);
     words.push_back(word.hash);
     if (previous.length > 0) pairs.push_back(Joined(previous, word).hash);
     AddFragments(begin - 1, end + 1);
-    previous = Joined(word, behind);
+    previous = Joined(word, separator);
   }
   return MergeEqualTerms();
 }

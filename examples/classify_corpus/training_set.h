@@ -3,7 +3,6 @@
 #define CLASSIFY_CORPUS_TRAINING_SET_H
 
 #include <cstddef>
-#include <cstdint>
 #include <set>
 #include <span>
 #include <vector>

@@ -1,7 +1,5 @@
 #include "utf8.h"
 
-#include <algorithm>
-
 namespace classify {
 
 namespace {

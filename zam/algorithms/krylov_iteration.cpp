@@ -157,8 +157,8 @@ void KrylovIteration::Orthogonalize(std::size_t index) {
 bool KrylovIteration::IsApproximationDue() const {
   constexpr double passesTime = 0.045;  // for each entry and vector, where that of an approximation is size³
   double const entries = static_cast<double>(length) * static_cast<double>(length);
-  double const size3 = static_cast<double>(size) * static_cast<double>(size) * static_cast<double>(size);
-  return size >= count + last && passesTime * entries * static_cast<double>(size - formerSize) >= 2.0 * size3;
+  double const sizeCubed = static_cast<double>(size) * static_cast<double>(size) * static_cast<double>(size);
+  return size >= count + last && passesTime * entries * static_cast<double>(size - formerSize) >= 2.0 * sizeCubed;
 }
 
 void KrylovIteration::Approximate() {
@@ -200,7 +200,7 @@ bool KrylovIteration::MayLackCopies(double bound) const {
   return false;
 }
 
-// Replaces the basis by its best approximations. The next block stays behind it.
+// Replaces the basis by its best approximations. The next block still follows it.
 void KrylovIteration::KeepApproximations(std::size_t kept) {
   for (std::size_t start = 0; start < length; start += pieceLength) {
     std::size_t const piece = std::min(pieceLength, length - start);

@@ -108,23 +108,23 @@ bool Split(wstring const& text, wstring const& separator, wstring& left, wstring
     auto const found = Finder(sought).Find(Terminated(text), 0);
     if (found == wstring::npos) return false;
     wstring before(text, 0, found);
-    wstring behind(text, found + sought.size());
+    wstring after(text, found + sought.size());
     left = std::move(before);
-    right = std::move(behind);
+    right = std::move(after);
     return true;
   });
 }
 
 void SplitLocatorName(wstring name, wstring& first, wstring& second) {
   ReportOutOfMemory([&] {
-    wstring behind;
+    wstring after;
     auto const dot = Terminated(name).find(u'.');
     if (dot != wstring::npos && dot != 0) {
-      behind.assign(name, dot + 1);
+      after.assign(name, dot + 1);
       name.resize(dot);
     }
     first = std::move(name);
-    second = std::move(behind);
+    second = std::move(after);
   });
 }
 

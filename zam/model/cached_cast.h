@@ -26,7 +26,7 @@ class CachedCast {
     auto* const whole = static_cast<char*>(dynamic_cast<void*>(node));
     std::ptrdiff_t const place = reinterpret_cast<char*>(node) - whole;
     std::type_info const* const type = &typeid(*node);
-    Known& known = knowns[reinterpret_cast<std::uintptr_t>(type) / alignof(std::type_info) % knowns.size()];
+    Entry& known = cache[reinterpret_cast<std::uintptr_t>(type) / alignof(std::type_info) % cache.size()];
     if (known.type == type && known.place == place) {
       return known.isTarget ? reinterpret_cast<Target*>(whole + known.targetPlace) : nullptr;
     }
@@ -36,14 +36,14 @@ class CachedCast {
   }
 
  private:
-  struct Known {
+  struct Entry {
     std::type_info const* type = nullptr;
     std::ptrdiff_t place = 0;  // of the node within the whole object
     bool isTarget = false;
     std::ptrdiff_t targetPlace = 0;
   };
 
-  std::array<Known, 8> knowns;
+  std::array<Entry, 8> cache;
 };
 
 }  // namespace ZaM::detail

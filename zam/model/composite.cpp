@@ -90,9 +90,9 @@ class Walk {
     Node* const child = walk.Current();
     if (!child) return true;
     asked = child;
-    bool const goOn = ask(*child);
+    bool const answer = ask(*child);
     asked = nullptr;
-    return goOn;
+    return answer;
   }
 
   static thread_local constinit Walk* innermost;

@@ -107,11 +107,11 @@ bool IsLinkToFolder(int parent, char const* name) {
 bool DeleteTree(std::u16string_view path) {
   std::string native = OpenablePath(path);
   CutEnd(native);
-  std::size_t const behindSeparator = native.rfind('/') + 1;  // npos + 1 is 0
-  std::string name = native.substr(behindSeparator);
+  std::size_t const afterSeparator = native.rfind('/') + 1;  // npos + 1 is 0
+  std::string name = native.substr(afterSeparator);
   if (name.empty() || name == "." || name == "..") return false;
 
-  std::string const folder = behindSeparator == 0 ? "." : native.substr(0, behindSeparator);
+  std::string const folder = afterSeparator == 0 ? "." : native.substr(0, afterSeparator);
   Descriptor parent(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   if (!parent.IsOpen()) return false;
   if (IsLinkToFolder(parent.Number(), name.c_str())) return unlinkat(parent.Number(), name.c_str(), 0) == 0;

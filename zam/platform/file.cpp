@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <utility>
 
 #include "zam/platform/descriptor.h"
 #include "zam/platform/files.h"

@@ -21,17 +21,17 @@ namespace {
 /// the product of both lengths.
 bool Matches(std::u16string_view pattern, std::u16string_view name) {
   std::size_t at = 0;
-  std::size_t behindStar = std::u16string_view::npos;
+  std::size_t afterStar = std::u16string_view::npos;
   std::size_t starEnd = 0;
   for (std::size_t n = 0; n < name.size();) {
     if (at < pattern.size() && pattern[at] == u'*') {
-      behindStar = ++at;
+      afterStar = ++at;
       starEnd = n;
     } else if (at < pattern.size() && (pattern[at] == u'?' || LowerCase(pattern[at]) == LowerCase(name[n]))) {
       ++at;
       ++n;
-    } else if (behindStar != std::u16string_view::npos) {
-      at = behindStar;
+    } else if (afterStar != std::u16string_view::npos) {
+      at = afterStar;
       n = ++starEnd;
     } else {
       return false;

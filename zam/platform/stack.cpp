@@ -10,7 +10,7 @@ namespace ZaM::platform {
 
 namespace {
 
-thread_local constinit bool asked = false;  // once per thread is enough
+thread_local constinit bool areBoundsKnown = false;  // asked for once per thread
 thread_local constinit StackBounds bounds;
 
 }  // namespace
@@ -32,9 +32,9 @@ StackBounds BoundsOfThisThread() noexcept {
 }
 
 bool StackIsLow() noexcept {
-  if (!asked) {
+  if (!areBoundsKnown) {
     bounds = BoundsOfThisThread();
-    asked = true;
+    areBoundsKnown = true;
   }
   auto const here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
   std::uintptr_t const middle = bounds.low + (bounds.top - bounds.low) / 2;

@@ -38,10 +38,9 @@ void EntryPlaces::Append(Entries const& entries, std::uint64_t key) {
 }
 
 bool EntryPlaces::AreDistinct(Entries const& entries) {
-  return Build(entries, entries.size()) == entries.size();
+  return EntryPlaces().Build(entries, entries.size()) == entries.size();
 }
 
-// Returns how many different keys there are.
 std::size_t EntryPlaces::Build(Entries const& entries, std::size_t capacity) {
   slots = std::vector<std::uint32_t>(std::bit_ceil(2 * capacity + 2));
   std::size_t keys = 0;

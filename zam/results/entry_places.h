@@ -41,8 +41,8 @@ class EntryPlaces {
   /// Takes note that an entry of `key`, which `entries` hasn't got, is about to be appended.
   void Append(Entries const& entries, std::uint64_t key);
 
-  /// Whether all entries have different keys. Forgets what was known of another list.
-  bool AreDistinct(Entries const& entries);
+  /// Whether all entries have different keys.
+  static bool AreDistinct(Entries const& entries);
 
   /// Has to be called when entries were changed or moved otherwise.
   void Forget() noexcept {
@@ -51,6 +51,7 @@ class EntryPlaces {
   }
 
  private:
+  /// Makes the table of `entries`; returns how many different keys they have.
   std::size_t Build(Entries const& entries, std::size_t capacity);
   std::uint32_t& SlotOf(Entries const& entries, std::uint64_t key);
 

@@ -4,7 +4,6 @@
 #ifndef ZAM_RESULTS_RESULT_XML_H
 #define ZAM_RESULTS_RESULT_XML_H
 
-#include <cstdint>
 #include <optional>
 #include <string>
 

@@ -84,7 +84,7 @@ unsigned int SparseResult::GetFinalClassId(unsigned int n) {
 
 Result* SparseResult::Clone() {
   Ref<SparseResult> clone(Create());
-  if (ReportOutOfMemory([this] { return detail::EntryPlaces().AreDistinct(results); })) {
+  if (ReportOutOfMemory([this] { return detail::EntryPlaces::AreDistinct(results); })) {
     clone->results = results;
     return clone.Detach();
   }

@@ -19,7 +19,7 @@ struct NoPositions {
   std::int32_t* MakeRoom(std::int64_t) { return nullptr; }
   void Keep(std::size_t) {}
   void Add(std::int64_t) {}
-  void AddBehindLast() {}
+  void AddAfterLast() {}
   void Finish() {}
 };
 
@@ -30,7 +30,7 @@ class PositionList {
 
   explicit PositionList(std::vector<std::int32_t>& positions) : list(positions) { list.clear(); }
 
-  /// Where a kernel may write up to `count` entries, and touch a block's behind them. To be followed by `Keep`.
+  /// Where a kernel may write up to `count` entries, and touch a block's more after them. To be followed by `Keep`.
   std::int32_t* MakeRoom(std::int64_t count) {
     kept = list.size();
     list.resize(kept + static_cast<std::size_t>(count) + detail::blockUnits);
@@ -41,7 +41,7 @@ class PositionList {
   void Keep(std::size_t count) { list.resize(kept + count); }
 
   void Add(std::int64_t index) { list.push_back(static_cast<std::int32_t>(index)); }
-  void AddBehindLast() { Add(std::int64_t{list.back()} + 1); }
+  void AddAfterLast() { Add(std::int64_t{list.back()} + 1); }
 
   /// Lets the first entry point at what stands before the first symbol.
   void Finish() {
@@ -73,42 +73,42 @@ class AsciiTextFilter::Run {
   /// Returns the number of bytes written.
   unsigned int Filter() {
     if (outSize == 0) return 0;
-    out[o++] = 0;
+    out[written++] = 0;
     positions.Add(0);
     while (GoesOn()) {
       FilterBlocks();
       // Where blocks stop, another attempt has to wait, so that it doesn't cost more than it may save.
-      auto const pause = i + detail::blockUnits;
-      while (GoesOn() && i < pause) FilterWord();
+      auto const pause = next + detail::blockUnits;
+      while (GoesOn() && next < pause) FilterWord();
     }
-    if (!closed && out[o - 1] != 0) {
-      out[o++] = 0;
-      positions.AddBehindLast();
+    if (!closed && out[written - 1] != 0) {
+      out[written++] = 0;
+      positions.AddAfterLast();
     }
     positions.Finish();
-    return static_cast<unsigned int>(o);
+    return static_cast<unsigned int>(written);
   }
 
  private:
   static constexpr bool wide = sizeof(Unit) > 1;
 
-  bool GoesOn() const { return i < length && !full && (!wide || o < outSize - 2); }
+  bool GoesOn() const { return next < length && !full && (!wide || written < outSize - 2); }
 
   /// Hands whole blocks to the kernel, as many bytes at once as positions can be buffered for.
   void FilterBlocks() {
     if (!filter.kernel) return;
     detail::Progress done;
     do {
-      auto const left = length - i;
+      auto const left = length - next;
       auto const most = std::min((wide ? 4 : 1) * left + 1, Positions::mostAtOnce);  // bytes that come of it
-      auto const room = std::clamp<std::int64_t>(wide ? outSize - 2 - o : outSize - o, 0, most);
-      done =
-          CallKernel({text + i, static_cast<std::size_t>(left), symbols, filter.pageTable, filter.minWordLen, out + o,
-                      static_cast<std::size_t>(room), positions.MakeRoom(room), static_cast<std::uint32_t>(i)});
+      auto const room = std::clamp<std::int64_t>(wide ? outSize - 2 - written : outSize - written, 0, most);
+      done = CallKernel({text + next, static_cast<std::size_t>(left), symbols, filter.pageTable, filter.minWordLen,
+                         out + written, static_cast<std::size_t>(room), positions.MakeRoom(room),
+                         static_cast<std::uint32_t>(next)});
       positions.Keep(done.written);
       closed = done.closed;
-      i += static_cast<std::int64_t>(done.taken);
-      o += static_cast<std::int64_t>(done.written);
+      next += static_cast<std::int64_t>(done.taken);
+      written += static_cast<std::int64_t>(done.written);
     } while (done.taken > detail::blockUnits && GoesOn());
   }
 
@@ -122,12 +122,12 @@ class AsciiTextFilter::Run {
 
   /// Filters up to the end of the next word.
   void FilterWord() {
-    while (i < length && Symbol(i) == detail::Symbols::separator) ++i;
-    auto end = i;
+    while (next < length && Symbol(next) == detail::Symbols::separator) ++next;
+    auto end = next;
     while (end < length && Symbol(end) != detail::Symbols::separator && !IsIdeograph(Symbol(end))) ++end;
     bool const hasIdeograph = end < length && IsIdeograph(Symbol(end));
-    if (end - i < filter.minWordLen && !hasIdeograph) {
-      i = end;
+    if (end - next < filter.minWordLen && !hasIdeograph) {
+      next = end;
     } else if constexpr (wide) {
       CopyWideWord();
     } else {
@@ -137,35 +137,36 @@ class AsciiTextFilter::Run {
 
   /// Copies the word whole, or nothing of it and ends the work.
   void CopyNarrowWord(std::int64_t end) {
-    if (o + (end - i) + 1 > outSize) {
+    if (written + (end - next) + 1 > outSize) {
       full = true;
       return;
     }
-    auto const behindSeparator = std::min(end + 1, length);
-    for (; i < behindSeparator; ++i) Write(Symbol(i));
+    auto const afterSeparator = std::min(end + 1, length);
+    for (; next < afterSeparator; ++next) Write(Symbol(next));
   }
 
   /// Copies what fits of a word, through its separator or the first ideograph that ends it.
   void CopyWideWord() {
-    for (unsigned char symbol = detail::Symbols::dropped; i < length && symbol != detail::Symbols::separator; ++i) {
-      symbol = Symbol(i);
+    for (unsigned char symbol = detail::Symbols::dropped; next < length && symbol != detail::Symbols::separator;
+         ++next) {
+      symbol = Symbol(next);
       if (IsIdeograph(symbol)) {
         CopyIdeograph();
-        symbol = static_cast<unsigned char>(out[o - 1]);  // a 0 if the word is complete
-      } else if (symbol != detail::Symbols::dropped && o < outSize - 1) {
+        symbol = static_cast<unsigned char>(out[written - 1]);  // a 0 if the word is complete
+      } else if (symbol != detail::Symbols::dropped && written < outSize - 1) {
         Write(symbol);
       }
     }
   }
 
   void CopyIdeograph() {
-    if (o >= outSize - 5) {
+    if (written >= outSize - 5) {
       full = true;
       return;
     }
-    auto const count = filter.EncodeCJK(text[i], out + o);
-    o += count;
-    for (std::int32_t k = 0; k < count; ++k) positions.Add(i);
+    auto const count = filter.EncodeCJK(text[next], out + written);
+    written += count;
+    for (std::int32_t k = 0; k < count; ++k) positions.Add(next);
   }
 
   unsigned char Symbol(std::int64_t index) const { return symbols[text[index]]; }
@@ -173,8 +174,8 @@ class AsciiTextFilter::Run {
   static bool IsIdeograph(unsigned char symbol) { return wide && symbol == detail::Symbols::ideograph; }
 
   void Write(unsigned char symbol) {
-    out[o++] = static_cast<char>(symbol);
-    positions.Add(i);
+    out[written++] = static_cast<char>(symbol);
+    positions.Add(next);
   }
 
   AsciiTextFilter& filter;
@@ -185,10 +186,10 @@ class AsciiTextFilter::Run {
   std::int64_t outSize;  // signed and wide, so that the bounds below it may turn negative
   Positions& positions;
 
-  std::int64_t i = 0;   // where it reads
-  std::int64_t o = 0;   // where it writes
-  bool full = false;    // something didn't fit that must not be skipped
-  bool closed = false;  // a kernel has filtered up to the end of the text, and the stream ends in a 0
+  std::int64_t next = 0;     // the index of the unit to be read
+  std::int64_t written = 0;  // bytes of `out`
+  bool full = false;         // something didn't fit that must not be skipped
+  bool closed = false;       // a kernel has filtered up to the end of the text, and the stream ends in a 0
 };
 
 }  // namespace ZaM

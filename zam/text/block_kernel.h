@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 #include "zam/text/ascii_text_filter.h"
 

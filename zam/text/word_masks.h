@@ -6,7 +6,7 @@
 //     letters     100111001101011
 //     whole       111111111111100      up to the last end of a word: "do" may go on, and is left to the next block
 //     words       000111001100000      runs of at least two letters
-//     ends        000000100010000      the separator behind each of them
+//     ends        000000100010000      the separator after each of them
 //     keep        000111101110000
 //
 // So a word never straddles two blocks, and no state passes from one to the next. A word of 64 units or more leaves
@@ -72,7 +72,7 @@ constexpr std::uint64_t LongRuns(std::uint64_t bits, unsigned int length) {
 }
 
 /// The runs of `letters` that follow a bit of `marks` directly.
-constexpr std::uint64_t RunsBehind(std::uint64_t marks, std::uint64_t letters) {
+constexpr std::uint64_t RunsAfter(std::uint64_t marks, std::uint64_t letters) {
   auto const starts = marks << 1 & letters;
   return letters & ~(letters + starts);  // the carry clears each run that a start was added to
 }
@@ -89,7 +89,7 @@ constexpr std::uint64_t RunsBefore(std::uint64_t marks, std::uint64_t letters) {
 
 /// Plans a block of which the first `units`, one at least, are text. If these aren't all, the text ends there, and the
 /// others are separators: the first of them closes the last word, unless it was left open by a unit that writes
-/// nothing. The 0 behind that one has another place.
+/// nothing. The 0 after that one has another place.
 [[gnu::always_inline]] inline BlockPlan PlanBlock(BlockMasks const& block, unsigned int minWordLen,
                                                   unsigned int units) {
   auto const separators = ~(block.letters | block.ideographs);
@@ -100,7 +100,7 @@ constexpr std::uint64_t RunsBefore(std::uint64_t marks, std::uint64_t letters) {
   auto const letters = block.letters & whole;
   auto const ideographs = block.ideographs & whole;
   auto words = LongRuns(letters, minWordLen);
-  if (ideographs != 0) words |= RunsBefore(ideographs, letters) | RunsBehind(block.open, letters) | ideographs;
+  if (ideographs != 0) words |= RunsBefore(ideographs, letters) | RunsAfter(block.open, letters) | ideographs;
   bool const closed = units < blockUnits && (block.dropped >> (units - 1) & 1) == 0;
   auto const text = ~std::uint64_t{0} >> (blockUnits - units - closed);
   auto const ends = (words & ~(ideographs & ~block.open)) << 1 & separators & text;
