@@ -92,7 +92,7 @@ void ResultReader::EndDocument() {
 Findings ResultReader::Take() {
   if (place == Place::Outside) throw RunError{fileName + " is no result file: it holds no XML"};
   if (place != Place::AtEnd) {
-    std::string const last = findings.Tested().empty() ? "" : " behind " + findings.Tested().back().name;
+    std::string const last = findings.Tested().empty() ? "" : " after " + findings.Tested().back().name;
     Fail("it breaks off or is damaged" + last);
   }
   return std::move(findings);
