@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <cstring>
 
-#define ZAM_VECTOR256 __attribute__((target("avx2,bmi,bmi2,lzcnt,popcnt")))
+#define ZAM_VECTOR256 __attribute__((target("avx2,bmi,bmi2,popcnt")))
 #define ZAM_VECTOR256_INLINE ZAM_VECTOR256 __attribute__((always_inline)) inline
 
 namespace ZaM::platform {

@@ -12,7 +12,7 @@
 #include <cstdint>
 
 #define ZAM_VECTOR512 \
-  __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,avx512vnni,bmi,bmi2,lzcnt,popcnt")))
+  __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,avx512vnni,bmi,bmi2,popcnt")))
 #define ZAM_VECTOR512_INLINE ZAM_VECTOR512 __attribute__((always_inline)) inline
 
 namespace ZaM::platform {
@@ -60,7 +60,8 @@ struct Vector512 {
     __builtin_cpu_init();  // a static object may ask before the compiler's own initialisation has run
     return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
            __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2") &&
-           __builtin_cpu_supports("avx512vnni") && __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt");
+           __builtin_cpu_supports("avx512vnni") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
+           __builtin_cpu_supports("popcnt");
   }
 
   ZAM_VECTOR512_INLINE static Register Load(void const* from) { return _mm512_loadu_si512(from); }
