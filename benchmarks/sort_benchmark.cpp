@@ -1,10 +1,10 @@
 // Sorting a million pointers by keys behind them, against the sorts of the two standard libraries with the same
 // comparison.
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <random>
 #include <vector>
 

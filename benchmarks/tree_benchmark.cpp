@@ -34,6 +34,7 @@ void Tree(benchmark::State& state, int documents) {
 void Vector(benchmark::State& state, int documents) {
   for (auto _ : state) {
     std::vector<DocumentNode*> nodes;
+    nodes.reserve(static_cast<std::size_t>(documents));
     for (int i = 0; i < documents; ++i) nodes.push_back(DocumentNode::Create());
     benchmark::DoNotOptimize(nodes.data());
     for (DocumentNode* node : nodes) node->Release();
