@@ -1,4 +1,4 @@
-// What docs/guide.md shows, with the pieces in examples/guide; scripts/check-docs compares the two.
+// What docs/guide.md shows, with the pieces beside this; scripts/check-docs compares the two.
 #include <gtest/gtest.h>
 #include <zam/zam.h>
 
