@@ -4,9 +4,9 @@
 #include <libxml/encoding.h>
 #include <libxml/xmlwriter.h>
 #include <malloc.h>
-#include <stdlib.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <memory>
 #include <pugixml.hpp>
 #include <string>
