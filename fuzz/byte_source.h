@@ -1,12 +1,9 @@
-// What the bytes of a fuzz input choose, one after the other, and rules that have to hold whatever they choose.
+// What the bytes of a fuzz input choose, one after the other.
 #ifndef FUZZ_BYTE_SOURCE_H
 #define FUZZ_BYTE_SOURCE_H
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 
 namespace ZaM::test {
 
@@ -25,27 +22,10 @@ class ByteSource {
     return values[Below(count)];
   }
 
-  /// Any number that a type without pointers can hold, from as many bytes as it has.
-  template <class Number>
-  Number Any() {
-    unsigned char bytes[sizeof(Number)];
-    for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(Below(256));
-    Number number;
-    std::memcpy(&number, bytes, sizeof number);
-    return number;
-  }
-
  private:
   std::uint8_t const* next;
   std::uint8_t const* end;
 };
-
-/// Ends the process where a rule is broken, and says which.
-inline void Require(bool holds, char const* rule) {
-  if (holds) return;
-  std::fprintf(stderr, "broken: %s\n", rule);
-  std::abort();
-}
 
 }  // namespace ZaM::test
 

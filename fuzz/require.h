@@ -2,11 +2,14 @@
 #ifndef FUZZ_REQUIRE_H
 #define FUZZ_REQUIRE_H
 
+#include <cstdio>
 #include <cstdlib>
 
-/// Ends the process unless it holds.
-inline void Require(bool holds) {
-  if (!holds) std::abort();
+/// Ends the process unless it holds; says which rule is broken, if it is named.
+inline void Require(bool holds, char const* rule = nullptr) {
+  if (holds) return;
+  if (rule != nullptr) std::fprintf(stderr, "broken: %s\n", rule);
+  std::abort();
 }
 
 #endif

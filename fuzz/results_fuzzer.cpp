@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "fuzz/byte_source.h"
+#include "fuzz/require.h"
 #include "fuzz/result_in_xml.h"
 #include "tests/support/result_items.h"
 

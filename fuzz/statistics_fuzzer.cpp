@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "fuzz/byte_source.h"
+#include "fuzz/require.h"
 #include "tests/support/probe_nodes.h"
 #include "tests/support/result_items.h"
 
