@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/xml/readers.h"
+#include "zam/platform/unicode.h"
 #include "zam/zam.h"
 
 namespace ZaM::test {
@@ -57,6 +58,31 @@ TEST(XmlSaxParser, KeepsTextsOfEverySizeWhole) {
     };
     Parse(parser, "<a><b>" + content + "</b>s<c/>" + content, &recorder);
     EXPECT_TRUE(recorder.log.starts_with("^<a><b>[" + expected + "]</b>[s]<c></c>")) << expected.size();
+  }
+}
+
+TEST(XmlSaxParser, TakesWellFormedUtf8AndNoOtherWhereverItStands) {
+  using namespace std::string_literals;
+  std::string const bytes = "A\x7F\x80\x8F\x90\x9F\xA0\xBD\xBE\xBF\xC2\xE1"s;
+  for (char const first : "\x80\xC1\xC2\xDF\xE0\xE1\xED\xEF\xF0\xF4\xF5"s) {
+    for (char const second : bytes) {
+      for (char const third : bytes) {
+        std::string const sequence = {first, second, third, (second ^ third) & 1 ? 'A' : '\x80'};
+        bool const isLast = sequence.starts_with("\xEF\xBF\xBE") || sequence.starts_with("\xEF\xBF\xBF");
+        bool const isGood = platform::IsUtf8(sequence) && !isLast;
+        for (std::size_t place = 0; place < 18; ++place) {
+          std::string const text = Repeated("x", place / 2) + Repeated("\xD0\x96", place % 2) + sequence + "\xD0\x96";
+          XmlSaxParser parser;
+          Recorder recorder;
+          Parse(parser, "<a p='" + text + "'><b>" + text + "</b></a>", &recorder);
+          EXPECT_EQ(recorder.log == "^<a p='" + text + "'><b>[" + text + "]</b></a>$", isGood)
+              << testing::PrintToString(text);
+          Recorder inText;
+          Parse(parser, "<a>" + text + "</a>", &inText);
+          EXPECT_EQ(inText.log == "^<a>[" + text + "]</a>$", isGood) << testing::PrintToString(text);
+        }
+      }
+    }
   }
 }
 

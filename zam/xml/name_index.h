@@ -34,7 +34,7 @@ class NameIndex {
   std::uint32_t Insert(std::string_view name) {
     if (2 * (names.size() + 1) > mask + 1) Grow();
     auto const hashed = static_cast<std::uint32_t>(hash(name));
-    Slot& slot = SlotOf(name, hashed);
+    Slot& slot = slots[PlaceOf(name, hashed)];
     if (slot.round != round) {
       names.push_back(name);
       slot = {hashed, round, Count() - 1};
@@ -44,9 +44,9 @@ class NameIndex {
 
   [[nodiscard]] std::uint32_t Count() const { return static_cast<std::uint32_t>(names.size()); }
 
-  [[nodiscard]] std::uint32_t Find(std::string_view name) {
+  [[nodiscard]] std::uint32_t Find(std::string_view name) const {
     if (names.empty()) return none;
-    Slot const& slot = SlotOf(name, static_cast<std::uint32_t>(hash(name)));
+    Slot const& slot = slots[PlaceOf(name, static_cast<std::uint32_t>(hash(name)))];
     return slot.round == round ? slot.number : none;
   }
 
@@ -63,15 +63,16 @@ class NameIndex {
     before.swap(slots);
     mask = slots.size() - 1;
     for (Slot const& slot : before) {
-      if (slot.round == round) SlotOf(names[slot.number], slot.hash) = slot;
+      if (slot.round == round) slots[PlaceOf(names[slot.number], slot.hash)] = slot;
     }
   }
 
-  Slot& SlotOf(std::string_view name, std::uint32_t hashed) {
+  /// Of the slot that has the name, or where it goes.
+  [[nodiscard]] std::size_t PlaceOf(std::string_view name, std::uint32_t hashed) const {
     std::size_t i = hashed & mask;
     auto const isOther = [&](Slot const& slot) { return slot.hash != hashed || names[slot.number] != name; };
     while (slots[i].round == round && isOther(slots[i])) i = (i + 1) & mask;
-    return slots[i];
+    return i;
   }
 
   NameHash hash;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "zam/xml/name_hash.h"
+#include "zam/xml/name_index.h"
 
 namespace ZaM::detail {
 
@@ -34,6 +35,7 @@ class XmlDeclarations {
     std::string value;
   };
   struct Element {
+    std::string name;
     std::unordered_map<std::string_view, bool, NameHash> attributes;  // and whether each is of tokens
     bool hasTokens = false;                                           // whether any is
     std::deque<Default> named;             // all of them; those without a default have no value
@@ -43,7 +45,7 @@ class XmlDeclarations {
 
   /// The first declaration of an attribute counts.
   void AddAttribute(std::string_view element, std::string_view name, bool isOfTokens, char const* value) {
-    Element& declared = elements[std::string(element)];
+    Element& declared = At(element);
     if (declared.attributes.contains(name)) return;
     declared.named.push_back({std::string(name), value == nullptr ? "" : value});
     declared.attributes.emplace(declared.named.back().name, isOfTokens);
@@ -53,17 +55,26 @@ class XmlDeclarations {
 
   /// Likewise.
   void AddContent(std::string_view element, XmlContent declared) {
-    XmlContent& content = elements[std::string(element)].content;
+    XmlContent& content = At(element).content;
     if (content == XmlContent::Undeclared) content = declared;
   }
 
   [[nodiscard]] Element const* Find(std::string_view element) const {
-    auto const found = elements.find(element);
-    return found == elements.end() ? nullptr : &found->second;
+    std::uint32_t const number = index.Find(element);
+    return number == NameIndex::none ? nullptr : &elements[number];
   }
 
  private:
-  std::unordered_map<std::string, Element, NameHash, std::equal_to<>> elements;
+  Element& At(std::string_view name) {
+    std::uint32_t const number = index.Find(name);
+    if (number != NameIndex::none) return elements[number];
+    elements.emplace_back().name = name;
+    index.Insert(elements.back().name);
+    return elements.back();
+  }
+
+  std::deque<Element> elements;
+  NameIndex index;  // of them
 };
 
 }  // namespace ZaM::detail

@@ -25,19 +25,17 @@ char const* DeclaredPrefix(std::string_view name) {
 
 }  // namespace
 
-void XmlEventShaper::StartElement(std::string_view name, std::vector<XmlAttribute>& attributes,
-                                  XmlDeclarations const* declarations) {
-  if (options.isModel || !options.keepsBlanks) {
-    EndText(false);
-    CountChild(false);
-    ReportOutOfMemory([&] {
-      OpenElement(attributes);
-      if (options.isModel) DeclarePrefixes(attributes, declarations == nullptr ? nullptr : declarations->Find(name));
-      // libxml2 looks for declarations of the name without its prefix.
-      auto const* const model = declarations == nullptr ? nullptr : declarations->Find(LocalName(name));
-      if (model != nullptr) open.back().content = model->content;
-    });
-  }
+void XmlEventShaper::ShapeStart(std::string_view name, std::vector<XmlAttribute>& attributes,
+                                XmlDeclarations const* declarations) {
+  EndText(false);
+  CountChild(false);
+  ReportOutOfMemory([&] {
+    OpenElement(attributes);
+    if (options.isModel) DeclarePrefixes(attributes, declarations == nullptr ? nullptr : declarations->Find(name));
+    // libxml2 looks for declarations of the name without its prefix.
+    auto const* const model = declarations == nullptr ? nullptr : declarations->Find(LocalName(name));
+    if (model != nullptr) open.back().content = model->content;
+  });
   receiver.OnStartElement({name, LocalName(name), attributes});
 }
 
@@ -51,13 +49,10 @@ void XmlEventShaper::OpenElement(std::vector<XmlAttribute> const& attributes) {
   open.push_back({XmlContent::Undeclared, space});
 }
 
-void XmlEventShaper::EndElement(std::string_view name) {
-  if (!open.empty()) {
-    EndText(true);
-    ForgetPrefixes(open.back().prefixes);
-    open.pop_back();
-  }
-  receiver.OnEndElement(name);
+void XmlEventShaper::ShapeEnd() {
+  EndText(true);
+  ForgetPrefixes(open.back().prefixes);
+  open.pop_back();
 }
 
 void XmlEventShaper::CData(std::string_view text) {

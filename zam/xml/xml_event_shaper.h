@@ -21,7 +21,7 @@ namespace ZaM::detail {
 class XmlEventShaper {
  public:
   XmlEventShaper(XmlEventReceiver& eventReceiver, XmlEventOptions const& eventOptions)
-      : options(eventOptions), receiver(eventReceiver) {}
+      : options(eventOptions), receiver(eventReceiver), isPlain(options.keepsBlanks && !options.isModel) {}
   XmlEventShaper(XmlEventShaper const&) = delete;
   XmlEventShaper& operator=(XmlEventShaper const&) = delete;
 
@@ -29,8 +29,13 @@ class XmlEventShaper {
   void EndDocument() { receiver.OnEndDocument(); }
 
   /// `attributes`, whose local names aren't looked at, is changed. Null where nothing is declared.
-  void StartElement(std::string_view name, std::vector<XmlAttribute>& attributes, XmlDeclarations const* declarations);
-  void EndElement(std::string_view name);
+  void StartElement(std::string_view name, std::vector<XmlAttribute>& attributes, XmlDeclarations const* declarations) {
+    isPlain ? receiver.OnStartElement({name, name, attributes}) : ShapeStart(name, attributes, declarations);
+  }
+  void EndElement(std::string_view name) {
+    if (!isPlain) ShapeEnd();
+    receiver.OnEndElement(name);
+  }
 
   /// Text that isn't empty. `isLiteral` where no reference stands for it.
   void Text(std::string_view text, bool isLiteral) {
@@ -66,6 +71,8 @@ class XmlEventShaper {
     std::size_t prefixes = 0;  // that it declares
   };
 
+  void ShapeStart(std::string_view name, std::vector<XmlAttribute>& attributes, XmlDeclarations const* declarations);
+  void ShapeEnd();
   void HoldText(std::string_view text, bool isLiteral);
   void EndText(bool isInFrontOfEnd);
   void CountChild(bool isText);
@@ -78,7 +85,8 @@ class XmlEventShaper {
   [[nodiscard]] std::string_view LocalName(std::string_view name) const;
 
   XmlEventReceiver& receiver;
-  std::vector<Open> open;  // empty where neither is asked for
+  bool const isPlain;      // neither is asked for
+  std::vector<Open> open;  // empty then
   // And by how many elements that are open each is declared.
   std::unordered_map<std::string, unsigned int, NameHash, std::equal_to<>> prefixes;
   std::vector<std::string> declaredPrefixes;

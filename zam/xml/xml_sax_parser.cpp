@@ -53,7 +53,7 @@ FileIOException Failure(std::int32_t id, wstring const& filename) {
 
 /// One parse. While it lives the parser's stack is that of this parse; afterwards it is again what it was before, which
 /// is empty unless the parse began within an event of another.
-class XmlSaxParser::Parse : public detail::XmlEventReceiver {
+class XmlSaxParser::Parse final : public detail::XmlEventReceiver {
  public:
   Parse(XmlSaxParser& eventParser, XmlSaxCallback* callback) : parser(eventParser), events(*this, {}) {
     xmlCharEncodingHandler* const utf16 = xmlGetCharEncodingHandler(XML_CHAR_ENCODING_UTF16LE);
@@ -125,8 +125,7 @@ class XmlSaxParser::Parse : public detail::XmlEventReceiver {
 };
 
 void XmlSaxParser::ClearCharacterBuffer() {
-  if (characterBuffer == nullptr) return;
-  if (characterBuffer != characterData.data()) std::free(characterBuffer);
+  if (characterBuffer != nullptr && characterBuffer != characterData.data()) std::free(characterBuffer);
   characterBuffer = nullptr;
   characterBufferSize = 0;
 }
@@ -242,14 +241,15 @@ void XmlSaxParser::OnEndDocument() {
 void XmlSaxParser::OnStartElement(unsigned char const* name, unsigned char const** attributes) {
   std::size_t const height = callbacks.size();
   if (!callbacks.empty()) callbacks.back()->OnStartElement(this, name, attributes);
-  // Every element puts exactly one entry on the stack, so that its end can take exactly one.
-  if (callbacks.size() == height) {
-    PushCallback(nullptr);
-  } else if (callbacks.size() > height + 1) {
-    callbacks[height] = callbacks.back();
-    callbacks.resize(height + 1);
-  }
+  if (callbacks.size() != height + 1) PushOne(height);
   ClearCharacterBuffer();
+}
+
+/// Every element puts exactly one entry on the stack, so that its end can take exactly one.
+void XmlSaxParser::PushOne(std::size_t height) {
+  if (callbacks.size() == height) return PushCallback(nullptr);
+  callbacks[height] = callbacks.back();
+  callbacks.resize(height + 1);
 }
 
 void XmlSaxParser::OnEndElement(unsigned char const* name) {

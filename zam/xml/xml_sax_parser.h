@@ -160,6 +160,7 @@ class ZAM_EXPORT XmlSaxParser {
   void OnStartDocument();
   void OnEndDocument();
   void OnStartElement(unsigned char const* name, unsigned char const** attributes);
+  void PushOne(std::size_t height);
   void OnEndElement(unsigned char const* name);
   void OnCharacters(unsigned char const* text, std::size_t length);
   void ClearCharacterBuffer();

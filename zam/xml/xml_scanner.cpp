@@ -12,14 +12,6 @@ namespace ZaM::detail {
 
 namespace {
 
-char* SkipText(char* place) {
-  for (;;) {
-    place = SkipPlain(place, '<', '&', ']');
-    if (*place != '\n' && *place != '\t') return place;
-    ++place;
-  }
-}
-
 bool EqualsLetters(std::string_view text, std::string_view small) {
   return std::equal(text.begin(), text.end(), small.begin(), small.end(),
                     [](char a, char b) { return (a | (b >= 'a' && b <= 'z' ? 0x20 : 0)) == b; });
@@ -61,14 +53,14 @@ std::string XmlScanner::Opening() const {
   // A comment keeps what follows from being taken for the beginning of a document, which is there no more.
   std::string opening = declaration + (hasBeginning || !typeText.empty() ? typeText : "<!---->");
   if (place == Place::Epilog) return opening + "<a/>";
-  for (std::size_t const start : openStarts) opening.append("<").append(&openNames[start]).append(">");
+  for (std::size_t i = 0; i < openNames.Count(); ++i) opening.append("<").append(openNames[i]).append(">");
   if (place == Place::Cdata) opening += "<![CDATA[";
   return opening;
 }
 
 XmlEventsBefore XmlScanner::Before() const {
   if (place == Place::Epilog) return {hasBegun, 1, 1};
-  return {hasBegun, openStarts.size(), 0};
+  return {hasBegun, openNames.Count(), 0};
 }
 
 std::span<char> XmlScanner::Room(std::size_t size) {
@@ -177,6 +169,7 @@ XmlScanner::Step XmlScanner::ScanMisc() {
 }
 
 XmlScanner::Step XmlScanner::ScanMarkup() {
+  if (Is(cursor[1], BeginsName)) return ScanStartTag();
   switch (cursor[1]) {
     case '/':
       return place == Place::Content ? ScanEndTag() : Step::Refused;
@@ -231,7 +224,7 @@ XmlScanner::Step XmlScanner::ScanContent() {
   if (*cursor == '<') return ScanMarkup();
   char* next = cursor;
   for (;;) {
-    next = SkipText(next);
+    next = SkipText<'<', '&', ']'>(next);
     if (*next == '<') {
       SendText(next);
       return ScanMarkup();

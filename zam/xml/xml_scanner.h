@@ -11,6 +11,7 @@
 
 #include "zam/xml/libxml2_events.h"
 #include "zam/xml/name_index.h"
+#include "zam/xml/open_names.h"
 #include "zam/xml/xml_characters.h"
 #include "zam/xml/xml_document_type.h"
 #include "zam/xml/xml_event_shaper.h"
@@ -110,9 +111,9 @@ class XmlScanner {
   [[nodiscard]] bool IsUsableInValue(std::string_view name);
   Step ScanEndTag();
 
-  void OpenElement(Found const& name, char* tagEnd, bool isEmpty);
+  Step OpenElement(std::string_view name, char* tagEnd, bool isEmpty);
   void CloseElement();
-  void MakeAttributes(Found const& element, char const* tagEnd);
+  void MakeAttributes(std::string_view element, std::size_t tagSize);
   std::string_view Value(Found const& attribute);
   void AppendEntity(XmlEntity const& entity);
   void CountExpansion(std::size_t cost);
@@ -135,8 +136,7 @@ class XmlScanner {
   bool hasBeginning = true;  // nothing has been taken but what is next
   bool isDecoded = false;
   std::string declaration;  // with the byte order mark
-  std::string openNames;    // of the elements that are open, each with a zero byte
-  std::vector<std::size_t> openStarts;
+  OpenNames openNames;
 
   // The document type, where one is declared.
   XmlDocumentTypeEnd typeEnd;

@@ -35,19 +35,21 @@ bool XmlScanner::HasTagEnd() {
 
 XmlScanner::Step XmlScanner::ScanStartTag() {
   if (looked > 0 && !HasTagEnd()) return Step::Incomplete;
-  Found name = {cursor + 1, NameEnd(cursor + 1), nullptr, nullptr, true};
-  char* next = name.nameEnd;
-  Step step = next == name.name && next != end && !IsCutCharacter(next, end) ? Step::Refused : ScanAttributes(next);
+  char* const nameEnd = NameEnd(cursor + 1);
+  std::string_view const name = View(cursor + 1, nameEnd);
+  found.clear();
+  if (*nameEnd == '>' && !name.empty()) return OpenElement(name, nameEnd + 1, false);
+  if (name.empty() && nameEnd != end && !IsCutCharacter(nameEnd, end)) return Step::Refused;
+  char* next = nameEnd;
+  Step const step = ScanAttributes(next);
   if (step == Step::Incomplete) return HasTagEnd() ? Step::Refused : Step::Incomplete;
-  if (step == Step::Refused || HasDuplicates()) return Step::Refused;
+  if (step == Step::Refused || (found.size() > 1 && HasDuplicates())) return Step::Refused;
   bool const isEmpty = *next == '/';
-  OpenElement(name, next + (isEmpty ? 2 : 1), isEmpty);
-  return Step::Done;
+  return OpenElement(name, next + (isEmpty ? 2 : 1), isEmpty);
 }
 
 /// Up to the `>` or `/>` of a tag.
 XmlScanner::Step XmlScanner::ScanAttributes(char*& next) {
-  found.clear();
   for (;;) {
     char* const behind = next;
     next = SkipBlanks(next);
@@ -74,7 +76,7 @@ XmlScanner::Step XmlScanner::ScanAttributes(char*& next) {
 XmlScanner::Step XmlScanner::ScanValue(char*& next, bool& isPlain) {
   char const limit = *next++;
   for (;;) {
-    next = SkipPlain(next, limit, '<', '&');
+    next = limit == '"' ? SkipPlain<'"', '<', '&'>(next) : SkipPlain<'\'', '<', '&'>(next);
     if (*next == limit) return Step::Done;
     if (Is(*next, IsBlank)) {
       isPlain = false;
@@ -110,36 +112,36 @@ bool XmlScanner::HasDuplicates() {
 }
 
 /// The bytes behind names and values, which nobody needs any more, become the zero bytes that end them.
-void XmlScanner::OpenElement(Found const& name, char* tagEnd, bool isEmpty) {
+XmlScanner::Step XmlScanner::OpenElement(std::string_view name, char* tagEnd, bool isEmpty) {
+  attributes.clear();
   ReportOutOfMemory([&] {
-    MakeAttributes(name, tagEnd);
-    openStarts.push_back(openNames.size());
-    openNames.append(name.name, name.nameEnd).push_back('\0');
+    bool const isTold = depth == 0;  // an entity that is only looked at is told to nobody
+    if (isTold && !found.empty()) MakeAttributes(name, static_cast<std::size_t>(tagEnd - cursor));
+    openNames.Push(name);
   });
   if (!hasBegun) shaper.StartDocument();
   hasBegun = true;
   if (!suspended.empty()) ReportOutOfMemory([this] { OpenBlanks(); });
-  CountPrefixes(View(name.name, name.nameEnd));
-  *name.nameEnd = 0;
+  if (type != nullptr) CountPrefixes(name);
+  cursor[1 + name.size()] = 0;
   cursor = tagEnd;
   place = Place::Content;
-  shaper.StartElement(View(name.name, name.nameEnd), attributes, type == nullptr ? nullptr : &type->declarations);
+  shaper.StartElement(name, attributes, type == nullptr ? nullptr : &type->declarations);
   if (isEmpty) CloseElement();
+  return Step::Done;
 }
 
 /// The shaper declares them again in each element.
 void XmlScanner::CountPrefixes(std::string_view element) {
-  if (type == nullptr || !shaper.options.isModel) return;
+  if (!shaper.options.isModel) return;
   auto const* const declared = type->declarations.Find(element);
   if (declared == nullptr || declared->prefixes.empty()) return;
   CountExpansion(XmlExpansion::CostOfPrefixes(declared->prefixes.size()));
 }
 
-void XmlScanner::MakeAttributes(Found const& element, char const* tagEnd) {
-  attributes.clear();
+void XmlScanner::MakeAttributes(std::string_view element, std::size_t tagSize) {
   values.clear();
-  if (found.empty() || depth > 0) return;  // in an entity that is only looked at nobody is told
-  auto const* const declared = type == nullptr ? nullptr : type->declarations.Find(View(element.name, element.nameEnd));
+  auto const* const declared = type == nullptr ? nullptr : type->declarations.Find(element);
   if (declared != nullptr && declared->hasTokens) {
     for (Found& one : found) {
       auto const known = declared->attributes.find(View(one.name, one.nameEnd));
@@ -149,11 +151,13 @@ void XmlScanner::MakeAttributes(Found const& element, char const* tagEnd) {
   }
   bool const areAllPlain = std::all_of(found.begin(), found.end(), [](Found const& one) { return one.isPlain; });
   // Unless it refers to an entity, no value grows, so that none moves.
-  if (!areAllPlain) values.reserve(static_cast<std::size_t>(tagEnd - cursor));
+  if (!areAllPlain) values.reserve(tagSize);
   attributes.resize(found.size());
   for (std::size_t i = 0; i < found.size(); ++i) {
     Found const& one = found[i];
-    attributes[i].name = attributes[i].localName = View(one.name, one.nameEnd);
+    // One by one: copying it right after it is written stalls the processor.
+    attributes[i].name = View(one.name, one.nameEnd);
+    attributes[i].localName = View(one.name, one.nameEnd);
     attributes[i].value = one.isPlain ? View(one.value, one.valueEnd) : Value(one);
     *one.nameEnd = *one.valueEnd = 0;
   }
@@ -172,7 +176,7 @@ std::string_view XmlScanner::Value(Found const& attribute) {
   std::size_t const begin = values.size();
   std::size_t keptEnd = values.npos;
   for (char* next = attribute.value; next < attribute.valueEnd;) {
-    char* const special = std::min(SkipPlain(next, '&'), attribute.valueEnd);
+    char* const special = std::min(SkipPlain<'&'>(next), attribute.valueEnd);
     values.append(next, special);
     next = special;
     if (next == attribute.valueEnd) break;
@@ -204,9 +208,8 @@ std::string_view XmlScanner::Value(Found const& attribute) {
 }
 
 XmlScanner::Step XmlScanner::ScanEndTag() {
-  std::string_view const name(&openNames[openStarts.back()], openNames.size() - openStarts.back() - 1);
-  std::string_view const text = Rest().substr(2);
-  if (!text.starts_with(name)) return name.starts_with(text) ? Step::Incomplete : Step::Refused;
+  std::string_view const name = openNames.Last();
+  if (!openNames.IsLastAt(cursor + 2)) return name.starts_with(Rest().substr(2)) ? Step::Incomplete : Step::Refused;
   char* const last = SkipBlanks(cursor + std::max(looked, 2 + name.size()));
   if (last == end) looked = Rest().size();
   if (*last != '>') return AtByte(last);
@@ -216,13 +219,10 @@ XmlScanner::Step XmlScanner::ScanEndTag() {
 }
 
 void XmlScanner::CloseElement() {
-  std::size_t const start = openStarts.back();
-  std::string_view const name(&openNames[start], openNames.size() - start - 1);
-  if (openStarts.size() == 1) place = Place::Epilog;
+  if (openNames.Count() == 1) place = Place::Epilog;
   if (!suspended.empty()) blanks.pop_back();
-  shaper.EndElement(name);
-  openStarts.pop_back();
-  openNames.resize(start);
+  shaper.EndElement(openNames.Last());
+  openNames.Pop();
 }
 
 }  // namespace ZaM::detail
