@@ -1,5 +1,8 @@
 #include "class_learning.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <span>
 #include <utility>
 
 #include "jobs.h"
@@ -29,14 +32,25 @@ LearnedClasses LearnAlone(std::vector<Document const*> const& training, std::siz
   return learned;
 }
 
+// Groups of four take half the time of groups of eight, and give more threads something to do.
+std::size_t ClassesAtOnce(std::size_t classes, std::size_t jobs) {
+  constexpr std::size_t half = Trainer::mostAtOnce / 2;
+  return half * jobs >= classes ? half : Trainer::mostAtOnce;
+}
+
 }  // namespace
 
 std::vector<ZaM::Ref<ClassModel>> LearnModels(Trainer const& trainer, std::vector<unsigned int> const& ids,
                                               std::size_t jobs, Progress& progress) {
-  progress.Begin("training", ids.size());
+  std::size_t const atOnce = ClassesAtOnce(ids.size(), jobs);
+  std::size_t const groups = (ids.size() + atOnce - 1) / atOnce;
+  progress.Begin("training", groups);
   std::vector<ZaM::Ref<ClassModel>> models(ids.size());
-  ForEach(jobs, ids.size(), progress, CancelId::Training,
-          [&](std::size_t /*worker*/, std::size_t i) { models[i] = ZaM::Ref(trainer.Learn(ids[i])); });
+  ForEach(jobs, groups, progress, CancelId::Training, [&](std::size_t /*worker*/, std::size_t group) {
+    std::size_t const first = group * atOnce;
+    auto learned = trainer.Learn(std::span(ids).subspan(first, std::min(atOnce, ids.size() - first)));
+    std::move(learned.begin(), learned.end(), models.begin() + static_cast<std::ptrdiff_t>(first));
+  });
   return models;
 }
 

@@ -7,21 +7,23 @@
 // The first sum is where naive Bayes comes in: r[t]² is the logarithm of how many times more often term t occurs on one
 // side than on the other, so that a telling term gets its weight cheaply. The dual has one variable a >= 0 for each
 // document, with w[t] = r[t]² · Σ a y x[t]. Solving for one a at a time, with the others fixed, is a division; the
-// documents take turns in random order until none of them moves its a noticeably. Most documents of the others soon lie
-// far on their side, with a = 0: these are passed over until the rest has settled, and then have their turn once more.
+// documents take turns in random order until none of them moves its a noticeably.
 //
 //   Hsieh, Chang, Lin, Keerthi, Sundararajan: A dual coordinate descent method for large-scale linear SVM. ICML 2008.
 //   Wang, Manning: Baselines and bigrams: simple, good sentiment and topic classification. ACL 2012.
+//
+// Nearly all of the time goes into the weights of a document's terms, which are scattered over megabytes. So classes
+// are learned several at a time, with their weights of a term side by side: one look serves all of them, and the
+// processor's vectors do the sums. A class has no part in what becomes of its neighbours. On topics that takes half the
+// time of one class after the other; 16 at a time gain nothing more, and leave threads less to share.
 #include "trainer.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <numeric>
 #include <random>
-#include <span>
 #include <utility>
 
 #include "interrupt.h"
@@ -39,139 +41,210 @@ constexpr unsigned int orderSeed = 1;  // of the random order: any will do, but 
 
 using Vector = std::span<WeightedTerm const>;
 
-struct TermState {
-  float weight = 0;    // w
-  float strength = 1;  // r²
+// A vector of the compiler: left to themselves, GCC's loops go along the terms, and shuffle their numbers.
+using Four [[gnu::vector_size(4 * sizeof(float))]] = float;
+
+/// A number for each of the classes that are learned together.
+template <std::size_t Width>
+struct Lanes {
+  static Lanes Of(float number) {
+    Lanes lanes;
+    lanes.fours.fill(Four{} + number);
+    return lanes;
+  }
+
+  float operator[](std::size_t lane) const { return fours[lane / 4][lane % 4]; }
+  void Set(std::size_t lane, float number) { fours[lane / 4][lane % 4] = number; }
+
+  /// Adds a multiple of others.
+  void Add(float factor, Lanes const& others) {
+    for (std::size_t i = 0; i < fours.size(); ++i) fours[i] += factor * others.fours[i];
+  }
+
+  std::array<Four, Width / 4> fours{};
 };
 
+/// Learns up to `Width` classes.
+template <std::size_t Width>
 class Learner {
  public:
-  Learner(TrainingSet const& training, std::vector<float> const& totals, unsigned int classId);
+  Learner(TrainingSet const& training, std::vector<float> const& totals, std::span<unsigned int const> classIds);
 
-  /// Lets each document take its turn; returns whether all of them met the condition at the minimum.
+  /// Lets each document take its turn; returns whether all of them met the condition at the minimum in each class.
   bool Sweep();
 
-  ClassModel* CreateModel() const;
+  ClassModel* CreateModel(std::size_t lane) const;
 
  private:
-  bool IsOwn(std::size_t i) const { return documents.ClassOf(i) == ownClass; }
-  float SideOf(std::size_t i) const { return IsOwn(i) ? 1.0F : -1.0F; }
-  void ActivateAll();
-  float GradientOf(std::size_t i) const;
+  using Numbers = Lanes<Width>;
+
+  struct alignas(2 * sizeof(Numbers)) TermState {  // one line of the cache
+    Numbers weights;                               // w
+    Numbers strengths;                             // r²
+  };
+
   void CompareWithOthers(std::vector<float> const& totals);
-  float LengthOf(Vector words) const;
-  float Improve(std::size_t i, float gradient);
-  float Score(Vector words) const;
-  void Move(Vector words, float step);
+  Numbers SidesOf(std::size_t i) const;
+  Numbers LengthsOf(Vector words) const;
+  Numbers Scores(Vector words) const;
+  void Fetch(Vector words) const;
+  void Improve(std::size_t i);
+  void Move(Vector words, Numbers const& steps);
   void Shuffle();
 
   TrainingSet const& documents;
-  unsigned int const ownClass;
-  std::vector<TermState> terms;
-  float bias = 0;
-  std::vector<float> multipliers;  // a, by document
-  std::vector<float> lengths;      // by document: its squared length with the terms' strengths, 1 for the bias included
-  std::vector<std::uint32_t> active;                     // the documents that take turns
-  float bound = std::numeric_limits<float>::infinity();  // what the worst one missed the condition by the time before
+  std::span<unsigned int const> const ids;
+  std::vector<TermState> terms;  // by index
+  Numbers biases;
+  std::vector<Numbers> multipliers;  // a, by document
+  std::vector<Numbers> lengths;      // by document: squared, with the terms' strengths, 1 for the bias included
+  Numbers worst;                     // what a document of this sweep missed the condition by
+  std::array<bool, Width> isDone;    // whether the minimum was reached
+  std::vector<std::uint32_t> order;  // in which the documents take turns
   std::mt19937 random{orderSeed};
 };
 
-Learner::Learner(TrainingSet const& training, std::vector<float> const& totals, unsigned int classId)
+template <std::size_t Width>
+Learner<Width>::Learner(TrainingSet const& training, std::vector<float> const& totals,
+                        std::span<unsigned int const> classIds)
     : documents(training),
-      ownClass(classId),
+      ids(classIds),
       terms(totals.size()),
       multipliers(training.Size()),
-      lengths(training.Size()) {
-  ActivateAll();
+      lengths(training.Size()),
+      order(training.Size()) {
+  std::fill(std::fill_n(isDone.begin(), ids.size(), false), isDone.end(), true);
+  std::iota(order.begin(), order.end(), 0U);
   CompareWithOthers(totals);
+  for (std::size_t i = 0; i < documents.Size(); ++i) {
+    StopIfInterrupted(CancelId::Training);
+    lengths[i] = LengthsOf(documents.VectorOf(i));
+  }
 }
 
-void Learner::CompareWithOthers(std::vector<float> const& totals) {
-  std::vector<float> own(totals.size(), smoothing);
-  for (std::size_t i = 0; i < documents.Size(); ++i) {
-    if (!IsOwn(i)) continue;
-    for (auto const [index, weight] : documents.VectorOf(i)) own[index] += weight;
-  }
-  double const ownSum = std::accumulate(own.begin(), own.end(), 0.0);
+template <std::size_t Width>
+void Learner<Width>::CompareWithOthers(std::vector<float> const& totals) {
   double const sum = std::accumulate(totals.begin(), totals.end(), 0.0);
   double const smoothed = 2.0 * smoothing * static_cast<double>(totals.size());
-  for (std::size_t t = 0; t < terms.size(); ++t) {
-    // What rounding leaves of a term that the others don't have may be slightly negative.
-    double const others = std::max(totals[t] + smoothing - own[t], 0.0F) + smoothing;
-    double const othersSum = sum + smoothed - ownSum;
-    terms[t].strength = static_cast<float>(std::abs(std::log(own[t] / ownSum / (others / othersSum))));
-  }
-}
-
-float Learner::LengthOf(Vector words) const {
-  float length = 1;
-  for (auto const [index, weight] : words) length += weight * weight * terms[index].strength;
-  return length;
-}
-
-void Learner::ActivateAll() {
-  active.resize(documents.Size());
-  std::iota(active.begin(), active.end(), 0U);
-  bound = std::numeric_limits<float>::infinity();
-}
-
-bool Learner::Sweep() {
-  Shuffle();
-  float worst = 0;
-  std::size_t kept = 0;
-  for (std::uint32_t const i : active) {
+  for (std::size_t lane = 0; lane < ids.size(); ++lane) {
     StopIfInterrupted(CancelId::Training);
-    float const gradient = GradientOf(i);
-    bool const isIdle = multipliers[i] == 0 && gradient >= 0;
-    if (!isIdle) worst = std::max(worst, Improve(i, gradient));
-    if (!isIdle || gradient <= bound) active[kept++] = i;
+    std::vector<float> own(totals.size(), smoothing);
+    for (std::size_t i = 0; i < documents.Size(); ++i) {
+      if (documents.ClassOf(i) != ids[lane]) continue;
+      for (auto const [index, weight] : documents.VectorOf(i)) own[index] += weight;
+    }
+    double const ownSum = std::accumulate(own.begin(), own.end(), 0.0);
+    for (std::size_t t = 0; t < totals.size(); ++t) {
+      // What rounding leaves of a term that the others don't have may be slightly negative.
+      double const others = std::max(totals[t] + smoothing - own[t], 0.0F) + smoothing;
+      double const othersSum = sum + smoothed - ownSum;
+      double const logarithm = std::log(own[t] / ownSum / (others / othersSum));
+      terms[t].strengths.Set(lane, static_cast<float>(std::abs(logarithm)));
+    }
   }
-  bool const wereAll = kept == documents.Size() || active.size() == documents.Size();
-  active.resize(kept);
-  bound = worst;
-  if (worst >= tolerance) return false;
-  if (!wereAll) ActivateAll();
-  return wereAll;
 }
 
-float Learner::GradientOf(std::size_t i) const {
-  return SideOf(i) * Score(documents.VectorOf(i)) - 1 + slope * multipliers[i];
+template <std::size_t Width>
+Lanes<Width> Learner<Width>::SidesOf(std::size_t i) const {
+  Numbers sides = Numbers::Of(-1);
+  auto const own = std::find(ids.begin(), ids.end(), documents.ClassOf(i));
+  if (own != ids.end()) sides.Set(static_cast<std::size_t>(own - ids.begin()), 1);
+  return sides;
 }
 
-// Returns by how much the document missed the condition at the minimum.
-float Learner::Improve(std::size_t i, float gradient) {
-  Vector const words = documents.VectorOf(i);
-  if (lengths[i] == 0) lengths[i] = LengthOf(words);
-  float const improved = std::max(multipliers[i] - gradient / (lengths[i] + slope), 0.0F);
-  Move(words, (improved - multipliers[i]) * SideOf(i));
-  multipliers[i] = improved;
-  return std::abs(gradient);
+template <std::size_t Width>
+Lanes<Width> Learner<Width>::LengthsOf(Vector words) const {
+  Numbers sums = Numbers::Of(1);
+  for (auto const [index, weight] : words) sums.Add(weight * weight, terms[index].strengths);
+  return sums;
 }
 
-// Four sums, so that no addition has to wait for the one before.
-float Learner::Score(Vector words) const {
-  std::array<float, 4> sums{bias};
+template <std::size_t Width>
+bool Learner<Width>::Sweep() {
+  Shuffle();
+  worst = {};
+  for (std::size_t turn = 0; turn < order.size(); ++turn) {
+    StopIfInterrupted(CancelId::Training);
+    if (turn + 1 < order.size()) Fetch(documents.VectorOf(order[turn + 1]));
+    Improve(order[turn]);
+  }
+  for (std::size_t lane = 0; lane < Width; ++lane) isDone[lane] = isDone[lane] || worst[lane] < tolerance;
+  return std::find(isDone.begin(), isDone.end(), false) == isDone.end();
+}
+
+// Asks for what the next document needs, while this one has its turn.
+template <std::size_t Width>
+void Learner<Width>::Fetch(Vector words) const {
+  for (auto const [index, weight] : words) __builtin_prefetch(&terms[index]);
+}
+
+// A document with a = 0 that lies far enough on its side meets the condition.
+template <std::size_t Width>
+void Learner<Width>::Improve(std::size_t i) {
+  Numbers const sides = SidesOf(i);
+  Numbers const scores = Scores(documents.VectorOf(i));
+  Numbers steps;
+  bool isMoving = false;
+  for (std::size_t lane = 0; lane < ids.size(); ++lane) {
+    float const former = multipliers[i][lane];
+    float const gradient = sides[lane] * scores[lane] - 1 + slope * former;
+    if (isDone[lane] || (former == 0 && gradient >= 0)) continue;
+    float const improved = std::max(former - gradient / (lengths[i][lane] + slope), 0.0F);
+    worst.Set(lane, std::max(worst[lane], std::abs(gradient)));
+    multipliers[i].Set(lane, improved);
+    steps.Set(lane, (improved - former) * sides[lane]);
+    isMoving = true;
+  }
+  if (isMoving) Move(documents.VectorOf(i), steps);
+}
+
+// Two sums for each class, so that an addition doesn't have to wait for the one before.
+template <std::size_t Width>
+Lanes<Width> Learner<Width>::Scores(Vector words) const {
+  Numbers even = biases;
+  Numbers odd;
   std::size_t i = 0;
-  for (; i + sums.size() <= words.size(); i += sums.size())
-    for (std::size_t k = 0; k < sums.size(); ++k) sums[k] += words[i + k].weight * terms[words[i + k].index].weight;
-  for (; i < words.size(); ++i) sums[0] += words[i].weight * terms[words[i].index].weight;
-  return (sums[0] + sums[1]) + (sums[2] + sums[3]);
+  for (; i + 2 <= words.size(); i += 2) {
+    even.Add(words[i].weight, terms[words[i].index].weights);
+    odd.Add(words[i + 1].weight, terms[words[i + 1].index].weights);
+  }
+  if (i < words.size()) even.Add(words[i].weight, terms[words[i].index].weights);
+  even.Add(1, odd);
+  return even;
 }
 
-void Learner::Move(Vector words, float step) {
-  for (auto const [index, weight] : words) terms[index].weight += step * weight * terms[index].strength;
-  bias += step;
+template <std::size_t Width>
+void Learner<Width>::Move(Vector words, Numbers const& steps) {
+  for (auto const [index, weight] : words) {
+    TermState& term = terms[index];
+    for (std::size_t i = 0; i < steps.fours.size(); ++i)
+      term.weights.fours[i] += weight * steps.fours[i] * term.strengths.fours[i];
+  }
+  biases.Add(1, steps);
 }
 
 // Not std::shuffle, whose order differs from one standard library to the next.
-void Learner::Shuffle() {
-  for (std::size_t i = active.size(); i > 1; --i) std::swap(active[i - 1], active[random() % i]);
+template <std::size_t Width>
+void Learner<Width>::Shuffle() {
+  for (std::size_t i = order.size(); i > 1; --i) std::swap(order[i - 1], order[random() % i]);
 }
 
-ClassModel* Learner::CreateModel() const {
-  std::vector<float> weights(terms.size());
-  std::transform(terms.begin(), terms.end(), weights.begin(), [](TermState const& term) { return term.weight; });
-  return ClassModel::Create(ownClass, std::move(weights), bias);
+template <std::size_t Width>
+ClassModel* Learner<Width>::CreateModel(std::size_t lane) const {
+  std::vector<float> own(terms.size());
+  std::transform(terms.begin(), terms.end(), own.begin(), [lane](TermState const& term) { return term.weights[lane]; });
+  return ClassModel::Create(ids[lane], std::move(own), biases[lane]);
+}
+
+template <std::size_t Width>
+std::vector<ZaM::Ref<ClassModel>> LearnTogether(TrainingSet const& documents, std::vector<float> const& totals,
+                                                std::span<unsigned int const> classIds) {
+  Learner<Width> learner(documents, totals, classIds);
+  bool isDone = false;
+  for (int sweep = 0; sweep < mostSweeps && !isDone; ++sweep) isDone = learner.Sweep();
+  std::vector<ZaM::Ref<ClassModel>> models;
+  for (std::size_t lane = 0; lane < classIds.size(); ++lane) models.emplace_back(learner.CreateModel(lane));
+  return models;
 }
 
 }  // namespace
@@ -183,11 +256,9 @@ Trainer::Trainer(TrainingSet given) : documents(std::move(given)), totals(docume
   }
 }
 
-ClassModel* Trainer::Learn(unsigned int classId) const {
-  Learner learner(documents, totals, classId);
-  bool isDone = false;
-  for (int sweep = 0; sweep < mostSweeps && !isDone; ++sweep) isDone = learner.Sweep();
-  return learner.CreateModel();
+std::vector<ZaM::Ref<ClassModel>> Trainer::Learn(std::span<unsigned int const> classIds) const {
+  if (classIds.size() <= 4) return LearnTogether<4>(documents, totals, classIds);
+  return LearnTogether<mostAtOnce>(documents, totals, classIds);
 }
 
 }  // namespace classify

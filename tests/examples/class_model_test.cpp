@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <vector>
 
@@ -34,22 +35,24 @@ TEST(ClassModel, ScoresByItsWeights) {
 TEST(Trainer, GivesEachSideTheScoreItAimsAt) {
   Trainer const trainer(TwoClasses());
   for (unsigned int const id : {1U, 2U}) {
-    Ref<ClassModel> const model(trainer.Learn(id));
+    Ref<ClassModel> const model = trainer.Learn(std::array{id}).front();
     double const own = model->dot(*Words({{0, 0.6F}, {id, 0.8F}}));
     double const other = model->dot(*Words({{0, 0.6F}, {3 - id, 0.8F}}));
     EXPECT_NEAR(own, 1, 0.2) << id;
     EXPECT_NEAR(other, -1, 0.2) << id;
     EXPECT_NEAR(model->dot(*Words({{0, 1.0F}})), 0, 0.6) << "a term of both classes says little";
 
-    Ref<ClassModel> const again(trainer.Learn(id));
-    EXPECT_EQ(again->dot(*Words({{0, 0.6F}, {id, 0.8F}})), own);
+    // Once more, with others beside it.
+    auto const together = trainer.Learn(std::array{9U, 8U, id, 7U, 3 - id});
+    EXPECT_EQ(together[2]->Weights(), model->Weights());
+    EXPECT_EQ(together[2]->Bias(), model->Bias());
   }
 }
 
 TEST(Trainer, LearnsAClassThatHasNoOthers) {
   TrainingSet documents(1);
   documents.Add(std::vector<WeightedTerm>{{0, 1.0F}}, 1);
-  Ref<ClassModel> const model(Trainer(std::move(documents)).Learn(1));
+  Ref<ClassModel> const model = Trainer(std::move(documents)).Learn(std::array{1U}).front();
   EXPECT_GT(model->dot(*Words({{0, 1.0F}})), 0.5);
 }
 
