@@ -152,7 +152,7 @@ void Check(UErrorCode status) {
   if (U_FAILURE(status)) throw std::runtime_error(u_errorName(status));
 }
 
-/// What a program would do with ICU: fold the text's case, iterate over its words, and keep each with a 0 behind it.
+/// What a program would do with ICU: fold the text's case, iterate over its words, and keep each with a 0 after it.
 class IcuWords {
  public:
   explicit IcuWords(std::size_t length) : folded(2 * length + 16), out(folded.size()) {

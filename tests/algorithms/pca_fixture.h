@@ -152,7 +152,7 @@ class PcaFixture : public ::testing::Test {
     steps.push_back(examplesStep);
     RunSteps(steps);
   }
-  /// Puts the examples into the block. Places behind the last one get null pointers.
+  /// Puts the examples into the block. Places after the last one get null pointers.
   void Offer(Activities const& activities) {
     std::vector<Representation*> pointers(activities.size());
     for (std::size_t i = 0; i < std::min(pointers.size(), examples.size()); ++i) pointers[i] = examples[i].Get();

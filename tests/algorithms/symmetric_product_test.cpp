@@ -52,7 +52,7 @@ void ExpectPlainProduct(SymmetricKernel const& kernel, std::vector<IndexRange> c
     for (std::size_t i = 0; i < stride; ++i) {
       auto const product = products[p * stride + i];
       if (i >= members.size()) {
-        ASSERT_TRUE(std::isnan(product)) << "written behind the members";
+        ASSERT_TRUE(std::isnan(product)) << "written past the members";
         continue;
       }
       double expected = 0;

@@ -129,9 +129,9 @@ TEST_F(ClassesFile, IsRefusedForWhatMakesNoSenseInIt) {
       {9, 0x7FFFFFFF, "is damaged or cut"},
       {10, 0xFFFFFFFF, nullptr},
       {12, 0, "names are damaged"},           // an empty name
-      {12, 3, "names are damaged"},           // something else than zeros behind it
+      {12, 3, "names are damaged"},           // something else than zeros after it
       {12, 5, "names are damaged"},           // the next one's length becomes a part of it
-      {12, 0xFFFFFFFF, "names are damaged"},  // far behind the end
+      {12, 0xFFFFFFFF, "names are damaged"},  // far past the end
       {13, 0x72A4C31B, "names are damaged"},  // for the terminal
       {13, 0x72A4FFC3, "names are damaged"},  // no UTF-8
       {13, 0x4130785C, "names are damaged"},  // the same as the other

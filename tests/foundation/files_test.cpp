@@ -49,7 +49,7 @@ class FilesTest : public testing::Test {
     }
   }
 
-  /// What a search delivers, each with its attributes; sorted behind the folder's own two entries.
+  /// What a search delivers, each with its attributes; sorted after the folder's own two entries.
   std::vector<std::string> Found(fs::path const& pattern) const {
     std::vector<std::string> found;
     _wfinddata64i32_t entry = {};

@@ -21,7 +21,7 @@ enum class Failures { once, fromThenOn };
 /// `all` counts what C libraries ask malloc, calloc and realloc for as well, libxml2 and zlib among them.
 enum class Allocations { ofNew, all };
 
-/// While it lives, allocation number `n` (from 0) of this thread fails, or that one and all behind it. Other threads
+/// While it lives, allocation number `n` (from 0) of this thread fails, or that one and all after it. Other threads
 /// are left alone. One at a time per thread.
 class FailingAllocation {
  public:
@@ -69,8 +69,8 @@ struct Outcomes {
 };
 
 /// Runs `operation` with its first, its second, its third … allocation failing, each time together with all that come
-/// behind it and then alone, up to the run that doesn't get as far. The others must end as `outcomes` says and leave
-/// nothing allocated; `check` is called behind each of these, with the id it ended in if it takes one. Returns the
+/// after it and then alone, up to the run that doesn't get as far. The others must end as `outcomes` says and leave
+/// nothing allocated; `check` is called after each of these, with the id it ended in if it takes one. Returns the
 /// number of allocations, so that a test can see that there were any.
 template <class Operation, class Check>
 std::size_t FailEachAllocation(Operation operation, Check check, Outcomes const& outcomes = {}) {

@@ -76,6 +76,7 @@ TEST(XmlNumbers, AreReadFromEventsAttributesAndElements) {
 TEST(XmlNumbers, AreWrittenInOneFormByNodes) {
   Ref<XmlNode> const node(XmlNode::Create(u"node"));
   node->AddPropertyDouble(u"huge", 1e40);
+  node->AddPropertyDouble(u"full", -1e24);  // with a digit more than fits
   node->AddPropertyDouble(u"tiny", -5e-324);
   node->AddPropertyTimet(u"never", -1);
   node->AddPropertySizet(u"size", 4294967295u);
@@ -86,7 +87,8 @@ TEST(XmlNumbers, AreWrittenInOneFormByNodes) {
   node->AddSubNodeSizet(u"size", 0);
   node->AddSubNodeLong(u"long", INT32_MAX);
   EXPECT_EQ(Describe(node.Get()),
-            "<node huge='1000000000000000030378602842700' tiny='-0.000000' never='18446744073709551615' "
+            "<node huge='1000000000000000030378602842700' full='-999999999999999983222784.00000' tiny='-0.000000' "
+            "never='18446744073709551615' "
             "size='4294967295' long='-2147483648' true='1'><double>[-12.000000]</double><false>[0]</false>"
             "<size>[0]</size><long>[2147483647]</long></node>");
 }
@@ -100,7 +102,7 @@ std::string Attribute(Value const& value) {
   ZamXmlOutStream stream;
   stream.CreateNode("a");
   stream.AddProperty("x", value);
-  return stream.getXmlString().substr(6);  // behind `<a x="`
+  return stream.getXmlString().substr(6);  // after `<a x="`
 }
 
 TEST(XmlNumbers, AreTakenByStreamsForWhatTheyAre) {

@@ -26,7 +26,7 @@ inline std::string Repeated(std::string const& part, std::size_t times) {
   return all;
 }
 
-/// Notes its events as `^<a p='1'>[text in front of a tag]</a>$`, each behind the recorder's name if it has one.
+/// Notes its events as `^<a p='1'>[text in front of a tag]</a>$`, each after the recorder's name if it has one.
 struct Recorder : XmlSaxCallback {
   Recorder() : log(ownLog) {}
   Recorder(std::string label, std::string& sharedLog) : name(std::move(label)), log(sharedLog) {}
@@ -83,7 +83,7 @@ inline bool GivesModel(Way way) {
 /// leaves behind shows in the next.
 class Readers {
  public:
-  /// What has been read, "malformed", `over 1000 bytes of …`, or the id of another failure behind the events so far.
+  /// What has been read, "malformed", `over 1000 bytes of …`, or the id of another failure after the events so far.
   std::string Read(Way way, std::string const& document, bool isPacked = false) {
     return ReadFile(way, ReadsFile(way) ? Written(isPacked ? Gzip(document) : document) : u"", document);
   }

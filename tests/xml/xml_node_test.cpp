@@ -146,6 +146,7 @@ TEST(XmlNode, LivesOnWhereItsTreeHasEnded) {
   tree->GetRoot()->GetChildren().front()->RemoveProperty(u"p");
   tree.reset();
   XmlNodeRef const kept(last), parent(XmlNode::Create(u"parent"));
+  EXPECT_TRUE(kept->GetChildren().back()->GetName() == u"text");
   parent->AddChild(XmlNodeRef(kept).Detach());
   EXPECT_EQ(Describe(parent.Get()), "<parent><c q='1'><d/>[deep]</c></parent>");
   EXPECT_EQ(removed->GetValue().size(), 40u);

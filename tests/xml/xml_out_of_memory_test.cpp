@@ -21,7 +21,7 @@ enum class Left { nothing, front, anything };
 struct Case {
   char const* name;
   std::function<void()> operation;
-  std::function<std::string()> state;  // what is there behind it, the same each time
+  std::function<std::string()> state;  // what is there after it, the same each time
   std::optional<Left> mayLeave = {};
 };
 

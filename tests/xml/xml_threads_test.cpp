@@ -51,7 +51,7 @@ std::string TreeOf(std::string const& text) {
   return tree.ReadBuffer(text) ? Describe(tree.GetRoot()) : "malformed";
 }
 
-/// Counts the elements, and throws behind the last that it may.
+/// Counts the elements, and throws after the last that it may.
 struct Counter : XmlSaxCallback {
   explicit Counter(int mostElements = 1'000) : most(mostElements) {}
   void OnStartElement(XmlSaxParser* parser, unsigned char const*, unsigned char const**) override {

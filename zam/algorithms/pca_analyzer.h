@@ -124,13 +124,13 @@ class ZAM_EXPORT PcaAnalyzer : public Algorithm {
   /// The number of examples is that of the examples at hand. Directly after `Load` this is 0: supply them first.
   bool Save(std::basic_ostream<char>* stream) override;
 
-  /// Reads what `Save` has written, and nothing behind it. Supply the examples with `DoExamples` before a projection,
+  /// Reads what `Save` has written, and nothing after it. Supply the examples with `DoExamples` before a projection,
   /// in the order that they had when the model was saved.
   ///
   /// False, and nothing is changed, if `stream` is null or not good, or if the header breaks the limits, wants more
   /// than `mostPasses` passes, or has a threshold that is negative or no number. False if the stream ends early: within
   /// the header, the fields that were complete have changed, and the former model is still in place unless one of them
-  /// belongs to it; behind the header, there is no model. No more memory is taken than a small multiple of what the
+  /// belongs to it; after the header, there is no model. No more memory is taken than a small multiple of what the
   /// stream really holds. Throws BaseException with id 5 when memory runs out; there is no model then.
   bool Load(std::basic_istream<char>* stream) override;
 

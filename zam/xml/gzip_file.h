@@ -17,7 +17,7 @@ namespace ZaM::detail {
 /// One open file behind zlib's gzip layer, or none after Close.
 ///
 /// Reading: a file that begins with the gzip signature is inflated, and so are further gzip streams that follow the
-///          first at once; other bytes behind a stream are ignored, as `gzip -d` does. Any other file is passed on as
+///          first at once; other bytes after a stream are ignored, as `gzip -d` does. Any other file is passed on as
 ///          it is, compressed in another way or not.
 /// Writing: one gzip stream at level 9. A full disk may show as late as in Close.
 /// Errors:  BaseException with id 5 where memory runs out, in the constructor and in Read; all else is reported by the

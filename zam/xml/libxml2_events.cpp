@@ -178,10 +178,10 @@ std::string Libxml2Events::Impl::FirstPiece(std::string_view value) {
   return std::string(push.ContentOf(name));
 }
 
-/// libxml2 leaves line ends as they are here. It gives the section in pieces of its input, which begin behind `[` or
+/// libxml2 leaves line ends as they are here. It gives the section in pieces of its input, which begin after `[` or
 /// the piece before.
 void Libxml2Events::Impl::AddCData(std::string_view text) {
-  if (text.starts_with('\n') && push.IsBehindReturn(text.data())) text.remove_prefix(1);
+  if (text.starts_with('\n') && push.FollowsReturn(text.data())) text.remove_prefix(1);
   for (;;) {
     std::size_t const place = std::min(text.find('\r'), text.size());
     shaper.CData(text.substr(0, place));

@@ -26,7 +26,7 @@ class ZAM_EXPORT ListIterator : public Iterator {
   void Next() override;
   bool Done() override;
 
-  /// The element, or null behind the last one.
+  /// The element, or null after the last one.
   Node* Current() override;
 
  protected:

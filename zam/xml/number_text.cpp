@@ -13,12 +13,12 @@ namespace ZaM::detail {
 
 namespace {
 
-constexpr int digitsBehindPoint = 6;
+constexpr int digitsAfterPoint = 6;
 
 template <class Number, class... Format>
 wstring Print(Number value, Format... format) {
-  // A sign, the digits of the greatest double, a point and what stands behind it.
-  std::array<char, 2 + std::numeric_limits<double>::max_exponent10 + 1 + digitsBehindPoint> text;
+  // A sign, the digits of the greatest double, a point and what stands after it.
+  std::array<char, 2 + std::numeric_limits<double>::max_exponent10 + 1 + digitsAfterPoint> text;
   auto const end = std::to_chars(text.data(), text.data() + text.size(), value, format...).ptr;
   return ReportOutOfMemory([&] { return wstring(text.data(), end); });
 }
@@ -106,7 +106,7 @@ std::optional<double> ScanDecimal(std::string_view text) {
 }  // namespace
 
 wstring FormatDouble(double value, std::size_t capacity) {
-  wstring text = Print(value, std::chars_format::fixed, digitsBehindPoint);
+  wstring text = Print(value, std::chars_format::fixed, digitsAfterPoint);
   if (text.size() >= capacity) text.resize(capacity - 1);
   return text;
 }

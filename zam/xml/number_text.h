@@ -12,12 +12,12 @@
 
 namespace ZaM::detail {
 
-/// Fixed notation with six digits behind the point, never an exponent, rounded to even as printing does: "0.500000",
+/// Fixed notation with six digits after the point, never an exponent, rounded to even as printing does: "0.500000",
 /// "-0.000000". Not-a-number is "nan" or "-nan", infinities are "inf" and "-inf". What is longer than `capacity - 1`
 /// units is cut there; `capacity` is at least 1.
 [[nodiscard]] wstring FormatDouble(double value, std::size_t capacity);
 
-/// Decimal digits, behind a minus sign where the number is negative: "%d", "%u", "%I64d", "%I64u".
+/// Decimal digits, after a minus sign where the number is negative: "%d", "%u", "%I64d", "%I64u".
 [[nodiscard]] wstring FormatNumber(std::int32_t value);
 [[nodiscard]] wstring FormatNumber(std::uint32_t value);
 [[nodiscard]] wstring FormatNumber(std::int64_t value);
@@ -36,7 +36,7 @@ namespace ZaM::detail {
 [[nodiscard]] std::optional<std::uint64_t> ScanUInt64(std::string_view text);
 [[nodiscard]] std::optional<std::uint64_t> ScanUInt64(std::u16string_view text);
 
-/// As above, with a point, digits behind it and an exponent, each of which may be missing: "1.5", ".5", "5.", "1e3".
+/// As above, with a point, digits after it and an exponent, each of which may be missing: "1.5", ".5", "5.", "1e3".
 /// What is beyond a double's range becomes an infinity, what is below it a zero, with the sign. "inf" and "nan" are no
 /// numbers, and "0x10" is 0: stored documents are decimal.
 [[nodiscard]] std::optional<double> ScanDouble(std::string_view text);

@@ -53,7 +53,7 @@ std::string_view View(xmlChar const* text) {
   return reinterpret_cast<char const*>(text);
 }
 
-/// The entity that the next reference in `content` is to, which is left behind it; null behind the last.
+/// The entity that the next reference in `content` is to, which is left behind it; null after the last.
 xmlEntity* NextReference(xmlDoc* document, xmlChar const*& content) {
   for (; content != nullptr && *content != 0; ++content) {
     if (*content != '&' && *content != '%') continue;
@@ -205,7 +205,7 @@ bool PushParser::IsFromReference(xmlChar const* text) const {
   return IsInEntity() || (!isInInput && input.cur > input.base && input.cur[-1] == ';');
 }
 
-bool PushParser::IsBehindReturn(char const* text) const {
+bool PushParser::FollowsReturn(char const* text) const {
   return !IsInEntity() && text != reinterpret_cast<char const*>(context->input->base) && text[-1] == '\r';
 }
 

@@ -26,7 +26,7 @@ inline constexpr std::size_t mostSubset = 500'000;
 /// Counts the attributes of a start tag that arrives bit by bit.
 class TagScan {
  public:
-  /// Goes on with the next bytes of the tag, which begins with `<`; false behind its end.
+  /// Goes on with the next bytes of the tag, which begins with `<`; false after its end.
   bool Add(std::string_view bytes);
 
   [[nodiscard]] std::size_t Attributes() const { return attributes; }
@@ -53,7 +53,7 @@ class TagScan {
 ///           too;
 ///           - refers to entities that stand for more than 1,000,000 bytes and for more than 5 times what has been fed,
 ///             each reference, and each declaration, counted with 20 bytes on top, the limits of libxml2 from version
-///             2.11 on; or to a parameter entity behind 10,000 references;
+///             2.11 on; or to a parameter entity after 10,000 references;
 ///           - declares an entity, and has a name of more than 50,000 bytes, or 10,000,000 bytes in one tag, value,
 ///             comment, processing instruction or CDATA section; where it declares none, a name of 10,000,000 bytes or
 ///             1,000,000,000 in one of the others.
@@ -95,8 +95,8 @@ class PushParser {
   [[nodiscard]] bool IsInContent() const { return context->instate == XML_PARSER_CONTENT && !IsInEntity(); }
   /// Whether characters come from a reference.
   [[nodiscard]] bool IsFromReference(xmlChar const* text) const;
-  /// Whether what is reported as `text` stands behind a carriage return in the document.
-  [[nodiscard]] bool IsBehindReturn(char const* text) const;
+  /// Whether what is reported as `text` stands after a carriage return in the document.
+  [[nodiscard]] bool FollowsReturn(char const* text) const;
   /// What the declaration of a general entity has, or nothing.
   [[nodiscard]] std::string_view ContentOf(std::string const& entity) const;
   // Each of these stops the parse where the document has more than it may, and returns whether it goes on.

@@ -12,7 +12,7 @@
 
 namespace ZaM::detail {
 
-/// One area of text in two parts: in front what belongs to the target and is handed over in large pieces, behind it
+/// One area of text in two parts: in front what belongs to the target and is handed over in large pieces, after it
 /// what is pending, so that it can still be dropped. A step of the stream makes room for all that it appends, appends
 /// it, and settles: so nothing is half done where memory runs out.
 class StepBuffer {
@@ -23,7 +23,7 @@ class StepBuffer {
   /// Whether `size` bytes can be appended.
   [[nodiscard]] bool HasRoom(std::size_t size) const { return capacity - end >= size; }
 
-  /// Makes room for `size` bytes behind what is there. Throws BaseException with id 5.
+  /// Makes room for `size` bytes after what is there. Throws BaseException with id 5.
   void MakeRoom(std::size_t size) {
     std::size_t const needed = std::max(end + size, usualSize);
     auto larger = ReportOutOfMemory([needed] { return std::make_unique_for_overwrite<char[]>(needed); });

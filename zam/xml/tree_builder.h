@@ -20,7 +20,7 @@ namespace ZaM::detail {
 /// What becomes of a document; XmlTree says it with a table.
 struct TreeOptions {
   /// All that stands in an element becomes a child, and names lose their prefixes. Otherwise of texts and CDATA
-  /// sections only those behind the last tag become one, and nothing but elements remains of the rest.
+  /// sections only those after the last tag become one, and nothing but elements remains of the rest.
   bool isModel = false;
   /// How many units of names and of the values of attributes are kept.
   std::size_t mostNameUnits = std::string_view::npos;

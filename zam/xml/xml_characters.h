@@ -12,7 +12,7 @@
 
 namespace ZaM::detail {
 
-/// Zero bytes behind what is scanned: as many as a scan looks at together.
+/// Zero bytes after what is scanned: as many as a scan looks at together.
 inline constexpr std::size_t scanPadding = 16;
 
 enum : std::uint8_t {
@@ -50,7 +50,7 @@ struct Character {
   return static_cast<unsigned char>(*bytes) < 0x80 ? 0 : Decode(bytes).size;
 }
 
-/// Whether a name may have this character, as its first or behind that.
+/// Whether a name may have this character, as its first or after that.
 [[nodiscard]] bool IsNameCharacter(std::uint32_t code, bool isFirst);
 
 /// The end of the name that begins here, which is where it begins where none does.
@@ -71,7 +71,7 @@ Char* SkipBlanks(Char* place) {
   return place;
 }
 
-/// Whether the bytes at the end of a buffer may be a character that goes on behind it.
+/// Whether the bytes at the end of a buffer may be a character that goes on after it.
 [[nodiscard]] bool IsCutCharacter(char const* place, char const* end);
 
 /// Whether a character of two bytes stands here.
@@ -161,7 +161,7 @@ char* SkipText(char* place) {
 /// A reference, which begins with `&`.
 struct Reference {
   std::size_t size = 0;       // 0 where it is malformed or cut
-  bool isCut = false;         // it may go on behind the end of the buffer
+  bool isCut = false;         // it may go on past the end of the buffer
   std::size_t nameSize = 0;   // of an entity that isn't predefined, else 0
   std::size_t byteCount = 0;  // of the character that it stands for otherwise
   char bytes[4] = {};

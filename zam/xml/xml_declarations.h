@@ -18,7 +18,7 @@ namespace ZaM::detail {
 /// What a document declares of an element's content.
 enum class XmlContent { Undeclared, ElementsOnly, Any };
 
-/// Makes what stands behind `from` tokens with a blank between each two, as values of attributes that aren't CDATA are.
+/// Makes what stands after `from` tokens with a blank between each two, as values of attributes that aren't CDATA are.
 inline void MakeTokens(std::string& text, std::size_t from) {
   std::size_t end = from;
   for (std::size_t i = from; i < text.size(); ++i) {

@@ -14,7 +14,7 @@ struct _xmlCharEncodingHandler;
 
 namespace ZaM::detail {
 
-/// The bytes of one document, in any of the encodings that are allowed, as UTF-8. What comes behind bytes that mean
+/// The bytes of one document, in any of the encodings that are allowed, as UTF-8. What comes after bytes that mean
 /// nothing in the encoding is passed over; a byte that isn't UTF-8 stands in its place. So is what stands at the end
 /// and is no whole character.
 ///

@@ -22,13 +22,13 @@ using XmlDocument = std::unique_ptr<xmlDoc, FreeXmlDocument>;
 /// A document without a root.
 XmlDocument NewDocument();
 
-/// Adds an element behind the children of `parent`, or as the document's root where that is null.
+/// Adds an element after the children of `parent`, or as the document's root where that is null.
 xmlNode* AddElement(xmlDoc& document, xmlNode* parent, std::string_view name);
 
-/// Adds a text behind the children of `parent`.
+/// Adds a text after the children of `parent`.
 void AddText(xmlNode& parent, std::string_view text);
 
-/// Adds an attribute behind `last`, the element's last one, which is null if there is none. Whether there is one of
+/// Adds an attribute after `last`, the element's last one, which is null if there is none. Whether there is one of
 /// that name isn't looked at.
 xmlAttr* AddAttribute(xmlNode& element, xmlAttr* last, std::string_view name, std::string_view value);
 

@@ -72,7 +72,7 @@ struct XmlDocumentType {
 /// Looks for the end of a `<!DOCTYPE …>` that arrives bit by bit.
 class XmlDocumentTypeEnd {
  public:
-  /// Goes on behind what was looked at, in all that there is of it; returns the size, or npos where it isn't complete.
+  /// Goes on after what was looked at, in all that there is of it; returns the size, or npos where it isn't complete.
   [[nodiscard]] std::size_t Find(std::string_view text);
 
  private:

@@ -36,7 +36,7 @@ bool IsAllowed(std::string_view name) {
   });
 }
 
-/// What stands behind each `encoding=` of the declaration, in small letters.
+/// What stands after each `encoding=` of the declaration, in small letters.
 std::vector<std::string> Names(std::string_view head) {
   std::vector<std::string> names;
   std::string const letters = Letters(head);

@@ -25,7 +25,7 @@ inline constexpr std::size_t mostDeclaration = 65536;
 /// What a complete head declares, in small letters; empty for nothing.
 [[nodiscard]] std::string DeclaredEncoding(std::string_view head);
 
-/// UTF-32 behind a byte order mark, which libxml2 takes for UTF-16.
+/// UTF-32 after a byte order mark, which libxml2 takes for UTF-16.
 class Utf32Decoder {
  public:
   /// One for a document that begins so; its bytes then are all decoded by it.

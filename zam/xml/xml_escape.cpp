@@ -74,7 +74,7 @@ struct Place {
   char* out;
 };
 
-/// Writes the units up to `stop`, and the second half of a pair behind it. A zero unit counts as the end.
+/// Writes the units up to `stop`, and the second half of a pair after it. A zero unit counts as the end.
 Place WriteByTable(Place at, char16_t const* stop, char16_t const* end) {
   auto [in, out] = at;
   while (in < stop) {

@@ -14,7 +14,7 @@ constexpr std::size_t EscapedCapacity(std::size_t units) {
 }
 
 /// Writes `text`, up to its first zero unit, to `out` as escaped UTF-8, and returns the end of what it wrote. There
-/// has to be room for `EscapedCapacity(text.size())` bytes. Nothing is put behind the end.
+/// has to be room for `EscapedCapacity(text.size())` bytes. Nothing is put past the end.
 ///
 /// - The five characters of markup become entities (`&amp;`), tab, line feed and carriage return two-digit references
 ///   (`&#09;`), in attributes as in text. What comes out isn't looked at again, so that entities in the input are

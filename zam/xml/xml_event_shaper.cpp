@@ -86,7 +86,7 @@ void XmlEventShaper::Reference(std::string_view name, std::string_view content) 
 }
 
 void XmlEventShaper::HoldText(std::string_view text, bool isLiteral) {
-  // What stands behind a reference is judged by itself.
+  // What stands after a reference is judged by itself.
   if (isLiteral && !isRunLiteral) isRunWritten = false;
   isRunLiteral = isLiteral;
   if (!isRunWritten && isLiteral && IsBlank(text)) return ReportOutOfMemory([&] { blanks += text; });

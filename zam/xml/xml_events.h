@@ -9,7 +9,7 @@
 
 namespace ZaM::detail {
 
-/// What a start tag says of one attribute. All texts are UTF-8, last for the event, and have a zero byte behind them.
+/// What a start tag says of one attribute. All texts are UTF-8, last for the event, and have a zero byte after them.
 struct XmlAttribute {
   std::string_view name;       // as it stands: `x:p`
   std::string_view localName;  // the end of it: `p` where namespaces are resolved and x is declared, else all of it
@@ -35,7 +35,7 @@ class XmlEventReceiver {
   virtual void OnEndElement(std::string_view name) = 0;
 
   /// Text outside of CDATA sections, in one or more pieces, none of which is empty. Where they end has no meaning: a
-  /// run of text ends at the next event of another kind. Has no zero byte behind it, as the following three.
+  /// run of text ends at the next event of another kind. Has no zero byte after it, as the following three.
   virtual void OnCharacters(std::string_view text) = 0;
 
   /// Text of a CDATA section. Sections that follow each other without anything between are told of as one; an empty

@@ -253,7 +253,7 @@ std::list<XmlNode*>& XmlNode::TakeChildList() {
   return list;
 }
 
-/// Puts `child`, which is in no ring, behind the others in this one's.
+/// Puts `child`, which is in no ring, after the others in this one's.
 void XmlNode::Link(XmlNode& child) {
   XmlNode* const first = lastChild ? lastChild->nextInRing : &child;
   if (lastChild) lastChild->nextInRing = &child;

@@ -38,18 +38,18 @@ struct StoredAttributes;
 /// Content nodes made in memory have an empty name, those that were read are called "text"; nothing depends on it.
 ///
 /// A node is also the callback that reads its own element: what the parser reports becomes properties and children. Of
-/// text between children only what stands behind the last tag is kept.
+/// text between children only what stands after the last tag is kept.
 ///
 /// Numbers are stored as texts that don't follow the process's locale:
 ///
 /// | Type          | Form                                                     | Longest text           |
 /// |---------------|----------------------------------------------------------|------------------------|
-/// | double        | fixed, six digits behind the point, no exponent          | 31 units, cut there    |
+/// | double        | fixed, six digits after the point, no exponent          | 31 units, cut there    |
 /// | bool          | "1" or "0"; a reader looks at the first unit alone       |                        |
 /// | unsigned, long| decimal                                                  | 15 units               |
 /// | time          | its 64 bits as an unsigned decimal number: -1 is 2⁶⁴ - 1 | 31 units               |
 ///
-/// So a double keeps six digits behind the point, and one whose text is longer than 31 units (from 1e24 on) reads back
+/// So a double keeps six digits after the point, and one whose text is longer than 31 units (from 1e24 on) reads back
 /// as another number. Readers skip leading white space and stop at the first unit that doesn't fit: "12abc" is 12. What
 /// has no number at its start, and an empty text, gives the caller's default; what is out of range saturates.
 ///
@@ -109,7 +109,7 @@ class ZAM_EXPORT XmlNode : public Composite, public XmlSaxCallback {
   /// reference stays with the caller.
   void AddChild(Node* child) override;
 
-  /// Puts `child` behind the other children and returns it; the caller's reference passes to this node. A child that is
+  /// Puts `child` after the other children and returns it; the caller's reference passes to this node. A child that is
   /// added twice needs two references. Null does nothing and gives null.
   XmlNode* AddChild(XmlNode* child);
 
@@ -130,7 +130,7 @@ class ZAM_EXPORT XmlNode : public Composite, public XmlSaxCallback {
   /// A new ListIterator over the children. Throws BaseException with id 5 if there is no memory.
   Iterator* CreateIterator() override;
 
-  /// Adds a property behind the others and returns it, which stays the node's. Null, with nothing changed, if there is
+  /// Adds a property after the others and returns it, which stays the node's. Null, with nothing changed, if there is
   /// one of that name already; the typed writers below are then without effect.
   XmlProperty* AddProperty(wstring const& propertyName, wstring const& value);
 

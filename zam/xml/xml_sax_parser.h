@@ -89,9 +89,9 @@ class ZAM_EXPORT XmlSaxParser {
   ~XmlSaxParser();
 
   /// Parses a file in constant memory, but for the largest tag, comment or processing instruction in it. A file that
-  /// begins with the gzip signature is inflated while it is read, with all of its gzip streams, and bytes behind them
+  /// begins with the gzip signature is inflated while it is read, with all of its gzip streams, and bytes after them
   /// are ignored; any other is taken as it is. A gzip file that breaks off is like a document that does. All of the
-  /// file is read, also behind a fault in the document. While it is parsed, the library's writers can't open it, and a
+  /// file is read, also after a fault in the document. While it is parsed, the library's writers can't open it, and a
   /// file that one of them has open can't be opened here.
   void ParseFile(wstring const& filename, XmlSaxCallback* callback);
 

@@ -17,7 +17,7 @@ bool EqualsLetters(std::string_view text, std::string_view small) {
                     [](char a, char b) { return (a | (b >= 'a' && b <= 'z' ? 0x20 : 0)) == b; });
 }
 
-/// `name = 'value'` behind blanks, as in a declaration; empty where it isn't there, and `place` is left.
+/// `name = 'value'` after blanks, as in a declaration; empty where it isn't there, and `place` is left.
 std::string_view TakePseudoAttribute(char const*& place, std::string_view name) {
   char const* next = SkipBlanks(place);
   if (next == place || std::strncmp(next, name.data(), name.size()) != 0) return {};
@@ -158,7 +158,7 @@ XmlScanner::Step XmlScanner::ScanDeclaration(char const* start) {
   return Step::Done;
 }
 
-/// In front of the root and behind it.
+/// In front of the root and after it.
 XmlScanner::Step XmlScanner::ScanMisc() {
   cursor = SkipBlanks(cursor);
   if (*cursor != '<') return AtByte(cursor);

@@ -22,14 +22,14 @@ namespace ZaM::detail {
 /// Events of documents in UTF-8, in the time that looking at each byte takes, whatever the number and the size of
 /// names, attributes, texts and references.
 ///
-/// What a document type declares is libxml2's business: it gets the type with an empty document behind it. It also gets
+/// What a document type declares is libxml2's business: it gets the type with an empty document after it. It also gets
 /// what is refused here, which is what is malformed, and little else: libxml2 then parses the rest, from the beginning
 /// of the piece of markup or text that was refused. What has been told of up to there is of no more meaning than which
 /// elements are open. So a short document of that type and with these elements (Opening) brings libxml2 to the same
 /// place, and the events from there on are those that it would have sent, had it parsed the document from its first
 /// byte: there is nothing else in a document that later parts refer to.
 ///
-/// A piece of markup has to be complete in memory, with what was fed behind it. Texts and CDATA sections don't.
+/// A piece of markup has to be complete in memory, with what was fed after it. Texts and CDATA sections don't.
 ///
 /// The content of an entity is looked at once, by another scanner, before the first reference to it is told of: so none
 /// turns out to be malformed in the middle.
@@ -125,7 +125,7 @@ class XmlScanner {
   /// What the end of the buffer is to a scan that comes to a byte which may not stand there.
   [[nodiscard]] Step AtByte(char const* next) const { return next == end ? Step::Incomplete : Step::Refused; }
 
-  /// The end of markup that ends by `mark`, which is looked for behind what has been looked at; null where there is
+  /// The end of markup that ends by `mark`, which is looked for after what has been looked at; null where there is
   /// none.
   [[nodiscard]] char* FindEnd(std::size_t startSize, std::string_view mark);
   [[nodiscard]] bool HasTagEnd();

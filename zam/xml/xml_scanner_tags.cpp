@@ -51,7 +51,7 @@ XmlScanner::Step XmlScanner::ScanStartTag() {
 /// Up to the `>` or `/>` of a tag.
 XmlScanner::Step XmlScanner::ScanAttributes(char*& next) {
   for (;;) {
-    char* const behind = next;
+    char* const previousEnd = next;
     next = SkipBlanks(next);
     if (*next == '>') return Step::Done;
     if (*next == '/') return next[1] == '>' ? Step::Done : AtByte(next + 1);
@@ -60,7 +60,7 @@ XmlScanner::Step XmlScanner::ScanAttributes(char*& next) {
     attribute.name = next;
     attribute.nameEnd = NameEnd(next);
     if (attribute.nameEnd == next) return next == end || IsCutCharacter(next, end) ? Step::Incomplete : Step::Refused;
-    if (next == behind) return Step::Refused;
+    if (next == previousEnd) return Step::Refused;
     next = SkipBlanks(attribute.nameEnd);
     if (*next != '=') return next == end || IsCutCharacter(next, end) ? Step::Incomplete : Step::Refused;
     next = SkipBlanks(next + 1);
@@ -72,7 +72,7 @@ XmlScanner::Step XmlScanner::ScanAttributes(char*& next) {
   }
 }
 
-/// From the quote in front of a value to the one behind it.
+/// From the quote in front of a value to the one after it.
 XmlScanner::Step XmlScanner::ScanValue(char*& next, bool& isPlain) {
   char const limit = *next++;
   for (;;) {
@@ -111,7 +111,7 @@ bool XmlScanner::HasDuplicates() {
   return false;
 }
 
-/// The bytes behind names and values, which nobody needs any more, become the zero bytes that end them.
+/// The bytes after names and values, which nobody needs any more, become the zero bytes that end them.
 XmlScanner::Step XmlScanner::OpenElement(std::string_view name, char* tagEnd, bool isEmpty) {
   attributes.clear();
   ReportOutOfMemory([&] {

@@ -11,7 +11,7 @@
 
 namespace ZaM::detail {
 
-/// UTF-8 in the memory of a document: this, and the bytes directly behind it.
+/// UTF-8 in the memory of a document: this, and the bytes directly after it.
 struct StoredText {
   std::uint32_t size;
 

@@ -35,8 +35,8 @@ struct XmlEventOptions;
 ///     tree.Write(u"library.xml.gz");
 ///
 /// CAUTION: unless told otherwise, `Read2`, `ReadBuffer`, `Write` and `WriteBuffer` CUT LONG ATTRIBUTES WITHOUT A WORD:
-/// on reading, names behind 512 units and values behind 1,024; on writing, names behind 1,024 bytes of UTF-8 and values
-/// behind 2,048. Programs that exchange these files count on it. Where documents hold long values, such as the paths of
+/// on reading, names after 512 units and values after 1,024; on writing, names after 1,024 bytes of UTF-8 and values
+/// after 2,048. Programs that exchange these files count on it. Where documents hold long values, such as the paths of
 /// a drawing: `SetDoCutValues(false)`. `Read` and texts between tags never lose anything that way.
 ///
 /// There are two ways to read. `Read` is the way of events; `Read2` and `ReadBuffer` tell whether the text was
@@ -51,7 +51,7 @@ struct XmlEventOptions;
 /// | name `x:a`            | `x:a`, xmlns is an attribute   | `a` where x is declared, and no xmlns                  |
 /// | entity references     | substituted                    | as the switch stands: substituted or children of their |
 /// |                       |                                | name and text; of an attribute the first piece is kept |
-/// | white space only      | text where behind a last child | left out by `Read2`; for `ReadBuffer` see below        |
+/// | white space only      | text where after a last child | left out by `Read2`; for `ReadBuffer` see below        |
 /// | names                 | whole                          | the first 512 units, or as told above                  |
 /// | attribute values      | whole                          | the first 1,024 units, or as told above                |
 ///
@@ -67,7 +67,7 @@ struct XmlEventOptions;
 ///
 /// Writing replaces what XML can't carry, so that a file can always be read: control characters by a blank, lone
 /// surrogates and U+FFFE and U+FFFF by U+FFFD, what doesn't belong into a name, a colon that doesn't stand
-/// between two names, and an empty name, by an underscore. Where names and values are cut that happens behind a whole
+/// between two names, and an empty name, by an underscore. Where names and values are cut that happens after a whole
 /// character, and where two attributes of an element become alike by that, the first keeps its place and gets the later
 /// value. Trees of any depth can be written and read.
 ///

@@ -23,7 +23,7 @@ namespace ZaM {
 namespace {
 
 constexpr std::string_view declaration = "<?xml version=\"1.0\"?>\n";
-constexpr std::size_t numberCapacity = 256;  // units, with the one for a zero behind the number
+constexpr std::size_t numberCapacity = 256;  // units, with the one for a zero after the number
 constexpr wchar replacementCharacter = 0xFFFD;
 
 _xmlCharEncodingHandler* FetchEncodingHandler() {

@@ -59,7 +59,7 @@ enum StorageType : std::int32_t {
 /// surrogates without their other half by U+FFFD. A value ends at its first zero unit.
 ///
 /// Sequence: CreateNode AddProperty* AddText? (child | AddSubNodeText)* CloseNode, with children of the same form, and
-///           Close behind the root. Text and attributes can only follow their own start tag.
+///           Close after the root. Text and attributes can only follow their own start tag.
 /// Memory:   a working area of six bytes per unit of the longest value so far, and the text itself in memory mode.
 /// Threads:  one thread at a time.
 /// Errors:   XmlException 3001, 3002 and 3003 as told below; FileIOException 2002 for a gzip file that can't be
@@ -85,12 +85,12 @@ class ZAM_EXPORT ZamXmlOutStream {
   /// Closes an open file. A start tag that `CreateNode` has begun and no further call has written is lost.
   ~ZamXmlOutStream();
 
-  /// Begins a new document in the file `filename`; in memory, behind what `getXmlString` holds already. Drops what
+  /// Begins a new document in the file `filename`; in memory, after what `getXmlString` holds already. Drops what
   /// `CreateNode` has begun; elements that are open stay so. Throws XmlException 3003 while a file is open.
   void Open(wstring const& filename);
 
   /// Writes what is pending, and closes the file. Doesn't look at elements that are still open. In memory mode writing
-  /// may go on behind it.
+  /// may go on after it.
   void Close();
 
   /// Whether the target has taken everything that was written since the document began. Ask after `Close`: a full disk
@@ -116,7 +116,7 @@ class ZAM_EXPORT ZamXmlOutStream {
   void CloseNode(std::string const& name);
 
   /// Adds an attribute to the element whose start tag is open. Throws XmlException 3001 if there is none: directly
-  /// behind a closed child, a text, or outside of all elements. Names aren't compared: an attribute's name has to
+  /// after a closed child, a text, or outside of all elements. Names aren't compared: an attribute's name has to
   /// differ from those before it.
   void AddProperty(std::string const& name, wstring const& value);
   void AddProperty(std::string const& name, bool const& value);  // "1" or "0"
@@ -124,7 +124,7 @@ class ZAM_EXPORT ZamXmlOutStream {
   void AddProperty(std::string const& name, std::int64_t const& value);
   void AddProperty(std::string const& name, unsigned int const& value);
 
-  /// Six digits behind the point, never an exponent; of more than 248 digits in front of it the last are cut. What
+  /// Six digits after the point, never an exponent; of more than 248 digits in front of it the last are cut. What
   /// isn't finite is written as "inf" or "nan", with a sign if it has one; readers take that for no number.
   void AddProperty(std::string const& name, double const& value);
 
@@ -142,7 +142,7 @@ class ZAM_EXPORT ZamXmlOutStream {
   template <class Object>
   void AddProperty(std::string const& name, Object const* value) = delete;
 
-  /// Ends the start tag, and writes `text` behind it. Throws XmlException 3001 like `AddProperty`, so that an element
+  /// Ends the start tag, and writes `text` after it. Throws XmlException 3001 like `AddProperty`, so that an element
   /// takes text once, in front of its children.
   void AddText(wstring const& text);
 
@@ -166,7 +166,7 @@ class ZAM_EXPORT ZamXmlOutStream {
   std::unique_ptr<std::ofstream> fileStream;
   // In memory mode, what `buffer` has handed over.
   std::string xmlString;
-  // What the target hasn't taken yet: text that is the target's already, and is handed over in large pieces; behind it
+  // What the target hasn't taken yet: text that is the target's already, and is handed over in large pieces; after it
   // what waits for the next step, the declaration or the start tag that CreateNode has begun. Never null.
   std::unique_ptr<detail::StepBuffer> buffer;
   // The names of the open elements, the innermost on top.
