@@ -32,10 +32,10 @@ LearnedClasses LearnAlone(std::vector<Document const*> const& training, std::siz
   return learned;
 }
 
-// Groups of four take half the time of groups of eight, and give more threads something to do.
+// As many as give each thread a group. Groups have places for a multiple of four; only a class alone is cheaper.
 std::size_t ClassesAtOnce(std::size_t classes, std::size_t jobs) {
-  constexpr std::size_t half = Trainer::mostAtOnce / 2;
-  return half * jobs >= classes ? half : Trainer::mostAtOnce;
+  std::size_t const share = (classes + jobs - 1) / jobs;
+  return share <= 1 ? 1 : std::min((share + 3) / 4 * 4, Trainer::mostAtOnce);
 }
 
 }  // namespace

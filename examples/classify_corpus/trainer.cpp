@@ -13,9 +13,9 @@
 //   Wang, Manning: Baselines and bigrams: simple, good sentiment and topic classification. ACL 2012.
 //
 // Nearly all of the time goes into the weights of a document's terms, which are scattered over megabytes. So classes
-// are learned several at a time, with their weights of a term side by side: one look serves all of them, and the
-// processor's vectors do the sums. A class has no part in what becomes of its neighbours. On topics that takes half the
-// time of one class after the other; 16 at a time gain nothing more, and leave threads less to share.
+// are learned up to twelve at a time, with their weights of a term side by side: one look serves all of them, and the
+// processor's vectors do the sums. A class has no part in what becomes of its neighbours. That takes half the time of
+// one class after the other; more at a time gain nothing, and leave threads less to share.
 #include "trainer.h"
 
 #include <algorithm>
@@ -24,6 +24,7 @@
 #include <cstdint>
 #include <numeric>
 #include <random>
+#include <type_traits>
 #include <utility>
 
 #include "interrupt.h"
@@ -39,29 +40,43 @@ constexpr float tolerance = 0.1F;      // of the condition at the minimum; a ten
 constexpr int mostSweeps = 100;        // about ten are needed
 constexpr unsigned int orderSeed = 1;  // of the random order: any will do, but always the same
 
+constexpr std::size_t cacheLine = 64;
+
 using Vector = std::span<WeightedTerm const>;
 
 // A vector of the compiler: left to themselves, GCC's loops go along the terms, and shuffle their numbers.
 using Four [[gnu::vector_size(4 * sizeof(float))]] = float;
 
-/// A number for each of the classes that are learned together.
+/// A number for each of the classes that are learned together: one, or a multiple of four.
 template <std::size_t Width>
 struct Lanes {
+  using Part = std::conditional_t<Width == 1, float, Four>;
+
   static Lanes Of(float number) {
     Lanes lanes;
-    lanes.fours.fill(Four{} + number);
+    lanes.parts.fill(Part{} + number);
     return lanes;
   }
 
-  float operator[](std::size_t lane) const { return fours[lane / 4][lane % 4]; }
-  void Set(std::size_t lane, float number) { fours[lane / 4][lane % 4] = number; }
+  float operator[](std::size_t lane) const {
+    if constexpr (Width == 1)
+      return parts[0];
+    else
+      return parts[lane / 4][lane % 4];
+  }
+  void Set(std::size_t lane, float number) {
+    if constexpr (Width == 1)
+      parts[0] = number;
+    else
+      parts[lane / 4][lane % 4] = number;
+  }
 
   /// Adds a multiple of others.
   void Add(float factor, Lanes const& others) {
-    for (std::size_t i = 0; i < fours.size(); ++i) fours[i] += factor * others.fours[i];
+    for (std::size_t i = 0; i < parts.size(); ++i) parts[i] += factor * others.parts[i];
   }
 
-  std::array<Four, Width / 4> fours{};
+  std::array<Part, (Width + 3) / 4> parts{};
 };
 
 /// Learns up to `Width` classes.
@@ -78,9 +93,9 @@ class Learner {
  private:
   using Numbers = Lanes<Width>;
 
-  struct alignas(2 * sizeof(Numbers)) TermState {  // one line of the cache
-    Numbers weights;                               // w
-    Numbers strengths;                             // r²
+  struct alignas(Width == 12 ? 32 : 2 * sizeof(Numbers)) TermState {
+    Numbers weights;    // w
+    Numbers strengths;  // r²
   };
 
   void CompareWithOthers(std::vector<float> const& totals);
@@ -175,7 +190,9 @@ bool Learner<Width>::Sweep() {
 // Asks for what the next document needs, while this one has its turn.
 template <std::size_t Width>
 void Learner<Width>::Fetch(Vector words) const {
-  for (auto const [index, weight] : words) __builtin_prefetch(&terms[index]);
+  for (auto const [index, weight] : words)
+    for (std::size_t place = 0; place < sizeof(TermState); place += cacheLine)
+      __builtin_prefetch(reinterpret_cast<char const*>(&terms[index]) + place);
 }
 
 // A document with a = 0 that lies far enough on its side meets the condition.
@@ -217,8 +234,8 @@ template <std::size_t Width>
 void Learner<Width>::Move(Vector words, Numbers const& steps) {
   for (auto const [index, weight] : words) {
     TermState& term = terms[index];
-    for (std::size_t i = 0; i < steps.fours.size(); ++i)
-      term.weights.fours[i] += weight * steps.fours[i] * term.strengths.fours[i];
+    for (std::size_t i = 0; i < steps.parts.size(); ++i)
+      term.weights.parts[i] += weight * steps.parts[i] * term.strengths.parts[i];
   }
   biases.Add(1, steps);
 }
@@ -257,7 +274,9 @@ Trainer::Trainer(TrainingSet given) : documents(std::move(given)), totals(docume
 }
 
 std::vector<ZaM::Ref<ClassModel>> Trainer::Learn(std::span<unsigned int const> classIds) const {
+  if (classIds.size() <= 1) return LearnTogether<1>(documents, totals, classIds);
   if (classIds.size() <= 4) return LearnTogether<4>(documents, totals, classIds);
+  if (classIds.size() <= 8) return LearnTogether<8>(documents, totals, classIds);
   return LearnTogether<mostAtOnce>(documents, totals, classIds);
 }
 

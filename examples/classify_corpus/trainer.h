@@ -22,7 +22,7 @@ class Trainer {
  public:
   explicit Trainer(TrainingSet given);
 
-  static constexpr std::size_t mostAtOnce = 8;
+  static constexpr std::size_t mostAtOnce = 12;
 
   /// The models of up to `mostAtOnce` classes, in their order. Learning them together takes little longer than one
   /// alone, and gives the same models. Any number of threads may learn classes at once.

@@ -43,9 +43,14 @@ TEST(Trainer, GivesEachSideTheScoreItAimsAt) {
     EXPECT_NEAR(model->dot(*Words({{0, 1.0F}})), 0, 0.6) << "a term of both classes says little";
 
     // Once more, with others beside it.
-    auto const together = trainer.Learn(std::array{9U, 8U, id, 7U, 3 - id});
-    EXPECT_EQ(together[2]->Weights(), model->Weights());
-    EXPECT_EQ(together[2]->Bias(), model->Bias());
+    for (std::size_t const count : {3U, 6U, 11U}) {
+      std::vector<unsigned int> ids(count, 3 - id);
+      ids.push_back(id);
+      auto const together = trainer.Learn(ids);
+      ASSERT_EQ(together.size(), ids.size());
+      EXPECT_EQ(together.back()->Weights(), model->Weights()) << count;
+      EXPECT_EQ(together.back()->Bias(), model->Bias()) << count;
+    }
   }
 }
 
