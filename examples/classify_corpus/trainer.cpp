@@ -180,14 +180,14 @@ bool Learner<Width>::Sweep() {
   worst = {};
   for (std::size_t turn = 0; turn < order.size(); ++turn) {
     StopIfInterrupted(CancelId::Training);
-    if (turn + 1 < order.size()) Fetch(documents.VectorOf(order[turn + 1]));
+    if (Width > 1 && turn + 1 < order.size()) Fetch(documents.VectorOf(order[turn + 1]));
     Improve(order[turn]);
   }
   for (std::size_t lane = 0; lane < Width; ++lane) isDone[lane] = isDone[lane] || worst[lane] < tolerance;
   return std::find(isDone.begin(), isDone.end(), false) == isDone.end();
 }
 
-// Asks for what the next document needs, while this one has its turn.
+// Asks for what the next document needs, while this one has its turn. A class alone would lose by that.
 template <std::size_t Width>
 void Learner<Width>::Fetch(Vector words) const {
   for (auto const [index, weight] : words)
@@ -215,19 +215,16 @@ void Learner<Width>::Improve(std::size_t i) {
   if (isMoving) Move(documents.VectorOf(i), steps);
 }
 
-// Two sums for each class, so that an addition doesn't have to wait for the one before.
+// Four sums for each class, so that an addition doesn't have to wait for the one before.
 template <std::size_t Width>
 Lanes<Width> Learner<Width>::Scores(Vector words) const {
-  Numbers even = biases;
-  Numbers odd;
+  std::array<Numbers, 4> sums{biases};
   std::size_t i = 0;
-  for (; i + 2 <= words.size(); i += 2) {
-    even.Add(words[i].weight, terms[words[i].index].weights);
-    odd.Add(words[i + 1].weight, terms[words[i + 1].index].weights);
-  }
-  if (i < words.size()) even.Add(words[i].weight, terms[words[i].index].weights);
-  even.Add(1, odd);
-  return even;
+  for (; i + sums.size() <= words.size(); i += sums.size())
+    for (std::size_t k = 0; k < sums.size(); ++k) sums[k].Add(words[i + k].weight, terms[words[i + k].index].weights);
+  for (; i < words.size(); ++i) sums[0].Add(words[i].weight, terms[words[i].index].weights);
+  for (std::size_t k = 1; k < sums.size(); ++k) sums[0].Add(1, sums[k]);
+  return sums[0];
 }
 
 template <std::size_t Width>
