@@ -14,7 +14,7 @@
 
 namespace ZaM::detail {
 
-/// A stack of names in one piece of memory, each with a zero byte behind it. Names are copied and compared by blocks,
+/// A stack of names in one piece of memory, each with a zero byte after it. Names are copied and compared by blocks,
 /// without a call for each. (See xml_parser_benchmark.)
 class OpenNames {
  public:
