@@ -105,7 +105,8 @@ bool XmlScanner::HasDuplicates() {
   }
   for (std::size_t i = 1; i < found.size(); ++i) {
     for (std::size_t k = 0; k < i; ++k) {
-      if (name(found[i]) == name(found[k])) return true;
+      // Most differ in their first byte.
+      if (*found[i].name == *found[k].name && name(found[i]) == name(found[k])) return true;
     }
   }
   return false;
@@ -113,10 +114,10 @@ bool XmlScanner::HasDuplicates() {
 
 /// The bytes after names and values, which nobody needs any more, become the zero bytes that end them.
 XmlScanner::Step XmlScanner::OpenElement(std::string_view name, char* tagEnd, bool isEmpty) {
-  attributes.clear();
+  bool const isTold = depth == 0;  // an entity that is only looked at is told to nobody
   ReportOutOfMemory([&] {
-    bool const isTold = depth == 0;  // an entity that is only looked at is told to nobody
-    if (isTold && !found.empty()) MakeAttributes(name, static_cast<std::size_t>(tagEnd - cursor));
+    attributes.resize(isTold ? found.size() : 0);
+    if (!attributes.empty()) MakeAttributes(name, static_cast<std::size_t>(tagEnd - cursor));
     openNames.Push(name);
   });
   if (!hasBegun) shaper.StartDocument();
@@ -152,7 +153,6 @@ void XmlScanner::MakeAttributes(std::string_view element, std::size_t tagSize) {
   bool const areAllPlain = std::all_of(found.begin(), found.end(), [](Found const& one) { return one.isPlain; });
   // Unless it refers to an entity, no value grows, so that none moves.
   if (!areAllPlain) values.reserve(tagSize);
-  attributes.resize(found.size());
   for (std::size_t i = 0; i < found.size(); ++i) {
     Found const& one = found[i];
     // One by one: copying it right after it is written stalls the processor.
