@@ -61,6 +61,12 @@ std::vector<std::size_t> Plane::Choose(std::vector<unsigned int> const& classIds
   return chosen;
 }
 
+Plane::Plane(std::vector<PlaneExample> chosen) : examples(std::move(chosen)) {
+  std::vector<WordVector*> vectors;
+  for (PlaneExample const& example : examples) vectors.push_back(example.words.Get());
+  WordVector::ShareIndex(vectors);
+}
+
 void Plane::CheckModel(fs::path const& model) {
   std::error_code unknown;
   if (!fs::exists(model, unknown)) PendingFile const writable(model);

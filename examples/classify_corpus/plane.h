@@ -53,7 +53,7 @@ class Plane {
   static std::vector<std::size_t> Choose(std::vector<unsigned int> const& classIds);
 
   /// Of the examples that were chosen.
-  explicit Plane(std::vector<PlaneExample> chosen) : examples(std::move(chosen)) {}
+  explicit Plane(std::vector<PlaneExample> chosen);
 
   /// Takes the plane from `model` if there is such a file; else learns it, and writes the file unless its name is
   /// empty: it is committed with the other `outputs`. Throws RunError if there are fewer than four examples, or if the

@@ -4,7 +4,9 @@
 
 #include <zam/zam.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -14,6 +16,26 @@ namespace classify {
 struct WeightedTerm {
   std::uint32_t index;
   float weight;
+};
+
+class WordVector;
+
+/// Many vectors by their terms, so that a product with all of them passes over the terms that they don't share.
+class TermIndex {
+ public:
+  explicit TermIndex(std::span<WordVector const* const> vectors);
+
+  /// The product with each of the first `count` vectors.
+  void Multiply(std::span<WeightedTerm const> terms, std::size_t count, double* products) const;
+
+ private:
+  struct Occurrence {
+    std::uint32_t vector;
+    float weight;
+  };
+
+  std::vector<std::size_t> starts;  // by term, and an end
+  std::vector<Occurrence> occurrences;
 };
 
 /// A sparse vector over a vocabulary, for a document's feature chain.
@@ -29,8 +51,11 @@ class WordVector : public ZaM::Node, public ZaM::Representation, public ZaM::Bul
   /// common term. `other` is a WordVector.
   double dot(ZaM::Representation const& other) const override;
 
-  /// The same for many: laid out by its terms once, this vector needs no search for those of each other one.
+  /// The same for many, by their index where they are the first vectors of one, in its order.
   void DotAll(ZaM::Representation const* const* others, std::size_t count, double* products) const override;
+
+  /// Makes these vectors find each other by an index, which doesn't see what becomes of them.
+  static void ShareIndex(std::span<WordVector* const> vectors);
 
   bool IsValid() const override { return !terms.empty(); }
   std::span<WeightedTerm const> Terms() const { return terms; }
@@ -39,7 +64,11 @@ class WordVector : public ZaM::Node, public ZaM::Representation, public ZaM::Bul
   explicit WordVector(std::vector<WeightedTerm> given);
 
  private:
+  static TermIndex const* IndexOf(Representation const* const* vectors, std::size_t count);
+
   std::vector<WeightedTerm> terms;
+  std::shared_ptr<TermIndex const> sharedIndex;  // null unless this vector is in one
+  std::size_t place = 0;                         // in the index
 };
 
 }  // namespace classify

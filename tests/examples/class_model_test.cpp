@@ -24,6 +24,25 @@ TrainingSet TwoClasses() {
   return documents;
 }
 
+TEST(WordVector, GivesTheSameProductsOneByOneAndByIndex) {
+  Ref<WordVector> const vectors[] = {Words({{1, 0.1F}, {4, 0.7F}}), Words({}), Words({{0, 0.3F}, {1, 0.2F}, {7, 0.9F}}),
+                                     Words({{4, 0.3F}, {7, 0.2F}}), Words({{9, 0.5F}})};
+  std::vector<WordVector*> indexed;
+  std::vector<ZaM::Representation const*> others;
+  for (auto const& vector : vectors) others.push_back(vector.Get());
+  for (std::size_t i = 0; i < 4; ++i) indexed.push_back(vectors[i].Get());
+  WordVector::ShareIndex(indexed);
+  for (auto const& vector : vectors) {
+    for (std::size_t const count : {2U, 4U, 5U}) {  // the last isn't in the index
+      std::vector<double> products(count + 1, -1), expected;
+      vector->DotAll(others.data(), count, products.data());
+      for (std::size_t i = 0; i < count; ++i) expected.push_back(vector->dot(*others[i]));
+      expected.push_back(-1);
+      EXPECT_EQ(products, expected);
+    }
+  }
+}
+
 TEST(ClassModel, ScoresByItsWeights) {
   Ref<ClassModel> const model(ClassModel::Create(7, {0.5F, -2.0F, 4.0F}, 0.25));
   EXPECT_EQ(model->GetClassId(), 7U);
