@@ -104,10 +104,14 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
   if (isUtf32) return 0;  // which libxml2 doesn't know
   // After the root libxml2 passes over bytes that mean nothing in the encoding.
   bool const isBroken = decoder && !ZaM::IsUtf8(decoder->Decode(document));
+  std::string_view const malformed = "malformed";
   auto const agrees = [&](std::string const& byLibxml2) {
     if (byUs.ends_with("limit") || byLibxml2.ends_with("limit")) return true;
-    bool const areMalformed = byUs.ends_with("malformed") && byLibxml2.ends_with("malformed");
-    return byUs == byLibxml2 || (decoder && areMalformed) || (isBroken && byUs.ends_with("malformed"));
+    bool const areMalformed = byUs.ends_with(malformed) && byLibxml2.ends_with(malformed);
+    // libxml2 tells of a reference that it keeps before it looks into the entity. What was told is dropped by then.
+    bool const isTold = options.isModel && !options.substitutesEntities &&
+                        byLibxml2.starts_with(std::string_view(byUs).substr(0, byUs.size() - malformed.size()));
+    return byUs == byLibxml2 || ((decoder || isTold) && areMalformed) || (isBroken && byUs.ends_with(malformed));
   };
 
   // Where libxml2 tells a fault, or a comment `<!-->-->`, may depend on the pieces that it gets.
