@@ -64,7 +64,7 @@ FAULTY void WithTrap(unsigned exceptions, double a, double b, void (*calculate)(
   calculate(a, b);
 }
 
-FAULTY void ReadBehindTheEndOfAFile() {
+FAULTY void ReadPastTheEndOfAFile() {
   void* const mapped = mmap(nullptr, 4096, PROT_READ, MAP_SHARED, fileno(std::tmpfile()), 0);
   ReadFrom(reinterpret_cast<std::uintptr_t>(mapped));
 }
@@ -107,7 +107,7 @@ TEST(StructuredExceptions, GiveEachFaultItsCode) {
       {"address that none can have", 0xC0000005, [] { ReadFrom(std::uintptr_t{1} << 63); }},
       {"call to nowhere", 0xC0000005, [] { Call(0); }},
       {"call into data", 0xC0000005, [] { Call(reinterpret_cast<std::uintptr_t>(divisors)); }},
-      {"shortened file", 0xC0000006, ReadBehindTheEndOfAFile},
+      {"shortened file", 0xC0000006, ReadPastTheEndOfAFile},
       {"illegal", 0xC000001D, []() FAULTY { asm volatile("ud2"); }},
       {"denormal", 0xC000008D, [] { WithTrap(FE_INVALID << 1, 5e-324, 1, Multiply); }},
       {"float by zero", 0xC000008E, [] { WithTrap(FE_DIVBYZERO, 1, 0, Divide<double>); }},

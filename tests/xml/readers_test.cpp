@@ -313,6 +313,7 @@ TEST(XmlReaders, TakeNoMoreOfADocumentThanTheyMay) {
     std::uint64_t least, most;  // of what a tree is worth
   } const cases[] = {{"<a/>" + std::string(20'000, ' '), 20'004, 20'004},
                      {"<a>" + Repeated("<b/>", 1'000) + "</a>", 88'000, 200'000},
+                     {"<a>" + Repeated("<b#/>", 1'000) + "</a>", 220'000, 400'000},
                      {"<a p='" + std::string(30'000, 'x') + "'/>", 30'009, 40'000}};
   Readers readers;
   for (auto const& [document, least, most] : cases) {

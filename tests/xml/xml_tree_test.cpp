@@ -107,7 +107,7 @@ TEST(XmlTree, WritesUnusualTreesReadably) {
   }
 }
 
-TEST(XmlTree, CutsNamesAndValuesBehindWholeCharacters) {
+TEST(XmlTree, CutsNamesAndValuesAfterWholeCharacters) {
   struct {
     wstring first;
     wstring others;

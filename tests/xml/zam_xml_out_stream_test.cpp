@@ -28,7 +28,7 @@ std::string ElementWith(wstring const& value) {
   return stream.getXmlString();
 }
 
-TEST(ZamXmlOutStreamTest, WritesADocumentOnOneLineBehindItsDeclaration) {
+TEST(ZamXmlOutStreamTest, WritesADocumentOnOneLineAfterItsDeclaration) {
   ZamXmlOutStream stream(StorageMemory);
   stream.CreateNode("a");
   stream.AddProperty("x", std::int32_t{5});
@@ -194,7 +194,7 @@ TEST(ZamXmlOutStreamTest, TellsWhetherAllWasWritten) {
   }
 }
 
-TEST(ZamXmlOutStreamTest, DecodesUtf8BehindWhatIsThere) {
+TEST(ZamXmlOutStreamTest, DecodesUtf8AfterWhatIsThere) {
   std::pair<std::string, wstring> const cases[] = {
       {"a\xC3\xA4\xE2\x82\xAC", u"a\u00E4\u20AC"},
       {"\xF0\x9D\x84\x9E\xF4\x8F\xBF\xBF!", {0xD834, 0xDD1E, 0xDBFF, 0xDFFF, u'!'}},

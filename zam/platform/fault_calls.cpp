@@ -122,7 +122,7 @@ bool IsOfSystem(std::uintptr_t function) {
 }
 
 /// Whether the fault struck inside of the C library or the loader, where they may hold locks. Sorting and searching
-/// hold none, and call functions that don't return if it was these that used the stack up.
+/// hold none: they call functions of the program, which may have used up the stack and then never return.
 bool IsInSystem(ucontext_t const& context) noexcept {
   bool isInside = false;
   bool callsBack = false;

@@ -20,7 +20,7 @@ constexpr std::size_t alternativeSize = std::size_t{64} * 1024;
 constexpr std::uintptr_t stackPerReserve = 32;
 constexpr std::uintptr_t leastReserve = std::uintptr_t{16} * 1024;
 constexpr std::uintptr_t mostReserve = std::uintptr_t{256} * 1024;
-// A main thread's stack of this size or more isn't held to be one that ends.
+// A main thread's stack of this size or more counts as one without an end.
 constexpr std::uintptr_t mostStack = std::uintptr_t{1} << 30;
 
 std::uintptr_t PageSize() {

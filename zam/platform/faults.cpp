@@ -37,7 +37,7 @@ struct ThreadFaults {
   DelayedOverflow delayed;
 };
 
-// Null on a thread that never asked, which comes here too, from inside of a fault: the first access mustn't allocate.
+// Null on a thread that never asked. A fault on such a thread reads it too, so that the first access mustn't allocate.
 // No more than a pointer, since all copies of the library in a process share the little room that there is for that.
 [[gnu::tls_model("initial-exec")]] thread_local constinit ThreadFaults* thisThread = nullptr;
 

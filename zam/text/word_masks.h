@@ -87,9 +87,9 @@ constexpr std::uint64_t RunsBefore(std::uint64_t marks, std::uint64_t letters) {
   return runs;
 }
 
-/// Plans a block of which the first `units`, one at least, are text. If these aren't all, the text ends there, and the
-/// others are separators: the first of them closes the last word, unless it was left open by a unit that writes
-/// nothing. The 0 after that one has another place.
+/// Plans a block whose first `units` units are text, one at least. If these are fewer than 64, the text ends there, and
+/// the others are separators. The first of them closes the last word, unless a unit that writes nothing has left it
+/// open: the 0 after such a word has another place.
 [[gnu::always_inline]] inline BlockPlan PlanBlock(BlockMasks const& block, unsigned int minWordLen,
                                                   unsigned int units) {
   auto const separators = ~(block.letters | block.ideographs);

@@ -85,6 +85,9 @@ NodeStore::~NodeStore() {
 wstring const* NodeStore::Name(std::string_view utf8) {
   std::uint32_t const found = index.Find(utf8);
   if (found != NameIndex::none) return wideNames[found];
+  // Beside the texts, which are in UTF-16 too: places in the table, in the index and in `wideNames`.
+  constexpr std::uint64_t places = sizeof(NameTable::Name) + 64;
+  Count(places + 3 * utf8.size());
   return ReportOutOfMemory([&] {
     NameTable::Name const& name = names->Add(utf8);
     wideNames.resize(index.Count() + std::size_t{1});
@@ -158,11 +161,15 @@ void NodeStore::OpenChunk(std::size_t least) {
 }
 
 Chunk* NodeStore::NewChunk(std::size_t size, std::uint32_t live) {
-  RequireAtMost(u"bytes of an XML tree", bytes + size, mostBytes);
+  Count(size);
   void* const memory = ReportOutOfMemory([=] { return ::operator new(size); });
-  bytes += size;
   names->Share();
   return new (memory) Chunk{names, live};
+}
+
+void NodeStore::Count(std::uint64_t more) {
+  RequireAtMost(u"bytes of an XML tree", bytes + more, mostBytes);
+  bytes += more;
 }
 
 /// From here on the chunk counts its nodes alone.

@@ -62,9 +62,10 @@ class NodeStore {
   Chunk* NewChunk(std::size_t size, std::uint32_t live);
   void OpenChunk(std::size_t least);
   void CloseChunk();
+  void Count(std::uint64_t more);
 
   std::uint64_t const mostBytes;
-  std::uint64_t bytes = 0;                // of all chunks so far
+  std::uint64_t bytes = 0;                // of all chunks and names so far
   NameTable* names;                       // counted
   NameIndex index;                        // of the names in it
   std::vector<wstring const*> wideNames;  // by their numbers

@@ -31,8 +31,8 @@ constexpr std::size_t mostListMarks = 10'000;
 /// limited width: so many take it 0.03 s, ten times as many 4 s.
 constexpr std::uint64_t mostNames = 50'000;
 
-/// References to entities in front of one to a parameter entity. Behind 10,000 libxml2 looks for abuse itself, and up
-/// to 2.9.14 never returns where it finds any.
+/// References to entities in front of one to a parameter entity. After 10,000 libxml2 looks for abuse itself, and up to
+/// 2.9.14 it never returns where it finds any.
 constexpr unsigned long mostBeforeParameterEntity = 10'000;
 
 /// What libxml2 gets at once. It parses a start tag only when it has all of it, so that this bounds the attributes that
@@ -53,7 +53,7 @@ std::string_view View(xmlChar const* text) {
   return reinterpret_cast<char const*>(text);
 }
 
-/// The entity that the next reference in `content` is to, which is left behind it; null after the last.
+/// The entity of the next reference in `content`, which moves past it; null after the last.
 xmlEntity* NextReference(xmlDoc* document, xmlChar const*& content) {
   for (; content != nullptr && *content != 0; ++content) {
     if (*content != '&' && *content != '%') continue;

@@ -24,10 +24,9 @@ namespace ZaM::detail {
 ///
 /// What a document type declares is libxml2's business: it gets the type with an empty document after it. It also gets
 /// what is refused here, which is what is malformed, and little else: libxml2 then parses the rest, from the beginning
-/// of the piece of markup or text that was refused. What has been told of up to there is of no more meaning than which
-/// elements are open. So a short document of that type and with these elements (Opening) brings libxml2 to the same
-/// place, and the events from there on are those that it would have sent, had it parsed the document from its first
-/// byte: there is nothing else in a document that later parts refer to.
+/// of the piece of markup or text that was refused. Later parts of a document depend on nothing but its type and the
+/// elements that are open. So a short document with these (Opening) brings libxml2 to the same place, and it sends the
+/// events that it would have sent, had it parsed the document from its first byte.
 ///
 /// A piece of markup has to be complete in memory, with what was fed after it. Texts and CDATA sections don't.
 ///

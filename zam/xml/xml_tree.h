@@ -118,9 +118,9 @@ class ZAM_EXPORT XmlTree : public XmlSaxCallback {
   bool GetDoCutValues() const { return doCutValues; }
   void SetDoCutValues(bool cut) { doCutValues = cut; }
 
-  /// What a document may take that is read, in bytes: its text, inflated, and its nodes, each for itself; no bound at
-  /// the start. Where it would take more, reading ends in LimitExceededException. For `Read` of a derived tree, which
-  /// may keep nothing or something else, the text alone counts.
+  /// What a document may take that is read, in bytes: its text, inflated, and its nodes and names, each for itself; no
+  /// bound at the start. Where it would take more, reading ends in LimitExceededException. For `Read` of a derived
+  /// tree, which may keep nothing or something else, the text alone counts.
   std::uint64_t GetMaxBytes() const { return maxBytes; }
   void SetMaxBytes(std::uint64_t most) { maxBytes = most; }
 
