@@ -79,8 +79,8 @@ TEST(XmlReaders, GiveWhatADocumentHas) {
       // Encodings, and two for which a converter would be looked for.
       {"<?xml version='1.0'" + blanks + "encoding='ISO-8859-15'?><a>\xA4</a>", "^<a>[\xE2\x82\xAC]</a>$",
        "<a>[\\20ac]</a>"},
-      {"\xFF\xFE\0\0<\0\0\0a\0\0\0>\0\0\0\x00\xF6\x01\0<\0\0\0/\0\0\0a\0\0\0>\0\0\0"s, "^<a>[\xF0\x9F\x98\x80]</a>$",
-       "<a>[\\d83d\\de00]</a>"},
+      {"\xFF\xFE\0\0<\0\0\0a\0\0\0>\0\0\0\x00\xF6\x02\0<\0\0\0/\0\0\0a\0\0\0>\0\0\0"s, "^<a>[\xF0\xAF\x98\x80]</a>$",
+       "<a>[\\d87d\\de00]</a>"},
       {"\0\0\xFE\xFF\0\0\0<\0\0\0a\0\0\0/\0\0\0>"s, "^<a></a>$", "<a/>"},
       {"<?xml version='1.0' encoding='IBM037'?><a/>", "", "malformed"},
       {"<?xml version='1.0'" + blanks + "encoding = \"UTF-7\"?><a/>", "", "malformed"},
