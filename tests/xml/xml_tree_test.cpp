@@ -140,6 +140,8 @@ TEST(XmlTree, CutsNamesAndValuesAfterWholeCharacters) {
       whole.SetDoCutValues(false);
       whole.SetRoot(XmlNode::Create(longNode.Get()));
       EXPECT_TRUE(whole.ReadBuffer(whole.WriteBuffer()) && Describe(whole.GetRoot()) == Describe(longNode.Get()));
+      EXPECT_TRUE(tree.ReadBuffer(whole.WriteBuffer()));
+      EXPECT_TRUE(tree.GetRoot()->GetName() == times(std::min(c.nameRead, c.nameWritten + extra)));
     }
   }
 }
