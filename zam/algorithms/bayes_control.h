@@ -20,7 +20,9 @@ class Node;
 /// Tags: the three defaults are equal, "Dflt". Set `ResultTag` to another tag than `DocumentTag`: under the same tag a
 /// run takes the documents' own representations off, to put its results in their place, and doesn't release them.
 ///
-/// Owning: the roots are plain pointers; the caller keeps both trees alive during the run. Copies share them.
+/// Owning:  the roots are plain pointers; the caller keeps both trees alive during the run. Copies share them.
+/// Threads: one thread at a time, a run included; separate blocks are independent.
+/// Errors:  nothing is thrown; a name that can't be a tag gives "Dflt".
 class ZAM_EXPORT BayesControl : public Control {
  public:
   BayesControl() = default;

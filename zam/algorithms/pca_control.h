@@ -24,9 +24,10 @@ class Node;
 /// Tags: the two defaults are equal, "Dflt". Set `ResultTag` to another tag than `RepresentationTag`: under the same
 /// tag a projection takes the documents' own representations off and releases them.
 ///
-/// Owning: examples and source node are plain pointers, which copies share. The examples have to live as long as an
-/// analyzer that has taken them may use them; the source node, during the run.
-/// Errors: BaseException with id 5 when memory runs out for a vector, or for those of a copy; nothing is changed then.
+/// Owning:  examples and source node are plain pointers, which copies share. The examples have to live as long as an
+///          analyzer that has taken them may use them; the source node, during the run.
+/// Threads: one thread at a time, a run included; separate blocks are independent.
+/// Errors:  BaseException with id 5 when memory runs out for a vector, or for those of a copy; nothing is changed then.
 class ZAM_EXPORT PcaControl : public Control {
  public:
   PcaControl() = default;

@@ -1,4 +1,9 @@
 // The one way in which counted objects are made, and in which a failed allocation becomes an exception of the library.
+//
+// Owning:  the first reference to a new object belongs to the caller of CreateCounted, and ends by `Release`.
+// Threads: any, at any time; nothing is held.
+// Errors:  BaseException with id 5 when memory runs out: in place of `std::bad_alloc`, and of the `std::length_error`
+//          of a container that is asked for more than any memory holds. Other exceptions pass through.
 #ifndef ZAM_FOUNDATION_CREATE_COUNTED_H
 #define ZAM_FOUNDATION_CREATE_COUNTED_H
 
@@ -10,10 +15,9 @@
 
 namespace ZaM {
 
-/// Runs `operation` and returns what it gives. Where it ends in `std::bad_alloc`, throws BaseException with id 5
-/// instead; other exceptions pass through. So does it where a container is asked for more than any memory holds
-/// (`std::length_error`), for which `new` throws `std::bad_alloc`. For the library's own allocations only: what the
-/// functions of a program throw has to pass unchanged. A limit that the library sets is checked before.
+/// Runs `operation` and returns what it gives; throws BaseException with id 5 where it runs out of memory. For the
+/// library's own allocations only: what the functions of a program throw has to pass unchanged. A limit that the
+/// library sets is checked before.
 template <class Operation>
 decltype(auto) ReportOutOfMemory(Operation operation) {
   try {
@@ -28,8 +32,7 @@ decltype(auto) ReportOutOfMemory(Operation operation) {
 /// Makes a counted object and takes the first reference to it.
 ///
 /// `make` is a callable without arguments that returns `new T(…)`; a class passes a lambda, which may reach its
-/// protected constructor. Returns the object with a count of 1; the caller ends it with `Release`.
-/// Throws BaseException with id 5 when memory runs out.
+/// protected constructor. Returns the object with a count of 1.
 template <class Make>
 auto CreateCounted(Make make) {
   auto* object = ReportOutOfMemory(std::move(make));

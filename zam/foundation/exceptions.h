@@ -14,9 +14,6 @@
 // anything was cancelled. A number without a case of its own gets its class's sentence for unknown numbers. The numbers
 // stand in error_ids.h, and with their sentences in docs/errors.md.
 //
-// Copying an exception never fails: copies share their texts. Where there is no memory for the text of a new exception,
-// its constructor throws BaseException with id 5, which then is what a `throw` throws.
-//
 // No class of the family is a std::exception, so that a `catch (std::exception const&)` catches none of them. A failure
 // that nobody catches ends the program; DescribeUncaught in uncaught.h makes it say its sentence first.
 //
@@ -55,6 +52,9 @@ class ZAM_EXPORT SharedText {
 ///
 /// Threads: never changes after construction; may be read by any number of threads. Threads that ask for sentences have
 ///          to end before the process does or unloads the library, which frees the language satellite.
+/// Errors:  copying never fails: copies share their texts. Where there is no memory for the text of a new exception,
+///          its constructor throws BaseException with id 5, which then is what a `throw` throws. Asking for a sentence
+///          throws nothing; one that there is no memory for is empty.
 class ZAM_EXPORT BaseException {
  public:
   /// Without a detail.
@@ -69,11 +69,10 @@ class ZAM_EXPORT BaseException {
 
   /// The sentence for the user. Formatted sentences are cut to 1023 units; the bare message of
   /// ErrorId::FeatureNotSupported isn't cut.
-  /// A number without a case gives "ZaM exception number …". Empty where there is no memory even for the sentence.
+  /// A number without a case gives "ZaM exception number …".
   [[nodiscard]] virtual const wstring GetErrorDescription() const;
 
-  /// The sentence in UTF-8, made anew at each call, for programs that print it: `std::cerr << failure.what()`. Empty
-  /// where there is no memory for it.
+  /// The sentence in UTF-8, made anew at each call, for programs that print it: `std::cerr << failure.what()`.
   [[nodiscard]] std::string what() const;
 
   /// The number, which decides on the sentence.

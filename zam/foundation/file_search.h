@@ -1,4 +1,9 @@
 // Search for the entries of a folder, in three steps.
+//
+// Sequence: ZamFindFirst ZamFindNext* ZamFindClose.
+// Owning:   a handle belongs to the caller of ZamFindFirst, and ends by ZamFindClose.
+// Threads:  any number may search at once; one handle is for one thread at a time.
+// Errors:   no function throws. Where memory runs out, nothing was found.
 #ifndef ZAM_FOUNDATION_FILE_SEARCH_H
 #define ZAM_FOUNDATION_FILE_SEARCH_H
 
@@ -32,8 +37,7 @@ struct _wfinddata64i32_t {
 /// number of units) and `?` (one unit); case doesn't matter, and `*.*` is everything. `.` and `..` come first, where
 /// the pattern matches them. The search goes through the folder as it was at this moment.
 ///
-/// A handle, to be ended with ZamFindClose; -1 if nothing was found. A handle belongs to one caller; different threads
-/// may search at once. Nothing here throws; where memory runs out, nothing was found.
+/// A handle, to be ended with ZamFindClose; -1 if nothing was found.
 ZAM_EXPORT int ZamFindFirst(wstring const& pattern, _wfinddata64i32_t* entry) noexcept;
 
 /// Stores the next entry; false, with `entry` as it was, if there is none.

@@ -1,6 +1,9 @@
 // A lock between processes and threads in the form of a file.
 //
-// Both may be called on any thread at any time.
+// Sequence: ZamLockfileCreate ZamLockfileRelease.
+// Owning:   the handle belongs to the caller of ZamLockfileCreate, and ends by ZamLockfileRelease.
+// Threads:  any, at any time; another thread than the one that took a lock may give it back.
+// Errors:   neither function throws. The lock isn't taken where memory runs out.
 #ifndef ZAM_FOUNDATION_LOCK_FILE_H
 #define ZAM_FOUNDATION_LOCK_FILE_H
 
@@ -9,8 +12,8 @@
 
 namespace ZaM {
 
-/// Takes the lock at `path`: makes a file there that exists as long as the lock is held. Returns its handle, which
-/// belongs to the caller and goes to ZamLockfileRelease, or -1 (not null) if the lock couldn't be taken.
+/// Takes the lock at `path`: makes a file there that exists as long as the lock is held. Returns its handle, or -1 (not
+/// null) if the lock couldn't be taken.
 ///
 ///     void* const lock = ZamLockfileCreate(u"/var/lib/mailsort/index.lock", 100, 50);
 ///     if (lock == reinterpret_cast<void*>(-1)) return false;

@@ -14,6 +14,7 @@ namespace ZaM {
 /// A place where texts lie under numbers: a component's built-in ones, or those of a language satellite.
 ///
 /// Threads: both operations only read and may run on any number of threads.
+/// Errors:  neither operation throws; an empty text says that there is none.
 class ZAM_EXPORT Module {
  public:
   /// The full path. Its folder and the stem of its file name lead to the satellites, see ResMgr; the file itself need

@@ -1,6 +1,10 @@
 // Paths as texts: folder, name, and what two paths have in common. Nothing here looks at the disk.
 //
-// Only `\` separates here, not `/`. No function throws; where memory runs out they give an empty text or false.
+// Only `\` separates here, not `/`.
+//
+// Threads: any, at any time.
+// Errors:  no function throws; where memory runs out, the text that it gives is empty. An argument that is
+//          taken by value is the caller's copy, which ends in `std::bad_alloc` where there is no memory for it.
 #ifndef ZAM_FOUNDATION_PATHS_H
 #define ZAM_FOUNDATION_PATHS_H
 

@@ -26,7 +26,9 @@ concept Counted = requires(T& object) {
 ///
 /// Handing the same plain pointer to two handles by the adopting constructor releases it twice: use `Share` for a
 /// pointer that somebody else owns. Copying a handle takes a reference, moving it doesn't.
+///
 /// Threads: as the object itself, whose count is a plain number.
+/// Errors:  a handle throws nothing of its own, and the library's objects throw nothing when they are counted.
 template <class T>
 class Ref {
  public:

@@ -4,8 +4,12 @@
 // for a few elements, and where equal ones have to keep their order.
 //
 // Elements are moved and handed to the comparison, never dereferenced: they may be null, or numbers in disguise.
-// Nothing is allocated. Which elements are compared, in which order, depends on the results of the comparisons alone,
-// so every build of the library leaves equal elements in the same order. Threads may sort different arrays at once.
+// Which elements are compared, in which order, depends on the results of the comparisons alone, so every build of the
+// library leaves equal elements in the same order.
+//
+// Threads: any, at any time, on different arrays.
+// Errors:  nothing is allocated, and nothing is thrown but what the comparison throws, which passes through. A search
+//          that finds nothing gives a negative number.
 #ifndef ZAM_FOUNDATION_SORT_H
 #define ZAM_FOUNDATION_SORT_H
 

@@ -24,6 +24,7 @@ namespace ZaM {
 /// character; an empty string gives 0.
 ///
 /// Threads: holds nothing; any number of threads may hash at once, also on one object.
+/// Errors:  nothing is thrown, and nothing allocated.
 class ZAM_EXPORT stringhash {
  public:
   stringhash() = default;

@@ -1,15 +1,17 @@
 // Everyday work on wide strings: substitution, cutting, counting, narrow text, case.
 //
-// All may be called on any thread at any time. They throw nothing but BaseException with id 5 where memory runs out,
-// and leave their outputs alone then. Outputs may be the same objects as inputs.
-//
-// Their time follows the length of their texts, whatever is searched for in them.
+// Outputs may be the same objects as inputs. The time of all functions follows the length of their texts, whatever is
+// searched for in them.
 //
 // A search ends at the first zero unit of the text that it goes through, and texts and sets that are searched for end
 // at their own one: a zero unit is never found. What stands after it still belongs to the text and isn't lost.
 //
 // Case never depends on the process's locale. One unit becomes one unit, by the simple mappings of Unicode, which are
 // those of English: the capital of i is I, and that of U+00DF is itself. Surrogates stay as they are.
+//
+// Threads: any, at any time.
+// Errors:  nothing but BaseException with id 5 where memory runs out; outputs are left alone then. An argument
+//          that is taken by value is the caller's copy, which ends in `std::bad_alloc` where there is no memory for it.
 #ifndef ZAM_FOUNDATION_STRINGS_H
 #define ZAM_FOUNDATION_STRINGS_H
 

@@ -102,6 +102,10 @@ struct _EXCEPTION_POINTERS {
 ///
 /// After the handler the thread goes on as after any exception, floating point modes included, but with alignment
 /// checks off, should they have been on.
+///
+/// Threads: each thread calls Enable for itself. Any may read code and sentence; the pointers are for the handler on
+///          the thread of the fault.
+/// Errors:  BaseException with id 5 where there is no memory for Enable, which changes nothing then.
 class ZAM_EXPORT StructuredException : public BaseException {
  public:
   /// A copy has its own code and the same pointers.
@@ -122,8 +126,6 @@ class ZAM_EXPORT StructuredException : public BaseException {
   /// Each thread gets an alternative stack of 64 KiB for signals, if it has none of that size. A 32nd part of its own
   /// stack, at most 256 KiB, is kept for the destructors that run when the rest is used up; nothing is kept of a stack
   /// of less than 512 KiB.
-  ///
-  /// Throws BaseException with id 5, and changes nothing, if there is no memory for this.
   static void Enable();
 
   /// "StructuredException. " and the sentence for the code, in English. Never cut.

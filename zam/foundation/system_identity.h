@@ -1,6 +1,7 @@
 // The names and numbers of the machine and the process.
 //
-// All may be called on any thread at any time.
+// Threads: any, at any time.
+// Errors:  BaseException with id 5 out of GetPID when memory runs out; the other two throw nothing.
 #ifndef ZAM_FOUNDATION_SYSTEM_IDENTITY_H
 #define ZAM_FOUNDATION_SYSTEM_IDENTITY_H
 
@@ -19,7 +20,7 @@ namespace ZaM {
 /// out; `name` is untouched then.
 ZAM_EXPORT bool GetHostname(wstring& name);
 
-/// Puts the id of this process into `text`, in decimal. Throws BaseException with id 5 when memory runs out.
+/// Puts the id of this process into `text`, in decimal.
 ZAM_EXPORT void GetPID(wstring& text);
 
 }  // namespace ZaM

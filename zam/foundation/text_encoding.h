@@ -1,7 +1,10 @@
 // Bytes to wide text and back.
 //
-// All may be called on any thread at any time, take all that they are given, zeros included, and throw BaseException
-// with id 5 where memory runs out.
+// All functions take all that they are given, zeros included.
+//
+// Threads: any, at any time.
+// Errors:  BaseException with id 5 where memory runs out, and with id 1 and the name for an encoding that isn't known.
+//          Malformed bytes are no error; each function says what becomes of them.
 #ifndef ZAM_FOUNDATION_TEXT_ENCODING_H
 #define ZAM_FOUNDATION_TEXT_ENCODING_H
 
@@ -35,8 +38,7 @@ namespace ZaM {
 ///
 /// A byte order mark of UTF-8, UTF-16 or UTF-32 decides on the encoding, whatever `encoding` is, and isn't part of the
 /// text. Names are those of IANA and their usual aliases, with any hyphens, underscores and case: UTF-8, UTF-16LE,
-/// ISO-8859-15, windows-1252, KOI8-R, Shift_JIS, EUC-JP, Big5, GB18030. Throws BaseException with
-/// ErrorId::InvalidArgument and the name where there is no such encoding.
+/// ISO-8859-15, windows-1252, KOI8-R, Shift_JIS, EUC-JP, Big5, GB18030.
 [[nodiscard]] ZAM_EXPORT std::optional<wstring> DecodeText(std::string_view bytes,
                                                            std::string const& encoding = "UTF-8");
 

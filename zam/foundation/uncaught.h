@@ -21,6 +21,7 @@ namespace ZaM {
 /// before.
 ///
 /// Threads: any; the handler is the process's. Calling it again changes nothing.
+/// Errors:  nothing is thrown. A sentence that there is no memory for is an empty line.
 inline void DescribeUncaught() {
   static std::terminate_handler const former = std::get_terminate();
   auto const describe = [] {

@@ -1,6 +1,9 @@
 // UUIDs: numbers of 128 bits that no two things in the world share.
 //
-// All may be called on any thread at any time.
+// Threads: any, at any time.
+// Errors:  ZaMUuidFromString throws std::out_of_range for an empty text, and BaseException with id 1 for any other that
+//          isn't of its form; `uuid` is untouched then. BaseException with id 5 when memory runs out, be it for the
+//          text of one of these. ZaMUuidCreate throws nothing.
 #ifndef ZAM_FOUNDATION_UUID_H
 #define ZAM_FOUNDATION_UUID_H
 
@@ -30,13 +33,9 @@ ZAM_EXPORT void ZaMUuidCreate(_ZAMGUID* uuid);
 /// between them, nothing before or after. `uuid` must not be null.
 ///
 ///     f81d4fae-7dec-11d0-a765-00a0c91e6bf6
-///
-/// Throws std::out_of_range for an empty text, and BaseException with id 1 for any other that isn't of this form, or
-/// with id 5 where there is no memory for that; `uuid` is untouched then.
 ZAM_EXPORT void ZaMUuidFromString(wstring const& text, _ZAMGUID* uuid);
 
-/// The text form with digits in lower case; `uuid` must not be null. Throws BaseException with id 5 when memory runs
-/// out.
+/// The text form with digits in lower case; `uuid` must not be null.
 [[nodiscard]] ZAM_EXPORT wstring ZaMUuidToString(_ZAMGUID* uuid);
 
 }  // namespace ZaM

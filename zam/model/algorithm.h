@@ -22,6 +22,7 @@ class ZAM_EXPORT Control {
 /// Something that runs under a control block and leaves its results on the nodes that the block names.
 ///
 /// Sequence: CreateController, fill in the block, DoAlgorithm, as often as wanted.
+/// Threads:  one thread at a time, together with the block and the nodes that it names.
 /// Errors:   exceptions out of DoAlgorithm; a block that is null or of another algorithm's type is passed over.
 class ZAM_EXPORT Algorithm {
  public:

@@ -17,6 +17,7 @@ namespace ZaM {
 /// Owning:   starts at a count of 0; the `Create` of a concrete class takes the first reference, `Release` ends it.
 ///           A copy takes over all fields, the count too.
 /// Threads:  one thread at a time; the count is a plain number.
+/// Errors:   the base throws nothing; `Save` and `Load` answer false where they fail.
 class ZAM_EXPORT Analyzer {
  public:
   Analyzer(Analyzer const&) = default;

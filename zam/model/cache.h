@@ -18,6 +18,7 @@ class Node;
 /// Owning:   starts at a count of 0; the `Create` of a concrete class takes the first reference, `Release` ends it. A
 ///           copy takes over the count. Nodes that are saved and loaded stay the caller's.
 /// Threads:  one thread at a time; the count is a plain number.
+/// Errors:   the base throws nothing; what fails answers false.
 class ZAM_EXPORT Cache {
  protected:
   Cache() = default;

@@ -20,7 +20,7 @@ namespace ZaM {
 ///
 /// Threads: called on the thread of the algorithm; there is no lock.
 /// Errors:  BaseException with id 5 when memory runs out for the status, or for that of a copy; nothing is changed
-/// then.
+///          then.
 class ZAM_EXPORT CallBack {
  public:
   CallBack() = default;

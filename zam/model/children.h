@@ -15,9 +15,12 @@ namespace ZaM {
 ///
 ///     for (Node* child : Children(*document)) …
 ///
-/// There is one walk in it: `begin` starts it anew. It owns the iterator that it takes from `CreateIterator`, and is
-/// empty for a class without one; where memory runs out it throws BaseException with id 5. Children must not be added
-/// or removed during the walk; a null among them is delivered as it stands.
+/// There is one walk in it: `begin` starts it anew. It is empty for a class without an iterator. Children must not be
+/// added or removed during the walk; a null among them is delivered as it stands.
+///
+/// Owning:  the range owns the iterator that it takes from `CreateIterator`, and no child.
+/// Threads: one thread at a time, together with the tree.
+/// Errors:  what `CreateIterator` throws: BaseException with id 5 when memory runs out.
 class Children {
  public:
   /// Takes an iterator from `parent`, which has to outlive the range.

@@ -22,6 +22,10 @@ class Iterator;
 /// something after its children, such as an end mark. It can rely on some 6,000 levels of such classes on a stack of
 /// 8 MiB and on 400 on one of 512 KiB, if its own frame takes no more than 200 bytes; levels of DocumentNodes between
 /// them take no stack.
+///
+/// Threads: one thread at a time, together with the tree.
+/// Errors:  BaseException with id 5 if there is no memory for a walk or an iterator. What a visitor or a node throws
+///          ends the walk and passes through. `Save` and `Load` answer false for other failures.
 class ZAM_EXPORT Composite : public Node {
  public:
   Composite(Composite const&) = default;
@@ -31,11 +35,10 @@ class ZAM_EXPORT Composite : public Node {
 
   /// Calls `visitor->DoVisit(this)`, and only then lists the children and calls `Visit` on each: children that the
   /// visitor adds here are visited too. A class without an iterator ends the walk there.
-  /// Exceptions of the visitor pass through; throws BaseException with id 5 if there is no memory for the walk.
   void Visit(Visitor* visitor) override;
 
   /// Calls `Save` on each child up to the first that answers false, and returns whether all answered true. Writes
-  /// nothing of the composite itself. True for a class without an iterator. Exceptions as for `Visit`.
+  /// nothing of the composite itself. True for a class without an iterator.
   bool Save(std::basic_ostream<char>* stream) override;
 
   /// The same walk with `Load`: a tree is loaded into a tree of the same shape that exists already.
@@ -50,8 +53,7 @@ class ZAM_EXPORT Composite : public Node {
   /// Number of children; 0 in the base.
   virtual unsigned int ChildCount() const;
 
-  /// A new walk over the children, to be ended by `Iterator::Release`; null in the base. Throws BaseException with id 5
-  /// if there is no memory.
+  /// A new walk over the children, to be ended by `Iterator::Release`; null in the base.
   virtual Iterator* CreateIterator();
 
  protected:

@@ -11,7 +11,9 @@ class Node;
 /// A walk over children: `Start`, then `Current` and `Next` until `Done`. A new iterator stands at the first element,
 /// so `Start` is needed only to walk again. The base class is an empty walk.
 ///
-/// Owning: an iterator has one owner and no count; `Release` destroys it.
+/// Owning:  an iterator has one owner and no count; `Release` destroys it.
+/// Threads: one thread at a time, together with what it walks over.
+/// Errors:  the library's own iterators throw nothing, and give null after the last element.
 class ZAM_EXPORT Iterator {
  public:
   Iterator(Iterator const&) = default;

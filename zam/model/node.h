@@ -22,6 +22,8 @@ class Visitor;
 ///           owns one reference to the object in its slot. Handing a node to `AddFeature` (or to a tree) passes the
 ///           caller's reference on; `RemoveFeature` passes it back.
 /// Threads:  a node and all that can be reached from it belong to one thread at a time; counts are plain numbers.
+/// Errors:   BaseException with id 5 if memory runs out on the first `GetId`, and LimitExceededException if no number
+///           is left for it. What a visitor throws passes through. Nothing else throws here.
 /// Depth:    chains and trees of any length can be released. While there is room on the stack, an object that a
 ///           destructor releases ends within that destructor. Where more than half of the stack is in use, what a node
 ///           owns by its slot or as a child ends after the owner's destructor instead, before the outermost of these
@@ -72,7 +74,6 @@ class ZAM_EXPORT Node {
   virtual bool Load(std::basic_istream<char>* stream);
 
   /// A number that no other live node has; it means nothing after the node's end, and is never stored.
-  /// Throws BaseException with id 5 if memory runs out on the first call.
   unsigned int GetId() const { return nodeId.Get(); }
 
   /// Whether `GetId` has given this number. A node that was never asked for its id has none.

@@ -9,6 +9,10 @@ namespace ZaM {
 class Node;
 
 /// A contract for applications; the library never calls it.
+///
+/// Owning:  a factory has one owner and no count; a `delete` ends it, through this class too.
+/// Threads: for the derived class to say; the base holds nothing.
+/// Errors:  the base throws nothing. What a derived class does without memory is for it to say.
 class ZAM_EXPORT NodeFactory {
  public:
   virtual ~NodeFactory();

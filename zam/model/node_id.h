@@ -15,7 +15,10 @@ namespace ZaM {
 /// fewer than 2³² are held at once. Who is never asked never touches the pool.
 ///
 /// A copy is another identity: it holds no number, and assignment leaves the target's number alone.
+///
 /// Threads: different holders may draw and return numbers at once; one holder belongs to one thread at a time.
+/// Errors:  the first `Get` throws BaseException with id 5 if there is no memory for the pool's book-keeping, and
+///          LimitExceededException if there is no number left. Nothing else throws.
 class ZAM_EXPORT NodeId {
  public:
   NodeId() = default;
@@ -27,8 +30,7 @@ class ZAM_EXPORT NodeId {
     if (value != 0) GiveBack(value);
   }
 
-  /// The number, never 0. Draws it on the first call: throws BaseException with id 5 if there is no memory for the
-  /// pool's book-keeping, and LimitExceededException if there is no number left.
+  /// The number, never 0. Draws it on the first call.
   std::uint32_t Get() const {
     if (value == 0) value = Draw();
     return value;

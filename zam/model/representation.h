@@ -17,8 +17,12 @@ namespace ZaM {
 /// to each other: only `dynamic_cast` leads from one to the other. Such a class has two pairs of `Save` and `Load`,
 /// that of Node answering true and that of Representation answering false; one override replaces both.
 ///
-/// Owning: never `delete` a counted object through a pointer to Representation, although its destructor is public;
-/// a counted object ends by `Release`.
+/// Owning:  never `delete` a counted object through a pointer to Representation, although its destructor is public;
+///          a counted object ends by `Release`.
+/// Threads: one thread at a time, unless the derived class allows more, which lets classifiers share a tree of classes.
+///          Algorithms call it on the thread that runs them.
+/// Errors:  the base throws nothing; `Save` and `Load` answer false where they fail. What a derived class throws passes
+///          through the algorithms unchanged.
 class ZAM_EXPORT Representation {
  public:
   /// Four characters, not terminated, overlaid by one number in the machine's byte order. Tags are compared by `id`.

@@ -10,7 +10,9 @@ class Node;
 
 /// A contract for applications; the library never calls it.
 ///
-/// Owning: a transformer has one owner and no count; `Release` destroys it at once.
+/// Owning:  a transformer has one owner and no count; `Release` destroys it at once.
+/// Threads: for the derived class to say; the base holds nothing.
+/// Errors:  the base throws nothing.
 class ZAM_EXPORT Transformer {
  protected:
   Transformer() = default;

@@ -9,11 +9,15 @@
 
 namespace ZaM {
 
-/// Walks an array that somebody else owns. The array must outlive the iterator; adding or removing elements makes the
-/// place of the walk meaningless, but never leads it outside the array.
+/// Walks an array. Adding or removing elements makes the place of the walk meaningless, but never leads it outside the
+/// array.
+///
+/// Owning:  the array is somebody else's, and must outlive the iterator.
+/// Threads: one thread at a time, together with the array.
+/// Errors:  nothing is thrown; `Create` gives null where memory runs out.
 class ZAM_EXPORT VectorIterator : public Iterator {
  public:
-  /// A new iterator on the heap, or null if there is no memory. Its owner ends it with `Release`.
+  /// A new iterator on the heap. Its owner ends it with `Release`.
   static VectorIterator* Create(std::vector<Node*>& nodes);
 
   /// Walks the same array, from its first element: the place of `other` isn't taken over.

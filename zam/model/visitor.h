@@ -12,6 +12,10 @@ class Node;
 ///
 /// A derived class that adds an overload of `DoVisit` for another type hides this one: it has to override this one too
 /// and to pass on what it recognises.
+///
+/// Owning:  a visitor stays its maker's, and nodes stay their owners'.
+/// Threads: called on the thread of the walk.
+/// Errors:  an exception ends the walk and passes through it.
 class ZAM_EXPORT Visitor {
  public:
   Visitor() = default;
@@ -19,7 +23,7 @@ class ZAM_EXPORT Visitor {
   Visitor& operator=(Visitor const&) = default;
   virtual ~Visitor();
 
-  /// Does nothing in the base. `node` stays with its owner. An exception ends the walk and passes through it.
+  /// Does nothing in the base.
   virtual void DoVisit(Node* node);
 };
 

@@ -1,4 +1,7 @@
 // Finds the entries of a list of results by their keys.
+//
+// Threads: one thread at a time, together with the list.
+// Errors:  `std::bad_alloc` when memory runs out, which the results turn into BaseException with id 5.
 #ifndef ZAM_RESULTS_ENTRY_PLACES_H
 #define ZAM_RESULTS_ENTRY_PLACES_H
 

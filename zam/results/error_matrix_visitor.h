@@ -26,6 +26,7 @@ class DocumentNode;
 /// - With the final flag the first of its final classes, without a threshold; rejected if there is none.
 ///
 /// Owning:   the matrix belongs to the caller and has to outlive the visitor's work; without one nothing is counted.
+/// Threads:  one thread at a time, together with the tree and the matrix.
 /// Errors:   what the results and the matrix throw passes through.
 class ZAM_EXPORT ErrorMatrixVisitor : public Visitor {
  public:

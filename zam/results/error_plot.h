@@ -20,6 +20,7 @@ namespace ZaM {
 ///
 /// Owning:   made by `Create` with a count of 1, ended by `Release`.
 /// Threads:  one thread at a time.
+/// Errors:   BaseException with id 5 when memory runs out, with nothing changed.
 ///
 /// Totals are 32 bits wide and wrap. A copy takes the numbers and the tag; see Node for what it leaves.
 class ZAM_EXPORT ErrorPlot : public Node, public Representation {
@@ -32,7 +33,7 @@ class ZAM_EXPORT ErrorPlot : public Node, public Representation {
   /// The tag "Eplt".
   static RepTag const& GetDefaultTag() { return DefaultTag; }
 
-  /// An empty plot of this class. Throws BaseException with id 5 when memory runs out.
+  /// An empty plot of this class.
   static ErrorPlot* Create(unsigned int classId);
 
   ErrorPlot(ErrorPlot const&) = default;
@@ -60,7 +61,6 @@ class ZAM_EXPORT ErrorPlot : public Node, public Representation {
   /// The curve of the documents that are right: entry i is the share of all documents counted, good and bad, that are
   /// good and lie in bin i or above, so that entry 0 of both curves add up to 1, but for rounding. 101 zeros for a plot
   /// that isn't valid. Shares are summed up in float, from bin 100 down.
-  /// Throws BaseException with id 5 when memory runs out.
   std::vector<float> GetGoodHistogram() const;
   /// As `GetGoodHistogram`, for the documents that are wrong.
   std::vector<float> GetBadHistogram() const;

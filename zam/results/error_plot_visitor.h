@@ -38,6 +38,7 @@ class DocumentNode;
 ///
 /// Owning:   plots belong to the nodes that they hang on. The visitor, and a copy of it, keeps plain pointers: once a
 ///           plot has ended, it must not visit anything any more.
+/// Threads:  one thread at a time, together with the tree.
 /// Errors:   BaseException with id 5 when memory runs out, with nothing attached for the node in hand. What results
 ///           throw passes through.
 class ZAM_EXPORT ErrorPlotVisitor : public Visitor {

@@ -15,8 +15,11 @@ class ExternalRepresentation;
 /// A contract for applications, whose factories the ExternalRepFactoryPlatform lists. The platform calls `Release`,
 /// `GetName` and `GetRepTag`; the other two are for the programs that find a factory there.
 ///
-/// Owning: a factory is made by its application and ends by its own `Release`, as it likes: by a `delete`, by a count,
-///         or not at all if it is a static object.
+/// Owning:  a factory is made by its application and ends by its own `Release`, as it likes: by a `delete`, by a count,
+///          or not at all if it is a static object.
+/// Threads: the platform calls a factory on the thread that calls the platform, and on the one that ends the process.
+/// Errors:  what a factory throws passes through the platform where a factory is added or looked for, and ends there
+///          where one is removed or the process exits.
 class ZAM_EXPORT ExternalRepFactory {
  protected:
   ExternalRepFactory() = default;

@@ -14,6 +14,8 @@ namespace ZaM {
 ///
 /// Owning:   as every Node, through the `Create` of the derived class. A copy takes the tag; see Node for what it
 ///           leaves.
+/// Threads:  one thread at a time, as every Node.
+/// Errors:   see Node and Representation; this class throws nothing of its own.
 class ZAM_EXPORT ExternalRepresentation : public Node, public Representation {
  public:
   ExternalRepresentation(ExternalRepresentation const&) = default;

@@ -19,7 +19,8 @@ namespace ZaM {
 /// allowance (`XmlSaxParser::GetAllowance`), which grows with the document and gives 2 million slots, and 16 more for
 /// each byte that was read. A document that is in honest proportion never comes near that.
 ///
-/// Owning, Threads: see Result.
+/// Owning:   see Result.
+/// Threads:  see Result.
 /// Errors:   BaseException with id 5 when memory runs out; LimitExceededException for more than `maxSlots` slots, and
 ///           OutOfBoundsException(8, class id, bound) for the class id of an entry beyond that, or beyond what a stored
 ///           result may ask for. The object is then unchanged.

@@ -1,4 +1,7 @@
 // The two records that results are made of.
+//
+// Threads: one thread at a time; separate records are independent.
+// Errors:  nothing is thrown; any number is taken.
 #ifndef ZAM_RESULTS_RESULT_ITEM_H
 #define ZAM_RESULTS_RESULT_ITEM_H
 

@@ -24,7 +24,9 @@ namespace ZaM {
 ///     result->InitializeProperties(parser, attributes);
 ///     parser->PushCallback(result);
 ///
-/// Owning, Threads, Errors: see Result.
+/// Owning:   see Result.
+/// Threads:  see Result.
+/// Errors:   see Result.
 class ZAM_EXPORT SparseResult : public Result, public XmlSaxCallback {
  public:
   /// The tag "Sres".

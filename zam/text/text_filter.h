@@ -19,6 +19,7 @@ namespace ZaM {
 /// Owning:   counted; a derived class makes it with a count of 1, `Release` ends it.
 /// Threads:  the count is a plain number. One object may filter on several threads at once as long as none of them
 ///           changes its settings or its count.
+/// Errors:   this class throws nothing of its own; a text that doesn't fit is no error.
 /// Deriving: a class that declares one `FilterText…` hides all inherited ones of that name; override both forms.
 class ZAM_EXPORT TextFilter {
  public:

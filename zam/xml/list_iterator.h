@@ -11,12 +11,15 @@ namespace ZaM {
 
 class XmlNode;
 
-/// Walks a list that somebody else owns. The list must outlive the iterator and must not change during the walk.
+/// Walks a list, which must not change during the walk. A copy stands where its source stands, unlike a copy of a
+/// VectorIterator.
 ///
-/// A copy stands where its source stands, unlike a copy of a VectorIterator.
+/// Owning:  the list is somebody else's, and must outlive the iterator.
+/// Threads: one thread at a time, together with the list.
+/// Errors:  nothing is thrown; `Create` gives null where memory runs out.
 class ZAM_EXPORT ListIterator : public Iterator {
  public:
-  /// A new iterator on the heap, or null if there is no memory. Its owner ends it with `Release`.
+  /// A new iterator on the heap. Its owner ends it with `Release`.
   static ListIterator* Create(std::list<XmlNode*>& nodes);
 
   ListIterator(ListIterator const&) = default;

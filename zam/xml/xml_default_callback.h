@@ -12,6 +12,9 @@
 namespace ZaM {
 
 /// Reads nothing, and takes the content of every element that it is told of, so that nobody else is told of it.
+///
+/// Threads: holds nothing; parsers on any number of threads may share one.
+/// Errors:  BaseException with id 5 when memory runs out for the parser's stack.
 class ZAM_EXPORT XmlDefaultCallback : public XmlSaxCallback {
  public:
   XmlDefaultCallback() = default;

@@ -10,9 +10,12 @@
 
 namespace ZaM {
 
-/// A name and a value. The properties of a node belong to it; its `AddProperty` makes them, under names that are unique
-/// within the node. The typed values of `XmlNode` are texts here too. Where memory runs out, BaseException with id 5 is
-/// thrown and the property is as it was.
+/// A name and a value. `AddProperty` of a node makes its properties, under names that are unique within the node. The
+/// typed values of `XmlNode` are texts here too.
+///
+/// Owning:  the properties of a node belong to it.
+/// Threads: as the node that has it.
+/// Errors:  BaseException with id 5 when memory runs out; the property is then what it was.
 class ZAM_EXPORT XmlProperty {
  public:
   /// Any texts; what a document can hold is checked when it is written.

@@ -15,6 +15,8 @@ class XmlSaxParser;
 ///
 /// Owning:  nobody ends an object through this class, whose destructor is neither virtual nor public: a counted object
 ///          that plays this role ends by its own `Release`.
+/// Threads: called on the thread of the parse.
+/// Errors:  an exception ends the parse and passes through it; see XmlSaxParser.
 class ZAM_EXPORT XmlSaxCallback {
  public:
   XmlSaxCallback() = default;
