@@ -101,6 +101,8 @@ TEST_F(KrylovIterationTest, FindsTheGreatestOfAnySpectrum) {
                                                               : i < 42 ? 5.0
                                                                        : 1.0 / (i + 1.0); }},
       {"39 that nearly are", [](double i, double x) { return i < 39 ? 5.0 + 1e-10 * x : x; }},
+      {"seven close to seven",
+       [](double i, double) { return i < 14 ? 1.0 - 0.01 * std::floor(i / 7) : 0.98 * std::pow(0.97, i); }},
       {"crowded", [](double i, double x) { return i < 6 ? 30.0 - 4.0 * i : 1.0 + 0.01 * x; }},
       {"of either sign",
        [](double i, double x) { return (std::fmod(i, 2) == 0 ? 1.0 : -1.0) * (x + 100.0 / (i + 1.0)); }},
@@ -135,7 +137,7 @@ TEST_F(KrylovIterationTest, EndsWithWhatItHasAtTheLastPass) {
     EXPECT_EQ(found.passes, most);
     EXPECT_EQ(found.converged, most == needed);
     EXPECT_TRUE(found.values[0] > 1.2 && found.values[0] < 1.8);
-    EXPECT_EQ(found.values[5] == 0.0, most == 1);  // a block has fewer vectors than that
+    EXPECT_EQ(found.values[5] == 0.0, most < 3);  // the basis has fewer vectors than that
   }
 }
 

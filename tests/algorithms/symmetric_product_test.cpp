@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <utility>
 
 #include "tests/support/failing_allocation.h"
 #include "zam/foundation/create_counted.h"
@@ -47,7 +48,10 @@ void ExpectPlainProduct(SymmetricKernel const& kernel, std::vector<IndexRange> c
   std::vector<double> vectors(vectorCount * stride);
   for (auto& x : vectors) x = std::uniform_real_distribution<double>(-1, 1)(engine);
   std::vector<double> products(vectors.size(), nan);
-  MultiplySymmetric(triangle, ranges, vectors.data(), products.data(), vectorCount, stride, kernel);
+  if (vectorCount == 2 && ranges.size() == 1)
+    MultiplySymmetricPair(triangle, ranges[0], vectors.data(), products.data(), stride, kernel);
+  else
+    MultiplySymmetric(triangle, ranges, vectors.data(), products.data(), vectorCount, stride, kernel);
   for (std::size_t p = 0; p < vectorCount; ++p) {
     for (std::size_t i = 0; i < stride; ++i) {
       auto const product = products[p * stride + i];
@@ -79,7 +83,7 @@ TEST(SymmetricProductTest, EqualsThePlainDoubleLoopAndReadsMembersOnly) {
   };
   for (auto const* const kernel : EveryKernel())
     for (auto const& members : memberLists)
-      for (std::size_t const vectorCount : {0U, 1U, 3U, 4U, 5U, 8U, 11U, 21U})
+      for (std::size_t const vectorCount : {0U, 1U, 2U, 3U, 4U, 5U, 8U, 11U, 21U})
         ExpectPlainProduct(*kernel, members, vectorCount);
 }
 
@@ -89,21 +93,36 @@ TEST(SymmetricProductTest, RowsAreTakenAsOneByOne) {
   for (auto const* const kernel : EveryKernel()) {
     for (std::size_t count = 0; count < stride; ++count) {
       for (std::size_t rowCount = 0; rowCount < 20; ++rowCount) {
-        std::vector<double> numbers(rowCount * stride), y(stride), factors(rowCount), sums(rowCount + 1, 0.5);
+        std::size_t const vectorCount = rowCount % 4;
+        std::vector<double> numbers(rowCount * stride), y(vectorCount * stride), factors(vectorCount * rowCount);
         for (auto* const list : {&numbers, &y, &factors})
           for (auto& x : *list) x = static_cast<double>(engine() % 100);  // so that nothing is rounded
         RowBlock const rows{numbers.data(), stride, rowCount};
+        std::vector<double> sums(factors.size(), 0.5);
         auto expectedSums = sums, expected = y;
         for (std::size_t r = 0; r < rowCount; ++r) {
-          for (std::size_t k = 0; k < count; ++k) {
-            expectedSums[r] += numbers[r * stride + k] * y[k];
-            expected[k] -= factors[r] * numbers[r * stride + k];
+          for (std::size_t k = 0; k < vectorCount * count; ++k) {
+            std::size_t const p = k / count, at = k % count;
+            expectedSums[p * rowCount + r] += numbers[r * stride + at] * y[p * stride + at];
+            expected[p * stride + at] -= factors[p * rowCount + r] * numbers[r * stride + at];
           }
         }
-        kernel->addInnerProducts(rows, y.data(), count, sums.data());
-        kernel->subtractScaledRows(y.data(), factors.data(), rows, count);
+        kernel->addInnerProducts(rows, {y.data(), stride, vectorCount}, count, sums.data(), rowCount);
+        kernel->subtractScaledRows({y.data(), stride, vectorCount}, factors.data(), rowCount, rows, count);
         ASSERT_EQ(sums, expectedSums) << kernel->name;
         ASSERT_EQ(y, expected) << kernel->name;
+
+        std::size_t const width = count / 4 * 4;
+        std::vector<double> turned(numbers.begin(), numbers.begin() + static_cast<std::ptrdiff_t>(rowCount * width));
+        auto expectedTurned = turned;
+        std::vector<PlaneRotation> rotations;
+        for (std::size_t i = 0; i + 1 < rowCount; ++i) rotations.push_back({0.0, 1.0, i * 3 % (rowCount - 1)});
+        for (std::size_t i = rotations.size(); i-- > 0;) {
+          double* const upper = expectedTurned.data() + rotations[i].row * width;
+          for (std::size_t k = 0; k < width; ++k) upper[width + k] = std::exchange(upper[k], -upper[width + k]);
+        }
+        kernel->rotateRows(turned.data(), width, rotations.data(), rotations.size());
+        ASSERT_EQ(turned, expectedTurned) << kernel->name;
       }
     }
   }

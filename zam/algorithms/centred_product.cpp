@@ -44,6 +44,20 @@ void CentredProduct::Multiply(double const* vectors, std::size_t count, double* 
   }
 }
 
+void CentredProduct::MultiplyPair(double const* vectors, double* images) const {
+  for (Group const& group : groups) {
+    ReportOutOfMemory([&] {
+      double const* const from = vectors + group.first;
+      double* const to = images + group.first;
+      if (group.members.size() == 1)
+        MultiplySymmetricPair(gram.lowerTriangle, group.members[0], from, to, Length());
+      else
+        MultiplySymmetric(gram.lowerTriangle, group.members, from, to, 2, Length());
+    });
+    Centre(group, vectors, 2, images);
+  }
+}
+
 // The centring of the matrix is of rank two, so it needn't be done entry by entry: with s the sum of the vector and q
 // its inner product with the row sums, row j of the image loses ((r[j] - T/n) · s + q) / n.
 void CentredProduct::Centre(Group const& group, double const* vectors, std::size_t count, double* images) const {

@@ -16,11 +16,13 @@ namespace ZaM::detail {
 /// Finds the leading eigenvectors of a centred Gram matrix, those with the eigenvalues of greatest magnitude, in far
 /// fewer passes than EigenIteration: each pass adds a block of vectors to an orthonormal basis, which holds all that
 /// was learned of the matrix before, and not the last images alone. From time to time the best approximations within
-/// the basis are taken (Rayleigh and Ritz); when the basis is full, they replace it (a thick restart). See K. Wu, H.
+/// the basis are taken (Rayleigh and Ritz); when the basis is full, they replace it (a thick restart), unless a cache
+/// holds the matrix: then the basis grows. See K. Wu, H.
 /// Simon: "Thick-restart Lanczos method for large symmetric eigenvalue problems", SIAM J. Matrix Anal. Appl. 22 (2000).
 ///
-/// A block of b vectors finds no more than b eigenvectors of one eigenvalue. Where so many were found, the iteration
-/// goes on with as many vectors as are wanted: for the identity, a block of 8 alone would never find a ninth one.
+/// A block of b vectors finds no more than b eigenvectors of one eigenvalue. Where so many were found, as many random
+/// vectors as are wanted come in, and several passes more must change nothing: for the identity, a block of 8 alone
+/// would never find a ninth one.
 ///
 /// It starts from fixed random vectors, and needs no others. Vectors beyond the number of active examples stay zero.
 ///
@@ -45,20 +47,23 @@ class KrylovIteration {
   void StoreVectors(std::vector<std::vector<double>>& rows) const;
 
  private:
-  void Reserve(std::size_t blockSize);
+  void Reserve(std::size_t vectorCount);
+  [[nodiscard]] bool PrepareNextPass(double tolerance, unsigned int passes, bool isLast);
+  [[nodiscard]] std::size_t Forecast(double excess);
+  [[nodiscard]] std::size_t VectorsWorthApproximating() const;
   void MultiplyBlock();
   void ProjectImages();
-  void TakePartsOff();
+  void TakePartsOff(std::size_t first);
   void MakeNextBlock();
-  [[nodiscard]] bool IsApproximationDue() const;
-  void Approximate();
-  [[nodiscard]] bool AreResidualsBelow(double bound) const;
-  [[nodiscard]] bool MayLackCopies(double bound) const;
+  [[nodiscard]] double Residual(std::size_t index) const;
+  [[nodiscard]] double Excess(double bound) const;
+  [[nodiscard]] bool HasFullCluster(double bound) const;
   void KeepApproximations(std::size_t kept);
   void WidenBlock();
   void FillRandomly(std::size_t index);
   void Orthogonalize(std::size_t index);
   [[nodiscard]] double Norm(double const* vector) const;
+  [[nodiscard]] bool IsCached() const;
   double* Vector(std::size_t index) { return basis.data() + index * length; }
   double* Image(std::size_t index) { return images.data() + index * length; }
 
@@ -74,14 +79,19 @@ class KrylovIteration {
   std::size_t last = 0;            // how many vectors of the basis came in last
   std::vector<double> basis;       // row by row, orthonormal, with the next block after it
   std::vector<double> images;      // of the last block, which become the next one
-  std::vector<double> projection;  // of the matrix onto the basis: columns of `capacity`, the lower triangle
+  std::size_t coupled = 0;         // the first vector of the basis that the images of the last block reach
+  std::size_t bandwidth = 0;       // of the projection
+  std::vector<double> projection;  // of the matrix onto the basis: the lower triangle, row by row
   std::vector<double> parts;       // of the images along the basis, image by image
   std::vector<double> lengths;     // of the images before they are made a block
   std::vector<double> along;       // the parts of one vector along those before it
   std::vector<double> rotated;     // pieces of approximations
   std::vector<double> coupling;    // of the last block, `width` columns, with the next one
-  EigenPairs ritz;                 // of the projection
-  std::size_t formerSize = 0;      // of the basis, when approximations were taken
+  SmallEigenproblem ritz;          // of the projection
+  std::size_t due = 0;             // the size of the basis at which approximations are taken next
+  std::size_t formerSize = 0;      // of the basis, when they were taken last
+  double formerMissing = 0.0;      // the decades by which residuals were too great then
+  unsigned int freshUntil = 0;     // the pass up to which random vectors have not shown what they hold
   double scale = 0.0;              // the greatest length of an image
   std::minstd_rand random{271828};
 };

@@ -52,14 +52,36 @@ struct RowBlock {
   std::size_t count;
 };
 
+/// The same, to be changed.
+struct MutableRows {
+  double* first;
+  std::size_t stride;
+  std::size_t count;
+};
+
+/// A rotation in the plane of two neighbouring rows.
+struct PlaneRotation {
+  double cosine;
+  double sine;
+  std::size_t row;  // the first of the two
+};
+
 /// All loops for one level of processors.
 struct SymmetricKernel {
   char const* name;
   GroupLoops group;
   double (*innerProduct)(double const* x, double const* y, std::size_t count);
   void (*subtractScaled)(double* y, double factor, double const* x, std::size_t count);
-  void (*addInnerProducts)(RowBlock rows, double const* y, std::size_t count, double* products);
-  void (*subtractScaledRows)(double* y, double const* factors, RowBlock rows, std::size_t count);
+  void (*addInnerProducts)(RowBlock rows, RowBlock vectors, std::size_t count, double* products, std::size_t stride);
+  void (*subtractScaledRows)(MutableRows vectors, double const* factors, std::size_t stride, RowBlock rows,
+                             std::size_t count);
+
+  /// A whole lower triangle times two vectors, which are `stride` apart as their products are.
+  void (*multiplyPair)(double const* const* rows, std::size_t count, double const* vectors, double* products,
+                       std::size_t stride);
+
+  /// Rotates rows of `width` numbers, a multiple of 4, that lie side by side, by the last rotation first.
+  void (*rotateRows)(double* rows, std::size_t width, PlaneRotation const* rotations, std::size_t count);
 };
 
 /// What any machine can run.

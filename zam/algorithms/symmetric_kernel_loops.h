@@ -189,42 +189,182 @@ void SubtractScaledLoop(double* y, double factor, double const* x, std::size_t c
   for (; k < count; ++k) y[k] -= factor * x[k];
 }
 
-/// Several rows at a time, so that `y` is loaded for all of them once.
-template <int width, int blockRows>
-void AddInnerProductsLoop(RowBlock rows, double const* y, std::size_t count, double* products) {
+template <int width>
+ZAM_ALWAYS_INLINE double Sum(Register<width> const& numbers) {
+  double sum = numbers[0];
+  for (int lane = 1; lane < width; ++lane) sum += numbers[lane];
+  return sum;
+}
+
+/// Several rows and vectors at a time, so that a number is loaded once for all of the others.
+template <int width, int blockRows, int vectorCount>
+void AddInnerProductsOfBlocks(RowBlock rows, double const* vectors, std::size_t vectorStride, std::size_t count,
+                              double* products, std::size_t productStride) {
   std::size_t r = 0;
   for (; r + blockRows <= rows.count; r += blockRows) {
     double const* const first = rows.first + r * rows.stride;
-    Register<width> sums[blockRows] = {};
+    Register<width> sums[vectorCount][blockRows] = {};
     std::size_t k = 0;
     for (; k + width <= count; k += width) {
-      auto const factor = Load<width>(y + k);
-      for (std::size_t i = 0; i < blockRows; ++i) sums[i] = sums[i] + Load<width>(first + i * rows.stride + k) * factor;
+      Register<width> factors[vectorCount];
+      for (std::size_t p = 0; p < vectorCount; ++p) factors[p] = Load<width>(vectors + p * vectorStride + k);
+      for (std::size_t i = 0; i < blockRows; ++i) {
+        auto const row = Load<width>(first + i * rows.stride + k);
+        for (std::size_t p = 0; p < vectorCount; ++p) sums[p][i] = sums[p][i] + row * factors[p];
+      }
     }
-    for (std::size_t i = 0; i < blockRows; ++i) {
-      for (std::size_t lane = 0; lane < width; ++lane) products[r + i] += sums[i][lane];
-      for (std::size_t j = k; j < count; ++j) products[r + i] += first[i * rows.stride + j] * y[j];
+    for (std::size_t p = 0; p < vectorCount; ++p) {
+      for (std::size_t i = 0; i < blockRows; ++i) {
+        double sum = Sum<width>(sums[p][i]);
+        for (std::size_t j = k; j < count; ++j) sum += first[i * rows.stride + j] * vectors[p * vectorStride + j];
+        products[p * productStride + r + i] += sum;
+      }
     }
   }
-  for (; r < rows.count; ++r) products[r] += InnerProductLoop<width>(rows.first + r * rows.stride, y, count);
+  for (; r < rows.count; ++r)
+    for (std::size_t p = 0; p < vectorCount; ++p)
+      products[p * productStride + r] +=
+          InnerProductLoop<width>(rows.first + r * rows.stride, vectors + p * vectorStride, count);
 }
 
 template <int width, int blockRows>
-void SubtractScaledRowsLoop(double* y, double const* factors, RowBlock rows, std::size_t count) {
+void AddInnerProductsLoop(RowBlock rows, RowBlock vectors, std::size_t count, double* products, std::size_t stride) {
+  double const* vector = vectors.first;
+  std::size_t left = vectors.count;
+  for (; left >= 2; left -= 2, vector += 2 * vectors.stride, products += 2 * stride)
+    AddInnerProductsOfBlocks<width, blockRows, 2>(rows, vector, vectors.stride, count, products, stride);
+  if (left > 0) AddInnerProductsOfBlocks<width, blockRows, 1>(rows, vector, vectors.stride, count, products, stride);
+}
+
+template <int width, int blockRows, int vectorCount>
+void SubtractScaledBlocks(double* vectors, std::size_t vectorStride, double const* factors, std::size_t factorStride,
+                          RowBlock rows, std::size_t count) {
   std::size_t r = 0;
   for (; r + blockRows <= rows.count; r += blockRows) {
     double const* const first = rows.first + r * rows.stride;
+    double own[vectorCount][blockRows];
+    for (std::size_t p = 0; p < vectorCount; ++p)
+      for (std::size_t i = 0; i < blockRows; ++i) own[p][i] = factors[p * factorStride + r + i];
     std::size_t k = 0;
     for (; k + width <= count; k += width) {
-      auto numbers = Load<width>(y + k);
-      for (std::size_t i = 0; i < blockRows; ++i)
-        numbers = numbers - factors[r + i] * Load<width>(first + i * rows.stride + k);
-      Store<width>(numbers, y + k);
+      Register<width> numbers[vectorCount];
+      for (std::size_t p = 0; p < vectorCount; ++p) numbers[p] = Load<width>(vectors + p * vectorStride + k);
+      for (std::size_t i = 0; i < blockRows; ++i) {
+        auto const row = Load<width>(first + i * rows.stride + k);
+        for (std::size_t p = 0; p < vectorCount; ++p) numbers[p] = numbers[p] - own[p][i] * row;
+      }
+      for (std::size_t p = 0; p < vectorCount; ++p) Store<width>(numbers[p], vectors + p * vectorStride + k);
     }
     for (; k < count; ++k)
-      for (std::size_t i = 0; i < blockRows; ++i) y[k] -= factors[r + i] * first[i * rows.stride + k];
+      for (std::size_t p = 0; p < vectorCount; ++p)
+        for (std::size_t i = 0; i < blockRows; ++i)
+          vectors[p * vectorStride + k] -= own[p][i] * first[i * rows.stride + k];
   }
-  for (; r < rows.count; ++r) SubtractScaledLoop<width>(y, factors[r], rows.first + r * rows.stride, count);
+  for (; r < rows.count; ++r)
+    for (std::size_t p = 0; p < vectorCount; ++p)
+      SubtractScaledLoop<width>(vectors + p * vectorStride, factors[p * factorStride + r], rows.first + r * rows.stride,
+                                count);
+}
+
+template <int width, int blockRows>
+void SubtractScaledRowsLoop(MutableRows vectors, double const* factors, std::size_t stride, RowBlock rows,
+                            std::size_t count) {
+  double* vector = vectors.first;
+  std::size_t left = vectors.count;
+  for (; left >= 2; left -= 2, vector += 2 * vectors.stride, factors += 2 * stride)
+    SubtractScaledBlocks<width, blockRows, 2>(vector, vectors.stride, factors, stride, rows, count);
+  if (left > 0) SubtractScaledBlocks<width, blockRows, 1>(vector, vectors.stride, factors, stride, rows, count);
+}
+
+/// What the entries of two rows up to column `row` contribute. The numbers of a vector lie in a register as those of a
+/// row do: with two vectors alone, a register for each entry would be half empty.
+template <int width>
+ZAM_ALWAYS_INLINE void AddTwoRows(double const* const* rows, std::size_t row, double const* vectors, double* products,
+                                  std::size_t stride) {
+  using Vector = Register<width>;
+  double const* const upper = rows[row];
+  double const* const lower = rows[row + 1];
+  double const upperOwn[2] = {vectors[row], vectors[stride + row]};
+  double const lowerOwn[2] = {vectors[row + 1], vectors[stride + row + 1]};
+  Vector upperSums[2] = {};
+  Vector lowerSums[2] = {};
+  std::size_t k = 0;
+  for (; k + width <= row; k += width) {
+    Vector const above = Load<width>(upper + k);
+    Vector const below = Load<width>(lower + k);
+    Vector const vector[2] = {Load<width>(vectors + k), Load<width>(vectors + stride + k)};
+    Vector const product[2] = {Load<width>(products + k), Load<width>(products + stride + k)};
+    Store<width>(product[0] + above * upperOwn[0] + below * lowerOwn[0], products + k);
+    Store<width>(product[1] + above * upperOwn[1] + below * lowerOwn[1], products + stride + k);
+    for (std::size_t p = 0; p < 2; ++p) {
+      upperSums[p] = upperSums[p] + above * vector[p];
+      lowerSums[p] = lowerSums[p] + below * vector[p];
+    }
+  }
+  for (std::size_t p = 0; p < 2; ++p) {
+    double const* const x = vectors + p * stride;
+    double* const y = products + p * stride;
+    double upperSum = Sum<width>(upperSums[p]) + upper[row] * upperOwn[p] + lower[row] * lowerOwn[p];
+    double lowerSum = Sum<width>(lowerSums[p]) + lower[row] * upperOwn[p] + lower[row + 1] * lowerOwn[p];
+    for (std::size_t j = k; j < row; ++j) {
+      upperSum += upper[j] * x[j];
+      lowerSum += lower[j] * x[j];
+      y[j] += upper[j] * upperOwn[p] + lower[j] * lowerOwn[p];
+    }
+    y[row] = upperSum;
+    y[row + 1] = lowerSum;
+  }
+}
+
+template <int width>
+void MultiplyPairLoop(double const* const* rows, std::size_t count, double const* vectors, double* products,
+                      std::size_t stride) {
+  std::size_t row = 0;
+  for (; row + 2 <= count; row += 2) AddTwoRows<width>(rows, row, vectors, products, stride);
+  if (row == count) return;
+  for (std::size_t p = 0; p < 2; ++p) {
+    double const* const x = vectors + p * stride;
+    double* const y = products + p * stride;
+    SubtractScaledLoop<width>(y, -x[row], rows[row], row);
+    y[row] = InnerProductLoop<width>(rows[row], x, row + 1);
+  }
+}
+
+/// Some columns of the rows. A rotation's upper row is the lower one of the next rotation most of the time, so it stays
+/// in registers.
+template <int width, int registers>
+void RotateStrip(double* strip, std::size_t rowWidth, PlaneRotation const* rotations, std::size_t count) {
+  if (count == 0) return;
+  Register<width> held[registers] = {};
+  double* place = nullptr;  // of the row that is held
+  while (count-- > 0) {
+    PlaneRotation const& rotation = rotations[count];
+    double* const upper = strip + rotation.row * rowWidth;
+    double* const lower = upper + rowWidth;
+    if (place != lower) {
+      for (int i = 0; i < registers; ++i) {
+        if (place) Store<width>(held[i], place + i * width);
+        held[i] = Load<width>(lower + i * width);
+      }
+    }
+    for (int i = 0; i < registers; ++i) {
+      Register<width> const former = Load<width>(upper + i * width);
+      Store<width>(rotation.sine * former + rotation.cosine * held[i], lower + i * width);
+      held[i] = rotation.cosine * former - rotation.sine * held[i];
+    }
+    place = upper;
+  }
+  for (int i = 0; i < registers; ++i) Store<width>(held[i], place + i * width);
+}
+
+template <int width>
+void RotateRowsLoop(double* rows, std::size_t rowWidth, PlaneRotation const* rotations, std::size_t count) {
+  std::size_t k = 0;
+  for (; k + 4 * width <= rowWidth; k += 4 * width) RotateStrip<width, 4>(rows + k, rowWidth, rotations, count);
+  std::size_t const left = (rowWidth - k) / width;
+  if (left == 3) RotateStrip<width, 3>(rows + k, rowWidth, rotations, count);
+  if (left == 2) RotateStrip<width, 2>(rows + k, rowWidth, rotations, count);
+  if (left == 1) RotateStrip<width, 1>(rows + k, rowWidth, rotations, count);
 }
 
 template <int width, int blockRows>
@@ -234,7 +374,9 @@ constexpr SymmetricKernel MakeSymmetricKernel(char const* name) {
           InnerProductLoop<width>,
           SubtractScaledLoop<width>,
           AddInnerProductsLoop<width, blockRows>,
-          SubtractScaledRowsLoop<width, blockRows>};
+          SubtractScaledRowsLoop<width, blockRows>,
+          MultiplyPairLoop<width>,
+          RotateRowsLoop<width>};
 }
 
 }  // namespace

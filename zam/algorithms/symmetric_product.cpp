@@ -142,6 +142,14 @@ void MultiplySymmetric(std::vector<std::vector<double>> const& lowerTriangle, st
   groups.Store(products, stride, tiles.MemberCount());
 }
 
+void MultiplySymmetricPair(std::vector<std::vector<double>> const& lowerTriangle, IndexRange members,
+                           double const* vectors, double* products, std::size_t stride, SymmetricKernel const& kernel) {
+  std::vector<double const*> rows;
+  rows.reserve(members.end - members.begin);
+  for (auto i = members.begin; i < members.end; ++i) rows.push_back(lowerTriangle[i].data() + members.begin);
+  kernel.multiplyPair(rows.data(), rows.size(), vectors, products, stride);
+}
+
 double InnerProduct(double const* x, double const* y, std::size_t count) {
   return BestSymmetricKernel().innerProduct(x, y, count);
 }
@@ -150,12 +158,17 @@ void SubtractScaled(double* y, double factor, double const* x, std::size_t count
   BestSymmetricKernel().subtractScaled(y, factor, x, count);
 }
 
-void AddInnerProducts(RowBlock rows, double const* y, std::size_t count, double* products) {
-  BestSymmetricKernel().addInnerProducts(rows, y, count, products);
+void AddInnerProducts(RowBlock rows, RowBlock vectors, std::size_t count, double* products, std::size_t stride) {
+  BestSymmetricKernel().addInnerProducts(rows, vectors, count, products, stride);
 }
 
-void SubtractScaledRows(double* y, double const* factors, RowBlock rows, std::size_t count) {
-  BestSymmetricKernel().subtractScaledRows(y, factors, rows, count);
+void SubtractScaledRows(MutableRows vectors, double const* factors, std::size_t stride, RowBlock rows,
+                        std::size_t count) {
+  BestSymmetricKernel().subtractScaledRows(vectors, factors, stride, rows, count);
+}
+
+void RotateRows(double* rows, std::size_t width, std::vector<PlaneRotation> const& rotations) {
+  BestSymmetricKernel().rotateRows(rows, width, rotations.data(), rotations.size());
 }
 
 }  // namespace ZaM::detail

@@ -29,16 +29,25 @@ void MultiplySymmetric(std::vector<std::vector<double>> const& lowerTriangle, st
                        double const* vectors, double* products, std::size_t vectorCount, std::size_t stride,
                        SymmetricKernel const& kernel = BestSymmetricKernel());
 
+/// The same for two vectors and members without gaps, summed in another order: faster while a cache holds the matrix.
+void MultiplySymmetricPair(std::vector<std::vector<double>> const& lowerTriangle, IndexRange members,
+                           double const* vectors, double* products, std::size_t stride,
+                           SymmetricKernel const& kernel = BestSymmetricKernel());
+
 [[nodiscard]] double InnerProduct(double const* x, double const* y, std::size_t count);
 
 /// y -= factor * x. The two don't overlap.
 void SubtractScaled(double* y, double factor, double const* x, std::size_t count);
 
-/// products[r] += the inner product of row r and y.
-void AddInnerProducts(RowBlock rows, double const* y, std::size_t count, double* products);
+/// products[p * stride + r] += the inner product of row r and vector p.
+void AddInnerProducts(RowBlock rows, RowBlock vectors, std::size_t count, double* products, std::size_t stride);
 
-/// y -= the sum of factors[r] * row r. `y` is none of the rows.
-void SubtractScaledRows(double* y, double const* factors, RowBlock rows, std::size_t count);
+/// Subtracts from vector p the sum of factors[p * stride + r] * row r. No vector is one of the rows.
+void SubtractScaledRows(MutableRows vectors, double const* factors, std::size_t stride, RowBlock rows,
+                        std::size_t count);
+
+/// Rotates rows of `width` numbers, a multiple of 4, that lie side by side, by the last rotation first.
+void RotateRows(double* rows, std::size_t width, std::vector<PlaneRotation> const& rotations);
 
 }  // namespace ZaM::detail
 
