@@ -17,7 +17,8 @@ install(DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/docs/api/html" DESTINATION "${doc
 install(FILES "${made}/zam_compile_texts.1.gz" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT development OPTIONAL)
 if(TARGET classify_corpus)
   install(TARGETS classify_corpus RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
-  install(FILES "${made}/classify_corpus.1.gz" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools OPTIONAL)
+  install(FILES "${made}/classify_corpus.1.gz" "${made}/classify_corpus-learn.1.gz"
+                "${made}/classify_corpus-apply.1.gz" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools OPTIONAL)
   install(FILES "${packaging}/classify_corpus.bash" RENAME classify_corpus
     DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions" COMPONENT tools)
 endif()

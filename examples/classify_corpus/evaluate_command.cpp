@@ -107,6 +107,9 @@ Findings Test(Options const& options, Progress& progress, StageClocks& clocks, N
   std::erase_if(whole.files, [&](DocumentFile const& file) { return file.fold != options.fold; });
   std::uint64_t const ofFold = whole.files.size();
   if (ranks.IsFirst() && ofFold == 0) throw NothingToTest(options.fold);
+  if (ranks.IsFirst() && classes.documents > documents - ofFold)
+    notes.Add("classes that have learned tested documents too, which they get right more often",
+              Printable(options.classes.native()));
   std::size_t place = 0;
   std::erase_if(whole.files, [&](DocumentFile const& /*file*/) { return !options.shard.Has(place++); });
 

@@ -22,7 +22,7 @@ void CatchInterrupt() {
   struct sigaction action = {};
   action.sa_handler = RememberInterrupt;
   action.sa_flags = static_cast<int>(SA_RESETHAND);
-  for (int const signal : {SIGINT, SIGTERM}) sigaction(signal, &action, nullptr);
+  for (int const signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
 }
 
 bool IsInterrupted() {

@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <exception>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -22,7 +23,9 @@ class Crew {
       running = workers;
       std::vector<std::jthread> threads;
       try {
-        for (std::size_t i = 0; i < workers; ++i) threads.emplace_back([this, i] { Labour(i); });
+        threads.reserve(workers);
+        Start(threads, workers);
+        if (threads.empty()) Labour(0);
         Watch(progress, id);
       } catch (...) {
         next = count;
@@ -34,6 +37,16 @@ class Crew {
   }
 
  private:
+  // The work is the same with fewer threads than asked for, or with the caller's alone.
+  void Start(std::vector<std::jthread>& threads, std::size_t workers) {
+    try {
+      for (std::size_t i = 0; i < workers; ++i) threads.emplace_back([this, i] { Labour(i); });
+    } catch (std::system_error const&) {
+      std::lock_guard const lock(mutex);
+      running -= workers - std::max(threads.size(), std::size_t{1});
+    }
+  }
+
   void Labour(std::size_t worker) {
     for (std::size_t item; (item = next++) < count; ++done) {
       try {

@@ -59,6 +59,8 @@ int RunAndExplain(Options const& options, Notes& notes, Communicator& ranks) {
     return fail(failure.what());
   } catch (std::filesystem::filesystem_error const& failure) {
     return fail(Printable(failure.what()));
+  } catch (std::system_error const& failure) {
+    return fail(failure.what());
   } catch (std::bad_alloc const&) {
     return fail(ZaM::BaseException(ZaM::ErrorId::OutOfMemory).what());
   }

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <climits>
 #include <iostream>
 #include <map>
 #include <ostream>
@@ -136,6 +137,7 @@ void AddThresholds(CLI::App& app, Options& options) {
       ->option_text("X");
   app.add_option("--max-results", options.settings.maxResults,
                  "Best classes to keep for each document, 3 unless given; 0 keeps all values")
+      ->check(CLI::Range(0U, UINT_MAX))
       ->option_text("N");
 }
 
@@ -249,9 +251,10 @@ void AddApplying(CLI::App& app, Options& options) {
   app.add_flag("-0,--null", options.nullSeparated, "Paths of standard input end with a zero byte instead of a line");
   std::map<std::string, OutputFormat> const formats{
       {"tsv", OutputFormat::Tsv}, {"csv", OutputFormat::Csv}, {"json", OutputFormat::Json}, {"xml", OutputFormat::Xml}};
-  app.add_option("--format", options.format, "How to write records: tsv (unless given), csv, json (a line each) or xml")
-      ->transform(CLI::Transformer(formats, CLI::ignore_case).description(""))
-      ->check(CLI::IsMember({"0", "1", "2", "3"}).description(""))
+  app.add_option_function<std::string>(
+         "--format", [formats, &options](std::string const& name) { options.format = formats.at(name); },
+         "How to write records: tsv (unless given), csv, json (a line each) or xml")
+      ->check(CLI::IsMember({"tsv", "csv", "json", "xml"}).description(""))
       ->option_text("FORMAT");
   app.add_flag("--header", options.header, "Begin tsv and csv with the names of the columns");
   app.add_option("--output", options.output, "Write the records to this file, whole or not at all")

@@ -41,6 +41,8 @@ Findings Read(fs::path const& file, Progress& progress) {
     throw RunError{"can't read " + name + ": " +
                    (isOpened ? "it can't be read to its end, or its compressed data is damaged"
                              : "it can't be opened, or is being written")};
+  } catch (ZaM::LimitExceededException const& failure) {
+    throw RunError{"can't read " + name + ": " + failure.what()};
   }
   return reader.Take();
 }

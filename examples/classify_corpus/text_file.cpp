@@ -63,9 +63,13 @@ std::u16string PlainText(std::string const& bytes) {
 }
 
 std::u16string PageText(std::string const& bytes) {
-  std::optional<std::u16string> text = HelpPageText(bytes);
-  if (!text) throw UnusableFile{"not well-formed XML, left out"};
-  return std::move(*text);
+  try {
+    std::optional<std::u16string> text = HelpPageText(bytes);
+    if (!text) throw UnusableFile{"not well-formed XML, left out"};
+    return std::move(*text);
+  } catch (ZaM::LimitExceededException const&) {
+    throw UnusableFile{"beyond the limits of XML, left out"};
+  }
 }
 
 }  // namespace

@@ -102,6 +102,7 @@ TEST_F(Apply, TakesPathsFromWhereverTheyCome) {
       {"cat /dev/null | $C apply --classes classes", 0, ""},
       {"head -c 70000 /dev/zero | $C apply --classes classes", 1, "a line is too long"},
       {"$C apply --classes classes corpus/space/unknown.txt", 0, "corpus/space/unknown.txt\t\t\t\t\t1\n"},
+      {"$C evaluate --classes classes corpus -q 2>&1 | grep learned", 0, "that have learned tested documents too"},
       {"$C apply --classes classes nowhere", 3, "can't be read, left out: nowhere\nnowhere\t\t\t\t\t1\n"},
       {"$C apply --classes classes /dev/zero", 3, "no file, left out: /dev/zero\n/dev/zero\t\t\t\t\t1\n"},
       {"$C apply --classes classes corpus/music/a* | cut -f 1", 0, "corpus/music/a \"b\",\\x09c\\x0A.txt\n"},

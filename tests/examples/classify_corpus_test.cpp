@@ -81,6 +81,9 @@ TEST_F(ClassifyCorpus, GoesOnWithoutWhatItCannotUseAndNamesIt) {
   Put("space/great.txt", std::string((16U << 20) + 1, 'a'));
   Put("fish/nothing.txt", "");
   Put("fish/cut.page", "<page>river trout");
+  std::string const manifold = "<!DOCTYPE page [<!ENTITY e '" + std::string(99'999, 'x') + "'>]><page>&e;&e;&e;&e;&e;";
+  Put("fish/large.page", manifold + "</page>");
+  Put("fish/too large.page", manifold + "&e;&e;&e;&e;&e;&e;</page>");
   Put("fish/whole.page", "<page><title>river</title><p>trout &amp; salmon</p></page>");
   Put("beside.txt", "stray");
   Put(".hidden/a.txt", "hidden");
@@ -97,7 +100,8 @@ TEST_F(ClassifyCorpus, GoesOnWithoutWhatItCannotUseAndNamesIt) {
         "larger than 16 MiB, left out (1): space/great.txt", "class without a document, left out (1): hollow",
         "beside the class folders, left out (1): beside.txt",
         "neither file nor folder, left out (3): ", "no word in a script that the filter knows (1): fish/nothing.txt",
-        "39 documents in 3 classes", "not well-formed XML, left out (1): fish/cut.page"})
+        "40 documents in 3 classes", "beyond the limits of XML, left out (1): fish/too large.page",
+        "not well-formed XML, left out (1): fish/cut.page"})
     EXPECT_TRUE(Contains(run.output, note)) << note << '\n' << run.output;
   std::string const quiet = Classify({Corpus(), "--quiet"}).output;
   EXPECT_TRUE(Contains(quiet, "not text in UTF-8, left out (3)\n")) << quiet;
@@ -143,6 +147,8 @@ TEST_F(ClassifyCorpus, SaysWhyItCannotRun) {
       {{corpora / "one", "--classes", corpora / "one/class/a.txt"}, 1, "a.txt: it isn't a file of classes"},
       {{"x", "--best-threshold", "nan"}, 2, "isn't a number from 0 to 1"},
       {{"x", "--min-word-length", "256"}, 2, "--min-word-length"},
+      {{"x", "--max-results", "few"}, 2, "--max-results: "},
+      {{"apply", "x", "--classes", "y", "--format", "yaml"}, 2, "--format: yaml not in {tsv,csv,json,xml}"},
       {{"x", "--model", "plane.pca"}, 2, "--model: is for the map of --map or --report"},
       {{"--help"}, 0, "Exit codes:"},
   };
