@@ -151,6 +151,7 @@ TEST_F(KrylovIterationTest, FindsNothingWhereNumbersAreNone) {
     EXPECT_EQ(found.vectors, Matrix(6, std::vector<double>(30)));
     EXPECT_FALSE(found.converged);
   }
+  EXPECT_TRUE(Run({}, 6).converged) << "there is nothing to find";
 }
 
 }  // namespace

@@ -68,6 +68,7 @@ unsigned int KrylovIteration::Run(double epsilon, unsigned int maxPasses, std::f
   // A tenth, so that eigenvalues far below the greatest one are right too: their errors fall with the residuals'
   // squares.
   double const tolerance = std::max(0.1 * epsilon, smallestResidual);
+  converged = length == 0;
   for (unsigned int passes = 0;;) {
     if (passes == maxPasses || next == 0) return passes;
     beforePass();

@@ -34,7 +34,8 @@ class KrylovIteration {
   KrylovIteration(CentredGram const& matrix, std::vector<std::int8_t> const& activity, std::size_t vectorCount);
 
   /// Iterates until each residual ‖A e - λ e‖ is at most `epsilon` times the greatest eigenvalue, as far as the
-  /// arithmetic allows, or `maxPasses` are done; at least one pass. Returns the number of passes.
+  /// arithmetic allows, or `maxPasses` are done; at least one pass, and none without an active example. Returns the
+  /// number of passes.
   unsigned int Run(double epsilon, unsigned int maxPasses, std::function<void()> const& beforePass);
 
   /// Whether the last run ended since all residuals were small enough.
