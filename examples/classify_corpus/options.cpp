@@ -75,8 +75,9 @@ Exit codes:
 constexpr char applying[] =
     R"(Classifies documents by classes that were learned before, and writes a record for each, in the order of the input.
 
-A path is that of a document, or of a folder, which stands for the files in it, at any depth. Without a path they come
-from standard input, a line each: records appear as soon as there is input, so that the program may be a part of a pipe.
+A path is that of a document, or of a folder, which stands for the files in it, at any depth, but for names that begin
+with a dot and for links to folders. Without a path they come from standard input, a line each: records appear as soon
+as there is input, so that the program may be a part of a pipe.
 
 A record holds the path, the best class with its confidence, the second with its own, and whether the document is
 rejected: 1 or 0. A document that can't be read has a record without classes, and is named on standard error.)";
