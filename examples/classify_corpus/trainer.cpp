@@ -48,9 +48,9 @@ using Vector = std::span<WeightedTerm const>;
 using Four [[gnu::vector_size(4 * sizeof(float))]] = float;
 
 /// A number for each of the classes that are learned together: one, or a multiple of four.
-template <std::size_t Width>
+template <std::size_t width>
 struct Lanes {
-  using Part = std::conditional_t<Width == 1, float, Four>;
+  using Part = std::conditional_t<width == 1, float, Four>;
 
   static Lanes Of(float number) {
     Lanes lanes;
@@ -59,13 +59,13 @@ struct Lanes {
   }
 
   float operator[](std::size_t lane) const {
-    if constexpr (Width == 1)
+    if constexpr (width == 1)
       return parts[0];
     else
       return parts[lane / 4][lane % 4];
   }
   void Set(std::size_t lane, float number) {
-    if constexpr (Width == 1)
+    if constexpr (width == 1)
       parts[0] = number;
     else
       parts[lane / 4][lane % 4] = number;
@@ -76,11 +76,11 @@ struct Lanes {
     for (std::size_t i = 0; i < parts.size(); ++i) parts[i] += factor * others.parts[i];
   }
 
-  std::array<Part, (Width + 3) / 4> parts{};
+  std::array<Part, (width + 3) / 4> parts{};
 };
 
-/// Learns up to `Width` classes.
-template <std::size_t Width>
+/// Learns up to `width` classes.
+template <std::size_t width>
 class Learner {
  public:
   Learner(TrainingSet const& training, std::vector<float> const& totals, std::span<unsigned int const> classIds);
@@ -91,9 +91,9 @@ class Learner {
   ClassModel* CreateModel(std::size_t lane) const;
 
  private:
-  using Numbers = Lanes<Width>;
+  using Numbers = Lanes<width>;
 
-  struct alignas(Width == 12 ? 32 : 2 * sizeof(Numbers)) TermState {
+  struct alignas(width == 12 ? 32 : 2 * sizeof(Numbers)) TermState {
     Numbers weights;    // w
     Numbers strengths;  // r²
   };
@@ -114,13 +114,13 @@ class Learner {
   std::vector<Numbers> multipliers;  // a, by document
   std::vector<Numbers> lengths;      // by document: squared, with the terms' strengths, 1 for the bias included
   Numbers worst;                     // what a document of this sweep missed the condition by
-  std::array<bool, Width> isDone;    // whether the minimum was reached
+  std::array<bool, width> isDone;    // whether the minimum was reached
   std::vector<std::uint32_t> order;  // in which the documents take turns
   std::mt19937 random{orderSeed};
 };
 
-template <std::size_t Width>
-Learner<Width>::Learner(TrainingSet const& training, std::vector<float> const& totals,
+template <std::size_t width>
+Learner<width>::Learner(TrainingSet const& training, std::vector<float> const& totals,
                         std::span<unsigned int const> classIds)
     : documents(training),
       ids(classIds),
@@ -137,8 +137,8 @@ Learner<Width>::Learner(TrainingSet const& training, std::vector<float> const& t
   }
 }
 
-template <std::size_t Width>
-void Learner<Width>::CompareWithOthers(std::vector<float> const& totals) {
+template <std::size_t width>
+void Learner<width>::CompareWithOthers(std::vector<float> const& totals) {
   double const sum = std::accumulate(totals.begin(), totals.end(), 0.0);
   double const smoothed = 2.0 * smoothing * static_cast<double>(totals.size());
   for (std::size_t lane = 0; lane < ids.size(); ++lane) {
@@ -159,45 +159,45 @@ void Learner<Width>::CompareWithOthers(std::vector<float> const& totals) {
   }
 }
 
-template <std::size_t Width>
-Lanes<Width> Learner<Width>::SidesOf(std::size_t i) const {
+template <std::size_t width>
+Lanes<width> Learner<width>::SidesOf(std::size_t i) const {
   Numbers sides = Numbers::Of(-1);
   auto const own = std::find(ids.begin(), ids.end(), documents.ClassOf(i));
   if (own != ids.end()) sides.Set(static_cast<std::size_t>(own - ids.begin()), 1);
   return sides;
 }
 
-template <std::size_t Width>
-Lanes<Width> Learner<Width>::LengthsOf(Vector words) const {
+template <std::size_t width>
+Lanes<width> Learner<width>::LengthsOf(Vector words) const {
   Numbers sums = Numbers::Of(1);
   for (auto const [index, weight] : words) sums.Add(weight * weight, terms[index].strengths);
   return sums;
 }
 
-template <std::size_t Width>
-bool Learner<Width>::Sweep() {
+template <std::size_t width>
+bool Learner<width>::Sweep() {
   Shuffle();
   worst = {};
   for (std::size_t turn = 0; turn < order.size(); ++turn) {
     StopIfInterrupted(CancelId::Training);
-    if (Width > 1 && turn + 1 < order.size()) Fetch(documents.VectorOf(order[turn + 1]));
+    if (width > 1 && turn + 1 < order.size()) Fetch(documents.VectorOf(order[turn + 1]));
     Improve(order[turn]);
   }
-  for (std::size_t lane = 0; lane < Width; ++lane) isDone[lane] = isDone[lane] || worst[lane] < tolerance;
+  for (std::size_t lane = 0; lane < width; ++lane) isDone[lane] = isDone[lane] || worst[lane] < tolerance;
   return std::find(isDone.begin(), isDone.end(), false) == isDone.end();
 }
 
 // Asks for what the next document needs, while this one has its turn. A class alone would lose by that.
-template <std::size_t Width>
-void Learner<Width>::Fetch(Vector words) const {
+template <std::size_t width>
+void Learner<width>::Fetch(Vector words) const {
   for (auto const [index, weight] : words)
     for (std::size_t place = 0; place < sizeof(TermState); place += cacheLine)
       __builtin_prefetch(reinterpret_cast<char const*>(&terms[index]) + place);
 }
 
 // A document with a = 0 that lies far enough on its side meets the condition.
-template <std::size_t Width>
-void Learner<Width>::Improve(std::size_t i) {
+template <std::size_t width>
+void Learner<width>::Improve(std::size_t i) {
   Numbers const sides = SidesOf(i);
   Numbers const scores = Scores(documents.VectorOf(i));
   Numbers steps;
@@ -216,8 +216,8 @@ void Learner<Width>::Improve(std::size_t i) {
 }
 
 // Four sums for each class, so that an addition doesn't have to wait for the one before.
-template <std::size_t Width>
-Lanes<Width> Learner<Width>::Scores(Vector words) const {
+template <std::size_t width>
+Lanes<width> Learner<width>::Scores(Vector words) const {
   std::array<Numbers, 4> sums{biases};
   std::size_t i = 0;
   for (; i + sums.size() <= words.size(); i += sums.size())
@@ -227,8 +227,8 @@ Lanes<Width> Learner<Width>::Scores(Vector words) const {
   return sums[0];
 }
 
-template <std::size_t Width>
-void Learner<Width>::Move(Vector words, Numbers const& steps) {
+template <std::size_t width>
+void Learner<width>::Move(Vector words, Numbers const& steps) {
   for (auto const [index, weight] : words) {
     TermState& term = terms[index];
     for (std::size_t i = 0; i < steps.parts.size(); ++i)
@@ -238,22 +238,22 @@ void Learner<Width>::Move(Vector words, Numbers const& steps) {
 }
 
 // Not std::shuffle, whose order differs from one standard library to the next.
-template <std::size_t Width>
-void Learner<Width>::Shuffle() {
+template <std::size_t width>
+void Learner<width>::Shuffle() {
   for (std::size_t i = order.size(); i > 1; --i) std::swap(order[i - 1], order[random() % i]);
 }
 
-template <std::size_t Width>
-ClassModel* Learner<Width>::CreateModel(std::size_t lane) const {
+template <std::size_t width>
+ClassModel* Learner<width>::CreateModel(std::size_t lane) const {
   std::vector<float> own(terms.size());
   std::transform(terms.begin(), terms.end(), own.begin(), [lane](TermState const& term) { return term.weights[lane]; });
   return ClassModel::Create(ids[lane], std::move(own), biases[lane]);
 }
 
-template <std::size_t Width>
+template <std::size_t width>
 std::vector<ZaM::Ref<ClassModel>> LearnTogether(TrainingSet const& documents, std::vector<float> const& totals,
                                                 std::span<unsigned int const> classIds) {
-  Learner<Width> learner(documents, totals, classIds);
+  Learner<width> learner(documents, totals, classIds);
   bool isDone = false;
   for (int sweep = 0; sweep < mostSweeps && !isDone; ++sweep) isDone = learner.Sweep();
   std::vector<ZaM::Ref<ClassModel>> models;

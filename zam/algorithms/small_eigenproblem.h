@@ -22,8 +22,8 @@ class SmallEigenproblem {
 
   /// Entry (i, j) of the lower triangle is at `lowerTriangle[i * (i + 1) / 2 + j]`. Entries more than `bandwidth` below
   /// the diagonal count as zero.
-  SmallEigenproblem(std::vector<double> const& lowerTriangle, std::size_t size, std::size_t bandwidth,
-                    std::size_t entryCount);
+  SmallEigenproblem(std::vector<double> const& lowerTriangle, std::size_t matrixSize, std::size_t bandwidth,
+                    std::size_t lastCount);
 
   /// The eigenvalues by falling magnitude. None where numbers leave the range of doubles.
   [[nodiscard]] std::vector<double> const& Values() const { return values; }
@@ -31,7 +31,7 @@ class SmallEigenproblem {
   /// The first `vectorCount` eigenvectors, of unit length, one after the other.
   [[nodiscard]] std::vector<double> Vectors(std::size_t vectorCount) const;
 
-  /// The last `entryCount` entries of an eigenvector.
+  /// The last `lastCount` entries of an eigenvector.
   [[nodiscard]] double const* LastEntries(std::size_t index) const {
     return lastEntries.data() + order[index] * entryCount;
   }

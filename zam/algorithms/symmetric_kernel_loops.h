@@ -342,25 +342,26 @@ void RotateStrip(double* strip, std::size_t rowWidth, PlaneRotation const* rotat
     double* const upper = strip + rotation.row * rowWidth;
     double* const lower = upper + rowWidth;
     if (place != lower) {
-      for (int i = 0; i < registers; ++i) {
+      for (std::ptrdiff_t i = 0; i < registers; ++i) {
         if (place) Store<width>(held[i], place + i * width);
         held[i] = Load<width>(lower + i * width);
       }
     }
-    for (int i = 0; i < registers; ++i) {
+    for (std::ptrdiff_t i = 0; i < registers; ++i) {
       Register<width> const former = Load<width>(upper + i * width);
       Store<width>(rotation.sine * former + rotation.cosine * held[i], lower + i * width);
       held[i] = rotation.cosine * former - rotation.sine * held[i];
     }
     place = upper;
   }
-  for (int i = 0; i < registers; ++i) Store<width>(held[i], place + i * width);
+  for (std::ptrdiff_t i = 0; i < registers; ++i) Store<width>(held[i], place + i * width);
 }
 
 template <int width>
 void RotateRowsLoop(double* rows, std::size_t rowWidth, PlaneRotation const* rotations, std::size_t count) {
+  constexpr std::size_t strip = std::size_t{4} * width;
   std::size_t k = 0;
-  for (; k + 4 * width <= rowWidth; k += 4 * width) RotateStrip<width, 4>(rows + k, rowWidth, rotations, count);
+  for (; k + strip <= rowWidth; k += strip) RotateStrip<width, 4>(rows + k, rowWidth, rotations, count);
   std::size_t const left = (rowWidth - k) / width;
   if (left == 3) RotateStrip<width, 3>(rows + k, rowWidth, rotations, count);
   if (left == 2) RotateStrip<width, 2>(rows + k, rowWidth, rotations, count);
