@@ -253,9 +253,10 @@ void AddApplying(CLI::App& app, Options& options) {
   std::map<std::string, OutputFormat> const formats{
       {"tsv", OutputFormat::Tsv}, {"csv", OutputFormat::Csv}, {"json", OutputFormat::Json}, {"xml", OutputFormat::Xml}};
   app.add_option_function<std::string>(
-         "--format", [formats, &options](std::string const& name) { options.format = formats.at(name); },
+         "--format",
+         [formats, &options](std::string const& name) { options.format = formats.at(CLI::detail::to_lower(name)); },
          "How to write records: tsv (unless given), csv, json (a line each) or xml")
-      ->check(CLI::IsMember({"tsv", "csv", "json", "xml"}).description(""))
+      ->check(CLI::IsMember({"tsv", "csv", "json", "xml"}, CLI::ignore_case).description(""))
       ->option_text("FORMAT");
   app.add_flag("--header", options.header, "Begin tsv and csv with the names of the columns");
   app.add_option("--output", options.output, "Write the records to this file, whole or not at all")

@@ -93,6 +93,7 @@ class Learner {
  private:
   using Numbers = Lanes<width>;
 
+  // On as few lines of the cache as it can; an alignment is a power of two.
   struct alignas(width == 12 ? 32 : 2 * sizeof(Numbers)) TermState {
     Numbers weights;    // w
     Numbers strengths;  // r²
@@ -113,7 +114,7 @@ class Learner {
   Numbers biases;
   std::vector<Numbers> multipliers;  // a, by document
   std::vector<Numbers> lengths;      // by document: squared, with the terms' strengths, 1 for the bias included
-  Numbers worst;                     // what a document of this sweep missed the condition by
+  Numbers worst;                     // the most that a document of this sweep missed the condition by
   std::array<bool, width> isDone;    // whether the minimum was reached
   std::vector<std::uint32_t> order;  // in which the documents take turns
   std::mt19937 random{orderSeed};
@@ -251,8 +252,8 @@ ClassModel* Learner<width>::CreateModel(std::size_t lane) const {
 }
 
 template <std::size_t width>
-std::vector<ZaM::Ref<ClassModel>> LearnTogether(TrainingSet const& documents, std::vector<float> const& totals,
-                                                std::span<unsigned int const> classIds) {
+std::vector<ZaM::Ref<ClassModel>> LearnGroup(TrainingSet const& documents, std::vector<float> const& totals,
+                                             std::span<unsigned int const> classIds) {
   Learner<width> learner(documents, totals, classIds);
   bool isDone = false;
   for (int sweep = 0; sweep < mostSweeps && !isDone; ++sweep) isDone = learner.Sweep();
@@ -271,10 +272,10 @@ Trainer::Trainer(TrainingSet given) : documents(std::move(given)), totals(docume
 }
 
 std::vector<ZaM::Ref<ClassModel>> Trainer::Learn(std::span<unsigned int const> classIds) const {
-  if (classIds.size() <= 1) return LearnTogether<1>(documents, totals, classIds);
-  if (classIds.size() <= 4) return LearnTogether<4>(documents, totals, classIds);
-  if (classIds.size() <= 8) return LearnTogether<8>(documents, totals, classIds);
-  return LearnTogether<mostAtOnce>(documents, totals, classIds);
+  if (classIds.size() <= 1) return LearnGroup<1>(documents, totals, classIds);
+  if (classIds.size() <= 4) return LearnGroup<4>(documents, totals, classIds);
+  if (classIds.size() <= 8) return LearnGroup<8>(documents, totals, classIds);
+  return LearnGroup<mostAtOnce>(documents, totals, classIds);
 }
 
 }  // namespace classify

@@ -110,7 +110,7 @@ TEST_F(Apply, TakesPathsFromWhereverTheyCome) {
        "path,class,confidence,second,second_confidence,rejected\n\"corpus/music/a \"\"b\"\",\\x09c\\x0A.txt\",music,"},
       {"$C apply --classes classes corpus/music/a* --format json", 0,
        "{\"path\":\"corpus/music/a \\\"b\\\",\\\\x09c\\\\x0A.txt\",\"class\":\"music\",\"confidence\":"},
-      {"$C apply --classes classes nowhere --format json", 3,
+      {"$C apply --classes classes nowhere --format JSON", 3,
        "\"class\":null,\"confidence\":null,\"second\":null,\"second_confidence\":null,\"rejected\":true}\n"},
       {"$C apply --classes classes corpus --format xml --output all.xml && tail -n 1 all.xml", 0,
        "</ClassifiedDocuments>\n"},

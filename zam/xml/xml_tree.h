@@ -51,7 +51,7 @@ struct XmlEventOptions;
 /// | name `x:a`            | `x:a`, xmlns is an attribute   | `a` where x is declared, and no xmlns                  |
 /// | entity references     | substituted                    | as the switch stands: substituted or children of their |
 /// |                       |                                | name and text; of an attribute the first piece is kept |
-/// | white space only      | text where after a last child | left out by `Read2`; for `ReadBuffer` see below        |
+/// | white space only      | text where after a last child  | left out by `Read2`; for `ReadBuffer` see below        |
 /// | names                 | whole                          | the first 512 units, or as told above                  |
 /// | attribute values      | whole                          | the first 1,024 units, or as told above                |
 ///
