@@ -50,21 +50,17 @@ char32_t TakeCodePoint(std::string_view& bytes) {
   return lead.bits;
 }
 
-bool IsContinuation(unsigned char byte) {
-  return (byte & 0xC0) == 0x80;
-}
-
 /// The size of the character at the front, if it is one of those that nearly all alphabets are made of, and its unit;
 /// else 0. (With TakeCodePoint alone, which knows the rest, Russian takes a third longer and Chinese twice as long.)
 std::size_t ReadShort(std::string_view bytes, char16_t& unit) {
   auto const at = [bytes](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
   unsigned char const lead = at(0);
   if (lead < 0x80) return unit = lead, 1;
-  if (bytes.size() < 3 || lead < 0xC2 || !IsContinuation(at(1))) return 0;
+  if (bytes.size() < 3 || lead < 0xC2 || !IsContinuation(bytes[1])) return 0;
   auto const low = static_cast<char16_t>(at(1) & 0x3F);
   if (lead < 0xE0) return unit = static_cast<char16_t>((lead & 0x1F) << 6 | low), 2;
   // The others of three bytes have a second byte with bounds of its own.
-  bool const isCommon = lead > 0xE0 && lead < 0xF0 && lead != 0xED && IsContinuation(at(2));
+  bool const isCommon = lead > 0xE0 && lead < 0xF0 && lead != 0xED && IsContinuation(bytes[2]);
   if (!isCommon) return 0;
   unit = static_cast<char16_t>((lead & 0xF) << 12 | low << 6 | (at(2) & 0x3F));
   return 3;

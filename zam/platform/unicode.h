@@ -8,6 +8,11 @@
 
 namespace ZaM::platform {
 
+/// Whether a byte of UTF-8 goes on with a character.
+[[nodiscard]] constexpr bool IsContinuation(char byte) {
+  return (byte & 0xC0) == 0x80;
+}
+
 /// Each malformed sequence, up to where it stops making sense, becomes one U+FFFD; this is what other decoders do too.
 [[nodiscard]] std::u16string Utf16FromUtf8(std::string_view bytes);
 

@@ -26,10 +26,6 @@ std::size_t CopyAscii(std::basic_string_view<In> in, std::span<Out> out) {
   return count;
 }
 
-bool IsContinuation(char byte) {
-  return (byte & 0xC0) == 0x80;
-}
-
 struct Converted {
   std::string_view bytes;
   bool isWhole;
@@ -41,7 +37,7 @@ Converted ToUtf8(std::u16string_view units, std::span<char> area) {
   // Every unit gives a byte or more; the one beyond the room tells whether a pair is whole.
   std::string const rest = platform::Utf8FromUtf16(units.substr(ascii, room + 1));
   std::size_t count = std::min(rest.size(), room);
-  while (count < rest.size() && count > 0 && IsContinuation(rest[count])) --count;
+  while (count < rest.size() && count > 0 && platform::IsContinuation(rest[count])) --count;
   std::copy_n(rest.begin(), count, area.begin() + static_cast<std::ptrdiff_t>(ascii));
   return {{area.data(), ascii + count}, count == rest.size()};
 }
@@ -80,7 +76,7 @@ std::string_view FrontUnits(std::string_view bytes, std::size_t most) {
   std::size_t units = 0;
   for (std::size_t at = 0; at < bytes.size(); ++at) {
     auto const byte = static_cast<unsigned char>(bytes[at]);
-    if (IsContinuation(bytes[at])) continue;
+    if (platform::IsContinuation(bytes[at])) continue;
     units += byte < 0xF0 ? 1 : 2;
     if (units > most) return bytes.substr(0, at);
   }
